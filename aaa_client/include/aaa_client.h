@@ -1,0 +1,519 @@
+/*
+ * The AAA client library: authentication, authorization and accounting through the local AAA
+ * daemon, aaad.
+ *
+ * A process registers once with aaa_svr_reg(), takes a session id for each user session with
+ * aaa_get_session_id(), fills a record of aaa_codec.h, submits it, and either waits for the result
+ * with aaa_user_get_result() or is called back. The library keeps the connection to aaad alive,
+ * and connects and registers again without limit when aaad restarts. aaa_svr_dereg() ends it.
+ *
+ * Unless a declaration says otherwise:
+ *  - Any thread of the client may call any function, before registration and after deregistration
+ *    too, and from inside a callback.
+ *  - No function ends the process, raises a signal or throws. Writing to a lost connection is an
+ *    error that is returned, never SIGPIPE.
+ *  - Callbacks run on the library's receive thread, one message at a time in order of arrival, with
+ *    no lock of the library held. What is passed to a callback belongs to the library and is
+ *    released when the callback returns: copy what you keep. A slow callback delays every later
+ *    message, heartbeats included; after 180 seconds the connection counts as lost.
+ *  - Blocking calls end by themselves: an exchange with aaad within about 10 seconds of silence on
+ *    each of its reads, a wait for a result by its own limit.
+ */
+#ifndef AAA_CLIENT_H
+#define AAA_CLIENT_H
+
+#include <stdint.h>
+
+#include "aaa_codec.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Messages ------------------------------------------------------------------------------ */
+
+/* The header ahead of every message on the sockets to aaad; words in host byte order. */
+typedef struct aaa_ipc_header {
+  uint32_t marker; /* 0x01010101 */
+  uint32_t id;     /* session id of per-user messages, else 0 */
+  uint32_t type;   /* enum aaa_msg_type */
+  uint32_t length; /* bytes of the body that follows */
+} aaa_ipc_header;
+
+typedef enum aaa_msg_type {
+  AAA_MSG_REGISTER_REQ = 0,
+  AAA_MSG_REREGISTER_REQ = 1,
+  AAA_MSG_DEREGISTER_REQ = 2,
+  AAA_MSG_GET_SESSION_ID = 3,
+  AAA_MSG_SEND_RARE_RESULT = 4,
+  AAA_MSG_AUTHEN_REQ = 5,
+  AAA_MSG_AUTHOR_REQ = 6,
+  AAA_MSG_ACCT_REQ = 7,
+  AAA_MSG_DELETE_USER = 8,
+  AAA_MSG_QUERY_MLIST_EXIST = 9,
+  AAA_MSG_USER_SYNC = 10,
+  AAA_MSG_RESTORE_USER = 11,
+  AAA_MSG_SERVER_MIB = 12,
+  AAA_MSG_REGISTER_GROUP = 13,
+  AAA_MSG_GS_VALID_RESP = 14,
+  AAA_MSG_RDS_ONLINE_INFO_RESP = 15,
+  AAA_MSG_SET_RADIUS_GROUP_STATE = 16,
+  AAA_MSG_RADIUS_GROUP_STATE_CHANGE = 17,
+  AAA_MSG_QUERY_AUTHEN_MLIST_STATE = 18,
+  AAA_MSG_CLEAR_USER = 19,
+  AAA_MSG_HOT_BACKUP_USER_SYNC = 20,
+  AAA_MSG_DOT1X_MIB = 21,
+  AAA_MSG_LOCAL_QUERY_PWD = 22,
+  AAA_MSG_RADEXT_REQ = 23,
+  AAA_MSG_RADEXT_ADD_RESULT = 24,
+  AAA_MSG_PAD_PKT = 25,
+  AAA_MSG_UPDATE_USER_PWD_REQ = 26,
+  AAA_MSG_USER_PWD_UPDATE_RESULT = 27,
+  AAA_MSG_INTERFACE_CONTROL = 28,
+  AAA_MSG_GET_NEW_MODEL_STATE_REQ = 29,
+  AAA_MSG_LDAP_SEARCH_REQ = 32,
+  AAA_MSG_LDAP_SEARCH_RESULT = 33,
+  AAA_MSG_MOVE_OUT_DELETE_USER = 34,
+  AAA_MSG_REGISTER_RESP = 100,
+  AAA_MSG_DEREGISTER_RESP = 101,
+  AAA_MSG_AAA_INFO_READY = 102,
+  AAA_MSG_NOTIFY_RESULT = 103,
+  AAA_MSG_MLIST_EXISTED_RESP = 104,
+  AAA_MSG_NOTIFY_DEL_MSG = 105,
+  AAA_MSG_AAA_DEBUG_INFO = 106,
+  AAA_MSG_SERVER_MIB_RESP = 107,
+  AAA_MSG_REGISTER_GROUP_RESP = 108,
+  AAA_MSG_AUTHEN_GROUP_REQ = 109,
+  AAA_MSG_AUTHOR_GROUP_REQ = 110,
+  AAA_MSG_ACCT_GROUP_REQ = 111,
+  AAA_MSG_GS_VALID_REQ = 112,
+  AAA_MSG_GET_ONLINE_INFO = 113,
+  AAA_MSG_AUTHEN_MLIST_STATE_RESULT = 114,
+  AAA_MSG_LOCAL_AUTHEN_REQ = 115,
+  AAA_MSG_LOCAL_AUTHOR_REQ = 116,
+  AAA_MSG_LOCAL_CHANGE_PWD_REQ = 117,
+  AAA_MSG_LOCAL_FS_GRANT = 118,
+  AAA_MSG_LOCAL_COPY_USER = 119,
+  AAA_MSG_LOCAL_UPDATE_USER = 120,
+  AAA_MSG_ENABLE_AUTHEN = 121,
+  AAA_MSG_MLIST_CHANGE = 122,
+  AAA_MSG_DEL_MSG_REQ = 123,
+  AAA_MSG_LOCAL_QUERY_PWD_RESP = 124,
+  AAA_MSG_ADD_RADEXT_RESULT = 125,
+  AAA_MSG_NOTIFY_COA_REQ = 126,
+  AAA_MSG_LOCALEAP_AUTHEN = 127,
+  AAA_MSG_BACKEND_UPDATE_USER_PWD = 128,
+  AAA_MSG_UPDATE_USER_PWD_RESP = 129,
+  AAA_MSG_GET_NEW_MODEL_STATE_RESP = 130,
+  AAA_MSG_KEL = 131,
+  AAA_MSG_HEARTBEAT = 132,
+  AAA_MSG_LDAP_SEARCH_ENTRY_REQ = 140,
+  AAA_MSG_NOTIFY_LDAP_SEARCH_RESULT = 141
+} aaa_msg_type;
+
+/* Sub-types of AAA_MSG_KEL, which other processes exchange. */
+typedef enum aaa_kel_msg_type {
+  AAA_KEL_MSG_UPDATA_SCALAR = 1,
+  AAA_KEL_MSG_AUTHEN_REQ = 2,
+  AAA_KEL_MSG_AUTHOR_REQ = 3,
+  AAA_KEL_MSG_ACCT_REQ = 4,
+  AAA_KEL_MSG_RADEXT_REQ = 5,
+  AAA_KEL_MSG_RADEXT_ADD_RESULT = 6,
+  AAA_KEL_MSG_RARE_RESULT = 7,
+  AAA_KEL_MSG_DEL_MSG_REQ = 8,
+  AAA_KEL_MSG_CLEAR_USER = 9,
+  AAA_KEL_MSG_RADEXT_BATCH_REQ = 10,
+  AAA_KEL_MSG_RADEXT_BATCH_RESULT = 11
+} aaa_kel_msg_type;
+
+/* The display name of a message type; "Unknown msg" for a number without one. Never null. */
+AAA_API const char* aaa_ipc_get_msg_type_str(uint32_t type);
+AAA_API const char* aaa_kel_ipc_get_msg_type_str(uint32_t sub_type);
+
+/* ---- Memory -------------------------------------------------------------------------------- */
+
+/*
+ * Every heap block of the library comes from and goes back through these two, which count them.
+ * `line` and `function` name the call site. A size of 0 gives null; null is ignored when freed.
+ */
+AAA_API void* aaa_malloc(uint32_t line, const char* function, uint32_t size);
+AAA_API void aaa_free(uint32_t line, const char* function, void* block);
+
+/* ---- Registration -------------------------------------------------------------------------- */
+
+/* Told to aaa_event_cb. */
+typedef enum aaa_client_event {
+  AAA_EVENT_CONNECTION_LOST = 0, /* or the client deregistered */
+  AAA_EVENT_REGISTERED = 1,      /* the library runs; whether aaad answered, ask aaa_is_alive() */
+  AAA_EVENT_REREGISTERED = 2,
+  AAA_EVENT_METHOD_LISTS_CHANGED = 3,
+  AAA_EVENT_ACCT_STATUS_CHANGED = 4,
+  AAA_EVENT_ACCT_PERIOD_CHANGED = 5,
+  AAA_EVENT_ACCT_START_FAIL_POLICY_CHANGED = 6,
+  AAA_EVENT_LOGIN_SERVICE_CHECK_MODE_CHANGED = 7
+} aaa_client_event;
+
+typedef enum aaa_reg_state {
+  AAA_REG_NOT_REGISTERED = 1,
+  AAA_REG_CONNECTING = 2,
+  AAA_REG_CONNECTED = 3, /* and registering */
+  AAA_REG_REGISTERED = 4,
+  AAA_REG_LOST = 5 /* and registering again */
+} aaa_reg_state;
+
+/* Size of the group name buffer that group requests and LDAP questions pass; NUL-terminated. */
+enum { AAA_GROUP_NAME_SIZE = 256 };
+
+typedef void (*aaa_notify_result_fn)(result_info* result);
+/* `body`: at least 560 bytes; the first 32-bit word is the kind of the notice. */
+typedef void (*aaa_notify_del_msg_fn)(const void* body);
+/* `body`: at least 720 bytes. */
+typedef void (*aaa_notify_coa_req_fn)(const void* body);
+typedef void (*aaa_ldap_search_result_fn)(ldap_search_result* result);
+typedef void (*aaa_authen_group_req_fn)(authen_info* authen, char* group_name);
+typedef void (*aaa_author_group_req_fn)(author_info* author, char* group_name);
+typedef void (*aaa_acct_group_req_fn)(acct_info* acct, char* group_name);
+typedef void (*aaa_del_msg_req_fn)(uint32_t word0, uint32_t word1, uint32_t word2);
+/* `word` is the 32-bit word at byte 392 of `body`. Returns non-zero when the group is not valid. */
+typedef int (*aaa_gs_valid_req_fn)(const void* body, uint32_t word, uint32_t body_length);
+/* Fills the 8 zeroed bytes at `answer`. `body` is null when the question came without one. */
+typedef void (*aaa_get_online_info_fn)(void* answer, const void* body);
+typedef void (*aaa_enable_authen_fn)(authen_info* authen);
+/* `body`: at least 24 bytes. */
+typedef void (*aaa_add_radext_result_fn)(const void* body);
+typedef void (*aaa_localeap_authen_fn)(authen_info* authen);
+typedef void (*aaa_ldap_search_entry_req_fn)(ldap_search_info* search, char* group_name);
+/* `event` is an aaa_client_event. The result is handed back to whoever raised the event. */
+typedef int (*aaa_event_fn)(uint32_t event);
+/* Strings are NUL-terminated; answer with aaa_add_user_pwd_update_result(). */
+typedef void (*aaa_user_pwd_update_fn)(uint32_t code, const char* s1, const char* s2,
+                                       const char* s3);
+/* Reserved: stored, never called. */
+typedef void (*aaa_reserved_fn)(void);
+
+enum { AAA_MODEL_NAME_SIZE = 64 };
+
+/* What a client registers with; read during the call, not kept. Null callbacks are allowed. */
+typedef struct reg_info {
+  uint8_t use_send_buf;                  /* non-zero: gather requests and write them every 20 ms */
+  char model_name[AAA_MODEL_NAME_SIZE];  /* NUL-terminated, not empty */
+  aaa_notify_result_fn notify_result_cb; /* null: results wait for aaa_user_get_result() */
+  aaa_reserved_fn reserved_cb;
+  aaa_notify_del_msg_fn notify_del_msg_cb;
+  aaa_notify_coa_req_fn notify_coa_req_cb;
+  aaa_ldap_search_result_fn ldap_search_result_cb;
+  aaa_authen_group_req_fn authen_group_req_cb;
+  aaa_author_group_req_fn author_group_req_cb;
+  aaa_acct_group_req_fn acct_group_req_cb;
+  aaa_del_msg_req_fn del_msg_req_cb;
+  aaa_gs_valid_req_fn gs_valid_req_cb;
+  aaa_get_online_info_fn get_online_info_cb;
+  aaa_enable_authen_fn enable_authen_cb;
+  aaa_add_radext_result_fn add_radext_result_cb;
+  aaa_localeap_authen_fn localeap_authen_cb;
+  aaa_ldap_search_entry_req_fn ldap_search_entry_req_cb;
+  aaa_event_fn aaa_event_cb;
+  int32_t bind_core_id; /* above 0: the processor that the receive thread is bound to */
+} reg_info;
+
+/* The connection record. Clients may look at it; only the library writes it. */
+typedef struct aaa_client_cb {
+  char model_name[AAA_MODEL_NAME_SIZE];
+  int32_t sync_fd;   /* request socket, -1 when closed */
+  int32_t async_fd;  /* event socket, -1 when closed */
+  int32_t aaa_id;    /* granted by aaad; 255: refused; -1: deregistered */
+  int32_t reg_state; /* aaa_reg_state */
+  aaa_notify_result_fn notify_result_cb;
+  aaa_notify_del_msg_fn notify_del_msg_cb;
+  aaa_notify_coa_req_fn notify_coa_req_cb;
+  aaa_reserved_fn reserved_cb;
+  aaa_event_fn aaa_event_cb;
+  aaa_ldap_search_result_fn ldap_search_result_cb;
+  aaa_authen_group_req_fn authen_group_req_cb;
+  aaa_author_group_req_fn author_group_req_cb;
+  aaa_acct_group_req_fn acct_group_req_cb;
+  aaa_del_msg_req_fn del_msg_req_cb;
+  aaa_gs_valid_req_fn gs_valid_req_cb;
+  aaa_get_online_info_fn get_online_info_cb;
+  aaa_enable_authen_fn enable_authen_cb;
+  aaa_add_radext_result_fn add_radext_result_cb;
+  aaa_localeap_authen_fn localeap_authen_cb;
+  aaa_ldap_search_entry_req_fn ldap_search_entry_req_cb;
+} aaa_client_cb;
+
+/* Settings that aaad sends at registration and when they change. */
+typedef struct aaa_status {
+  uint32_t new_model;       /* non-zero: on */
+  uint32_t acct_period;     /* signed value */
+  uint32_t acct_status;     /* non-zero: on */
+  uint32_t debug;           /* 1: the library writes debug lines */
+  uint32_t debug_msg_limit; /* lines per cycle; 0: no limit */
+  uint32_t pro_status;
+  uint32_t local_user_public_account; /* 1: allowed */
+  uint32_t acct_start_fail_policy;
+  uint32_t login_service_check_mode;
+  uint32_t aaa_id_limit; /* heartbeats are kept while 0 < aaa_id < aaa_id_limit */
+} aaa_status;
+
+AAA_API extern aaa_client_cb g_aaa_client_cb;
+AAA_API extern aaa_status g_aaa_status;
+
+/* Printed in log lines; the library never writes it. A client may fill it with its own name. */
+AAA_API extern char g_aaalib_process_name[64];
+
+/*
+ * Registers the process with aaad and starts the library's threads. Returns 0, also when aaad
+ * cannot be reached yet: the receive thread then tries every 2 seconds without limit. Returns -1
+ * for a null record, an empty model name, a work directory or local sockets that cannot be made
+ * below TMPDIR, or a thread that cannot be started; nothing runs then.
+ *
+ * While registered a second call replaces the callbacks, ignores use_send_buf and bind_core_id,
+ * and returns 0. Two threads that register at once get one registration. Before a first success
+ * returns, the event callback has been called once with AAA_EVENT_REGISTERED on the caller's
+ * thread. Takes about 100 ms, up to 24 s when aaad accepts the connection but stays silent.
+ */
+AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
+
+/*
+ * Leaves aaad: requests still in the send buffer are dropped, the threads are stopped, the sockets
+ * to aaad are closed and the callbacks forgotten (but for the two of LDAP searches, which stay).
+ * The event callback is called with AAA_EVENT_CONNECTION_LOST on the caller's thread. Returns 0,
+ * also when not registered. Returns -1 when the farewell could not be sent (still registered) or
+ * was answered wrongly (the request socket is shut down, the threads go on).
+ *
+ * After it has returned no message of the old connection is read. A callback that had begun on the
+ * receive thread may still be running: do not unload the callbacks' code or destroy what they use
+ * before it ends. May be called from inside a callback. aaa_svr_reg() may follow at once.
+ */
+AAA_API int32_t aaa_svr_dereg(void);
+
+/* 1 while registered with a live aaad, else 0. Takes no lock. */
+AAA_API int32_t aaa_is_alive(void);
+
+/* ---- Session ids and status ---------------------------------------------------------------- */
+
+/*
+ * A session id that no other session of this process has, or 0 when not registered or when aaad
+ * grants none. Ids come in blocks: most calls exchange nothing with aaad.
+ */
+AAA_API uint32_t aaa_get_session_id(void);
+
+/* Settings of aaad; each returns 0 when not registered. */
+AAA_API uint32_t aaa_get_pro_status(void);
+AAA_API uint32_t aaa_get_new_model_status(void); /* 1 or 0 */
+AAA_API int32_t aaa_get_acct_period(void);       /* never negative */
+AAA_API uint32_t aaa_get_acct_start_fail_policy(void);
+AAA_API uint32_t aaa_get_login_service_check_mode(void);
+AAA_API uint32_t aaa_get_acct_status(void);                      /* 1 or 0 */
+AAA_API uint32_t aaa_is_local_user_public_account_allowed(void); /* 1 or 0 */
+
+/* Reads the state from aaad's file and stores it as the new-model status; 1 or 0. */
+AAA_API uint32_t aaa_get_new_model_status_syn(void);
+/* 1 when the file says on; 0 when it says off or cannot be read. Registered or not. */
+AAA_API uint32_t aaa_get_new_model_from_file(void);
+
+/* ---- Requests ------------------------------------------------------------------------------ */
+
+/*
+ * Submit a request for the session named in the record. They return as soon as the message is
+ * written, or queued when the client registered with use_send_buf: the result follows. The record
+ * stays the caller's and may be released at once.
+ *
+ * 0: sent or queued. -EINVAL: null record or session id 0. -1: not registered. -ENOMEM: no memory
+ * (for accounting -EINVAL when the record cannot be encoded). Any other value: the negated errno
+ * of the failed write, which may be -EAGAIN after 10 seconds with an aaad that does not read.
+ */
+AAA_API int32_t aaa_user_req_authen(authen_info* authen);
+AAA_API int32_t aaa_user_req_author(author_info* author);
+AAA_API int32_t aaa_user_req_acct(acct_info* acct);
+
+/* Sends three words; the first must not be 0. Results as above. */
+AAA_API int32_t aaa_notify_ctrl_if_switch(const uint32_t words[3]);
+
+/*
+ * Waits for the result of one session. For clients without notify_result_cb, and for one thread at
+ * a time: a second waiter takes results away from the first. Results of other sessions that arrive
+ * meanwhile are dropped. `timeout` is in seconds, at most 120; `unused` is ignored.
+ *
+ * 0: *result is the caller's, to be released with aaa_free_result_info(). When the connection to
+ * aaad is lost meanwhile, that result has num_a 2 and nothing else. -1: null result, or the library
+ * was never registered. -EINVAL: no result in time, or an unreadable one. -ENOMEM: no memory.
+ */
+AAA_API int32_t aaa_user_get_result(uint32_t session_id, uint32_t unused, uint32_t timeout,
+                                    result_info** result);
+
+/* Tells aaad to forget the pending request of a session. 0 when sent, else -1. */
+AAA_API int32_t aaa_clear_req_user(uint32_t session_id);
+
+/* ---- Diagnostics --------------------------------------------------------------------------- */
+
+/* Counters of the sockets; not exact under concurrency. Zero at load, never reset. */
+typedef struct aaa_msg_stat {
+  uint32_t send_error_times;
+  uint32_t send_again_times;
+  uint32_t recv_fail_times;
+  uint32_t last_error_socket;
+  uint32_t last_error_errno;
+  uint32_t resend_discard_num;
+} aaa_msg_stat;
+
+/* Counters of the library; times in microseconds. Zero at load, never reset. */
+typedef struct aaalib_stat {
+  uint32_t authen_requests;
+  uint32_t authen_failures;
+  uint32_t authen_time_total;
+  uint32_t authen_time_max;
+  uint32_t acct_requests;
+  uint32_t acct_failures;
+  uint32_t acct_time_total;
+  uint32_t acct_time_max;
+  uint32_t session_id_requests;
+  uint32_t session_id_failures;
+  uint32_t session_id_time_total;
+  uint32_t session_id_time_max;
+  uint32_t mlist_queries;
+  uint32_t mlist_failures;
+  uint32_t mlist_time_total;
+  uint32_t mlist_time_max;
+  uint32_t results_to_callback;
+  uint32_t results_to_waiter;
+  uint32_t user_deletions;
+  uint32_t user_deletion_failures;
+  uint32_t user_restores;
+  uint32_t user_restore_failures;
+  uint32_t ha_user_syncs;
+  uint32_t ha_user_sync_failures;
+  uint32_t coa_and_kick_notices;
+  uint32_t radext_results;
+  uint32_t radext_result_failures;
+} aaalib_stat;
+
+AAA_API extern aaa_msg_stat g_aaa_msg_stat;
+AAA_API extern aaalib_stat g_aaalib_stat;
+
+/* A printf-like function that the counters are printed with. */
+typedef int (*aaa_print_fn)(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/* Prints the counters of sockets and memory, a line each. A null `print` is ignored. */
+AAA_API void aaa_show_msg_stat(aaa_print_fn print);
+/* The same under a second name. */
+AAA_API void aaalib_show_msg_stat(aaa_print_fn print);
+
+/* Turns debug lines on (1) or off (0); any other value is ignored. */
+AAA_API void aaa_set_debug_switch(uint32_t on);
+
+/* The text of an accounting terminate cause; null for a code without one, and for 0. */
+AAA_API const char* rds_acct_term_cause_string(uint32_t code);
+
+/* An address of either family. */
+typedef struct aaa_address {
+  uint16_t family; /* AF_INET or AF_INET6 */
+  uint8_t reserved[2];
+  uint32_t ipv4; /* host byte order */
+  uint8_t ipv6[16];
+} aaa_address;
+
+/* Writes the address as text into `buffer` and returns it; 46 bytes always suffice. */
+AAA_API char* aaa_ipstr(const aaa_address* address, char* buffer);
+/* The same for an IPv4 address in host byte order; 16 bytes suffice. */
+AAA_API char* aaa_ipv4str(uint32_t address, char* buffer);
+
+/* ---- Process-health watchdog --------------------------------------------------------------- */
+
+/*
+ * For long-running threads of the client: register with the platform's watchdog, report that the
+ * thread is alive, leave. Each returns what the platform call returns, negative on failure.
+ */
+AAA_API int32_t aaa_reg_ham_client_thread_notify(int32_t pid, int32_t tid);
+AAA_API int32_t aaa_reg_ham_client_notify(void);
+AAA_API int32_t aaa_reset_ham_client_notify(void);
+AAA_API int32_t aaa_dereg_ham_client_notify(void);
+AAA_API int32_t aaa_dereg_ham_client_notify_by_tid(int32_t tid);
+/*
+ * Reports when the system's uptime is more than 50 seconds away from *stamp and then stores the
+ * uptime there. Returns 0 when there was nothing to do.
+ */
+AAA_API int32_t aaa_check_reset_ham_client_notify(uint32_t* stamp);
+
+/* ---- Working parts ------------------------------------------------------------------------- */
+
+/*
+ * What follows is the library's own machinery, exported for diagnostics and for programs that drive
+ * it themselves. An ordinary client needs none of it.
+ */
+
+/* Monotonic second of the last heartbeat sent (0: none) and received. */
+AAA_API extern uint32_t aaalib_hbt_last_send;
+AAA_API extern uint32_t aaalib_hbt_last_recv;
+
+/* The pair of datagram sockets that hands results to a waiting thread; -1 until made. */
+AAA_API extern int32_t lib_msg_server_fd;
+AAA_API extern int32_t lib_msg_client_fd;
+
+/* Gathers requests into one message of type AAA_MSG_PAD_PKT; guarded by its own lock. */
+enum { AAA_SEND_BUF_BODY_SIZE = 8192 };
+typedef struct aaa_send_buf {
+  aaa_ipc_header header;
+  uint8_t body[AAA_SEND_BUF_BODY_SIZE];
+} aaa_send_buf;
+
+AAA_API extern aaa_send_buf aaalib_send_buf;
+AAA_API extern uint32_t g_send_buf_msg_cnt;
+AAA_API extern uint8_t g_send_buf_init;
+AAA_API extern uint32_t g_send_buf_tmr;     /* not used */
+AAA_API extern uint8_t g_send_buf_tmr_init; /* not used */
+
+/* Empties the buffer, the first time it is called. */
+AAA_API void aaa_lib_send_buf_init(void);
+/* Empties the buffer; what it held is dropped. */
+AAA_API void aaa_lib_send_buf_reset(void);
+/* Writes the buffer to aaad, if it holds anything. The caller resets it afterwards. */
+AAA_API void aaa_lib_send_buf(void);
+/* Adds one framed message, which stays the caller's; may write the buffer first. Returns 0. */
+AAA_API int32_t aaa_lib_add_send_buf(const void* message, uint32_t length);
+/* The start routine of the thread that writes the buffer every 20 ms. Does not return. */
+AAA_API void* aaa_lib_send_buf_chk_thread(void* unused);
+/* Hands an encoded result to the thread in aaa_user_get_result(), as one datagram. */
+AAA_API void aaa_lib_send_msg(const void* body, uint32_t length);
+
+/*
+ * Handles one message of the event socket. `body` is null when header->length is 0, else it holds
+ * header->length bytes and a NUL behind them. One thread at a time.
+ */
+AAA_API void aaa_lib_async_msg_proc(const aaa_ipc_header* header, const void* body);
+
+/* The handlers by message type; arguments as above. */
+AAA_API void aaalib_ipc_msg_proc_aaa_info_notify(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_notify_result(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_notify_del_msg(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_aaa_debug_info(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_authen_group_req(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_author_group_req(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_acct_group_req(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_gs_valid_req(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_get_online_info(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_enable_authen(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_mlist_change(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_del_msg_req(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_add_radext_result(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_notify_coa_req(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_localeap_authen(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_backend_update_user_pwd(const aaa_ipc_header* header,
+                                                         const void* body);
+AAA_API void aaalib_ipc_msg_proc_heartbeat(const aaa_ipc_header* header, const void* body);
+AAA_API void aaalib_ipc_msg_proc_ldap_search_entry_req(const aaa_ipc_header* header,
+                                                       const void* body);
+AAA_API void aaalib_ipc_msg_proc_notify_ldap_search_entry_result(const aaa_ipc_header* header,
+                                                                 const void* body);
+
+/*
+ * Closes the event socket, which ends the receive thread. For a client that has been told of its
+ * deregistration; the library does not call it.
+ */
+AAA_API void aaalib_ipc_msg_proc_dereg_response(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
