@@ -1,0 +1,30 @@
+#include "transport/debug_log.h"
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace aaa {
+
+std::uint16_t g_aaalib_debug_count_curr = 0;
+
+std::int32_t aaalib_debug_num_check() {
+  const std::uint32_t limit = load(g_aaa_status.debug_msg_limit);
+  if (limit != 0 && limit - 1 < load(g_aaalib_debug_count_curr)) {
+    AAA_UNGATED_LOG("AAALIB debug msg num exceed limit, auto stop!\r\n");
+    store(g_aaalib_debug_count_curr, std::uint16_t{0});
+    store(g_aaa_status.debug_msg_limit, std::uint32_t{1000});
+    return 0;
+  }
+  add(g_aaalib_debug_count_curr, std::uint16_t{1});
+  return 1;
+}
+
+std::int32_t thread_id() {
+  return static_cast<std::int32_t>(syscall(SYS_gettid));
+}
+
+}  // namespace aaa
+
+void aaa_set_debug_switch(std::uint32_t on) {
+  if (on <= 1) aaa::store(g_aaa_status.debug, on);
+}

@@ -1,0 +1,40 @@
+// The synchronous exchange on the request socket: drain, send, read the next message as the reply.
+#pragma once
+
+#include <cstdint>
+
+#include "aaa_client.h"
+
+namespace aaa {
+
+// Sends a request with id 0 and returns the next message on the request socket, or null. Holds
+// aaa_lib_lock throughout, so exchanges are one at a time. The reply is not matched to the request:
+// the caller checks its type and releases it with free_message().
+aaa_ipc_header* aaalib_sr_ipc_msg(std::uint32_t type, const void* body, std::int32_t body_length);
+
+// Reads one message from the request socket or from the event socket. REQUIRES: aaa_lib_lock held.
+aaa_ipc_header* aaalib_recv_ipc_msg();
+aaa_ipc_header* aaalib_recv_async_ipc_msg();
+
+// A reply that releases itself.
+class Reply {
+ public:
+  explicit Reply(aaa_ipc_header* message) : message_(message) {}
+  ~Reply();
+  Reply(const Reply&) = delete;
+  Reply& operator=(const Reply&) = delete;
+
+  explicit operator bool() const { return message_ != nullptr; }
+  std::uint32_t type() const { return message_->type; }
+  std::uint32_t length() const { return message_->length; }
+  const void* body() const { return message_ + 1; }
+
+  // The n-th word and the first byte of the body; what the body is too short for reads as zero.
+  std::uint32_t word(std::uint32_t n) const;
+  std::uint8_t first_byte() const;
+
+ private:
+  aaa_ipc_header* message_;
+};
+
+}  // namespace aaa

@@ -1,0 +1,26 @@
+// Counted heap blocks: aaa_malloc and aaa_free of the public header, their counters, and the
+// wiping of blocks that may have held a password.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "aaa_client.h"
+
+// Live blocks are g_aaa_malloc_times - g_aaa_free_times. Changed by atomic adds only.
+extern "C" std::uint32_t g_aaa_malloc_times;
+extern "C" std::uint32_t g_aaa_malloc_fail_times;
+extern "C" std::uint32_t g_aaa_free_times;
+
+#define AAA_MALLOC(size) aaa_malloc(__LINE__, __func__, (size))
+#define AAA_FREE(block) aaa_free(__LINE__, __func__, (block))
+
+namespace aaa {
+
+// Overwrites memory in a way that the compiler keeps.
+void wipe(void* memory, std::size_t size);
+
+// Wipes a block of `size` bytes and frees it; null is ignored.
+void wipe_and_free(void* block, std::size_t size);
+
+}  // namespace aaa

@@ -1,0 +1,125 @@
+// The pair of datagram sockets inside the process.
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "transport/debug_log.h"
+#include "transport/endpoints.h"
+#include "transport/paths.h"
+#include "transport/unix_address.h"
+
+std::int32_t lib_msg_server_fd = -1;
+std::int32_t lib_msg_client_fd = -1;
+
+namespace aaa {
+
+std::uint8_t g_msg_socket_ok = 0;
+
+namespace {
+
+constexpr char log_name[] = "aaa_lib_msg_socket_init";
+
+struct Names {
+  char server[108];
+  char client[108];
+
+  bool make() {
+    return make_one(server, message_server_suffix) && make_one(client, message_client_suffix);
+  }
+  void remove() const {
+    unlink(client);
+    unlink(server);
+  }
+
+ private:
+  static bool make_one(char (&name)[108], const char* suffix) {
+    char path[100];
+    if (aaa_make_path(path, suffix, sizeof path) == 0) return false;
+    return std::snprintf(name, sizeof name, "%s%d", path, getpid()) > 0;
+  }
+};
+
+bool open_datagram_socket(std::int32_t& socket_fd) {
+  store(socket_fd, static_cast<std::int32_t>(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)));
+  return socket_fd >= 0;
+}
+
+bool bind_to(std::int32_t fd, const char* name) {
+  const UnixAddress address(name);
+  unlink(name);
+  if (bind(fd, address.get(), UnixAddress::full_length()) == 0) return true;
+  AAA_DEBUG_LOG_AS(log_name, "domain socket bind (%s) failed\r\n", name);
+  return false;
+}
+
+bool connect_client(const char* server_name) {
+  const UnixAddress address(server_name);
+  if (connect(lib_msg_client_fd, address.get(), UnixAddress::full_length()) == 0) return true;
+  AAA_DEBUG_LOG_AS(log_name, "domain socket connect failed, err(%d)\r\n", errno);
+  return false;
+}
+
+bool limit_client_sends() {
+  const timeval two_seconds = {.tv_sec = 2, .tv_usec = 0};
+  if (setsockopt(lib_msg_client_fd, SOL_SOCKET, SO_SNDTIMEO, &two_seconds, sizeof two_seconds) ==
+      0) {
+    return true;
+  }
+  AAA_DEBUG_LOG_AS(log_name, "lib_msg_client_fd connect failed, err(%d)\r\n", errno);
+  return false;
+}
+
+bool make_server(const Names& names) {
+  if (bind_to(lib_msg_server_fd, names.server)) return true;
+  unlink(names.server);
+  return false;
+}
+
+bool make_client(const Names& names) {
+  if (!open_datagram_socket(lib_msg_client_fd)) {
+    AAA_DEBUG_LOG_AS(log_name, "create socket(msg client fd) failed, err(%d)\r\n", errno);
+    unlink(names.server);
+    return false;
+  }
+  const bool made = bind_to(lib_msg_client_fd, names.client) && connect_client(names.server) &&
+                    limit_client_sends();
+  names.remove();
+  if (!made) close(lib_msg_client_fd);
+  return made;
+}
+
+// The server socket that a call left open because no path could be built; -1 when there is none.
+std::int32_t left_open = -1;
+
+void close_left_open() {
+  if (left_open >= 0) close(left_open);
+  left_open = -1;
+}
+
+}  // namespace
+
+std::int32_t aaa_lib_msg_socket_init() {
+  if (load(g_msg_socket_ok) != 0) return 0;
+  close_left_open();
+  if (!open_datagram_socket(lib_msg_server_fd)) {
+    AAA_DEBUG_LOG("create socket(message server fd) failed, err(%d)\r\n", errno);
+    return -1;
+  }
+  Names names;
+  if (!names.make()) {
+    left_open = lib_msg_server_fd;
+    return -1;
+  }
+  if (!make_server(names) || !make_client(names)) {
+    close(lib_msg_server_fd);
+    return -1;
+  }
+  store(g_msg_socket_ok, std::uint8_t{1});
+  return 0;
+}
+
+}  // namespace aaa
