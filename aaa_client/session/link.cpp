@@ -1,0 +1,147 @@
+#include "session/link.h"
+
+#include <cstring>
+
+#include "session/client_state.h"
+#include "session/locks.h"
+#include "transport/debug_log.h"
+#include "transport/endpoints.h"
+#include "transport/framing.h"
+#include "transport/link_loss.h"
+#include "transport/memory.h"
+
+namespace aaa {
+namespace {
+
+constexpr char log_name[] = "aaa_lib_client_reg";
+constexpr std::int32_t refused_id = 255;
+
+// The answer to a register request. What a short body lacks reads as zero.
+struct Response {
+  aaa_ipc_header header = {};
+  void* body = nullptr;
+
+  template <class Value>
+  Value value() const {
+    Value value = {};
+    std::memcpy(&value, body, header.length < sizeof value ? header.length : sizeof value);
+    return value;
+  }
+};
+
+bool send_register_request(std::int32_t fd, bool is_request_socket) {
+  const ModelName model;
+  const std::size_t name_size = std::strlen(model.text) + 1;
+  const auto length = static_cast<std::uint32_t>(1 + name_size);
+  auto* const body = static_cast<char*>(AAA_MALLOC(length));
+  if (body == nullptr) {
+    AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
+    return false;
+  }
+  body[0] = is_request_socket ? '1' : '2';
+  std::memcpy(body + 1, model.text, name_size);
+  const std::int32_t error = aaalib_send_ipc_msg_print(fd, AAA_MSG_REGISTER_REQ, body, length);
+  if (error != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "send packet error with error %s.\r\n", std::strerror(error));
+  }
+  AAA_FREE(body);
+  return error == 0;
+}
+
+bool receive_header(std::int32_t fd, aaa_ipc_header& header) {
+  const std::int32_t error = aaa_msg_recv(fd, &header, header_size);
+  if (error != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "receive message error %d.\n\r\n", error);
+    return false;
+  }
+  if (header.length == 0) {
+    AAA_DEBUG_LOG_AS(log_name, "receive message len is 0.\r\n");
+    return false;
+  }
+  return true;
+}
+
+// On success the caller frees response.body.
+bool receive_response(std::int32_t fd, Response& response) {
+  if (!receive_header(fd, response.header)) return false;
+  const std::uint32_t length = response.header.length;
+  response.body = length > max_body_length ? nullptr : AAA_MALLOC(length);
+  if (response.body == nullptr) {
+    AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
+    return false;
+  }
+  if (aaa_msg_recv(fd, response.body, static_cast<std::int32_t>(length)) != 0) {
+    AAA_FREE(response.body);
+    return false;
+  }
+  AAA_DEBUG_LOG_AS(log_name, "%s: aaa lib receive message from aaad type (%s), len(%d)\r\n",
+                   g_aaalib_process_name, aaa_ipc_get_msg_type_str(response.header.type),
+                   static_cast<int>(length));
+  return true;
+}
+
+std::int32_t accept_id(const Response& response) {
+  const auto id = response.value<std::int32_t>();
+  store(g_aaa_client_cb.aaa_id, id);
+  if (id != refused_id) return 0;
+  AAA_DEBUG_LOG_AS(log_name, "model %s has been registered or tag is used up\r\n",
+                   ModelName().text);
+  AAA_DEBUG_LOG_AS(log_name, "model %s has already registered or is an illegal model.\r\n",
+                   ModelName().text);
+  return -1;
+}
+
+std::int32_t accept_response(const Response& response, bool is_request_socket) {
+  if (is_request_socket && response.header.type == AAA_MSG_REGISTER_RESP) {
+    return accept_id(response);
+  }
+  if (!is_request_socket && response.header.type == AAA_MSG_AAA_INFO_READY) {
+    store_status(response.value<aaa_status>());
+    return 0;
+  }
+  AAA_DEBUG_LOG_AS(log_name, "get wrong response of register request.\r\n");
+  return -1;
+}
+
+std::int32_t aaa_lib_client_reg(std::int32_t fd, bool is_request_socket) {
+  if (!send_register_request(fd, is_request_socket)) return -1;
+  Response response;
+  if (!receive_response(fd, response)) return -1;
+  const std::int32_t result = accept_response(response, is_request_socket);
+  AAA_FREE(response.body);
+  return result;
+}
+
+std::int32_t aaalib_register_to_aaad() {
+  const ScopedLock lock(aaa_lib_lock);
+  const std::int32_t sync_fd = load(g_aaa_client_cb.sync_fd);
+  const std::int32_t async_fd = load(g_aaa_client_cb.async_fd);
+  if (sync_fd == async_fd) {
+    AAA_DEBUG_LOG("socket equal %d, not register\r\n", sync_fd);
+    return -1;
+  }
+  if (aaa_lib_client_reg(sync_fd, true) != 0) return -1;
+  return aaa_lib_client_reg(async_fd, false);
+}
+
+}  // namespace
+
+std::int32_t aaalib_connect_and_register_to_aaad() {
+  set_reg_state(AAA_REG_CONNECTING);
+  forget_link_loss();
+  if (aaa_lib_client_connect_all() != 0) {
+    AAA_DEBUG_LOG("connect to aaad failed\r\n");
+    return -1;
+  }
+  AAA_DEBUG_LOG("connect to aaad successfully.\r\n");
+  set_reg_state(AAA_REG_CONNECTED);
+  if (aaalib_register_to_aaad() != 0) {
+    AAA_DEBUG_LOG("register to aaad failed\r\n");
+    return -1;
+  }
+  set_reg_state(AAA_REG_REGISTERED);
+  AAA_DEBUG_LOG("register to aaad successfully.\r\n");
+  return 0;
+}
+
+}  // namespace aaa

@@ -1,0 +1,109 @@
+// aaa_svr_reg: the first call of a client.
+#include <unistd.h>
+
+#include "aaa_client.h"
+#include "runtime/client_events.h"
+#include "runtime/heartbeat.h"
+#include "runtime/receive_thread.h"
+#include "runtime/send_buffer.h"
+#include "session/client_state.h"
+#include "session/link.h"
+#include "session/locks.h"
+#include "session/registration.h"
+#include "transport/debug_log.h"
+#include "transport/endpoints.h"
+#include "transport/paths.h"
+
+namespace aaa {
+
+bool is_registered_or_trying() {
+  const bool both_open = load(g_aaa_client_cb.sync_fd) > 0 && load(g_aaa_client_cb.async_fd) > 0;
+  return both_open || reg_state() != AAA_REG_NOT_REGISTERED || receive_thread_exists();
+}
+
+void undo_registration() {
+  aaa_lib_client_close();
+  store(g_aaa_client_cb.aaa_id, 0);
+  clear_callbacks();
+  set_reg_state(AAA_REG_NOT_REGISTERED);
+}
+
+namespace {
+
+constexpr char log_name[] = "aaa_svr_reg";
+constexpr useconds_t settle_us = 100000;
+
+bool prepare_endpoints() {
+  if (aaa_lib_make_work_dir() != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "agent_init make directory failed\r\n");
+    return false;
+  }
+  if (aaa_lib_msg_socket_init() != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "aaa_lib_msg_socket_init failed\r\n");
+    return false;
+  }
+  return true;
+}
+
+// An aaad that cannot be reached is no failure: the receive thread goes on trying.
+void connect_first_time() {
+  store(g_aaa_client_cb.aaa_id, 0);
+  if (aaalib_connect_and_register_to_aaad() == 0) return;
+  set_reg_state(AAA_REG_NOT_REGISTERED);
+  aaa_lib_client_close();
+}
+
+bool start_threads(const reg_info& info) {
+  if (info.use_send_buf != 0 && aaalib_init_send_buf_thread() != 0) {
+    undo_registration();
+    AAA_DEBUG_LOG_AS(log_name, "init send buf thread failed\r\n");
+    return false;
+  }
+  rearm_heartbeat();
+  store(g_aaalib_bind_core_id, info.bind_core_id);
+  if (aaalib_init_main_thread() == 0) return true;
+  aaalib_stop_send_buf_thread();
+  undo_registration();
+  AAA_DEBUG_LOG_AS(log_name, "init main thread failed\r\n");
+  return false;
+}
+
+enum class Outcome { registered, already_registered, failed };
+
+Outcome register_locked(const reg_info& info) {
+  const ScopedLock lock(aaa_lib_lock);
+  set_model_name(info.model_name);
+  if (is_registered_or_trying()) {
+    AAA_DEBUG_LOG_AS(log_name, "already registered!\r\n");
+    store_callbacks(info);
+    return Outcome::already_registered;
+  }
+  if (!prepare_endpoints()) return Outcome::failed;
+  connect_first_time();
+  store_callbacks(info);
+  return start_threads(info) ? Outcome::registered : Outcome::failed;
+}
+
+}  // namespace
+}  // namespace aaa
+
+std::int32_t aaa_svr_reg(const reg_info* info) {
+  if (info == nullptr) {
+    AAA_DEBUG_LOG("invalid args reg_info(%p)\r\n", static_cast<const void*>(info));
+    return -1;
+  }
+  if (info->model_name[0] == '\0') return -1;
+  aaa::aaa_lib_mutex_init();
+  aaa_lib_send_buf_init();
+  switch (aaa::register_locked(*info)) {
+    case aaa::Outcome::failed:
+      return -1;
+    case aaa::Outcome::already_registered:
+      return 0;
+    case aaa::Outcome::registered:
+      break;
+  }
+  usleep(aaa::settle_us);
+  aaa::aaa_lib_notify_aaa_event(AAA_EVENT_REGISTERED);
+  return 0;
+}

@@ -1,0 +1,13 @@
+// What the two ways of registering, on a thread and on the client's event loop, have in common.
+#pragma once
+
+namespace aaa {
+
+// True while connected or while the library is still trying to be. REQUIRES: aaa_lib_lock held.
+bool is_registered_or_trying();
+
+// Returns the connection record to its unregistered state after a thread could not be started.
+// REQUIRES: aaa_lib_lock held.
+void undo_registration();
+
+}  // namespace aaa
