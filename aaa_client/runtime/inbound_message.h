@@ -1,0 +1,33 @@
+// Reading one message from the event socket.
+#pragma once
+
+#include <cstdint>
+
+#include "aaa_client.h"
+
+namespace aaa {
+
+// A message being read. The body is one block of header.length + 1 bytes, the last one NUL, and
+// null when the length is 0.
+struct InboundMessage {
+  aaa_ipc_header header = {};
+  void* body = nullptr;
+
+  void release();
+};
+
+enum class ReadStep { done, header, marker, memory, body };
+
+// Where the reading ended, and the errno value with which it failed there.
+struct ReadOutcome {
+  ReadStep step;
+  std::int32_t error;
+};
+
+enum class MarkerCheck { off, on };
+
+// Reads one message; on failure it holds no body. A cancellation point: the caller sees to it that
+// `message` is released when the thread is cancelled inside.
+ReadOutcome read_message(std::int32_t fd, MarkerCheck check, InboundMessage& message);
+
+}  // namespace aaa

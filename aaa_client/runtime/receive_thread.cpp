@@ -1,0 +1,259 @@
+#include "runtime/receive_thread.h"
+
+#include <sched.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "aaa_client.h"
+#include "runtime/client_events.h"
+#include "runtime/detached_thread.h"
+#include "runtime/heartbeat.h"
+#include "runtime/inbound_message.h"
+#include "runtime/waiting_session.h"
+#include "runtime/watchdog.h"
+#include "session/client_state.h"
+#include "session/locks.h"
+#include "transport/cancellation.h"
+#include "transport/clock.h"
+#include "transport/debug_log.h"
+#include "transport/endpoints.h"
+#include "transport/link_loss.h"
+#include "transport/readiness.h"
+#include "transport/thread_name.h"
+
+namespace aaa {
+
+pthread_t g_receive_msg_tid = 0;
+std::int32_t g_aaalib_bind_core_id = 0;
+
+namespace {
+
+constexpr char log_name[] = "aaa_lib_thread";
+constexpr int wait_ms = 5000;
+
+// What a pass of the main loop came to: the next one follows, or something failed with an errno
+// value, which is 0 when the connection is not to blame.
+struct PassResult {
+  bool failed;
+  std::int32_t error;
+};
+
+constexpr PassResult next_pass = {false, 0};
+constexpr PassResult failure(std::int32_t error) {
+  return {true, error};
+}
+
+void name_thread() {
+  char name[16] = {};
+  std::snprintf(name, sizeof name - 1, "%d_aaalib_th", getpid());
+  set_thread_name(name);
+}
+
+void register_with_watchdog() {
+  if (aaa_reg_ham_client_notify() < 0) {
+    AAA_DEBUG_LOG_AS(log_name, "ham_client_reg_thread_notify: %s\r\n", std::strerror(errno));
+  }
+}
+
+void bind_to_core() {
+  const std::int32_t core = load(g_aaalib_bind_core_id);
+  if (core <= 0) return;
+  cpu_set_t cores;
+  CPU_ZERO(&cores);
+  if (core < CPU_SETSIZE) CPU_SET(static_cast<std::size_t>(core), &cores);
+  if (pthread_setaffinity_np(pthread_self(), sizeof cores, &cores) != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "SET_AFFINITY\r\n");
+  }
+}
+
+int wait_for_message(std::int32_t fd) {
+  const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
+  return wait_readable(fd, wait_ms);
+}
+
+// Returns false when aaad has been silent for too long.
+bool keep_heartbeat() {
+  if (!heartbeat_is_kept()) {
+    rearm_heartbeat();
+    return true;
+  }
+  const std::uint32_t now = monotonic_seconds();
+  if (aaad_is_silent(now)) {
+    rearm_heartbeat();
+    AAA_DEBUG_LOG_AS(log_name, "aaalib heartbeat check fail!\r\n");
+    return false;
+  }
+  if (heartbeat_is_due(now)) send_heartbeat(now);
+  return true;
+}
+
+// What a cancelled thread leaves behind in the middle of a message.
+void abandon_reading(void* message) {
+  static_cast<InboundMessage*>(message)->release();
+  pthread_mutex_unlock(&link_read_lock);
+}
+
+// Reads a message while nobody can close the socket. Returns false when somebody already has.
+bool read_exclusively(std::int32_t fd, InboundMessage& message, ReadOutcome& outcome) {
+  pthread_mutex_lock(&link_read_lock);
+  const bool is_ours = load(g_aaa_client_cb.async_fd) == fd && is_receive_thread();
+  pthread_cleanup_push(abandon_reading, &message);
+  if (is_ours) {
+    const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
+    outcome = read_message(fd, MarkerCheck::on, message);
+  }
+  pthread_cleanup_pop(0);
+  pthread_mutex_unlock(&link_read_lock);
+  return is_ours;
+}
+
+PassResult after_reading(const ReadOutcome& outcome, const InboundMessage& message) {
+  switch (outcome.step) {
+    case ReadStep::done:
+      aaa_lib_async_msg_proc(&message.header, message.body);
+      return next_pass;
+    case ReadStep::header:
+      AAA_DEBUG_LOG_AS(log_name, "receive error with error %s.\r\n", std::strerror(outcome.error));
+      return failure(outcome.error);
+    case ReadStep::marker:
+      AAA_UNGATED_LOG_AS(log_name, "aaa id not match.\r\n");
+      return failure(EPIPE);
+    case ReadStep::memory:
+      AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
+      return failure(EPIPE);
+    case ReadStep::body:
+      // Not taken for a lost connection: the next header is read from where the stream stands.
+      return failure(0);
+  }
+  return next_pass;
+}
+
+PassResult take_message(std::int32_t fd) {
+  InboundMessage message;
+  ReadOutcome outcome = {};
+  if (!read_exclusively(fd, message, outcome)) return next_pass;
+  const PassResult result = after_reading(outcome, message);
+  message.release();
+  return result;
+}
+
+PassResult take_pass(std::int32_t fd, std::uint32_t& stamp) {
+  aaa_check_reset_ham_client_notify(&stamp);
+  const int ready = wait_for_message(fd);
+  const int wait_error = errno;
+  if (!keep_heartbeat()) return failure(ETIMEDOUT);
+  if (ready > 0) return take_message(fd);
+  if (ready == 0 || wait_error == EINTR) return next_pass;
+  AAA_DEBUG_LOG_AS(log_name, "select error! errno:%d.\r\n", wait_error);
+  return failure(wait_error);
+}
+
+bool is_still_registered() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!is_receive_thread()) return false;
+  if (load(g_aaa_client_cb.aaa_id) != -1) return true;
+  set_reg_state(AAA_REG_NOT_REGISTERED);
+  return false;
+}
+
+bool drop_link() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!is_receive_thread()) return false;
+  aaa_lib_client_close();
+  set_reg_state(AAA_REG_LOST);
+  return true;
+}
+
+// Returns false when the thread must end: the client has deregistered.
+bool recover(std::int32_t error, std::uint32_t& stamp) {
+  const bool is_broken = aaa_lib_is_conn_broken_err(error);
+  // First, so that an exchange which holds the lock on a dead socket lets go of it.
+  if (is_broken && is_receive_thread()) announce_link_loss();
+  if (!is_still_registered()) return false;
+  aaa_notify_timeout();
+  if (!is_broken) return true;
+  if (!drop_link()) return false;
+  aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
+  aaa_svr_rereg(&stamp);
+  return true;
+}
+
+void run_main_loop() {
+  std::uint32_t stamp = uptime_seconds();
+  while (is_receive_thread()) {
+    const std::int32_t fd = load(g_aaa_client_cb.async_fd);
+    if (fd < 0) {
+      AAA_DEBUG_LOG_AS(log_name, "aaa client async socket not created.\r\n");
+      return;
+    }
+    const PassResult result = take_pass(fd, stamp);
+    if (result.failed && !recover(result.error, stamp)) return;
+  }
+}
+
+void wait_for_registration() {
+  const ScopedLock lock(aaa_lib_lock);
+}
+
+void forget_thread() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (is_receive_thread()) store(g_receive_msg_tid, pthread_t{0});
+}
+
+void run_thread() {
+  wait_for_registration();
+  aaa_svr_rereg(nullptr);
+  if (reg_state() != AAA_REG_REGISTERED) {
+    AAA_DEBUG_LOG_AS(log_name, "aaa client not registered to aaad. exit thread.\r\n");
+    return;
+  }
+  name_thread();
+  register_with_watchdog();
+  bind_to_core();
+  run_main_loop();
+  aaa_dereg_ham_client_notify();
+}
+
+}  // namespace
+
+bool receive_thread_exists() {
+  return load(g_receive_msg_tid) != 0;
+}
+
+bool is_receive_thread() {
+  return pthread_equal(load(g_receive_msg_tid), pthread_self()) != 0;
+}
+
+std::int32_t aaalib_init_main_thread() {
+  switch (start_detached(g_receive_msg_tid, aaa_lib_thread)) {
+    case ThreadStart::started:
+      return 0;
+    case ThreadStart::no_attributes:
+      AAA_DEBUG_LOG("aaalib attr init failed\r\n");
+      return -1;
+    case ThreadStart::no_thread:
+      AAA_DEBUG_LOG("aaalib create main thread failed\r\n");
+      return -1;
+  }
+  return -1;
+}
+
+bool aaalib_cancel_receive_thread() {
+  const pthread_t thread = load(g_receive_msg_tid);
+  if (thread == 0) return false;
+  pthread_cancel(thread);
+  store(g_receive_msg_tid, pthread_t{0});
+  return true;
+}
+
+void* aaa_lib_thread(void*) {
+  forbid_cancellation();
+  run_thread();
+  forget_thread();
+  return nullptr;
+}
+
+}  // namespace aaa
