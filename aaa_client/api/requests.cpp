@@ -1,0 +1,91 @@
+#include "api/requests.h"
+
+#include <cerrno>
+
+#include "api/encoded_body.h"
+#include "api/send_path.h"
+#include "runtime/statistics.h"
+#include "session/client_state.h"
+#include "session/locks.h"
+#include "transport/debug_log.h"
+
+namespace aaa {
+namespace {
+
+std::int32_t send_body(const char* log_name, std::uint32_t type, std::uint32_t id, const void* body,
+                       std::uint32_t length) {
+  const ScopedLock lock(aaa_lib_lock);
+  const std::uint32_t error =
+      aaa_lib_send_ipc_msg(load(g_aaa_client_cb.sync_fd), type, id, body, length);
+  if (error != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "send packet error with errno %d.\r\n", errno);
+  }
+  return -static_cast<std::int32_t>(error);
+}
+
+template <class Record>
+std::int32_t encode_and_send(const char* log_name, std::uint32_t type, Record* record,
+                             std::uint32_t (*encode)(Record*, void**),
+                             std::int32_t encoding_error) {
+  const EncodedBody body(encode, record);
+  if (body.length() == 0) {
+    AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
+    return encoding_error;
+  }
+  return send_body(log_name, type, record->session_id, body.bytes(), body.length());
+}
+
+std::int32_t aaa_user_req_acct_sub(acct_info* acct) {
+  if (acct->session_id == 0) return -EINVAL;
+  return encode_and_send(__func__, AAA_MSG_ACCT_REQ, acct, aaa_encap_acct_info, -EINVAL);
+}
+
+}  // namespace
+
+std::int32_t aaa_user_req_authen_sub(authen_info* authen, std::uint32_t type) {
+  if (authen->session_id == 0 && type == AAA_MSG_AUTHEN_REQ) return -EINVAL;
+  return encode_and_send(__func__, type, authen, aaa_encap_authen_info, -ENOMEM);
+}
+
+std::int32_t aaa_user_req_author_sub(author_info* author, std::uint32_t type) {
+  if (author->session_id == 0 && type == AAA_MSG_AUTHOR_REQ) return -EINVAL;
+  return encode_and_send(__func__, type, author, aaa_encap_author_info, -ENOMEM);
+}
+
+}  // namespace aaa
+
+std::int32_t aaa_user_req_authen(authen_info* authen) {
+  if (authen == nullptr) return -EINVAL;
+  if (aaa_is_alive() == 0) return -1;
+  aaa::add(g_aaalib_stat.authen_requests, 1U);
+  const aaa::ScopedTiming timing(aaa::timing_authen);
+  const std::int32_t result = aaa::aaa_user_req_authen_sub(authen, AAA_MSG_AUTHEN_REQ);
+  if (result != 0) aaa::add(g_aaalib_stat.authen_failures, 1U);
+  return result;
+}
+
+std::int32_t aaa_user_req_author(author_info* author) {
+  if (author == nullptr) return -EINVAL;
+  if (aaa_is_alive() == 0) return -1;
+  return aaa::aaa_user_req_author_sub(author, AAA_MSG_AUTHOR_REQ);
+}
+
+std::int32_t aaa_user_req_acct(acct_info* acct) {
+  if (acct == nullptr) return -EINVAL;
+  if (aaa_is_alive() == 0) return -1;
+  aaa::add(g_aaalib_stat.acct_requests, 1U);
+  const aaa::ScopedTiming timing(aaa::timing_acct);
+  const std::int32_t result = aaa::aaa_user_req_acct_sub(acct);
+  if (result != 0) aaa::add(g_aaalib_stat.acct_failures, 1U);
+  return result;
+}
+
+std::int32_t aaa_notify_ctrl_if_switch(const std::uint32_t words[3]) {
+  if (words == nullptr || words[0] == 0) return -EINVAL;
+  if (aaa_is_alive() == 0) return -1;
+  const aaa::ScopedLock lock(aaa_lib_lock);
+  const std::uint32_t error = aaa::aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd),
+                                                        AAA_MSG_INTERFACE_CONTROL, 0, words, 12);
+  if (error != 0) AAA_DEBUG_LOG("send pak error with errno %d.\r\n", errno);
+  return -static_cast<std::int32_t>(error);
+}

@@ -1,0 +1,51 @@
+#include "api/send_path.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "runtime/send_buffer.h"
+#include "session/client_state.h"
+#include "transport/debug_log.h"
+#include "transport/framing.h"
+
+namespace aaa {
+namespace {
+
+constexpr std::int32_t bad_argument = 2;
+constexpr std::int32_t not_sent = 4;
+
+std::int32_t queue_or_send(const aaa_ipc_header* message, std::uint32_t length) {
+  if (send_buffer_is_used()) {
+    aaa_lib_add_send_buf(message, length);
+    return 0;
+  }
+  return send_frame(g_aaa_client_cb.sync_fd, message, length);
+}
+
+}  // namespace
+
+std::uint32_t aaa_lib_send_ipc_msg(std::int32_t log_fd, std::uint32_t type, std::uint32_t id,
+                                   const void* body, std::uint32_t body_length) {
+  std::uint32_t length = 0;
+  aaa_ipc_header* const message = aaa_init_msg(type, id, body, body_length, &length);
+  if (message == nullptr) return ENOMEM;
+  AAA_DEBUG_LOG("%s: send message(%s)(%d) len(%d) to %d\r\n", g_aaalib_process_name,
+                aaa_ipc_get_msg_type_str(type), static_cast<int>(type),
+                static_cast<int>(body_length), log_fd);
+  const std::int32_t error = queue_or_send(message, length);
+  if (error != 0) AAA_DEBUG_LOG("send fail error %s.\r\n", std::strerror(error));
+  free_message(message);
+  return static_cast<std::uint32_t>(error);
+}
+
+std::int32_t aaalib_send_ipc_msg(std::uint32_t type, std::uint32_t id, const void* body,
+                                 std::int32_t body_length) {
+  if (body_length < 0 || (body_length != 0 && body == nullptr)) return bad_argument;
+  const std::uint32_t error = aaa_lib_send_ipc_msg(load(g_aaa_client_cb.sync_fd), type, id, body,
+                                                   static_cast<std::uint32_t>(body_length));
+  if (error == 0) return 0;
+  AAA_DEBUG_LOG("Send ipc message failed, errno(%d).\r\n", static_cast<int>(error));
+  return not_sent;
+}
+
+}  // namespace aaa
