@@ -133,8 +133,7 @@ std::int32_t aaa_user_get_result(std::uint32_t session_id, std::uint32_t, std::u
 std::int32_t aaa_clear_req_user(std::uint32_t session_id) {
   if (aaa_is_alive() == 0) return -1;
   const std::uint32_t network_order = htonl(session_id);
-  const aaa::ScopedLock lock(aaa_lib_lock);
-  return aaa::aaalib_send_ipc_msg(AAA_MSG_CLEAR_USER, 0, &network_order, sizeof network_order) == 0
-             ? 0
-             : -1;
+  const std::int32_t error =
+      aaa::send_one_way(AAA_MSG_CLEAR_USER, 0, &network_order, sizeof network_order);
+  return error == 0 ? 0 : -1;
 }

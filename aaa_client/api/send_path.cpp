@@ -5,6 +5,7 @@
 
 #include "runtime/send_buffer.h"
 #include "session/client_state.h"
+#include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/framing.h"
 
@@ -46,6 +47,12 @@ std::int32_t aaalib_send_ipc_msg(std::uint32_t type, std::uint32_t id, const voi
   if (error == 0) return 0;
   AAA_DEBUG_LOG("Send ipc message failed, errno(%d).\r\n", static_cast<int>(error));
   return not_sent;
+}
+
+std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body,
+                          std::int32_t body_length) {
+  const ScopedLock lock(aaa_lib_lock);
+  return aaalib_send_ipc_msg(type, id, body, body_length);
 }
 
 }  // namespace aaa

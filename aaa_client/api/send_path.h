@@ -16,4 +16,8 @@ std::uint32_t aaa_lib_send_ipc_msg(std::int32_t log_fd, std::uint32_t type, std:
 std::int32_t aaalib_send_ipc_msg(std::uint32_t type, std::uint32_t id, const void* body,
                                  std::int32_t body_length);
 
+// The same under aaa_lib_lock.
+std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body,
+                          std::int32_t body_length);
+
 }  // namespace aaa

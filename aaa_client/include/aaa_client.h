@@ -345,6 +345,84 @@ AAA_API int32_t aaa_user_get_result(uint32_t session_id, uint32_t unused, uint32
 /* Tells aaad to forget the pending request of a session. 0 when sent, else -1. */
 AAA_API int32_t aaa_clear_req_user(uint32_t session_id);
 
+/* ---- Users, servers and groups -------------------------------------------------------------- */
+
+/*
+ * The words that these functions take without further comment are aaad's; the library carries them.
+ * Functions that return a word of aaad's answer block until it has come, up to about 12 seconds.
+ */
+
+/* Deletes a user. Always 0, also when not registered or when the request could not be sent. */
+AAA_API int32_t aaa_delete_user(uint32_t session_id, uint32_t w1);
+AAA_API int32_t aaa_move_out_delete_user(uint32_t session_id, uint32_t w1);
+
+/* 0 when sent; -1 when not sent or not registered; -EINVAL for null words. */
+AAA_API int32_t aaa_user_syn(uint32_t w0, const uint32_t words[3]);
+
+/* 0 when sent, else -1, as for a null record or a flag of 0. */
+AAA_API int32_t aaa_restore_user(const restore_user_info* record, uint32_t flag);
+
+/* 0 when sent, else -1. Any non-null `flag` sets the flag word of the message. */
+AAA_API int32_t aaa_ha_user_syn(uint32_t id, uint32_t unused, const restore_user_info* record,
+                                const void* flag);
+
+/*
+ * Sends a result of the client's own. 0; -1: not registered; -EINVAL: null; -ENOMEM: no memory;
+ * else the negated error of the write.
+ */
+AAA_API int32_t aaa_method_add_result(result_info* result);
+
+/* aaad's word on whether a method list exists; 0 also when it cannot be asked. */
+AAA_API uint32_t aaa_mlist_existed(uint32_t w0, uint32_t w1, uint32_t w2, const char* name);
+
+/* The state of an authentication method list; kinds 0 to 10; `name` may be null. 0 on failure. */
+AAA_API uint32_t aaa_authen_mlist_sta_query(uint32_t kind, const char* name);
+
+/* Statistics of a server: `mib` is 392 bytes. aaad's word, or -1 on failure. */
+AAA_API int32_t aaa_srv_mib(const void* mib, uint32_t w);
+
+/* Hands over two words of 802.1X statistics. 0 when sent, else -1. */
+AAA_API int32_t aaa_mib_from_dot1x(const uint32_t words[2]);
+
+/* 1 when aaad registered the group, else 0. */
+AAA_API uint32_t aaa_register_group(uint32_t w1, const char* name, uint32_t w0);
+
+/* Tell of a RADIUS group's state, and that states changed (returns 0). Registered or not. */
+AAA_API void aaa_set_rds_grp_sta(const char* group_name, uint32_t state);
+AAA_API int32_t aaa_rds_grp_sta_chg(void);
+
+/* Sends a RADIUS-extension message. 1 when sent, else 0. */
+AAA_API int32_t aaa_lib_radext_msg_recv(const radext_msg* msg);
+
+/* Results of RADIUS extensions: three words, or six given as they are. 0 when sent, else -1. */
+AAA_API int32_t aaa_front_add_radext_result(uint32_t w0, uint32_t w1, uint32_t w2);
+AAA_API int32_t aaa_front_add_radext_result2(const uint32_t words[6]);
+
+/*
+ * Asks aaad to update a user's password. 0: *status_out is aaad's word, 1 for an answer of another
+ * type. 2: null argument. 4: no answer. 5: no memory. *status_out is left alone on failure.
+ */
+AAA_API int32_t aaa_update_user_pwd(uint32_t w0, uint32_t w1, const char* s1, const char* s2,
+                                    const char* s3, uint32_t* status_out);
+
+/*
+ * The handler for password updates that aaad asks for; null to have them dropped. It runs like a
+ * callback and answers with aaa_add_user_pwd_update_result(code, status), which returns 0, or 4
+ * when the answer could not be sent.
+ */
+AAA_API void aaa_add_user_pwd_update_req_handle(aaa_user_pwd_update_fn handler);
+AAA_API int32_t aaa_add_user_pwd_update_result(uint32_t w0, uint32_t w1);
+
+/* ---- LDAP searches -------------------------------------------------------------------------- */
+
+/*
+ * A question to aaad, answered through ldap_search_result_cb, and an answer to a question that came
+ * through ldap_search_entry_req_cb. 0 when sent or queued; -EINVAL: null; -1: not registered;
+ * -ENOMEM: no memory; else the negated error of the write.
+ */
+AAA_API int32_t aaa_user_req_search_ldap_entry(ldap_search_info* info);
+AAA_API int32_t aaa_add_ldap_search_result(ldap_search_result* result);
+
 /* ---- Diagnostics --------------------------------------------------------------------------- */
 
 /* Counters of the sockets; not exact under concurrency. Zero at load, never reset. */

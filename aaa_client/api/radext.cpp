@@ -1,0 +1,39 @@
+// RADIUS-extension messages and the results of those that aaad asked for.
+#include "aaa_client.h"
+#include "api/request_body.h"
+#include "api/send_path.h"
+#include "transport/atomic_word.h"
+
+namespace {
+
+// The last word of the block does not travel.
+constexpr std::int32_t sent_size = 2784;
+
+std::int32_t send_result(std::uint32_t id, const std::uint32_t* body) {
+  aaa::add(g_aaalib_stat.radext_results, 1U);
+  constexpr std::int32_t size = 24;
+  if (body != nullptr && aaa::send_one_way(AAA_MSG_RADEXT_ADD_RESULT, id, body, size) == 0) {
+    return 0;
+  }
+  aaa::add(g_aaalib_stat.radext_result_failures, 1U);
+  return -1;
+}
+
+}  // namespace
+
+std::int32_t aaa_lib_radext_msg_recv(const radext_msg* msg) {
+  if (aaa_is_alive() == 0 || msg == nullptr) return 0;
+  aaa::RequestBody body(AAA_RADEXT_BLOCK_SIZE);
+  if (!body) return 0;
+  aaa_encap_radext_msg_sub(body.data(), msg);
+  return aaa::send_one_way(AAA_MSG_RADEXT_REQ, 0, body.data(), sent_size) == 0 ? 1 : 0;
+}
+
+std::int32_t aaa_front_add_radext_result(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2) {
+  const std::uint32_t body[6] = {w0, w1, w2};
+  return send_result(0, body);
+}
+
+std::int32_t aaa_front_add_radext_result2(const std::uint32_t words[6]) {
+  return send_result(words != nullptr ? words[3] : 0, words);
+}

@@ -1,0 +1,73 @@
+// Users that aaad knows of: deleting, synchronising, restoring.
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+
+#include "aaa_client.h"
+#include "api/send_path.h"
+#include "transport/atomic_word.h"
+#include "transport/debug_log.h"
+
+namespace {
+
+constexpr std::size_t ha_flag_offset = 344;
+
+// A counter of calls and one of failures; returns the result that the caller hands out.
+std::int32_t count_outcome(std::uint32_t& failures, bool done) {
+  if (done) return 0;
+  aaa::add(failures, 1U);
+  return -1;
+}
+
+void delete_user(aaa_msg_type type, std::uint32_t session_id, std::uint32_t w1) {
+  if (aaa_is_alive() == 0) return;
+  aaa::add(g_aaalib_stat.user_deletions, 1U);
+  const std::uint32_t body[2] = {session_id, w1};
+  const std::int32_t error = aaa::send_one_way(type, session_id, body, sizeof body);
+  count_outcome(g_aaalib_stat.user_deletion_failures, error == 0);
+}
+
+}  // namespace
+
+std::int32_t aaa_delete_user(std::uint32_t session_id, std::uint32_t w1) {
+  delete_user(AAA_MSG_DELETE_USER, session_id, w1);
+  return 0;
+}
+
+std::int32_t aaa_move_out_delete_user(std::uint32_t session_id, std::uint32_t w1) {
+  delete_user(AAA_MSG_MOVE_OUT_DELETE_USER, session_id, w1);
+  return 0;
+}
+
+std::int32_t aaa_user_syn(std::uint32_t w0, const std::uint32_t words[3]) {
+  if (aaa_is_alive() == 0) return -1;
+  if (words == nullptr) return -EINVAL;
+  const std::uint32_t body[8] = {w0, words[0], words[1], words[2]};
+  const std::int32_t error = aaa::send_one_way(AAA_MSG_USER_SYNC, words[0], body, sizeof body);
+  AAA_DEBUG_LOG("send ipc msg return %d.\r\n", error);
+  return error == 0 ? 0 : -1;
+}
+
+std::int32_t aaa_restore_user(const restore_user_info* record, std::uint32_t flag) {
+  if (aaa_is_alive() == 0) return -1;
+  aaa::add(g_aaalib_stat.user_restores, 1U);
+  bool sent = false;
+  if (record != nullptr && flag != 0) {
+    unsigned char body[AAA_RESTORE_USER_BLOCK_SIZE];
+    aaa_encap_restore_user(record, body);
+    sent = aaa::send_one_way(AAA_MSG_RESTORE_USER, record->num_a, body, sizeof body) == 0;
+  }
+  return count_outcome(g_aaalib_stat.user_restore_failures, sent);
+}
+
+std::int32_t aaa_ha_user_syn(std::uint32_t id, std::uint32_t, const restore_user_info* record,
+                             const void* flag) {
+  if (aaa_is_alive() == 0) return -1;
+  aaa::add(g_aaalib_stat.ha_user_syncs, 1U);
+  unsigned char body[AAA_RESTORE_USER_BLOCK_SIZE] = {};
+  aaa_encap_restore_user(record, body);
+  const std::uint32_t set = 1;
+  if (flag != nullptr) std::memcpy(body + ha_flag_offset, &set, sizeof set);
+  const std::int32_t error = aaa::send_one_way(AAA_MSG_HOT_BACKUP_USER_SYNC, id, body, sizeof body);
+  return count_outcome(g_aaalib_stat.ha_user_sync_failures, error == 0);
+}

@@ -1,0 +1,24 @@
+// Freeing what a local user record owns.
+#include "transport/memory.h"
+#include "username/user_list.h"
+#include "username_lib.h"
+
+namespace {
+
+template <class Entry>
+void free_entries(aaa_list& head) {
+  while (!aaa::is_empty(head)) {
+    aaa_list* const node = head.next;
+    aaa::unlink_node(*node);
+    AAA_FREE(aaa::entry_of<Entry>(node));
+  }
+  aaa::make_empty(head);
+}
+
+}  // namespace
+
+void username_lib_release_user(local_user_info* record) {
+  if (record == nullptr) return;
+  free_entries<local_user_password>(record->passwords);
+  free_entries<local_user_block>(record->blocks);
+}
