@@ -1,0 +1,57 @@
+#include "timers.h"
+
+#include <sys/timerfd.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace aaa_sim {
+namespace {
+
+using std::chrono::nanoseconds;
+
+timespec to_timespec(nanoseconds duration) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+  return {seconds.count(), (duration - seconds).count()};
+}
+
+}  // namespace
+
+Timer::Timer()
+    : fd_(checked(::timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC), "timer")) {}
+
+void Timer::set_once(nanoseconds after) {
+  // A moment of 0 would stop the timer.
+  const itimerspec moment{{}, to_timespec(std::max(after, nanoseconds(1)))};
+  ::timerfd_settime(fd_.get(), 0, &moment, nullptr);
+}
+
+void Timer::set_every(nanoseconds interval) {
+  const itimerspec moments{to_timespec(interval), to_timespec(interval)};
+  ::timerfd_settime(fd_.get(), 0, &moments, nullptr);
+}
+
+void Timer::acknowledge() {
+  std::uint64_t expirations;
+  [[maybe_unused]] const ssize_t got = ::read(fd_.get(), &expirations, sizeof expirations);
+}
+
+void DelayedActions::add(nanoseconds delay, std::function<void()> action) {
+  actions_.emplace(kernel_now() + delay, std::move(action));
+  set_timer();
+}
+
+void DelayedActions::run_due() {
+  timer_.acknowledge();
+  while (!actions_.empty() && actions_.begin()->first <= kernel_now()) {
+    const auto action = std::move(actions_.extract(actions_.begin()).mapped());
+    action();
+  }
+  set_timer();
+}
+
+void DelayedActions::set_timer() {
+  if (!actions_.empty()) timer_.set_once(actions_.begin()->first - kernel_now());
+}
+
+}  // namespace aaa_sim

@@ -1,0 +1,42 @@
+// Timers as descriptors that an event loop can watch.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+
+#include "clock.h"
+#include "file_descriptor.h"
+
+namespace aaa_sim {
+
+// Readable at a moment, or again and again.
+class Timer {
+ public:
+  Timer();
+  int fd() const { return fd_.get(); }
+  void set_once(std::chrono::nanoseconds after);
+  // 0 stops it.
+  void set_every(std::chrono::nanoseconds interval);
+  // Makes it unreadable until it is due again.
+  void acknowledge();
+
+ private:
+  FileDescriptor fd_;
+};
+
+// Actions that are due later, in order.
+class DelayedActions {
+ public:
+  int fd() const { return timer_.fd(); }
+  void add(std::chrono::nanoseconds delay, std::function<void()> action);
+  void run_due();
+
+ private:
+  void set_timer();
+
+  Timer timer_;
+  std::multimap<TimePoint, std::function<void()>> actions_;
+};
+
+}  // namespace aaa_sim

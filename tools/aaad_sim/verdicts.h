@@ -1,0 +1,19 @@
+// Result bodies: what the simulator says about a user.
+#pragma once
+
+#include "message.h"
+#include "settings.h"
+
+namespace aaa_sim {
+
+// sub.num_a of a result.
+enum class ResultCode : std::uint32_t { accept = 0, reject = 1, challenge = 3 };
+
+// The result of an authentication request with this body, encoded. Known users are judged by
+// password, and after a challenge by the State item that comes back; unknown ones are rejected.
+Bytes judge(const std::vector<User>& users, std::uint32_t session_id, View request_body);
+
+// An acceptance without attributes, encoded.
+Bytes plain_acceptance(std::uint32_t session_id);
+
+}  // namespace aaa_sim
