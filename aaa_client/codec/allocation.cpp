@@ -1,0 +1,25 @@
+#include "codec/allocation.h"
+
+#include <cstring>
+
+#include "transport/memory.h"
+
+namespace aaa {
+
+std::uint8_t* allocate(std::uint64_t size, const char* function) {
+  if (size > UINT32_MAX) return nullptr;
+  return static_cast<std::uint8_t*>(
+      aaa_malloc(__LINE__, function, static_cast<std::uint32_t>(size)));
+}
+
+void* allocate_zeroed_bytes(std::uint64_t size, const char* function) {
+  void* block = allocate(size, function);
+  if (block != nullptr) std::memset(block, 0, size);
+  return block;
+}
+
+void deallocate(const void* block, const char* function) {
+  aaa_free(__LINE__, function, const_cast<void*>(block));
+}
+
+}  // namespace aaa

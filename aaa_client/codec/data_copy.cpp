@@ -1,0 +1,30 @@
+#include "codec/data_copy.h"
+
+#include <cstring>
+
+#include "codec/allocation.h"
+
+namespace aaa {
+
+std::uint8_t* copy_value(Body body, const std::uint8_t* value, std::uint16_t length,
+                         std::uint32_t nul_bytes, const char* function) {
+  if (length == 0) return nullptr;
+  std::uint8_t* copy = allocate(std::uint64_t{length} + nul_bytes, function);
+  if (copy == nullptr) return nullptr;
+  body.copy(copy, value, length);
+  std::memset(copy + length, 0, nul_bytes);
+  return copy;
+}
+
+std::uint8_t* extend_copy(const void* block, std::uint32_t held, std::uint64_t size,
+                          const char* function) {
+  std::uint8_t* longer = allocate(size, function);
+  if (longer != nullptr) {
+    std::memcpy(longer, block, held);
+    std::memset(longer + held, 0, size - held);
+  }
+  deallocate(block, function);
+  return longer;
+}
+
+}  // namespace aaa

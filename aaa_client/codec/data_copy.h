@@ -1,0 +1,25 @@
+// Blocks of their own for the strings and opaque data of a decoded record.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/item_reader.h"
+
+namespace aaa {
+
+// A copy of an item's value of `length` bytes, with `nul_bytes` zeros behind it. Null when the
+// value is empty or memory ran out.
+std::uint8_t* copy_value(Body body, const std::uint8_t* value, std::uint16_t length,
+                         std::uint32_t nul_bytes, const char* function);
+
+inline std::uint8_t* copy_value(const ItemReader& reader, std::uint32_t nul_bytes,
+                                const char* function) {
+  return copy_value(reader.body(), reader.value(), reader.length(), nul_bytes, function);
+}
+
+// Replaces a block that holds `held` bytes by one of `size` bytes, zero behind them. Frees the old
+// block in any case; returns null when memory ran out.
+std::uint8_t* extend_copy(const void* block, std::uint32_t held, std::uint64_t size,
+                          const char* function);
+
+}  // namespace aaa

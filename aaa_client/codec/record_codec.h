@@ -1,0 +1,188 @@
+// One encoder, one decoder and one release function for all records whose body is a fixed block
+// followed by items. A record is described by a struct:
+//
+//   Record            the record's type
+//   Items             ItemList of its items, in wire order
+//   ArenaOrder        the descriptors in the order in which the arena holds them
+//   ReleaseOrder      the blocks that a decoded record owns, in the order of their release
+//   ArenaFailureOrder the blocks that are released when the arena cannot be allocated
+//   unknown_item      how far a decoder passes an item that the record does not know
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "codec/allocation.h"
+#include "codec/item_reader.h"
+#include "codec/item_writer.h"
+#include "codec/record_items.h"
+#include "codec/value_arena.h"
+
+namespace aaa {
+
+enum class UnknownItem { pass_header, pass_item };
+
+// Items by their tags. The arena stands in a release order as kArena.
+template <std::uint16_t... Tags>
+struct Order {};
+struct WireOrder {};
+inline constexpr std::uint16_t kArena = 0;
+
+template <typename... Items>
+struct ItemList {
+  static constexpr std::uint32_t fixed_size = (Items::fixed_size + ...);
+
+  template <typename Record>
+  static std::uint64_t body_size(const Record& record) {
+    return ((kItemHeaderSize + Items::value_size(record)) + ...);
+  }
+
+  template <typename Record>
+  static void write(ItemWriter& writer, Record& record) {
+    (Items::write(writer, record), ...);
+  }
+
+  // A well-formed body holds the items in wire order, so that one pass over the list takes all.
+  template <UnknownItem Unknown, typename Record>
+  static void take(ItemReader reader, Record& record, const char* function) {
+    take<Unknown>(reader, record, function, std::index_sequence_for<Items...>());
+  }
+
+ private:
+  template <UnknownItem Unknown, typename Record, std::size_t... I>
+  static void take(ItemReader& reader, Record& record, const char* function,
+                   std::index_sequence<I...>) {
+    std::array<std::uint32_t, sizeof...(Items)> held{};
+    while (reader.type() != ItemReader::kNone) {
+      bool known = false;
+      ((known = take_if<Items>(reader, record, held[I], function) || known), ...);
+      if (!known) pass_unknown<Unknown>(reader);
+    }
+    (Items::settle(record, held[I], function), ...);
+  }
+
+  template <typename Item, typename Record>
+  static bool take_if(ItemReader& reader, Record& record, std::uint32_t& held,
+                      const char* function) {
+    if (reader.type() != Item::tag) return false;
+    Item::take(reader, record, held, function);
+    reader.pass_item();
+    return true;
+  }
+
+  template <UnknownItem Unknown>
+  static void pass_unknown(ItemReader& reader) {
+    if constexpr (Unknown == UnknownItem::pass_item) {
+      reader.pass_item();
+    } else {
+      reader.pass_header();
+    }
+  }
+};
+
+// ---- Orders other than the wire's. ----------------------------------------------------------
+
+template <std::uint16_t Tag, typename First, typename... Rest>
+struct FindItem : FindItem<Tag, Rest...> {};
+template <std::uint16_t Tag, typename First, typename... Rest>
+requires(First::tag == Tag) struct FindItem<Tag, First, Rest...> {
+  using type = First;
+};
+
+template <typename List, typename Tags>
+struct ArenaItems;
+
+template <typename... Items>
+struct ArenaItems<ItemList<Items...>, WireOrder> {
+  using type = decltype(std::tuple_cat(
+      std::declval<std::conditional_t<Items::gathered, std::tuple<Items>, std::tuple<>>>()...));
+};
+
+template <typename... Items, std::uint16_t... Tags>
+struct ArenaItems<ItemList<Items...>, Order<Tags...>> {
+  using type = std::tuple<typename FindItem<Tags, Items...>::type...>;
+  static_assert((FindItem<Tags, Items...>::type::gathered && ...));
+  static_assert(sizeof...(Tags) == (std::size_t{Items::gathered} + ...),
+                "the arena order leaves a descriptor out");
+};
+
+template <std::uint16_t Tag, typename Record, typename... Items>
+void release_block(Record& record, ItemList<Items...>, const char* function) {
+  if constexpr (Tag == kArena) {
+    deallocate(record.arena.base, function);
+  } else {
+    FindItem<Tag, Items...>::type::release(record, function);
+  }
+}
+
+template <typename Record, typename Items, std::uint16_t... Tags>
+void release_blocks(Record& record, Items items, Order<Tags...>, const char* function) {
+  (release_block<Tags>(record, items, function), ...);
+}
+
+template <typename... Items, std::uint16_t... Tags>
+constexpr bool releases_all(ItemList<Items...>, Order<Tags...>) {
+  return sizeof...(Tags) == 1 + (std::size_t{Items::owned} + ...);
+}
+
+// ---- The three functions of a record. -------------------------------------------------------
+
+template <typename Record, typename... Items>
+bool fill_arena(Record& record, const Body& body, std::tuple<Items...>*, const char* function) {
+  const std::uint64_t size = ((Items::descriptor(record).len + std::uint64_t{1}) + ...);
+  ValueArena arena(body, size, function);
+  if (!arena.allocated()) return false;
+  (arena.take(Items::descriptor(record)), ...);
+  arena.finish(record.arena);
+  return true;
+}
+
+template <typename Codec>
+std::uint32_t encode(typename Codec::Record* record, void** body, const char* function) {
+  if (record == nullptr || body == nullptr) return 0;
+  const std::uint64_t size = Codec::Items::body_size(*record);
+  std::uint8_t* bytes = allocate(size, function);
+  if (bytes == nullptr) return 0;
+  ItemWriter writer(bytes);
+  Codec::Items::write(writer, *record);
+  writer.clear_rest(bytes + size);
+  *body = bytes;
+  return static_cast<std::uint32_t>(size);
+}
+
+template <typename Codec>
+std::uint32_t decode(typename Codec::Record** result, const void* bytes, std::int32_t length,
+                     const char* function) {
+  using Record = typename Codec::Record;
+  using Items = typename Codec::Items;
+  using Gathered = typename ArenaItems<Items, typename Codec::ArenaOrder>::type;
+  if (result == nullptr || bytes == nullptr) return 0;
+  if (static_cast<std::uint32_t>(length) < Items::fixed_size) return 0;
+  auto* record = allocate_zeroed<Record>(1, function);
+  if (record == nullptr) return 0;
+  const Body body(bytes, length);
+  Items::template take<Codec::unknown_item>(ItemReader(body), *record, function);
+  if (!fill_arena(*record, body, static_cast<Gathered*>(nullptr), function)) {
+    release_blocks(*record, Items(), typename Codec::ArenaFailureOrder(), function);
+    deallocate(record, function);
+    return 0;
+  }
+  *result = record;
+  return 1;
+}
+
+template <typename Codec>
+void release(typename Codec::Record* record, const char* function) {
+  using Items = typename Codec::Items;
+  using ReleaseOrder = typename Codec::ReleaseOrder;
+  static_assert(releases_all(Items(), ReleaseOrder()), "a block is not released");
+  if (record == nullptr) return;
+  release_blocks(*record, Items(), ReleaseOrder(), function);
+  deallocate(record, function);
+}
+
+}  // namespace aaa
