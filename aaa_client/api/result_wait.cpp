@@ -33,26 +33,29 @@ class ResultWait {
         remaining_(timeout < max_wait_seconds ? timeout : max_wait_seconds),
         result_(result) {}
 
+  // Only the waiting itself takes time from what remains, in whole seconds: what arrives within the
+  // second in which its wait began does not shorten it.
   std::int32_t run() {
     std::int32_t outcome = go_on;
     do {
       const std::uint32_t start = monotonic_seconds();
-      outcome = wait_once();
-      spend(monotonic_seconds() - start);
+      const int ready = wait_for_datagram();
+      const int wait_error = errno;
+      const std::uint32_t waited = monotonic_seconds() - start;
+      outcome = ready > 0 ? take_datagram() : without_datagram(ready, wait_error);
+      spend(waited);
     } while (outcome == go_on && remaining_ != 0);
     return outcome == go_on ? -EINVAL : outcome;
   }
 
  private:
-  std::int32_t wait_once() {
-    const int ready = wait_for_datagram();
-    if (ready > 0) return take_datagram();
+  static std::int32_t without_datagram(int ready, int wait_error) {
     if (ready == 0) {
       AAA_DEBUG_LOG_AS(log_name, "timeout, no result available.\r\n");
       return -EINVAL;
     }
-    if (errno == EINTR) return go_on;
-    AAA_DEBUG_LOG_AS(log_name, "select fail errno %d.\r\n", errno);
+    if (wait_error == EINTR) return go_on;
+    AAA_DEBUG_LOG_AS(log_name, "select fail errno %d.\r\n", wait_error);
     return -EINVAL;
   }
 
@@ -99,7 +102,6 @@ class ResultWait {
     return go_on;
   }
 
-  // Whole seconds: what arrives within the same second does not shorten the wait.
   void spend(std::uint32_t seconds) { remaining_ -= seconds < remaining_ ? seconds : remaining_; }
 
   CancellationScope no_cancellation_{PTHREAD_CANCEL_DISABLE};

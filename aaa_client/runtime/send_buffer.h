@@ -9,7 +9,7 @@
 #include "aaa_client.h"
 
 // Non-zero exactly while the flush thread runs. Written under aaa_lib_send_buf_lock.
-extern "C" pthread_t g_send_buf_tid;
+extern "C" AAA_API pthread_t g_send_buf_tid;
 
 namespace aaa {
 

@@ -16,11 +16,12 @@
 
 #include <cstdint>
 
+#include "aaa_client.h"
 #include "transport/cancellation.h"
 
 // Recursive; made by aaa_lib_mutex_init().
 extern "C" pthread_mutex_t aaa_lib_lock;
-extern "C" pthread_mutex_t aaa_lib_send_buf_lock;
+extern "C" AAA_API pthread_mutex_t aaa_lib_send_buf_lock;
 
 namespace aaa {
 

@@ -21,6 +21,18 @@ bool is_registered_or_trying() {
   return both_open || reg_state() != AAA_REG_NOT_REGISTERED || receive_thread_exists();
 }
 
+bool prepare_endpoints(const char* log_name) {
+  if (aaa_lib_make_work_dir() != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "agent_init make directory failed\r\n");
+    return false;
+  }
+  if (aaa_lib_msg_socket_init() != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "aaa_lib_msg_socket_init failed\r\n");
+    return false;
+  }
+  return true;
+}
+
 void undo_registration() {
   aaa_lib_client_close();
   store(g_aaa_client_cb.aaa_id, 0);
@@ -32,18 +44,6 @@ namespace {
 
 constexpr char log_name[] = "aaa_svr_reg";
 constexpr useconds_t settle_us = 100000;
-
-bool prepare_endpoints() {
-  if (aaa_lib_make_work_dir() != 0) {
-    AAA_DEBUG_LOG_AS(log_name, "agent_init make directory failed\r\n");
-    return false;
-  }
-  if (aaa_lib_msg_socket_init() != 0) {
-    AAA_DEBUG_LOG_AS(log_name, "aaa_lib_msg_socket_init failed\r\n");
-    return false;
-  }
-  return true;
-}
 
 // An aaad that cannot be reached is no failure: the receive thread goes on trying.
 void connect_first_time() {
@@ -78,7 +78,7 @@ Outcome register_locked(const reg_info& info) {
     store_callbacks(info);
     return Outcome::already_registered;
   }
-  if (!prepare_endpoints()) return Outcome::failed;
+  if (!prepare_endpoints(log_name)) return Outcome::failed;
   connect_first_time();
   store_callbacks(info);
   return start_threads(info) ? Outcome::registered : Outcome::failed;

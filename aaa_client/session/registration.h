@@ -6,6 +6,10 @@ namespace aaa {
 // True while connected or while the library is still trying to be. REQUIRES: aaa_lib_lock held.
 bool is_registered_or_trying();
 
+// Makes the work directory and the datagram pair. A failure is logged under `log_name`.
+// REQUIRES: aaa_lib_lock held.
+bool prepare_endpoints(const char* log_name);
+
 // Returns the connection record to its unregistered state after a thread could not be started.
 // REQUIRES: aaa_lib_lock held.
 void undo_registration();

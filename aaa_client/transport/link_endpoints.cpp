@@ -10,6 +10,7 @@
 #include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/endpoints.h"
+#include "transport/local_socket.h"
 #include "transport/paths.h"
 #include "transport/unix_address.h"
 
@@ -87,7 +88,7 @@ std::int32_t aaa_lib_client_connect(const char* prefix) {
   const int own_length = std::snprintf(own_path, sizeof own_path, "%s%d", prefix, getpid());
   if (own_length < 0) return -1;
   unlink(own_path);
-  const std::int32_t fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const std::int32_t fd = open_local_socket(SOCK_STREAM);
   if (fd < 0) {
     AAA_DEBUG_LOG("create socket error!!! %s\r\n", std::strerror(errno));
     return -1;

@@ -9,6 +9,7 @@
 
 #include "transport/debug_log.h"
 #include "transport/endpoints.h"
+#include "transport/local_socket.h"
 #include "transport/paths.h"
 #include "transport/unix_address.h"
 
@@ -44,7 +45,7 @@ struct Names {
 };
 
 bool open_datagram_socket(std::int32_t& socket_fd) {
-  store(socket_fd, static_cast<std::int32_t>(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)));
+  store(socket_fd, open_local_socket(SOCK_DGRAM));
   return socket_fd >= 0;
 }
 
