@@ -12,8 +12,7 @@ namespace aaa {
 std::uint8_t* copy_value(Body body, const std::uint8_t* value, std::uint16_t length,
                          std::uint32_t nul_bytes, const char* function);
 
-inline std::uint8_t* copy_value(const ItemReader& reader, std::uint32_t nul_bytes,
-                                const char* function) {
+inline std::uint8_t* copy_value(ItemReader reader, std::uint32_t nul_bytes, const char* function) {
   return copy_value(reader.body(), reader.value(), reader.length(), nul_bytes, function);
 }
 

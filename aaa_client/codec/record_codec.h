@@ -41,9 +41,11 @@ struct ItemList {
     return ((kItemHeaderSize + Items::value_size(record)) + ...);
   }
 
+  // Returns the writer behind the last item. By value, so that it stays in registers.
   template <typename Record>
-  static void write(ItemWriter& writer, Record& record) {
+  static ItemWriter write(ItemWriter writer, Record& record) {
     (Items::write(writer, record), ...);
+    return writer;
   }
 
   // A well-formed body holds the items in wire order, so that one pass over the list takes all.
@@ -147,9 +149,7 @@ std::uint32_t encode(typename Codec::Record* record, void** body, const char* fu
   const std::uint64_t size = Codec::Items::body_size(*record);
   std::uint8_t* bytes = allocate(size, function);
   if (bytes == nullptr) return 0;
-  ItemWriter writer(bytes);
-  Codec::Items::write(writer, *record);
-  writer.clear_rest(bytes + size);
+  Codec::Items::write(ItemWriter(bytes), *record).clear_rest(bytes + size);
   *body = bytes;
   return static_cast<std::uint32_t>(size);
 }

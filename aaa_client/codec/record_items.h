@@ -6,6 +6,7 @@
 //   settle      what a decoder does when all items are taken,
 //   release     how a decoded copy is given back.
 //
+// Readers are passed by value, so that the walk keeps its own in registers.
 // `held` counts the bytes that the item's own block holds while a body is decoded.
 #pragma once
 
@@ -58,7 +59,7 @@ struct FixedBlock : Item<1> {
   }
 
   template <typename Record>
-  static void take(const ItemReader& reader, Record& record, std::uint32_t&, const char*) {
+  static void take(ItemReader reader, Record& record, std::uint32_t&, const char*) {
     if (reader.length() != fixed_size) return;
     const std::uint8_t* block = reader.value();
     std::uint8_t padded[fixed_size];
@@ -86,7 +87,7 @@ struct Value : Item<Tag> {
   }
 
   template <typename Record>
-  static void take(const ItemReader& reader, Record& record, std::uint32_t&, const char*) {
+  static void take(ItemReader reader, Record& record, std::uint32_t&, const char*) {
     record.*Member = {Tag, reader.length(), reader.value()};
   }
 
@@ -102,7 +103,7 @@ struct BorrowedValue : Value<Tag, Member> {
   static constexpr bool gathered = false;
 
   template <typename Record>
-  static void take(const ItemReader& reader, Record& record, std::uint32_t&, const char*) {
+  static void take(ItemReader reader, Record& record, std::uint32_t&, const char*) {
     const std::size_t there = reader.body().available(reader.value(), reader.length());
     record.*Member = {Tag, static_cast<std::uint16_t>(there), reader.value()};
   }
@@ -132,7 +133,7 @@ struct Text : OwnedItem<Tag, Member> {
   }
 
   template <typename Record>
-  static void take(const ItemReader& reader, Record& record, std::uint32_t&, const char* function) {
+  static void take(ItemReader reader, Record& record, std::uint32_t&, const char* function) {
     const std::uint8_t* copy = copy_value(reader, 1, function);
     if (copy != nullptr) record.*Member = reinterpret_cast<const char*>(copy);
   }
@@ -153,8 +154,7 @@ struct Data : OwnedItem<Tag, Member> {
   }
 
   template <typename Record>
-  static void take(const ItemReader& reader, Record& record, std::uint32_t& held,
-                   const char* function) {
+  static void take(ItemReader reader, Record& record, std::uint32_t& held, const char* function) {
     record.*Length = reader.length();
     const std::uint8_t* copy = copy_value(reader, 1, function);
     if (copy == nullptr) return;
@@ -175,8 +175,7 @@ struct Data : OwnedItem<Tag, Member> {
 template <std::uint16_t Tag, auto Member, auto Length>
 struct GrowingData : Data<Tag, Member, Length> {
   template <typename Record>
-  static void take(const ItemReader& reader, Record& record, std::uint32_t& held,
-                   const char* function) {
+  static void take(ItemReader reader, Record& record, std::uint32_t& held, const char* function) {
     const std::uint8_t* copy = copy_value(reader, 1, function);
     if (copy == nullptr) return;
     record.*Member = copy;
@@ -200,8 +199,7 @@ struct BlockSizedData : OwnedItem<Tag, Member> {
   }
 
   template <typename Record>
-  static void take(const ItemReader& reader, Record& record, std::uint32_t& held,
-                   const char* function) {
+  static void take(ItemReader reader, Record& record, std::uint32_t& held, const char* function) {
     const std::uint8_t* copy = copy_value(reader, 0, function);
     if (copy == nullptr) return;
     record.*Member = copy;

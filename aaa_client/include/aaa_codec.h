@@ -59,7 +59,7 @@ typedef struct aaa_item {
 
 /* One allocation that holds the item values of a decoded record. Leave zero for encoding. */
 typedef struct aaa_arena {
-  uint32_t used; /* always 0 */
+  uint32_t used; /* bytes used of an LDAP record's pool; otherwise 0 */
   uint32_t size; /* bytes allocated */
   void* base;
 } aaa_arena;
