@@ -17,8 +17,14 @@ namespace {
 
 constexpr std::uint32_t drain_seconds = 9;
 
+// Whether the link has gone. Its loss may not have been declared yet: the thread that reads the
+// event socket can be in a callback, or wait for the lock that the exchange holds.
+bool link_has_gone() {
+  return link_is_lost() || peer_has_closed(load(g_aaa_client_cb.async_fd));
+}
+
 // Throws away what an earlier exchange left unread. A socket whose peer has closed stays readable:
-// the drain then ends when the link is declared lost, or at its deadline.
+// the drain then ends when the link has gone, or at its deadline.
 void aaalib_socket_buf_clear(std::int32_t fd) {
   if (fd < 0) {
     AAA_DEBUG_LOG("input sd err,sd: %d\r\n", fd);
@@ -31,6 +37,7 @@ void aaalib_socket_buf_clear(std::int32_t fd) {
     if (recv(fd, &byte, 1, 0) == 1) {
       ++cleared;
     } else {
+      if (link_has_gone()) break;
       sched_yield();
     }
     if (link_is_lost() || monotonic_seconds() - start > drain_seconds) break;
