@@ -168,11 +168,16 @@ bool drop_link() {
 }
 
 // Returns false when the thread must end: the client has deregistered.
-bool recover(std::int32_t error, std::uint32_t& stamp) {
+bool recover(std::int32_t fd, std::int32_t error, std::uint32_t& stamp) {
   const bool is_broken = aaa_lib_is_conn_broken_err(error);
   // First, so that an exchange which holds the lock on a dead socket lets go of it.
   if (is_broken && is_receive_thread()) announce_link_loss();
   if (!is_still_registered()) return false;
+  if (load(g_aaa_client_cb.async_fd) != fd) {
+    // The client has closed the socket itself, which is no loss. The next pass ends the thread.
+    forget_link_loss();
+    return true;
+  }
   aaa_notify_timeout();
   if (!is_broken) return true;
   if (!drop_link()) return false;
@@ -190,7 +195,7 @@ void run_main_loop() {
       return;
     }
     const PassResult result = take_pass(fd, stamp);
-    if (result.failed && !recover(result.error, stamp)) return;
+    if (result.failed && !recover(fd, result.error, stamp)) return;
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include "aaa_client.h"
 #include "session/locks.h"
+#include "transport/atomic_word.h"
 #include "transport/memory.h"
 
 namespace aaa {
@@ -14,14 +15,14 @@ constexpr std::uint32_t link_lost_code = 2;
 
 std::uint32_t waiting_session() {
   const ScopedLock lock(waiting_session_lock);
-  return g_temp_sid;
+  return load(g_temp_sid);
 }
 
 }  // namespace
 
 void set_waiting_session(std::uint32_t session_id) {
   const ScopedLock lock(waiting_session_lock);
-  g_temp_sid = session_id;
+  store(g_temp_sid, session_id);
 }
 
 void aaa_notify_timeout() {

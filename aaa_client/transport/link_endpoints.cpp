@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "session/locks.h"
 #include "transport/debug_log.h"
@@ -63,20 +64,23 @@ bool is_gone(int close_error) {
   return close_error == 0 || close_error == EBADF;
 }
 
-int close_number(std::int32_t fd) {
+// Closes the descriptor and forgets its number in `fields` before anybody can use it again.
+int close_number(std::int32_t fd, std::initializer_list<std::int32_t*> fields) {
   shutdown(fd, SHUT_RDWR);
   const ScopedLock no_write(link_write_lock);
   const ScopedLock no_read(link_read_lock);
-  return close(fd) == 0 ? 0 : errno;
+  const int error = close(fd) == 0 ? 0 : errno;
+  if (!is_gone(error)) return error;
+  for (std::int32_t* field : fields)
+    store(*field, -1);
+  return error;
 }
 
 std::int32_t close_once(std::int32_t fd) {
   if (!is_open(fd)) return 0;
   AAA_DEBUG_LOG_AS("aaa_lib_client_close", "socket equal %d, close once\r\n", fd);
-  if (!is_gone(close_number(fd))) return -1;
-  store(g_aaa_client_cb.sync_fd, -1);
-  store(g_aaa_client_cb.async_fd, -1);
-  return 0;
+  const int error = close_number(fd, {&g_aaa_client_cb.sync_fd, &g_aaa_client_cb.async_fd});
+  return is_gone(error) ? 0 : -1;
 }
 
 }  // namespace
@@ -110,9 +114,7 @@ std::int32_t aaa_lib_client_connect_all() {
 }
 
 int close_link_socket(std::int32_t& socket) {
-  const int error = close_number(load(socket));
-  if (is_gone(error)) store(socket, -1);
-  return error;
+  return close_number(load(socket), {&socket});
 }
 
 std::int32_t aaa_lib_client_close() {
@@ -120,6 +122,9 @@ std::int32_t aaa_lib_client_close() {
   const std::int32_t sync_fd = load(g_aaa_client_cb.sync_fd);
   const std::int32_t async_fd = load(g_aaa_client_cb.async_fd);
   if (sync_fd == async_fd) return close_once(sync_fd);
+  // Both first: the close of one waits for whoever reads from the other.
+  for (const std::int32_t fd : {sync_fd, async_fd})
+    if (is_open(fd)) shutdown(fd, SHUT_RDWR);
   int errors = 0;
   if (is_open(sync_fd)) errors |= close_link_socket(g_aaa_client_cb.sync_fd);
   if (is_open(async_fd)) errors |= close_link_socket(g_aaa_client_cb.async_fd);
