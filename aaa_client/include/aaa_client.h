@@ -290,6 +290,38 @@ AAA_API int32_t aaa_svr_dereg(void);
 /* 1 while registered with a live aaad, else 0. Takes no lock. */
 AAA_API int32_t aaa_is_alive(void);
 
+/* ---- Agent mode ---------------------------------------------------------------------------- */
+
+/*
+ * For a client that runs a loop of the platform's event-thread library. In place of the receive
+ * thread, connecting, reading, heartbeats and reconnecting are tasks on that loop; callbacks run on
+ * the loop's thread. A lost connection is tried again every 3 seconds, and AAA_EVENT_REGISTERED is
+ * raised after every success. A thread that waits in aaa_user_get_result() is not woken when the
+ * connection is lost.
+ */
+struct zv_thread_master;
+
+/*
+ * Registers in agent mode; the connection is made later, on the loop, and `reg_info` stays the
+ * caller's. While registered, a second call replaces the callbacks and raises
+ * AAA_EVENT_REGISTERED. 0, or -1: null argument, empty model name, work directory or local sockets
+ * cannot be made, the send buffer's thread cannot be started, or the event-thread library is not
+ * linked. Call it on the loop's thread, or while the loop does not run.
+ */
+AAA_API int32_t aaa_agent_init(const reg_info* reg_info, struct zv_thread_master* master);
+
+/*
+ * Deregisters as aaa_svr_dereg() and cancels every task: none runs after it has returned. Call it
+ * on the loop's thread, also from inside a callback, or while the loop does not run. Returns 0.
+ */
+AAA_API int32_t aaa_agent_finish(void);
+
+/*
+ * Schedules one of the library's tasks: 0 connect, 1 reconnect, 2 read, 3 heartbeat. 0, also for an
+ * unknown event; -1 without a loop or when the event library refuses.
+ */
+AAA_API int32_t aaa_lib_thread_event(int32_t event, void* argument, int32_t fd);
+
 /* ---- Session ids and status ---------------------------------------------------------------- */
 
 /*

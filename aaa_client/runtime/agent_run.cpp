@@ -1,0 +1,41 @@
+#include "runtime/agent_run.h"
+
+#include <unistd.h>
+
+#include "session/client_state.h"
+
+namespace aaa {
+
+std::uint32_t agent_registration = 0;
+
+namespace {
+
+constexpr unsigned refused_pause_seconds = 2;
+
+std::uint32_t latest_registration = 0;
+
+// Without a socket there is nothing to watch: the client has closed it or has deregistered.
+bool is_wanted(const AgentRun& run, AgentEvent event) {
+  return run.goes_on() && (event != agent_read || load(g_aaa_client_cb.async_fd) >= 0);
+}
+
+}  // namespace
+
+void begin_agent_registration() {
+  store(agent_registration, ++latest_registration);
+}
+void end_agent_registration() {
+  store(agent_registration, 0U);
+}
+
+bool is_deregistered() {
+  return load(g_aaa_client_cb.aaa_id) == -1;
+}
+
+void schedule(const AgentRun& run, AgentEvent event, void* argument) {
+  while (is_wanted(run, event) &&
+         aaa_lib_thread_event(event, argument, load(g_aaa_client_cb.async_fd)) != 0)
+    sleep(refused_pause_seconds);
+}
+
+}  // namespace aaa
