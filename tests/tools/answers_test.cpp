@@ -82,10 +82,10 @@ TEST_F(AnswersTest, AuthorizationAndAccountingAreAccepted) {
 }
 
 TEST_F(AnswersTest, UnknownMessageIsRecordedAndNotAnswered) {
-  client_.request.send(hex("01010101 05000000 1c000000 04000000  aabbccdd"));
-  const auto message = sim_.wait_for_message(received(28));
+  client_.request.send(hex("01010101 05000000 1d000000 04000000  aabbccdd"));
+  const auto message = sim_.wait_for_message(received(29));
   ASSERT_TRUE(message);
-  EXPECT_EQ(message->bytes, hex("01010101 05000000 1c000000 04000000  aabbccdd"));
+  EXPECT_EQ(message->bytes, hex("01010101 05000000 1d000000 04000000  aabbccdd"));
   EXPECT_EQ(message->header.id, 5u);
   EXPECT_EQ(message->role, Role::request);
   EXPECT_EQ(message->client.model, "netd");

@@ -1,40 +1,16 @@
 // How requests about users are judged.
-#include <cstring>
 #include <memory>
 
 #include "sim_fixture.h"
+#include "user_request.h"
 
 namespace aaa_sim_test {
 namespace {
 
 using aaa_sim::Verdict;
 
-struct Attempt {
-  std::string name;
-  std::string password;
-  std::string state;
-};
-
-aaa_item item(const std::string& value) {
-  return {.type = 0, .len = static_cast<std::uint16_t>(value.size()), .value = value.data()};
-}
-
 std::string text_of(const aaa_item& item) {
   return {static_cast<const char*>(item.value), item.len};
-}
-
-Bytes request_body(std::uint32_t session_id, const Attempt& attempt) {
-  authen_info record{};
-  record.session_id = session_id;
-  std::strncpy(record.chars65_a, attempt.name.c_str(), sizeof record.chars65_a - 1);
-  record.user_password = item(attempt.password);
-  record.state = item(attempt.state);
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_authen_info(&record, &body);
-  const auto* first = static_cast<const std::uint8_t*>(body);
-  Bytes bytes(first, first + length);
-  aaa_free(0, "", body);
-  return bytes;
 }
 
 class AuthenticationTest : public ClientTest {

@@ -74,9 +74,32 @@ TEST_F(CommandsTest, CloseClosesAndClientsLists) {
   EXPECT_EQ(aaa_sim::run_command(sim_, "clients").output, "");
 }
 
+TEST_F(CommandsTest, MethodListIsAddedOrReplaced) {
+  EXPECT_EQ(error_of("method-list 1 default 3"), "");
+  EXPECT_EQ(error_of("method-list 2 default 4"), "");
+  EXPECT_EQ(error_of("method-list 1 default 5"), "");
+  const std::vector<aaa_sim::MethodList> expected{{2, "default", 4}, {1, "default", 5}};
+  EXPECT_EQ(sim_.settings().method_lists, expected);
+}
+
+TEST_F(CommandsTest, LocalUserIsAddedOrReplaced) {
+  EXPECT_EQ(error_of("local-user carol rosebud"), "");
+  EXPECT_EQ(error_of("local-user carol xanadu"), "");
+  EXPECT_EQ(sim_.local_user("carol"), (aaa_sim::LocalUser{.name = "carol", .string_19 = "xanadu"}));
+  const std::string name(65, 'n');
+  EXPECT_EQ(error_of("local-user " + name + " x"),
+            "local-user: '" + name + "' is not a name of a local user with a password");
+}
+
+TEST_F(CommandsTest, RememberedListsWhatClientsTold) {
+  tell(17, {});
+  EXPECT_EQ(aaa_sim::run_command(sim_, "remembered").output, "radius group changes 1\n");
+}
+
 TEST_F(CommandsTest, EveryCommandIsInTheHelp) {
   EXPECT_EQ(aaa_sim::run_command(sim_, "help").output, aaa_sim::command_help());
   EXPECT_NE(aaa_sim::command_help().find("send TYPE ID [HEX]"), std::string::npos);
+  EXPECT_NE(aaa_sim::command_help().find("update-password CODE S1 S2 S3"), std::string::npos);
 }
 
 TEST_F(CommandsTest, QuitQuitsAndEmptyLinesDoNothing) {
@@ -88,8 +111,8 @@ TEST_F(CommandsTest, QuitQuitsAndEmptyLinesDoNothing) {
 TEST_F(CommandsTest, BadCommandsAreExplained) {
   EXPECT_EQ(error_of("sned 1 2"), "unknown command 'sned', try help");
   EXPECT_EQ(error_of("send 1"), "usage: send TYPE ID [HEX]");
-  EXPECT_EQ(error_of("send x 2"), "send: 'x' is not a number");
-  EXPECT_EQ(error_of("send 4294967296 2"), "send: '4294967296' is not a number");
+  EXPECT_EQ(error_of("send x 2"), "send: 'x' is not a message type");
+  EXPECT_EQ(error_of("send 4294967296 2"), "send: '4294967296' is not a message type");
   EXPECT_EQ(error_of("send 1 2 0"), "send: '0' is not hexadecimal bytes");
   EXPECT_EQ(error_of("send 1 2 0g"), "send: '0g' is not hexadecimal bytes");
   EXPECT_EQ(error_of("debug maybe"), "debug: 'maybe' is not on or off");

@@ -1,9 +1,6 @@
 // The program aaad-sim, run as users run it.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,99 +9,19 @@
 #include <vector>
 
 #include "raw_connection.h"
-#include "support/eventually.h"
+#include "support/child_program.h"
 #include "support/temporary_directory.h"
 
 namespace aaa_sim_test {
 namespace {
 
-using aaa_sim::FileDescriptor;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-struct Pipe {
-  Pipe() {
-    int ends[2];
-    EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    read = FileDescriptor(ends[0]);
-    write = FileDescriptor(ends[1]);
-  }
-  FileDescriptor read;
-  FileDescriptor write;
-};
-
-// The program as a child process, with its three streams.
-class Program {
- public:
-  explicit Program(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), AAAD_SIM_PROGRAM);
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments)
-      pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      ::dup2(input_.read.get(), 0);
-      ::dup2(output_.write.get(), 1);
-      ::dup2(errors_.write.get(), 2);
-      ::unsetenv("TMPDIR");
-      ::execv(pointers[0], pointers.data());
-      ::_exit(127);
-    }
-    input_.read.reset();
-    output_.write.reset();
-    errors_.write.reset();
-  }
-  ~Program() {
-    if (pid_ <= 0) return;
-    ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
-  }
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
-
-  void type(const std::string& line, const std::string& end = "\n") {
-    const std::string text = line + end;
-    EXPECT_EQ(::write(input_.write.get(), text.data(), text.size()),
-              static_cast<ssize_t>(text.size()));
-  }
-  void close_input() { input_.write.reset(); }
-  void signal(int number) { ::kill(pid_, number); }
-
-  std::string output_line() { return line_of(output_.read); }
-  std::string error_line() { return line_of(errors_.read); }
-  // All that is still to come on standard error.
-  std::string remaining_errors() {
-    std::string all;
-    for (std::string line; !(line = error_line()).empty();)
-      all += line;
-    return all;
-  }
-
-  // -1 when it does not end.
-  int exit_status() {
-    int status = 0;
-    if (!test::eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; })) return -1;
-    pid_ = 0;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
- private:
-  // Up to and with the line end; what there is when the stream ends or 10 seconds pass.
-  static std::string line_of(const FileDescriptor& stream) {
-    std::string line;
-    pollfd wait{stream.get(), POLLIN, 0};
-    char character;
-    while (::poll(&wait, 1, 10000) == 1 && ::read(stream.get(), &character, 1) == 1) {
-      line += character;
-      if (character == '\n') break;
-    }
-    return line;
-  }
-
-  Pipe input_, output_, errors_;
-  pid_t pid_ = 0;
+struct Program : test::ChildProgram {
+  explicit Program(std::vector<std::string> arguments)
+      : ChildProgram(AAAD_SIM_PROGRAM, std::move(arguments), "") {}
 };
 
 class ProgramTest : public testing::Test {
@@ -165,6 +82,47 @@ TEST_F(ProgramTest, OptionsReachTheClients) {
   EXPECT_EQ(request.receive(24), hex("01010101 00000000 03000000 08000000  f4010000 02000000"));
 }
 
+TEST_F(ProgramTest, ContentsReachTheClients) {
+  const std::string ldif = directory_.path() + "/entries.ldif";
+  std::ofstream(ldif) << "dn: cn=a\n";
+  Program program(with({"--quiet", "--method-list", "1:default=3", "--server-statistic", "4=77",
+                        "--ldif", ldif, "--local-user", "carol:rose:bud"}));
+  program.output_line();
+  RawClient client(socket_);
+  client.request.send(framed(18, hex("01000000")));
+  EXPECT_EQ(word_at(client.request.receive_message(), 16), 3u);
+  client.request.send(framed(12, Bytes(392) + hex("04000000")));
+  EXPECT_EQ(word_at(client.request.receive_message(), 16), 77u);
+  client.request.send(framed(32, Bytes(40)));
+  EXPECT_EQ(word_at(client.event.receive_message(), 16 + 16), 1u);
+  client.request.send(framed(119, text("carol")));
+  const Bytes carol = client.request.receive_message();
+  EXPECT_EQ(Bytes(carol.end() - 8, carol.end()), text("rose:bud"));
+}
+
+TEST_F(ProgramTest, LocalUsersInAFileOutliveIt) {
+  const std::string file = directory_.path() + "/local.db";
+  {
+    Program program(with({"--local-users", file, "--local-user", "carol:rosebud"}));
+    program.output_line();
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.exit_status(), 0);
+  }
+  Program program(with({"--local-users", file, "--local-user", "carol:other"}));
+  program.output_line();
+  RawClient client(socket_);
+  client.request.send(framed(119, text("carol")));
+  const Bytes carol = client.request.receive_message();
+  EXPECT_EQ(Bytes(carol.end() - 7, carol.end()), text("rosebud"));
+}
+
+TEST_F(ProgramTest, BadLocalUsersFileIsOneLineAndStatus1) {
+  const std::string file = directory_.path() + "/missing/local.db";
+  Program program(with({"--local-users", file}));
+  EXPECT_EQ(program.remaining_errors(), "aaad-sim: " + file + ": unable to open database file\n");
+  EXPECT_EQ(program.exit_status(), 1);
+}
+
 TEST_F(ProgramTest, ObeysCommandsAndGoesOnAfterABadOne) {
   Program program(with({"--quiet", "--control"}));
   program.output_line();
@@ -199,6 +157,10 @@ TEST_F(ProgramTest, BadOptionIsOneLineAndStatus2) {
   expect_one_error(with({"--aaa-id", "many"}), "many");
   expect_one_error(with({"--status", "colour=1"}), "--status: 'colour=1' is not WORD=VALUE");
   expect_one_error(with({"--fault", "event:0"}), "--fault: 'event:0' is not ROLE:TYPE=KIND");
+  expect_one_error(with({"--method-list", "1:default"}),
+                   "--method-list: '1:default' is not KIND:NAME=STATE");
+  expect_one_error(with({"--server-statistic", "4"}), "--server-statistic: '4' is not WORD=VALUE");
+  expect_one_error(with({"--local-user", "carol"}), "--local-user: 'carol' is not NAME:PASSWORD");
   expect_one_error({}, "--directory");
 }
 
@@ -209,6 +171,12 @@ TEST_F(ProgramTest, BadUserFileIsOneLineWithItsPlaceAndStatus2) {
   std::ofstream(path) << "[[user]\n";
   expect_one_error(with({"--users", path}), path + ":1: ");
   expect_one_error(with({"--users", path + "x"}), path + "x: No such file or directory\n");
+}
+
+TEST_F(ProgramTest, BadLdifFileIsOneLineWithItsPlaceAndStatus2) {
+  const std::string path = directory_.path() + "/entries.ldif";
+  std::ofstream(path) << "dn: cn=a\ncn\n";
+  expect_one_error(with({"--ldif", path}), path + ":2: not 'name: value'\n");
 }
 
 TEST_F(ProgramTest, DirectoryInUseIsOneLineAndStatus1) {

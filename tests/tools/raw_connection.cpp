@@ -37,6 +37,12 @@ Bytes text(std::string_view characters) {
   return Bytes(characters.begin(), characters.end());
 }
 
+Bytes framed(std::uint8_t type, const Bytes& body, std::uint8_t id) {
+  const auto low = static_cast<std::uint8_t>(body.size());
+  const auto high = static_cast<std::uint8_t>(body.size() >> 8);
+  return Bytes{1, 1, 1, 1, id, 0, 0, 0, type, 0, 0, 0, low, high, 0, 0} + body;
+}
+
 std::uint32_t word_at(const Bytes& bytes, std::size_t offset) {
   std::uint32_t word = 0;
   EXPECT_LE(offset + sizeof word, bytes.size());

@@ -20,6 +20,9 @@ Bytes operator+(Bytes left, const Bytes& right);
 // A body of text, without a NUL.
 Bytes text(std::string_view characters);
 
+// A message: a header of literal layout ahead of the body.
+Bytes framed(std::uint8_t type, const Bytes& body = {}, std::uint8_t id = 0);
+
 // The 32-bit word in host byte order at `offset`; fails the test when there is none.
 std::uint32_t word_at(const Bytes& bytes, std::size_t offset);
 

@@ -31,6 +31,19 @@ class SimTest : public testing::Test {
 // With a client of the model "netd" registered.
 class ClientTest : public SimTest {
  protected:
+  // The answer, header and all, on the request connection.
+  Bytes ask(std::uint8_t type, const Bytes& body, std::uint8_t id = 0) {
+    client_.request.send(framed(type, body, id));
+    return client_.request.receive_message();
+  }
+
+  // Sends what has no answer, and waits until it has arrived.
+  void tell(std::uint8_t type, const Bytes& body, std::uint8_t id = 0) {
+    const std::size_t before = sim_.count(received(type));
+    client_.request.send(framed(type, body, id));
+    EXPECT_TRUE(sim_.wait_for_message(received(type), sim_.kPatience, before));
+  }
+
   RawClient client_ = register_client();
 };
 

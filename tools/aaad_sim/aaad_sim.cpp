@@ -50,7 +50,10 @@ Predicate sent(std::uint32_t type, Role role) {
 class AaadSim::Impl {
  public:
   Impl(std::string path, Settings settings, Output output)
-      : path_(std::move(path)), settings_(std::move(settings)), journal_(std::move(output)) {}
+      : path_(std::move(path)),
+        settings_(std::move(settings)),
+        local_users_(settings_.local_users_file),
+        journal_(std::move(output)) {}
 
   const std::string& path() const { return path_; }
   Journal& journal() { return journal_; }
@@ -58,7 +61,8 @@ class AaadSim::Impl {
   void start() {
     const std::lock_guard lock(mutex_);
     if (server_) return;
-    server_ = std::make_unique<Server>(path_, settings_, journal_);
+    open_local_users();
+    server_ = std::make_unique<Server>(path_, world(), journal_);
     const SignalsBlocked blocked;
     thread_ = std::thread([server = server_.get()] { server->run(); });
     ::pthread_setname_np(thread_.native_handle(), "aaad_sim");
@@ -80,6 +84,14 @@ class AaadSim::Impl {
     });
   }
 
+  void with_world(const std::function<void(World&)>& action) {
+    const std::lock_guard lock(mutex_);
+    run_in_turn([&] {
+      World all = world();
+      action(all);
+    });
+  }
+
   // What `action` makes of the server; 0 when it does not run.
   std::size_t with_server(const std::function<std::size_t(Server&)>& action) {
     const std::lock_guard lock(mutex_);
@@ -91,6 +103,16 @@ class AaadSim::Impl {
   }
 
  private:
+  World world() { return {settings_, memory_, local_users_}; }
+
+  // A file is opened even when nobody asks for a user: mistakes show at the start.
+  void open_local_users() {
+    if (!settings_.local_users_file.empty()) local_users_.find("");
+    for (const LocalUser& user : settings_.local_users) {
+      if (!local_users_.find(user.name)) local_users_.put(user);
+    }
+  }
+
   // While the server runs, all it uses belongs to its thread: the task runs there, and what it
   // throws is thrown here. REQUIRES: mutex_ is held.
   void run_in_turn(const std::function<void()>& task) {
@@ -102,7 +124,10 @@ class AaadSim::Impl {
   }
 
   const std::string path_;
-  Settings settings_;  // of the server's thread while it runs, else guarded by mutex_
+  // Of the server's thread while it runs, else guarded by mutex_.
+  Settings settings_;
+  Memory memory_;
+  LocalUsers local_users_;
   Journal journal_;
 
   std::mutex mutex_;  // never taken by the server's thread
@@ -144,6 +169,10 @@ void AaadSim::add_user(User user) {
   change([&](Settings& settings) { settings.users.push_back(std::move(user)); });
 }
 
+void AaadSim::put_local_user(const LocalUser& user) {
+  impl_->with_world([&](World& world) { world.local_users.put(user); });
+}
+
 void AaadSim::set_answer(std::uint32_t type, Answerer answerer) {
   change([&](Settings& settings) { settings.answers[type] = std::move(answerer); });
 }
@@ -156,6 +185,10 @@ std::size_t AaadSim::send_message(const ClientName& client, Role role, std::uint
                                   std::uint32_t id, View body) {
   return impl_->with_server(
       [&](Server& server) { return server.send(client, role, make_frame(type, id, body)); });
+}
+
+std::size_t AaadSim::send(const ClientName& client, const EventMessage& message) {
+  return send_message(client, Role::event, message.type, message.id, message.body);
 }
 
 std::size_t AaadSim::send_raw(const ClientName& client, Role role, View bytes) {
@@ -205,6 +238,18 @@ std::optional<Message> AaadSim::wait_for_message(const Predicate& predicate, Mil
 
 bool AaadSim::wait_for_note(const std::string& text, Milliseconds patience) {
   return impl_->journal().wait_for_note(text, patience);
+}
+
+Memory AaadSim::memory() {
+  Memory copy;
+  impl_->with_world([&](World& world) { copy = world.memory; });
+  return copy;
+}
+
+std::optional<LocalUser> AaadSim::local_user(const std::string& name) {
+  std::optional<LocalUser> user;
+  impl_->with_world([&](World& world) { user = world.local_users.find(name); });
+  return user;
 }
 
 void AaadSim::clear_messages() {

@@ -13,7 +13,10 @@
 //
 // Meaning given to the plain fields: a request's user name is authen_info.chars65_a and its
 // password the user_password item. A result's sub.num_a is 0 accept, 1 reject, 3 challenge, its
-// sub.num_b the session timeout, its sub.chars65_a the user name.
+// sub.num_b the session timeout, its sub.chars65_a the user name. What is made of other messages
+// stands with their answers, in remembered.h, questions.h and local_user_requests.h, and with the
+// records, in local_user.h, directory.h and ldap_records.h. A body that cannot be read is answered
+// with a remark only.
 //
 // Any thread may call any function. The simulator runs on a thread of its own, which takes no
 // signals and keeps its own time. As the library that tests link it shares nothing with a client
@@ -27,6 +30,8 @@
 #include <string>
 #include <vector>
 
+#include "event_messages.h"
+#include "memory.h"
 #include "message.h"
 #include "settings.h"
 
@@ -48,7 +53,8 @@ class AaadSim {
   AaadSim(const AaadSim&) = delete;
   AaadSim& operator=(const AaadSim&) = delete;
 
-  // Listens when it returns. Throws std::system_error when it cannot, as when somebody else does.
+  // Listens when it returns. Throws std::system_error when it cannot, as when somebody else does,
+  // and DatabaseError when the file of local users cannot be used.
   void start();
   // Closes everything and removes the socket file. Settings and records stay; start() may follow.
   void stop();
@@ -61,6 +67,8 @@ class AaadSim {
   Settings settings();
 
   void add_user(User user);
+  // Replaces a local user of the same name. Throws DatabaseError.
+  void put_local_user(const LocalUser& user);
   void set_answer(std::uint32_t type, Answerer answerer);
   void set_fault(Role role, std::uint32_t type, Fault fault);
 
@@ -68,6 +76,8 @@ class AaadSim {
 
   std::size_t send_message(const ClientName& client, Role role, std::uint32_t type,
                            std::uint32_t id, View body = {});
+  // On the event socket; see event_messages.h.
+  std::size_t send(const ClientName& client, const EventMessage& message);
   // Any bytes at all: wrong markers, halves of headers. They are not recorded.
   std::size_t send_raw(const ClientName& client, Role role, View bytes);
   // The status words in force, on the event socket.
@@ -93,7 +103,12 @@ class AaadSim {
                                           Milliseconds patience = kPatience, std::size_t skip = 0);
   // A remark that contains `text`, such as "bad marker" before it closes a connection.
   bool wait_for_note(const std::string& text, Milliseconds patience = kPatience);
-  // Forgets messages and remarks.
+  // What the messages so far told; a message that has been waited for is among them.
+  Memory memory();
+  // Throws DatabaseError.
+  std::optional<LocalUser> local_user(const std::string& name);
+
+  // Forgets messages and remarks, but not what they told.
   void clear_messages();
 
  private:

@@ -1,13 +1,14 @@
 // What is answered to which message.
 #pragma once
 
-#include "settings.h"
+#include "world.h"
 
 namespace aaa_sim {
 
 // The answer to a request of a registering or registered client; empty for messages that have
-// none. Granting session ids moves settings.next_session_id on.
-Replies answer(Settings& settings, const Request& request);
+// none. Changes what the request is to change. Throws BadBody for a body that is cut short, and
+// DatabaseError.
+Replies answer(World& world, const Request& request);
 
 // The body of a register request, taken apart; the role is none when it is broken.
 struct Registration {

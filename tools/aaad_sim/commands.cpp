@@ -2,49 +2,16 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
+#include <span>
 #include <sstream>
-#include <vector>
+#include <stdexcept>
 
+#include "command_words.h"
+#include "event_commands.h"
 #include "setting_texts.h"
 
 namespace aaa_sim {
 namespace {
-
-using Words = std::vector<std::string>;
-
-// Thrown for words that cannot be read; becomes the command's error line.
-struct BadWord {
-  std::string what;
-};
-
-template <typename Value>
-Value need(std::optional<Value> value, const std::string& word, const char* kind) {
-  if (!value) throw BadWord{"'" + word + "' is not " + kind};
-  return *std::move(value);
-}
-
-std::uint32_t number(const std::string& word) {
-  return need(parse_number(word), word, "a number");
-}
-
-Bytes bytes(const std::string& word) {
-  return need(parse_hex(word), word, "hexadecimal bytes");
-}
-
-Role role(const std::string& word) {
-  return need(parse_role(word), word, "request or event");
-}
-
-bool on_or_off(const std::string& word) {
-  if (word != "on" && word != "off") throw BadWord{"'" + word + "' is not on or off"};
-  return word == "on";
-}
-
-CommandResult sent_to(std::size_t connections) {
-  if (connections == 0) return {.error = "no client is registered"};
-  return {};
-}
 
 CommandResult set(AaadSim& sim, const std::function<void(Settings&)>& edit) {
   sim.change(edit);
@@ -52,8 +19,8 @@ CommandResult set(AaadSim& sim, const std::function<void(Settings&)>& edit) {
 }
 
 CommandResult send_on(AaadSim& sim, Role target, const Words& words) {
-  const Bytes body = words.size() > 2 ? bytes(words[2]) : Bytes{};
-  return sent_to(sim.send_message({}, target, number(words[0]), number(words[1]), body));
+  return sent_to(
+      sim.send_message({}, target, message_type(words[0]), number(words[1]), bytes_at(words, 2)));
 }
 
 CommandResult send(AaadSim& sim, const Words& words) {
@@ -68,11 +35,6 @@ CommandResult raw(AaadSim& sim, const Words& words) {
   return sent_to(sim.send_raw({}, role(words[0]), bytes(words[1])));
 }
 
-CommandResult debug(AaadSim& sim, const Words& words) {
-  const std::uint32_t body[] = {on_or_off(words[0]), words.size() > 1 ? number(words[1]) : 0};
-  return sent_to(sim.send_message({}, Role::event, AAA_MSG_AAA_DEBUG_INFO, 0, encode_words(body)));
-}
-
 CommandResult status(AaadSim& sim, const Words& words) {
   const std::uint32_t value = number(words[1]);
   bool known = false;
@@ -85,14 +47,6 @@ CommandResult status(AaadSim& sim, const Words& words) {
   return sent_to(sim.send_status());
 }
 
-CommandResult mlist(AaadSim& sim, const Words&) {
-  return sent_to(sim.send_message({}, Role::event, AAA_MSG_MLIST_CHANGE, 0));
-}
-
-CommandResult heartbeat(AaadSim& sim, const Words&) {
-  return sent_to(sim.send_message({}, Role::event, AAA_MSG_HEARTBEAT, 0));
-}
-
 CommandResult heartbeats(AaadSim& sim, const Words& words) {
   return set(sim, [on = on_or_off(words[0])](Settings& s) { s.answer_heartbeats = on; });
 }
@@ -103,7 +57,7 @@ CommandResult aaa_id(AaadSim& sim, const Words& words) {
 
 CommandResult fault(AaadSim& sim, const Words& words) {
   const Fault kind = need(parse_fault(words[2]), words[2], "a fault");
-  sim.set_fault(role(words[0]), number(words[1]), kind);
+  sim.set_fault(role(words[0]), message_type(words[1]), kind);
   return {};
 }
 
@@ -128,6 +82,26 @@ CommandResult listening(AaadSim& sim, const Words& words) {
   return set(sim, [on = on_or_off(words[0])](Settings& s) { s.listening = on; });
 }
 
+CommandResult method_list(AaadSim& sim, const Words& words) {
+  const MethodList list{number(words[0]), words[1], number(words[2])};
+  return set(sim, [&](Settings& settings) {
+    std::erase_if(settings.method_lists, [&](const MethodList& old) {
+      return old.kind == list.kind && old.name == list.name;
+    });
+    settings.method_lists.push_back(list);
+  });
+}
+
+CommandResult local_user(AaadSim& sim, const Words& words) {
+  sim.put_local_user(need(parse_local_user(words[0] + ":" + words[1]), words[0],
+                          "a name of a local user with a password"));
+  return {};
+}
+
+CommandResult remembered(AaadSim& sim, const Words&) {
+  return {.output = describe(sim.memory())};
+}
+
 CommandResult close(AaadSim& sim, const Words&) {
   sim.close_connections();
   return {};
@@ -148,23 +122,11 @@ CommandResult quit(AaadSim&, const Words&) {
   return {.quit = true};
 }
 
-struct Command {
-  std::string_view name;
-  std::size_t min_words;
-  std::size_t max_words;
-  const char* words;
-  const char* purpose;
-  CommandResult (*run)(AaadSim&, const Words&);
-};
-
 constexpr Command kCommands[] = {
     {"send", 2, 3, "TYPE ID [HEX]", "send a message on every event connection", send},
     {"reply", 2, 3, "TYPE ID [HEX]", "send a message on every request connection", reply},
     {"raw", 2, 2, "request|event HEX", "send bytes as they are", raw},
-    {"debug", 1, 2, "on|off [LIMIT]", "switch the clients' debug lines", debug},
     {"status", 2, 2, "WORD VALUE", "change a status word and tell the clients", status},
-    {"mlist", 0, 0, "", "tell the clients that method lists have changed", mlist},
-    {"heartbeat", 0, 0, "", "send a heartbeat", heartbeat},
     {"heartbeats", 1, 1, "on|off", "answer the clients' heartbeats", heartbeats},
     {"aaa-id", 1, 1, "ID", "the id that clients get from now on; 255 refuses them", aaa_id},
     {"fault", 3, 3, "request|event TYPE KIND", "spoil the answers to messages of a type", fault},
@@ -174,6 +136,9 @@ constexpr Command kCommands[] = {
     {"reading", 1, 1, "on|off", "read what clients send", reading},
     {"listening", 1, 1, "on|off", "have a socket to connect to", listening},
     {"close", 0, 0, "", "close all connections", close},
+    {"method-list", 3, 3, "KIND NAME STATE", "have a method list, or change it", method_list},
+    {"local-user", 2, 2, "NAME PASSWORD", "add or replace a local user", local_user},
+    {"remembered", 0, 0, "", "list what clients have told", remembered},
     {"clients", 0, 0, "", "list the registered clients", clients},
     {"help", 0, 0, "", "list the commands", help},
     {"quit", 0, 0, "", "end", quit},
@@ -191,9 +156,19 @@ CommandResult run(AaadSim& sim, const Command& command, const Words& words) {
     return command.run(sim, words);
   } catch (const BadWord& bad) {
     return {.error = std::string(command.name) + ": " + bad.what};
-  } catch (const std::system_error& error) {
+  } catch (const std::runtime_error& error) {
     return {.error = std::string(command.name) + ": " + error.what()};
   }
+}
+
+std::string help_of(std::span<const Command> commands) {
+  std::string text;
+  for (const Command& command : commands) {
+    std::string left = usage(command);
+    left.resize(std::max<std::size_t>(left.size(), 32), ' ');
+    text += left + " " + command.purpose + "\n";
+  }
+  return text;
 }
 
 }  // namespace
@@ -203,19 +178,15 @@ CommandResult run_command(AaadSim& sim, std::string_view line) {
   std::string name;
   if (!(text >> name)) return {};
   const Words words{std::istream_iterator<std::string>(text), {}};
-  const auto* command = std::ranges::find(kCommands, name, &Command::name);
-  if (command == std::end(kCommands)) return {.error = "unknown command '" + name + "', try help"};
-  return run(sim, *command, words);
+  for (const auto commands : {std::span<const Command>(kCommands), event_commands()}) {
+    const auto command = std::ranges::find(commands, name, &Command::name);
+    if (command != commands.end()) return run(sim, *command, words);
+  }
+  return {.error = "unknown command '" + name + "', try help"};
 }
 
 std::string command_help() {
-  std::string text;
-  for (const Command& command : kCommands) {
-    std::string left = usage(command);
-    left.resize(std::max<std::size_t>(left.size(), 32), ' ');
-    text += left + " " + command.purpose + "\n";
-  }
-  return text;
+  return help_of(kCommands) + help_of(event_commands());
 }
 
 }  // namespace aaa_sim

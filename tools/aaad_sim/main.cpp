@@ -4,8 +4,8 @@
 
 #include <csignal>
 #include <cstdio>
+#include <stdexcept>
 #include <string>
-#include <system_error>
 
 #include "aaad_sim.h"
 #include "commands.h"
@@ -102,7 +102,7 @@ int main(int argc, char** argv) {
   if (!options) return exit_status;
   try {
     return run(*options);
-  } catch (const std::system_error& error) {
+  } catch (const std::runtime_error& error) {
     std::fprintf(stderr, "aaad-sim: %s\n", error.what());
     return 1;
   }

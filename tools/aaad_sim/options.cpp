@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "ldif_file.h"
 #include "setting_texts.h"
 #include "users_file.h"
 
@@ -22,6 +23,10 @@ struct Texts {
   std::string users;
   std::vector<std::string> status;
   std::vector<std::string> faults;
+  std::vector<std::string> method_lists;
+  std::vector<std::string> server_statistics;
+  std::vector<std::string> local_users;
+  std::string ldif;
   std::uint32_t delay = 0;
   std::uint32_t heartbeat_interval = 0;
 };
@@ -49,10 +54,42 @@ void apply_fault(const std::string& text, Settings& settings) {
   const auto [request, kind] = split(text, '=');
   const auto [role, type] = split(request, ':');
   const auto parsed_role = parse_role(role);
-  const auto parsed_type = parse_number(type);
+  const auto parsed_type = parse_message_type(type);
   const auto parsed_kind = parse_fault(kind);
   if (!parsed_role || !parsed_type || !parsed_kind) throw bad("--fault", text, "ROLE:TYPE=KIND");
   settings.faults[{*parsed_role, *parsed_type}] = *parsed_kind;
+}
+
+void apply_method_list(const std::string& text, Settings& settings) {
+  const auto list = parse_method_list(text);
+  if (!list) throw bad("--method-list", text, "KIND:NAME=STATE");
+  settings.method_lists.push_back(*list);
+}
+
+void apply_server_statistic(const std::string& text, Settings& settings) {
+  const auto [word, value] = split(text, '=');
+  const auto parsed_word = parse_number(word);
+  const auto parsed_value = parse_number(value);
+  if (!parsed_word || !parsed_value) throw bad("--server-statistic", text, "WORD=VALUE");
+  settings.server_statistics[*parsed_word] = *parsed_value;
+}
+
+void apply_local_user(const std::string& text, Settings& settings) {
+  const auto user = parse_local_user(text);
+  if (!user) throw bad("--local-user", text, "NAME:PASSWORD");
+  settings.local_users.push_back(*user);
+}
+
+void describe_contents(CLI::App& app, Settings& settings, Texts& texts) {
+  app.add_option("--users", texts.users, "File with [[user]] tables: name, password, result, ...");
+  app.add_option("--method-list", texts.method_lists, "KIND:NAME=STATE, a method list");
+  app.add_option("--server-statistic", texts.server_statistics,
+                 "WORD=VALUE, what is told of a server when a client asks with WORD");
+  app.add_option("--ldif", texts.ldif, "File with the entries that LDAP searches find");
+  app.add_option("--local-users", settings.local_users_file,
+                 "SQLite file of the local users; in memory unless given");
+  app.add_option("--local-user", texts.local_users,
+                 "NAME:PASSWORD, a local user to add unless there is one of that name");
 }
 
 void describe_options(CLI::App& app, Options& options, Texts& texts) {
@@ -62,7 +99,7 @@ void describe_options(CLI::App& app, Options& options, Texts& texts) {
   app.add_option("--directory", options.directory, "Listen below this directory")
       ->envname("TMPDIR")
       ->required();
-  app.add_option("--users", texts.users, "File with [[user]] tables: name, password, result, ...");
+  describe_contents(app, settings, texts);
   app.add_option("--aaa-id", settings.aaa_id, "Id that clients get; 255 refuses them");
   app.add_option("--status", texts.status, "WORD=VALUE, a status word by name or number");
   app.add_option("--first-session-id", settings.next_session_id, "First session id; 0 grants none");
@@ -85,9 +122,16 @@ void apply_texts(const Texts& texts, Settings& settings) {
     apply_status(text, settings.status);
   for (const std::string& text : texts.faults)
     apply_fault(text, settings);
+  for (const std::string& text : texts.method_lists)
+    apply_method_list(text, settings);
+  for (const std::string& text : texts.server_statistics)
+    apply_server_statistic(text, settings);
+  for (const std::string& text : texts.local_users)
+    apply_local_user(text, settings);
   settings.delay = std::chrono::milliseconds(texts.delay);
   settings.heartbeat_interval = std::chrono::milliseconds(texts.heartbeat_interval);
   if (!texts.users.empty()) settings.users = load_users(texts.users);
+  if (!texts.ldif.empty()) settings.directory = load_ldif(texts.ldif);
 }
 
 int complain(std::string what) {

@@ -2,15 +2,29 @@
 
 #include <sys/epoll.h>
 
+#include <stdexcept>
 #include <utility>
 
-namespace aaa_sim {
+#include "remembered.h"
 
-Server::Server(std::string socket_path, Settings& settings, Journal& journal)
+namespace aaa_sim {
+namespace {
+
+// The session whose client waits for the answer, or 0.
+std::uint32_t awaited_session(const aaa_ipc_header& header) {
+  const bool waits = header.type == AAA_MSG_AUTHEN_REQ || header.type == AAA_MSG_AUTHOR_REQ ||
+                     header.type == AAA_MSG_ACCT_REQ;
+  return waits ? header.id : 0;
+}
+
+}  // namespace
+
+Server::Server(std::string socket_path, World world, Journal& journal)
     : socket_path_(std::move(socket_path)),
-      settings_(settings),
+      world_(world),
+      settings_(world.settings),
       journal_(journal),
-      connections_(loop_, settings, journal,
+      connections_(loop_, settings_, journal,
                    [this](ConnectionId id, Frame frame) { take(id, std::move(frame), false); }) {
   loop_.watch(delayed_.fd(), EPOLLIN, [this](std::uint32_t) { delayed_.run_due(); });
   loop_.watch(heartbeat_.fd(), EPOLLIN, [this](std::uint32_t) {
@@ -115,13 +129,25 @@ void Server::unpack(ConnectionId id, View batch) {
 void Server::respond(ConnectionId id, const Frame& frame) {
   if (settings_.silent) return;
   const Connection& connection = *connections_.find(id);
-  const Role role = connection.role();
-  const auto fault = settings_.faults.find({role, frame.header.type});
-  const Outcome outcome =
-      spoil(fault == settings_.faults.end() ? Fault::none : fault->second,
-            answer(settings_, {connection.client(), role, frame.header, frame.body}));
+  const auto fault = settings_.faults.find({connection.role(), frame.header.type});
+  const Outcome outcome = spoil(fault == settings_.faults.end() ? Fault::none : fault->second,
+                                answer_to(connection, frame));
   if (settings_.delay.count() == 0) return deliver(id, outcome);
-  delayed_.add(settings_.delay, [this, id, outcome] { deliver(id, outcome); });
+  delayed_.add(settings_.delay, awaited_session(frame.header),
+               [this, id, outcome] { deliver(id, outcome); });
+}
+
+// A body that cannot be read gets a remark and no answer.
+Replies Server::answer_to(const Connection& asker, const Frame& frame) {
+  try {
+    Replies replies = answer(world_, {asker.client(), asker.role(), frame.header, frame.body});
+    if (frame.header.type == AAA_MSG_CLEAR_USER) delayed_.drop(cleared_session(frame.body));
+    return replies;
+  } catch (const std::runtime_error& error) {
+    journal_.note(describe(asker) + " message " + std::to_string(frame.header.type) + ": " +
+                  error.what());
+    return {};
+  }
 }
 
 void Server::deliver(ConnectionId asker, const Outcome& outcome) {

@@ -11,14 +11,15 @@
 #include "listener.h"
 #include "settings.h"
 #include "timers.h"
+#include "world.h"
 
 namespace aaa_sim {
 
 // post() is for any thread; all else is for the thread in run(), or for when there is none.
 class Server {
  public:
-  // Listens, if the settings say so. `settings` and `journal` must outlive it.
-  Server(std::string socket_path, Settings& settings, Journal& journal);
+  // Listens, if the settings say so. What `world` refers to, and `journal`, must outlive it.
+  Server(std::string socket_path, World world, Journal& journal);
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
@@ -45,11 +46,13 @@ class Server {
   void identify(ConnectionId id, const Frame& frame);
   void unpack(ConnectionId id, View batch);
   void respond(ConnectionId id, const Frame& frame);
+  Replies answer_to(const Connection& asker, const Frame& frame);
   void deliver(ConnectionId asker, const Outcome& outcome);
   void refuse(ConnectionId id, const char* reason);
 
   const std::string socket_path_;
-  Settings& settings_;
+  World world_;
+  const Settings& settings_;
   Journal& journal_;
   EventLoop loop_;
   DelayedActions delayed_;

@@ -55,6 +55,22 @@ std::optional<Number> parse_digits(std::string_view digits, int base) {
   return number;
 }
 
+constexpr std::uint32_t kLastNamedType = AAA_MSG_NOTIFY_LDAP_SEARCH_RESULT;
+constexpr std::uint32_t kTypeWithoutName = AAA_MSG_USER_PWD_UPDATE_RESULT;
+
+std::string dashed_name(std::uint32_t type) {
+  std::string name = aaa_ipc_get_msg_type_str(type);
+  std::ranges::replace(name, ' ', '-');
+  return name;
+}
+
+// What is before the first `at`, and what is behind it.
+std::pair<std::string_view, std::string_view> split(std::string_view text, char at) {
+  const std::size_t position = text.find(at);
+  if (position == std::string_view::npos) return {text, ""};
+  return {text.substr(0, position), text.substr(position + 1)};
+}
+
 }  // namespace
 
 std::optional<std::uint32_t> parse_number(std::string_view text) {
@@ -71,6 +87,31 @@ std::optional<Bytes> parse_hex(std::string_view text) {
     bytes.push_back(*byte);
   }
   return bytes;
+}
+
+std::optional<std::uint32_t> parse_message_type(std::string_view text) {
+  if (const auto number = parse_number(text)) return number;
+  if (text == dashed_name(kTypeWithoutName)) return std::nullopt;
+  for (std::uint32_t type = kLastNamedType; type > 0; --type) {
+    if (text == dashed_name(type)) return type;
+  }
+  return std::nullopt;
+}
+
+std::optional<MethodList> parse_method_list(std::string_view text) {
+  const auto [kind, rest] = split(text, ':');
+  const auto [name, state] = split(rest, '=');
+  const auto parsed_kind = parse_number(kind);
+  const auto parsed_state = parse_number(state);
+  if (!parsed_kind || !parsed_state || name.empty()) return std::nullopt;
+  return MethodList{*parsed_kind, std::string(name), *parsed_state};
+}
+
+std::optional<LocalUser> parse_local_user(std::string_view text) {
+  const auto [name, password] = split(text, ':');
+  if (name.empty() || name.size() > kMaxLocalUserName) return std::nullopt;
+  if (password.empty() || password.size() > kMaxLocalPassword) return std::nullopt;
+  return LocalUser{.name = std::string(name), .string_19 = std::string(password)};
 }
 
 std::optional<Role> parse_role(std::string_view text) {

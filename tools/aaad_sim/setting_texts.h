@@ -14,6 +14,13 @@ namespace aaa_sim {
 std::optional<std::uint32_t> parse_number(std::string_view text);
 // Pairs of hexadecimal digits.
 std::optional<Bytes> parse_hex(std::string_view text);
+// A number, or the display name with '-' for blanks, as "notify-result". Of two types with one name
+// it is the one that aaad sends.
+std::optional<std::uint32_t> parse_message_type(std::string_view text);
+// "KIND:NAME=STATE".
+std::optional<MethodList> parse_method_list(std::string_view text);
+// "NAME:PASSWORD"; the name has no colon.
+std::optional<LocalUser> parse_local_user(std::string_view text);
 // "request" or "event".
 std::optional<Role> parse_role(std::string_view text);
 // "none", "silent", "wrong-type", "empty-body", "short-body", "close", "close-after".

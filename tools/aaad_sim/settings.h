@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "directory.h"
+#include "local_user.h"
 #include "message.h"
 #include "users.h"
 
@@ -57,6 +59,14 @@ inline aaa_status default_status() {
   return status;
 }
 
+struct MethodList {
+  std::uint32_t kind = 0;
+  std::string name = {};
+  std::uint32_t state = 1;
+
+  bool operator==(const MethodList&) const = default;
+};
+
 struct Settings {
   std::uint32_t aaa_id = 1;
   aaa_status status = default_status();
@@ -65,6 +75,14 @@ struct Settings {
   std::uint32_t session_ids = 100;    // ids in a block
 
   std::vector<User> users;
+  std::vector<MethodList> method_lists;
+  std::map<std::uint32_t, std::uint32_t> server_statistics;  // by the last word of the question
+  std::vector<LdapEntry> directory;
+
+  // Read when the simulator is made. An empty name keeps the database in memory.
+  std::string local_users_file = {};
+  // Put into the database at every start, unless users of these names are there.
+  std::vector<LocalUser> local_users;
 
   bool answer_heartbeats = true;
   std::chrono::milliseconds heartbeat_interval{0};  // of heartbeats nobody asked for; 0: none

@@ -36,16 +36,21 @@ void Timer::acknowledge() {
   [[maybe_unused]] const ssize_t got = ::read(fd_.get(), &expirations, sizeof expirations);
 }
 
-void DelayedActions::add(nanoseconds delay, std::function<void()> action) {
-  actions_.emplace(kernel_now() + delay, std::move(action));
+void DelayedActions::add(nanoseconds delay, std::uint32_t key, std::function<void()> action) {
+  actions_.emplace(kernel_now() + delay, Action{key, std::move(action)});
   set_timer();
+}
+
+void DelayedActions::drop(std::uint32_t key) {
+  if (key == 0) return;
+  std::erase_if(actions_, [key](const auto& due) { return due.second.key == key; });
 }
 
 void DelayedActions::run_due() {
   timer_.acknowledge();
   while (!actions_.empty() && actions_.begin()->first <= kernel_now()) {
-    const auto action = std::move(actions_.extract(actions_.begin()).mapped());
-    action();
+    const Action action = std::move(actions_.extract(actions_.begin()).mapped());
+    action.run();
   }
   set_timer();
 }

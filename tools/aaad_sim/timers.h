@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 
@@ -29,14 +30,22 @@ class Timer {
 class DelayedActions {
  public:
   int fd() const { return timer_.fd(); }
-  void add(std::chrono::nanoseconds delay, std::function<void()> action);
+  // `key` is what drop() knows the action by.
+  void add(std::chrono::nanoseconds delay, std::uint32_t key, std::function<void()> action);
+  // Forgets the actions of that key; 0 is none.
+  void drop(std::uint32_t key);
   void run_due();
 
  private:
+  struct Action {
+    std::uint32_t key;
+    std::function<void()> run;
+  };
+
   void set_timer();
 
   Timer timer_;
-  std::multimap<TimePoint, std::function<void()>> actions_;
+  std::multimap<TimePoint, Action> actions_;
 };
 
 }  // namespace aaa_sim

@@ -13,7 +13,10 @@ enum class ResultCode : std::uint32_t { accept = 0, reject = 1, challenge = 3 };
 // password, and after a challenge by the State item that comes back; unknown ones are rejected.
 Bytes judge(const std::vector<User>& users, std::uint32_t session_id, View request_body);
 
-// An acceptance without attributes, encoded.
-Bytes plain_acceptance(std::uint32_t session_id);
+// An acceptance without attributes, of a user or of nobody in particular; encoded.
+Bytes acceptance(std::uint32_t session_id, const std::string& user = {});
+
+// A rejection; an empty message becomes "Access denied". Encoded.
+Bytes rejection(std::uint32_t session_id, const std::string& message);
 
 }  // namespace aaa_sim
