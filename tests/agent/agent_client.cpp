@@ -1,0 +1,101 @@
+#include "agent/agent_client.h"
+
+#include <poll.h>
+
+#include "runtime/agent_tasks.h"
+#include "session/client_state.h"
+
+namespace test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+aaa_event_fn note_event = nullptr;
+std::function<void(std::uint32_t)> event_action;
+
+int act_on_event(std::uint32_t event) {
+  const int result = note_event(event);
+  event_action(event);
+  return result;
+}
+
+bool becomes_readable(int fd) {
+  pollfd watched = {.fd = fd, .events = POLLIN, .revents = 0};
+  return poll(&watched, 1, static_cast<int>(kPatience.count())) == 1;
+}
+
+}  // namespace
+
+reg_info client_that(std::function<void(std::uint32_t event)> action) {
+  reg_info info = client();
+  note_event = info.aaa_event_cb;
+  event_action = std::move(action);
+  info.aaa_event_cb = act_on_event;
+  return info;
+}
+
+void AgentTest::SetUp() {
+  RegisteredTest::SetUp();
+  open_gate_for_clients();
+  aaa::g_agent_master = nullptr;
+}
+
+void AgentTest::TearDown() {
+  aaa_agent_finish();
+  expect_nothing_scheduled();
+  RegisteredTest::TearDown();
+}
+
+void AgentTest::init(const reg_info& info) {
+  ASSERT_EQ(0, aaa_agent_init(&info, loop_.master()));
+}
+
+void AgentTest::init_and_connect(const reg_info& info) {
+  init(info);
+  ASSERT_EQ(0, run("aaa-connect"));
+  ASSERT_EQ(4, state());
+}
+
+int AgentTest::read() {
+  EXPECT_TRUE(becomes_readable(event_socket())) << "nothing arrives";
+  return run("aaa-read");
+}
+
+void AgentTest::deliver(std::uint32_t type, const Bytes& body) {
+  send(type, body);
+  EXPECT_EQ(0, read());
+}
+
+void AgentTest::lose_link() {
+  sim_.close_connections();
+  EXPECT_EQ(0, read());
+}
+
+void AgentTest::lose_aaad() {
+  set_listening(false);
+  lose_link();
+}
+
+void AgentTest::expect_steady() const {
+  EXPECT_THAT(loop_.names(), UnorderedElementsAre("aaa-read", "aaa-heartbeat"));
+  EXPECT_EQ(event_socket(), loop_.task("aaa-read").number);
+}
+void AgentTest::expect_reconnecting() const {
+  EXPECT_THAT(loop_.names(), ElementsAre("aaa-reconnect"));
+}
+void AgentTest::expect_nothing_scheduled() const {
+  EXPECT_THAT(loop_.names(), IsEmpty());
+  EXPECT_EQ(nullptr, aaa::g_agent_connect_ev);
+  EXPECT_EQ(nullptr, aaa::g_agent_reconnect_tmr);
+  EXPECT_EQ(nullptr, aaa::g_agent_read_ev);
+  EXPECT_EQ(nullptr, aaa::g_agent_spare_ev);
+  EXPECT_EQ(nullptr, aaa::g_agent_hbt_tmr);
+}
+void AgentTest::expect_unconnected() const {
+  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+}
+
+}  // namespace test

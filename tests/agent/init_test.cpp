@@ -1,0 +1,269 @@
+// aaa_agent_init.
+#include <cerrno>
+#include <cinttypes>
+#include <filesystem>
+
+#include "agent/agent_client.h"
+#include "runtime/agent_tasks.h"
+#include "runtime/heartbeat.h"
+#include "runtime/receive_thread.h"
+#include "runtime/send_buffer.h"
+#include "session/locks.h"
+#include "session/session_test.h"
+#include "support/expected_line.h"
+#include "support/fresh_message_sockets.h"
+
+namespace test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class AgentInit : public AgentTest {
+ protected:
+  void expect_refused(const reg_info* info, zv_thread_master* master) {
+    EXPECT_EQ(-1, aaa_agent_init(info, master));
+    expect_nothing_scheduled();
+    EXPECT_EQ(1, state());
+    EXPECT_THAT(client_events(), IsEmpty());
+    EXPECT_TRUE(is_free(aaa_lib_lock));
+  }
+  void expect_already_registered(const reg_info& info = client()) {
+    const OpenGate gate;
+    const LogCapture log;
+    const std::vector<AddedTask> before = loop_.tasks();
+    const std::size_t told = times_told(AAA_EVENT_REGISTERED);
+    EXPECT_EQ(0, aaa_agent_init(&info, loop_.master()));
+    EXPECT_EQ(before, loop_.tasks());
+    EXPECT_EQ(told + 1, times_told(AAA_EVENT_REGISTERED));
+    expect_line(log, "aaa_agent_init", "already registered!\r\n");
+  }
+
+  static std::string pointer_text(const void* pointer) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%p", pointer);
+    return text;
+  }
+};
+
+TEST_F(AgentInit, ANullMasterIsRefusedAndBothPointersLogged) {
+  aaa::set_model_name("test");
+  const OpenGate gate;
+  const LogCapture log;
+  const reg_info info = client();
+  expect_refused(&info, nullptr);
+  expect_line(log, "aaa_agent_init",
+              "invalid args reg_info(" + pointer_text(&info) + ") or master((nil))\r\n");
+}
+
+TEST_F(AgentInit, ANullRecordIsRefusedAndBothPointersLogged) {
+  aaa::set_model_name("test");
+  const OpenGate gate;
+  const LogCapture log;
+  expect_refused(nullptr, loop_.master());
+  expect_line(log, "aaa_agent_init",
+              "invalid args reg_info((nil)) or master(" + pointer_text(loop_.master()) + ")\r\n");
+}
+
+TEST_F(AgentInit, AnEmptyModelNameIsRefusedAndKeepsTheOldOne) {
+  aaa::set_model_name("test");
+  const OpenGate gate;
+  const LogCapture log;
+  const reg_info info = client("");
+  expect_refused(&info, loop_.master());
+  expect_line(log, "aaa_agent_init", "set model name() failed\r\n");
+  EXPECT_STREQ("test", g_aaa_client_cb.model_name);
+}
+
+TEST_F(AgentInit, NothingIsLoggedBehindAClosedGate) {
+  const LogCapture log;
+  EXPECT_EQ(-1, aaa_agent_init(nullptr, nullptr));
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(AgentInit, TheModelNameIsCutTo63Characters) {
+  reg_info info = client();
+  std::fill_n(info.model_name, sizeof info.model_name, 'm');
+  init(info);
+  EXPECT_EQ(std::string(63, 'm'), g_aaa_client_cb.model_name);
+}
+
+TEST_F(AgentInit, SchedulesTheConnectionAndNothingElse) {
+  const reg_info info = client();
+  init(info);
+  EXPECT_THAT(loop_.tasks(),
+              ElementsAre(AddedTask{"event", loop_.master(), aaa::aaa_lib_agent_connect, &info, 0,
+                                    "aaa-connect"}));
+  EXPECT_NE(nullptr, aaa::g_agent_connect_ev);
+  EXPECT_EQ(loop_.master(), aaa::g_agent_master);
+}
+
+TEST_F(AgentInit, LeavesTheConnectionToTheLoop) {
+  init();
+  EXPECT_EQ(1, state());
+  expect_unconnected();
+  EXPECT_EQ(0u, sim_.accepted_connections());
+  EXPECT_EQ(0, aaa_is_alive());
+  EXPECT_THAT(client_events(), IsEmpty());
+}
+
+TEST_F(AgentInit, StartsNoThreadAndDoesNotSleep) {
+  const ScriptedCalls calls({.pthread_create = [] { return ADD_FAILURE(), 0; }});
+  init();
+  EXPECT_FALSE(aaa::receive_thread_exists());
+  EXPECT_EQ(0u, clock_.sleeps());
+}
+
+TEST_F(AgentInit, MakesTheLocksTheDirectoryAndTheDatagramPair) {
+  const FreshMessageSockets fresh;
+  init();
+  EXPECT_EQ(1, aaa::g_mutex_init);
+  EXPECT_TRUE(is_free(aaa_lib_lock));
+  EXPECT_TRUE(std::filesystem::is_directory(directory() + "/security/aaa"));
+  EXPECT_TRUE(FreshMessageSockets::made());
+  EXPECT_EQ(1, g_send_buf_init);
+}
+
+TEST_F(AgentInit, CopiesTheCallbacks) {
+  init(with_all_callbacks(client()));
+  EXPECT_EQ(ordinary_numbers(), ordinary_callbacks());
+  EXPECT_EQ(ldap_numbers(), ldap_callbacks());
+  EXPECT_EQ(client().aaa_event_cb, g_aaa_client_cb.aaa_event_cb);
+}
+
+TEST_F(AgentInit, StartsTheHeartbeatClocks) {
+  aaa::store(aaalib_hbt_last_send, 5U);
+  aaa::store(aaalib_hbt_last_recv, 5U);
+  init();
+  EXPECT_EQ(0u, aaalib_hbt_last_send);
+  EXPECT_NEAR(library_seconds(), aaalib_hbt_last_recv, 1);
+}
+
+TEST_F(AgentInit, StartsWithoutAnId) {
+  aaa::store(g_aaa_client_cb.aaa_id, -1);
+  init();
+  EXPECT_EQ(0, g_aaa_client_cb.aaa_id);
+}
+
+TEST_F(AgentInit, StartsTheFlushThreadWhenAskedTo) {
+  reg_info info = client();
+  info.use_send_buf = 2;
+  init(info);
+  EXPECT_TRUE(aaa::send_buffer_is_used());
+  EXPECT_TRUE(eventually([] { return threads_named(flush_thread_name()).size() == 1; }));
+  EXPECT_FALSE(aaa::receive_thread_exists());
+}
+
+TEST_F(AgentInit, AFlushThreadThatCannotBeStartedUndoesIt) {
+  const ScriptedCalls calls({.pthread_create = [] { return EAGAIN; }});
+  const OpenGate gate;
+  const LogCapture log;
+  aaa::store(g_aaa_client_cb.aaa_id, 9);
+  reg_info info = with_all_callbacks(client());
+  info.use_send_buf = 1;
+  expect_refused(&info, loop_.master());
+  EXPECT_THAT(log.messages(), ElementsAre("aaalib create send buffer thread failed\r\n"));
+  EXPECT_EQ(0, g_aaa_client_cb.aaa_id);
+  EXPECT_EQ(std::vector<std::uintptr_t>(13, 0), ordinary_callbacks());
+  EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
+  EXPECT_EQ(ldap_numbers(), ldap_callbacks());
+  expect_unconnected();
+}
+
+TEST_F(AgentInit, MaySucceedAfterItHasFailed) {
+  {
+    const ScriptedCalls calls({.pthread_create = [] { return EAGAIN; }});
+    reg_info info = client();
+    info.use_send_buf = 1;
+    expect_refused(&info, loop_.master());
+  }
+  init_and_connect();
+  expect_steady();
+}
+
+TEST_F(AgentInit, WithoutTmpdirThereIsNoWorkDirectory) {
+  unsetenv("TMPDIR");
+  const OpenGate gate;
+  const LogCapture log;
+  const reg_info info = client();
+  expect_refused(&info, loop_.master());
+  EXPECT_THAT(log.messages(), ElementsAre("agent_init make directory failed\r\n"));
+  expect_line(log, "aaa_agent_init", "agent_init make directory failed\r\n");
+  EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
+  EXPECT_EQ(nullptr, aaa::g_agent_master);
+}
+
+TEST_F(AgentInit, FailedDatagramSocketsAreReported) {
+  const FreshMessageSockets fresh;
+  const ScriptedCalls calls({.socket = [](int, int) {
+    errno = EMFILE;
+    return -1;
+  }});
+  const OpenGate gate;
+  const LogCapture log;
+  const reg_info info = client();
+  expect_refused(&info, loop_.master());
+  expect_line(log, "aaa_agent_init", "aaa_lib_msg_socket_init failed\r\n");
+  EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
+  EXPECT_EQ(nullptr, aaa::g_agent_master);
+}
+
+TEST_F(AgentInit, WhileRegisteredItOnlyRefreshesTheCallbacksAndTellsEvent1) {
+  init_and_connect();
+  reg_info again = client();
+  again.get_online_info_cb = [](void*, const void*) {};
+  again.use_send_buf = 1;
+  expect_already_registered(again);
+  EXPECT_EQ(again.get_online_info_cb, g_aaa_client_cb.get_online_info_cb);
+  EXPECT_FALSE(aaa::send_buffer_is_used());
+  EXPECT_EQ(2u, sim_.accepted_connections());
+  expect_steady();
+}
+
+TEST_F(AgentInit, WhileRegisteredItDoesNotStoreTheMaster) {
+  init_and_connect();
+  const reg_info info = client();
+  int other = 0;
+  EXPECT_EQ(0, aaa_agent_init(&info, reinterpret_cast<zv_thread_master*>(&other)));
+  EXPECT_EQ(loop_.master(), aaa::g_agent_master);
+}
+
+TEST_F(AgentInit, WhileTheConnectionIsPendingItCountsAsRegistered) {
+  init();
+  expect_already_registered();
+}
+
+TEST_F(AgentInit, WhileAaadIsLostItCountsAsRegistered) {
+  init_and_connect();
+  lose_aaad();
+  expect_already_registered();
+  run("aaa-reconnect");
+  expect_already_registered();
+  expect_reconnecting();
+}
+
+TEST_F(AgentInit, FromInsideTheLossEventItCountsAsRegistered) {
+  init_and_connect(client_that([this](std::uint32_t event) {
+    if (event == AAA_EVENT_CONNECTION_LOST && aaa::g_agent_reconnect_tmr == nullptr &&
+        aaa::load(g_aaa_client_cb.aaa_id) != -1 && times_told(AAA_EVENT_CONNECTION_LOST) == 1)
+      init();
+  }));
+  lose_link();
+  run("aaa-reconnect");
+  expect_steady();
+  EXPECT_EQ(4u, sim_.accepted_connections());
+}
+
+TEST_F(AgentInit, AfterDeregistrationAloneItStartsAnew) {
+  init_and_connect();
+  EXPECT_EQ(0, aaa_svr_dereg());
+  loop_.take_journal();
+  init();
+  EXPECT_THAT(loop_.take_journal(),
+              ElementsAre("cancel aaa-read", "cancel aaa-heartbeat", "add aaa-connect"));
+  run("aaa-connect");
+  expect_steady();
+}
+
+}  // namespace
+}  // namespace test

@@ -1,0 +1,284 @@
+// Session ids: blocks that aaad grants and the client hands out one by one.
+#include "api/session_ids.h"
+
+#include "session/client_state.h"
+#include "session/locks.h"
+#include "support/expected_line.h"
+#include "support/library_counters.h"
+#include "support/linked_test.h"
+#include "support/lock_check.h"
+
+namespace {
+
+using test::hex;
+using test::LibraryCounters;
+using test::message_bytes;
+using test::word_bytes;
+
+constexpr std::size_t kRequests = 8, kFailures = 9, kTimeTotal = 10, kTimeMax = 11;
+
+class SessionIds : public test::LinkedTest {
+ protected:
+  void aaad_grants(std::uint32_t first, std::uint32_t count) {
+    aaad_answers(message_bytes(3, word_bytes(first) + word_bytes(count)));
+  }
+  static void hold_block(std::uint32_t last, std::uint32_t end) {
+    aaa::g_session_id = last;
+    aaa::g_session_id_max = end;
+  }
+  static void expect_block(std::uint32_t last, std::uint32_t end) {
+    EXPECT_EQ(last, aaa::g_session_id);
+    EXPECT_EQ(end, aaa::g_session_id_max);
+  }
+  static void expect_counted(const LibraryCounters& counters, std::uint32_t requests,
+                             std::uint32_t failures) {
+    for (std::size_t n = 0; n < LibraryCounters::kWords; ++n) {
+      if (n == kTimeTotal || n == kTimeMax) continue;
+      EXPECT_EQ(n == kRequests ? requests : n == kFailures ? failures : 0, counters.grown(n)) << n;
+    }
+  }
+};
+
+TEST_F(SessionIds, NoBlockIsHeldAtFirst) {
+  expect_block(0, 0);
+}
+
+TEST_F(SessionIds, TheFirstCallAsksForABlockAndReturnsItsFirstId) {
+  aaad_grants(100, 3);
+  EXPECT_EQ(100u, aaa_get_session_id());
+  EXPECT_EQ(hex("01010101 00000000 03000000 08000000 00000000 00000000"), only_write());
+  expect_block(100, 103);
+}
+
+TEST_F(SessionIds, ABlockIsHandedOutWithoutAMessage) {
+  aaad_grants(100, 3);
+  EXPECT_EQ(100u, aaa_get_session_id());
+  EXPECT_EQ(101u, aaa_get_session_id());
+  EXPECT_EQ(102u, aaa_get_session_id());
+  EXPECT_EQ(1u, writes().size());
+  expect_block(102, 103);
+}
+
+TEST_F(SessionIds, TheCallAfterTheLastOfABlockAsksAgain) {
+  aaad_grants(100, 3);
+  aaad_grants(500, 2);
+  for (const std::uint32_t expected : {100, 101, 102, 500, 501})
+    EXPECT_EQ(expected, aaa_get_session_id());
+  EXPECT_EQ(2u, writes().size());
+}
+
+TEST_F(SessionIds, ABlockOf0Or1GivesItsFirstIdAndTheNextCallAsksAgain) {
+  aaad_grants(7, 0);
+  aaad_grants(8, 1);
+  aaad_grants(9, 1);
+  for (const std::uint32_t expected : {7, 8, 9})
+    EXPECT_EQ(expected, aaa_get_session_id());
+  EXPECT_EQ(3u, writes().size());
+}
+
+TEST_F(SessionIds, AFirstIdOf0IsAFailureThatLeavesTheBlockAndTheNextCallAsksAgain) {
+  hold_block(5, 6);
+  aaad_grants(0, 10);
+  aaad_grants(40, 1);
+  EXPECT_EQ(0u, aaa_get_session_id());
+  expect_block(5, 6);
+  EXPECT_EQ(40u, aaa_get_session_id());
+}
+
+TEST_F(SessionIds, AnAnswerOfAnotherTypeIsAFailureThatLeavesTheBlock) {
+  hold_block(5, 6);
+  const LibraryCounters counters;
+  aaad_answers(message_bytes(103, word_bytes(100) + word_bytes(3)));
+  EXPECT_EQ(0u, aaa_get_session_id());
+  expect_block(5, 6);
+  expect_counted(counters, 1, 1);
+}
+
+TEST_F(SessionIds, AnAnswerOfAnotherTypeHasNoLineOfItsOwn) {
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  aaad_answers(message_bytes(103, word_bytes(100) + word_bytes(3)));
+  aaa_get_session_id();
+  for (const test::LogLine& line : log.lines())
+    EXPECT_NE("aaa_get_session_id", line.function()) << line.message();
+}
+
+TEST_F(SessionIds, NoAnswerIsAFailureWithALine) {
+  hold_block(5, 6);
+  test::MovedClock clock;
+  script({.recv = [&](int, void*, std::size_t, int) {
+    clock.advance(2);
+    errno = EAGAIN;
+    return std::optional<ssize_t>(-1);
+  }});
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  const LibraryCounters counters;
+  EXPECT_EQ(0u, aaa_get_session_id());
+  test::expect_line(log, "aaa_get_session_id", "get sessionid from aaad failed.\r\n");
+  expect_counted(counters, 1, 1);
+  expect_block(5, 6);
+}
+
+TEST_F(SessionIds, ARequestThatCannotBeSentIsAFailureWithALine) {
+  next_write_fails(EPIPE);
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  const LibraryCounters counters;
+  EXPECT_EQ(0u, aaa_get_session_id());
+  test::expect_line(log, "aaa_get_session_id", "get sessionid from aaad failed.\r\n");
+  expect_counted(counters, 1, 1);
+}
+
+TEST_F(SessionIds, AGrantIsLogged) {
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  aaad_grants(4000000000, 3);
+  aaa_get_session_id();
+  test::expect_line(log, "aaa_get_session_id",
+                    "get sessionid from aaad success, current 4000000000, top 3.\r\n");
+}
+
+TEST_F(SessionIds, AGrantOfId0IsLoggedTheSameWay) {
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  aaad_grants(0, 3);
+  aaa_get_session_id();
+  test::expect_line(log, "aaa_get_session_id",
+                    "get sessionid from aaad success, current 0, top 3.\r\n");
+}
+
+TEST_F(SessionIds, AnIdOutOfTheBlockIsNotLogged) {
+  hold_block(5, 9);
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  EXPECT_EQ(6u, aaa_get_session_id());
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(SessionIds, NothingIsLoggedWhileTheGateIsClosed) {
+  const test::LogCapture log;
+  aaad_grants(7, 1);
+  aaa_get_session_id();
+  next_write_fails(EPIPE);
+  aaa_get_session_id();
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(SessionIds, WhatAShortAnswerLacksIsZero) {
+  aaad_answers(message_bytes(3, word_bytes(7)));
+  aaad_answers(message_bytes(3, hex("0908")));
+  EXPECT_EQ(7u, aaa_get_session_id());
+  expect_block(7, 7);
+  EXPECT_EQ(0x0809u, aaa_get_session_id());
+}
+
+TEST_F(SessionIds, AnEmptyAnswerIsAFailure) {
+  const LibraryCounters counters;
+  aaad_answers(message_bytes(3, ""));
+  EXPECT_EQ(0u, aaa_get_session_id());
+  expect_counted(counters, 1, 1);
+}
+
+TEST_F(SessionIds, ABlockThatPasses2To32EndsAtItsFirstId) {
+  aaad_grants(0xfffffffe, 10);
+  aaad_grants(1, 1);
+  EXPECT_EQ(0xfffffffeu, aaa_get_session_id());
+  expect_block(0xfffffffe, 8);
+  EXPECT_EQ(1u, aaa_get_session_id());
+}
+
+TEST_F(SessionIds, ABlockUpTo2To32EndsAtItsFirstId) {
+  aaad_grants(0xffffffff, 1);
+  aaad_grants(0xffffffff, 0);
+  aaad_grants(1, 1);
+  for (const std::uint32_t expected : {0xffffffffu, 0xffffffffu, 1u})
+    EXPECT_EQ(expected, aaa_get_session_id());
+}
+
+TEST_F(SessionIds, TheIdAfterTheHighestIsNever0) {
+  aaad_grants(0xffffffff, 0x80000000);
+  aaad_grants(42, 1);
+  EXPECT_EQ(0xffffffffu, aaa_get_session_id());
+  EXPECT_EQ(42u, aaa_get_session_id());
+  EXPECT_EQ(2u, writes().size());
+}
+
+TEST_F(SessionIds, NotRegisteredGives0AndCountsNothing) {
+  hold_block(5, 9);
+  const LibraryCounters counters;
+  for (const auto state :
+       {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
+    aaa::set_reg_state(state);
+    EXPECT_EQ(0u, aaa_get_session_id());
+  }
+  EXPECT_TRUE(counters.all_unchanged());
+  EXPECT_TRUE(writes().empty());
+  expect_block(5, 9);
+}
+
+TEST_F(SessionIds, TheBlockOutlivesTheRegistration) {
+  hold_block(5, 9);
+  aaa::set_reg_state(AAA_REG_LOST);
+  EXPECT_EQ(0u, aaa_get_session_id());
+  aaa::set_reg_state(AAA_REG_REGISTERED);
+  EXPECT_EQ(6u, aaa_get_session_id());
+  EXPECT_TRUE(writes().empty());
+}
+
+TEST_F(SessionIds, EveryCallCountsAndOnlyFailuresCountAsFailures) {
+  const LibraryCounters counters;
+  aaad_grants(100, 2);
+  aaad_grants(0, 2);
+  aaa_get_session_id();
+  aaa_get_session_id();
+  expect_counted(counters, 2, 0);
+  aaa_get_session_id();
+  expect_counted(counters, 3, 1);
+}
+
+TEST_F(SessionIds, TheTimeOfTheExchangeIsKept) {
+  aaa::store(LibraryCounters::word(kTimeMax), 0U);
+  const LibraryCounters counters;
+  during_writes([] { std::this_thread::sleep_for(std::chrono::milliseconds(2)); });
+  aaad_grants(0, 0);
+  aaa_get_session_id();
+  EXPECT_GE(counters.grown(kTimeTotal), 2000u);
+  EXPECT_EQ(counters.grown(kTimeTotal), counters.grown(kTimeMax));
+}
+
+TEST_F(SessionIds, TheTimeOfIdsOutOfTheBlockIsKept) {
+  hold_block(1, 1000000);
+  const LibraryCounters counters;
+  // Each takes a fraction of a microsecond; now and then one crosses a microsecond's edge.
+  for (int i = 0; i < 50000; ++i)
+    aaa_get_session_id();
+  EXPECT_GT(counters.grown(kTimeTotal), 0u);
+}
+
+TEST_F(SessionIds, TheAnswerIsReleased) {
+  const LibraryCounters counters;
+  aaad_grants(100, 1);
+  aaad_grants(0, 1);
+  aaad_answers(message_bytes(103, word_bytes(1)));
+  for (int i = 0; i < 3; ++i)
+    aaa_get_session_id();
+  EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
+}
+
+TEST_F(SessionIds, TheLockIsHeldAcrossTheExchange) {
+  bool free_meanwhile = true;
+  during_writes([&] { free_meanwhile = test::is_free(aaa_lib_lock); });
+  aaad_grants(100, 1);
+  aaa_get_session_id();
+  EXPECT_FALSE(free_meanwhile);
+  EXPECT_TRUE(test::is_free(aaa_lib_lock));
+}
+
+TEST_F(SessionIds, TheLockIsFreeAfterAFailure) {
+  next_write_fails(EPIPE);
+  aaa_get_session_id();
+  EXPECT_TRUE(test::is_free(aaa_lib_lock));
+}
+
+}  // namespace

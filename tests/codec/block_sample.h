@@ -1,0 +1,97 @@
+// A record whose carried fields all differ, beside the block that must carry them. A test names
+// each field once, with its literal place in the block.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "codec/bodies.h"
+
+namespace test {
+
+template <typename Record>
+class BlockSample {
+ public:
+  Record sent{};     // what the encoder gets
+  Record arrived{};  // what a decoder makes of `received`
+  Bytes block;       // what the encoder makes of `sent`
+  Bytes received;    // the same, with what a peer may send beyond it
+
+  explicit BlockSample(std::size_t size) : block(size), received(size) {
+    std::memset(&sent, 0, sizeof sent);
+    std::memset(&arrived, 0, sizeof arrived);
+  }
+
+  // The same bytes in the record and in the block.
+  template <typename Value>
+  void same(std::size_t offset, Value Record::*member) {
+    const Bytes value = next_bytes(sizeof(Value));
+    set(member, value, value);
+    put(block, offset, value);
+    put(received, offset, value);
+  }
+
+  // A word of which only the low byte travels.
+  void low_byte(std::size_t offset, std::uint32_t Record::*member) {
+    const Bytes value = next_bytes(4);
+    set(member, value, {value[0], 0, 0, 0});
+    block.at(offset) = received.at(offset) = value[0];
+  }
+
+  void flag(std::size_t offset, std::uint8_t Record::*member) {
+    sent.*member = arrived.*member = 1;
+    block.at(offset) = received.at(offset) = 1;
+  }
+
+  // Text whose last byte is not sent, but taken when it arrives.
+  template <std::size_t N>
+  void cut_text(std::size_t offset, char (Record::*member)[N]) {
+    same(offset, member);
+    block.at(offset + N - 1) = 0;
+  }
+
+  template <std::size_t N>
+  void received_only(std::size_t offset, std::uint8_t (Record::*member)[N]) {
+    same(offset, member);
+    put(block, offset, Bytes(N));
+  }
+
+  template <typename Value>
+  void not_carried(Value Record::*member) {
+    const Bytes value = next_bytes(sizeof(Value));
+    set(member, value, Bytes(sizeof(Value)));
+  }
+
+ private:
+  // Never zero, and different for fields that lie near each other.
+  Bytes next_bytes(std::size_t count) {
+    Bytes bytes(count);
+    for (auto& byte : bytes)
+      byte = static_cast<std::uint8_t>(next_++ % 251 + 1);
+    next_ += 17;
+    return bytes;
+  }
+
+  template <typename Value>
+  void set(Value Record::*member, const Bytes& in_sent, const Bytes& in_arrived) {
+    std::memcpy(&(sent.*member), in_sent.data(), sizeof(Value));
+    std::memcpy(&(arrived.*member), in_arrived.data(), sizeof(Value));
+  }
+
+  static void put(Bytes& bytes, std::size_t offset, const Bytes& value) {
+    ASSERT_LE(offset + value.size(), bytes.size());
+    std::memcpy(&bytes[offset], value.data(), value.size());
+  }
+
+  std::size_t next_ = 1;
+};
+
+template <typename Record>
+bool same_bytes(const Record& a, const Record& b) {
+  return std::memcmp(&a, &b, sizeof(Record)) == 0;
+}
+
+}  // namespace test

@@ -1,0 +1,193 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <tuple>
+
+#include "codec/block_sample.h"
+
+namespace test {
+namespace {
+
+constexpr std::size_t kBlockSize = 2788;
+
+Bytes sent_block(const radext_msg& record) {
+  Bytes block(kBlockSize);
+  aaa_encap_radext_msg_sub(block.data(), &record);
+  return block;
+}
+
+std::string text_at(const Bytes& block, std::size_t offset, std::size_t length) {
+  return text(&block.at(offset), length);
+}
+
+// The fields that both records carry, but for the texts and the flag.
+template <typename Record>
+BlockSample<Record> make_sample() {
+  BlockSample<Record> sample(kBlockSize);
+  sample.same(0, &Record::octets128_a);
+  sample.same(128, &Record::short_a);
+  sample.same(130, &Record::byte_a);
+  sample.same(132, &Record::words4_a);
+  sample.same(152, &Record::num_a);
+  sample.same(156, &Record::num_b);
+  sample.same(160, &Record::octets128_b);
+  sample.same(800, &Record::num_c);
+  sample.same(804, &Record::num_d);
+  sample.same(824, &Record::num_e);
+  sample.same(2100, &Record::octets416_a);
+  sample.same(2516, &Record::byte_b);
+  sample.same(2520, &Record::num_f);
+  sample.same(2524, &Record::num_g);
+  return sample;
+}
+
+TEST(Radext, EveryFieldStandsAtItsPlaceInTheBlock) {
+  auto sample = make_sample<radext_msg>();
+  sample.same(2528, &radext_msg::byte_c);
+  sample.same(2529, &radext_msg::short_b);
+  sample.not_carried(&radext_msg::local_a);
+  sample.not_carried(&radext_msg::local_b);
+  sample.not_carried(&radext_msg::local_c);
+  sample.not_carried(&radext_msg::local_d);
+  EXPECT_EQ(sent_block(sample.sent), sample.block);
+}
+
+TEST(Radext, EveryFieldIsReadFromItsPlaceInTheBlock) {
+  const auto sample = make_sample<radext_msg_info>();
+  radext_msg_info record;
+  std::memset(&record, 0, sizeof record);
+  aaa_parse_radext_msg_sub(sample.received.data(), &record);
+  EXPECT_TRUE(same_bytes(record, sample.arrived));
+}
+
+TEST(Radext, TextsStandAtTheirPlacesInTheBlock) {
+  radext_msg record{};
+  record.text_a = "text a";
+  record.text_b = "text b";
+  record.text_c = "text c";
+  record.text_d = "text d";
+  record.text_e = "text e";
+  record.text_f = "text f";
+  record.text_g = "text g";
+  record.text_h = "text h";
+  const Bytes block = sent_block(record);
+  Bytes expected(kBlockSize);
+  const std::size_t places[] = {288, 544, 828, 1082, 1336, 1590, 1844, 2531};
+  char name = 'a';
+  for (const std::size_t place : places) {
+    std::memcpy(&expected[place], "text ", 5);
+    expected[place + 5] = static_cast<std::uint8_t>(name++);
+  }
+  EXPECT_EQ(block, expected);
+}
+
+TEST(Radext, TextsAreReadFromTheirPlaces) {
+  Bytes block(kBlockSize);
+  const std::size_t places[] = {288, 544, 828, 1082, 1336, 1590, 1844};
+  char name = 'a';
+  for (const std::size_t place : places)
+    block[place] = static_cast<std::uint8_t>(name++);
+  radext_msg_info record{};
+  aaa_parse_radext_msg_sub(block.data(), &record);
+  EXPECT_STREQ(record.text_a, "a");
+  EXPECT_STREQ(record.text_b, "b");
+  EXPECT_STREQ(record.text_c, "c");
+  EXPECT_STREQ(record.text_d, "d");
+  EXPECT_STREQ(record.text_e, "e");
+  EXPECT_STREQ(record.text_f, "f");
+  EXPECT_STREQ(record.text_g, "g");
+}
+
+TEST(Radext, TextOf300CharactersArrivesAsItsFirst253FollowedByNul) {
+  const std::string long_text = std::string(253, 'x') + std::string(47, 'y');
+  radext_msg record{};
+  record.text_a = record.text_b = record.text_c = record.text_g = long_text.c_str();
+  const Bytes block = sent_block(record);
+  EXPECT_EQ(text_at(block, 288, 256), std::string(253, 'x') + std::string(3, '\0'));
+  EXPECT_EQ(text_at(block, 1844, 256), std::string(253, 'x') + std::string(3, '\0'));
+  radext_msg_info info{};
+  aaa_parse_radext_msg_sub(block.data(), &info);
+  EXPECT_EQ(info.text_a, std::string(253, 'x'));
+  EXPECT_EQ(info.text_b, std::string(253, 'x'));
+  EXPECT_EQ(info.text_c, std::string(253, 'x'));
+  EXPECT_EQ(info.text_g, std::string(253, 'x'));
+}
+
+TEST(Radext, ReceivedTextWithoutANulIsCutAt253Characters) {
+  const Bytes block(kBlockSize, 'z');
+  radext_msg_info record;
+  std::memset(&record, 0xEE, sizeof record);
+  aaa_parse_radext_msg_sub(block.data(), &record);
+  EXPECT_EQ(record.text_a, std::string(253, 'z'));
+  EXPECT_EQ(record.text_g, std::string(253, 'z'));
+}
+
+TEST(Radext, TextHOf251CharactersIsNotSentAtAll) {
+  const std::string text_h(251, 'h');
+  radext_msg record{};
+  record.text_h = text_h.c_str();
+  EXPECT_EQ(sent_block(record), Bytes(kBlockSize));
+}
+
+TEST(Radext, TextHOf250CharactersIsSentWithoutItsNul) {
+  const std::string text_h(250, 'h');
+  radext_msg record{};
+  record.text_h = text_h.c_str();
+  Bytes block(kBlockSize, 0xEE);
+  aaa_encap_radext_msg_sub(block.data(), &record);
+  EXPECT_EQ(text_at(block, 2531, 250), text_h);
+  EXPECT_EQ(block[2781], 0xEE);
+}
+
+TEST(Radext, EncoderDoesNotClearTheBlock) {
+  const radext_msg record{};
+  Bytes block(kBlockSize, 0xEE);
+  aaa_encap_radext_msg_sub(block.data(), &record);
+  for (const std::size_t reserved :
+       {131U, 288U, 544U, 808U, 823U, 828U, 2098U, 2517U, 2531U, 2787U}) {
+    EXPECT_EQ(block[reserved], 0xEE) << reserved;
+  }
+}
+
+TEST(Radext, FlagIsWidenedTo32Bits) {
+  radext_msg record{};
+  record.flag_a = 2;
+  EXPECT_EQ(word32(sent_block(record), 148), 2U);
+}
+
+TEST(Radext, FlagArrivesAs1OnlyWhenThe32BitsEqual1) {
+  for (const auto& [byte, place, expected] :
+       {std::tuple{1, 148, 1U}, {2, 148, 0U}, {0, 148, 0U}, {1, 149, 0U}, {1, 151, 0U}}) {
+    Bytes block(kBlockSize);
+    block[static_cast<std::size_t>(place)] = static_cast<std::uint8_t>(byte);
+    radext_msg_info record{};
+    record.flag_a = 7;
+    aaa_parse_radext_msg_sub(block.data(), &record);
+    EXPECT_EQ(record.flag_a, expected) << byte << " at " << place;
+  }
+}
+
+TEST(Radext, DecoderLeavesTheLocalBlockUntouched) {
+  const Bytes block(kBlockSize, 1);
+  radext_msg_info record{};
+  std::memset(record.local_block, 0x77, sizeof record.local_block);
+  aaa_parse_radext_msg_sub(block.data(), &record);
+  EXPECT_THAT(record.local_block, testing::Each(0x77));
+}
+
+TEST(Radext, NullArgumentsAreIgnored) {
+  const radext_msg record{};
+  radext_msg_info info{};
+  Bytes block(kBlockSize, 0xEE);
+  aaa_encap_radext_msg_sub(nullptr, &record);
+  aaa_encap_radext_msg_sub(block.data(), nullptr);
+  aaa_parse_radext_msg_sub(nullptr, &info);
+  aaa_parse_radext_msg_sub(block.data(), nullptr);
+  EXPECT_EQ(block, Bytes(kBlockSize, 0xEE));
+  EXPECT_EQ(info.num_a, 0U);
+}
+
+}  // namespace
+}  // namespace test

@@ -1,0 +1,136 @@
+// Password updates: those that the client asks for, and the answers to those that aaad asks for.
+#include <iterator>
+
+#include "runtime/password_update_handler.h"
+#include "session/client_state.h"
+#include "support/expected_line.h"
+#include "support/failing_block.h"
+#include "support/library_counters.h"
+#include "support/linked_test.h"
+#include "transport/atomic_word.h"
+
+namespace {
+
+using test::hex;
+using test::message_bytes;
+using test::word_bytes;
+
+class PasswordUpdate : public test::LinkedTest {
+ protected:
+  std::int32_t update(const std::string& answer) {
+    aaad_answers(answer);
+    return update();
+  }
+  std::int32_t update() { return aaa_update_user_pwd(1, 2, "alice", "old", "new!", &status_); }
+
+  std::uint32_t status_ = 0xeeeeeeee;
+};
+
+TEST_F(PasswordUpdate, EachStringTravelsBehindItsLengthAndWithoutNul) {
+  update(message_bytes(129, word_bytes(0) + word_bytes(0)));
+  EXPECT_EQ(hex("01010101 00000000 1a000000 20000000"
+                "01000000 02000000"
+                "05000000 616c696365"
+                "03000000 6f6c64"
+                "04000000 6e657721"),
+            only_write());
+}
+
+TEST_F(PasswordUpdate, EmptyStringsAreLengthsOf0) {
+  aaad_answers(message_bytes(129, word_bytes(0) + word_bytes(0)));
+  EXPECT_EQ(0, aaa_update_user_pwd(1, 2, "", "", "", &status_));
+  EXPECT_EQ(hex("14000000 01000000 02000000 00000000 00000000 00000000"), only_write().substr(12));
+}
+
+TEST_F(PasswordUpdate, LongStringsTravelWhole) {
+  const std::string text(70000, 'p');
+  aaad_answers(message_bytes(129, word_bytes(0) + word_bytes(0)));
+  EXPECT_EQ(0, aaa_update_user_pwd(1, 2, "", text.c_str(), "", &status_));
+  EXPECT_EQ(70020u, test::word_at(only_write(), 12));
+  EXPECT_EQ(70000u, test::word_at(only_write(), 28));
+  EXPECT_EQ(text, only_write().substr(32, 70000));
+}
+
+TEST_F(PasswordUpdate, TheStatusIsTheAnswersSecondWord) {
+  EXPECT_EQ(0, update(message_bytes(129, word_bytes(5) + word_bytes(0x11223344))));
+  EXPECT_EQ(0x11223344u, status_);
+}
+
+TEST_F(PasswordUpdate, AnAnswerTooShortForTheStatusReadsAsZeros) {
+  EXPECT_EQ(0, update(message_bytes(129, word_bytes(5))));
+  EXPECT_EQ(0u, status_);
+  EXPECT_EQ(0, update(message_bytes(129, word_bytes(5) + hex("1122"))));
+  EXPECT_EQ(0x2211u, status_);
+  EXPECT_EQ(0, update(message_bytes(129, "")));
+  EXPECT_EQ(0u, status_);
+}
+
+TEST_F(PasswordUpdate, AnAnswerOfAnotherTypeIsStatus1) {
+  EXPECT_EQ(0, update(message_bytes(26, word_bytes(5) + word_bytes(6))));
+  EXPECT_EQ(1u, status_);
+}
+
+TEST_F(PasswordUpdate, AnyNullArgumentGives2AndSendsNothing) {
+  EXPECT_EQ(2, aaa_update_user_pwd(1, 2, nullptr, "b", "c", &status_));
+  EXPECT_EQ(2, aaa_update_user_pwd(1, 2, "a", nullptr, "c", &status_));
+  EXPECT_EQ(2, aaa_update_user_pwd(1, 2, "a", "b", nullptr, &status_));
+  EXPECT_EQ(2, aaa_update_user_pwd(1, 2, "a", "b", "c", nullptr));
+  EXPECT_TRUE(writes().empty());
+  EXPECT_EQ(0xeeeeeeeeu, status_);
+}
+
+TEST_F(PasswordUpdate, FailuresLeaveTheStatusAlone) {
+  next_write_fails(EPIPE);
+  EXPECT_EQ(4, update());
+  script(test::FailingBlock(1).scripts());
+  EXPECT_EQ(5, update());
+  EXPECT_EQ(0xeeeeeeeeu, status_);
+}
+
+TEST_F(PasswordUpdate, LogsTheStatusLast) {
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  update(message_bytes(129, word_bytes(0) + word_bytes(77)));
+  test::expect_line(log, "aaa_update_user_pwd", "Update user pwd: 77\r\n");
+  EXPECT_EQ("Update user pwd: 77\r\n", log.messages().back());
+}
+
+TEST_F(PasswordUpdate, LogsTheStatusOfAWrongAnswerToo) {
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  update(message_bytes(103, ""));
+  test::expect_line(log, "aaa_update_user_pwd", "Update user pwd: 1\r\n");
+}
+
+TEST_F(PasswordUpdate, LogsNoStatusWithoutAnAnswer) {
+  const test::OpenGate gate;
+  const test::LogCapture log;
+  next_write_fails(EPIPE);
+  update();
+  for (const std::string& message : log.messages())
+    EXPECT_EQ(std::string::npos, message.find("Update user pwd")) << message;
+}
+
+TEST_F(PasswordUpdate, NoCounterMoves) {
+  const test::LibraryCounters counters;
+  update(message_bytes(129, ""));
+  next_write_fails(EPIPE);
+  update();
+  EXPECT_TRUE(counters.all_unchanged());
+}
+
+TEST_F(PasswordUpdate, TheHandlerIsStoredAndReplaced) {
+  const aaa_user_pwd_update_fn handler = [](std::uint32_t, const char*, const char*, const char*) {
+  };
+  aaa_add_user_pwd_update_req_handle(handler);
+  EXPECT_EQ(handler, aaa::load(aaa::g_aaa_user_pwd_update_req_handle));
+  aaa_add_user_pwd_update_req_handle(nullptr);
+  EXPECT_EQ(nullptr, aaa::load(aaa::g_aaa_user_pwd_update_req_handle));
+}
+
+TEST_F(PasswordUpdate, TheResultOfAnUpdateGoesUnderItsFirstWord) {
+  EXPECT_EQ(0, aaa_add_user_pwd_update_result(0x01020304, 0x05060708));
+  EXPECT_EQ(hex("01010101 04030201 1b000000 08000000 04030201 08070605"), only_write());
+}
+
+}  // namespace

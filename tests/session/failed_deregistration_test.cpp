@@ -1,0 +1,195 @@
+// Farewells that go wrong.
+#include <sys/stat.h>
+
+#include "session/session_test.h"
+
+namespace {
+
+using test::Fault;
+using test::Role;
+using test::ScriptedCalls;
+using testing::ElementsAre;
+
+constexpr std::uint32_t kDeregister = 2;
+
+class FailedDeregistration : public test::LoggedSessionTest {
+ protected:
+  // Deregisters; keeps the lines behind the one of the send.
+  std::int32_t deregister() {
+    const test::LogCapture log;
+    const std::int32_t result = aaa_svr_dereg();
+    for (const test::LogLine& line : log.lines()) {
+      if (line.function() == "aaalib_send_ipc_msg_print") continue;
+      messages_.push_back(line.message());
+      functions_.push_back(line.function());
+    }
+    EXPECT_TRUE(test::is_free(aaa_lib_lock));
+    return result;
+  }
+  static void expect_deregistered() {
+    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
+    EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
+    test::expect_unconnected();
+    EXPECT_THAT(test::client_events(), ElementsAre(1, 0));
+  }
+  static void expect_still_registered() {
+    EXPECT_EQ(4, g_aaa_client_cb.reg_state);
+    EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
+    EXPECT_GT(g_aaa_client_cb.sync_fd, 0);
+    EXPECT_GT(g_aaa_client_cb.async_fd, 0);
+    EXPECT_NE(nullptr, g_aaa_client_cb.aaa_event_cb);
+    EXPECT_THAT(test::client_events(), ElementsAre(1));
+  }
+  static test::Scripts failing_send() {
+    return {.send = [](int fd, const void*, std::size_t, int) {
+      return test::only_on(g_aaa_client_cb.sync_fd, fd, [] { return test::fails(ENOBUFS); });
+    }};
+  }
+
+  std::vector<std::string> messages_;
+  std::vector<std::string> functions_;
+};
+
+TEST_F(FailedDeregistration, AFailedSendLeavesEverythingAsItWas) {
+  register_client();
+  const pthread_t thread = aaa::load(aaa::g_receive_msg_tid);
+  {
+    const ScriptedCalls calls(failing_send());
+    EXPECT_EQ(-1, deregister());
+  }
+  EXPECT_TRUE(pthread_equal(thread, aaa::load(aaa::g_receive_msg_tid)));
+  EXPECT_THAT(messages_, ElementsAre("send deregister message fail.\r\n", "deregister error!\r\n"));
+  EXPECT_THAT(functions_, ElementsAre("aaa_client_dereg", "aaa_client_dereg"));
+  expect_still_registered();
+  EXPECT_EQ(0, aaa_svr_dereg());
+}
+
+TEST_F(FailedDeregistration, AnAaadThatClosesDoesNotKeepTheClientRegistered) {
+  sim_.set_fault(Role::request, kDeregister, Fault::close);
+  register_quietly();
+  const std::string fd = sync_fd();
+  EXPECT_EQ(0, deregister());
+  EXPECT_THAT(messages_,
+              ElementsAre("receive deregister response fail, client " + fd + " break!\r\n",
+                          "deregister to aaad success!\r\n"));
+  EXPECT_THAT(functions_, ElementsAre("aaa_client_dereg", "aaa_svr_dereg"));
+  expect_deregistered();
+}
+
+TEST_F(FailedDeregistration, ASilentAaadDoesNotKeepTheClientRegistered) {
+  sim_.set_fault(Role::request, kDeregister, Fault::silent);
+  register_quietly();
+  const std::string fd = sync_fd();
+  test::MovedClock clock;
+  const ScriptedCalls calls({.recv = [&](int called_on, void*, std::size_t, int) {
+    return test::only_on(g_aaa_client_cb.sync_fd, called_on, [&] {
+      clock.advance(2);
+      return test::fails(EAGAIN);
+    });
+  }});
+  EXPECT_EQ(0, deregister());
+  EXPECT_EQ("receive deregister response fail, client " + fd + " break!\r\n", messages_.front());
+  expect_deregistered();
+}
+
+TEST_F(FailedDeregistration, TheThreadsEndAlsoWhenAaadCloses) {
+  sim_.set_fault(Role::request, kDeregister, Fault::close);
+  reg_info info = test::client();
+  info.use_send_buf = 1;
+  register_client(info);
+  EXPECT_EQ(0, deregister());
+  expect_deregistered();
+  EXPECT_FALSE(aaa::receive_thread_exists());
+  EXPECT_FALSE(aaa::send_buffer_is_used());
+}
+
+TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
+  sim_.set_fault(Role::request, kDeregister, Fault::wrong_type);
+  register_quietly();
+  const std::int32_t number = g_aaa_client_cb.sync_fd;
+  EXPECT_EQ(-1, deregister());
+  EXPECT_THAT(messages_,
+              ElementsAre(": aaa lib receive message from aaad type (notify result), len(0).\r\n",
+                          "receive message dismatch, type is 103\r\n", "deregister error!\r\n"));
+  EXPECT_THAT(functions_, ElementsAre("aaa_client_dereg", "aaa_client_dereg", "aaa_client_dereg"));
+  expect_still_registered();
+  EXPECT_EQ(number, g_aaa_client_cb.sync_fd);
+  EXPECT_TRUE(sim_.wait_for_connections(1)) << "the request socket";
+}
+
+// The number in sync_fd must not come to name something else.
+TEST_F(FailedDeregistration, AnotherTypeKeepsTheNumberOfTheRequestSocket) {
+  sim_.set_fault(Role::request, kDeregister, Fault::wrong_type);
+  register_quietly();
+  EXPECT_EQ(-1, deregister());
+  struct stat status = {};
+  ASSERT_EQ(0, fstat(g_aaa_client_cb.sync_fd, &status));
+  EXPECT_TRUE(S_ISSOCK(status.st_mode));
+  EXPECT_EQ(-1, ::send(g_aaa_client_cb.sync_fd, "x", 1, MSG_NOSIGNAL));
+}
+
+TEST_F(FailedDeregistration, OnlyTheHeaderOfTheResponseIsRead) {
+  sim_.set_answer(kDeregister, [](const aaa_sim::Request&) -> aaa_sim::Replies {
+    return {{Role::request, 101, 0, {1, 2, 3, 4}}};
+  });
+  register_quietly();
+  std::vector<std::size_t> sizes;
+  const ScriptedCalls calls(
+      {.recv = [&](int fd, void*, std::size_t size, int) -> std::optional<ssize_t> {
+        if (fd == g_aaa_client_cb.sync_fd) sizes.push_back(size);
+        return std::nullopt;
+      }});
+  EXPECT_EQ(0, deregister());
+  EXPECT_THAT(sizes, ElementsAre(16));
+  EXPECT_EQ(": aaa lib receive message from aaad type (deregister response), len(4).\r\n",
+            messages_.front());
+  expect_deregistered();
+}
+
+TEST_F(FailedDeregistration, WithoutARequestSocketThereIsNoFarewell) {
+  for (const std::int32_t closed : {-1, 0}) {
+    register_quietly();
+    ::close(g_aaa_client_cb.sync_fd);
+    aaa::store(g_aaa_client_cb.sync_fd, closed);
+    messages_.clear();
+    EXPECT_EQ(0, deregister());
+    EXPECT_THAT(messages_, ElementsAre("deregister to aaad success!\r\n"));
+    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
+    EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+    aaa::store(g_aaa_client_cb.sync_fd, -1);
+  }
+  EXPECT_EQ(0u, sim_.count(test::received(kDeregister)));
+}
+
+TEST_F(FailedDeregistration, ASocketThatCannotBeClosedIsReportedWhenTheThreadsAreGone) {
+  reg_info info = test::client();
+  info.use_send_buf = 1;
+  register_client(info);
+  {
+    const ScriptedCalls calls({.close = [](int fd) -> std::optional<int> {
+      if (fd == g_aaa_client_cb.async_fd) return test::fails(EIO);
+      return std::nullopt;
+    }});
+    EXPECT_EQ(-1, deregister());
+  }
+  EXPECT_EQ("close socket error when deregister!\r\n", messages_.back());
+  EXPECT_EQ("aaa_svr_dereg", functions_.back());
+  EXPECT_FALSE(aaa::receive_thread_exists());
+  EXPECT_FALSE(aaa::send_buffer_is_used());
+  EXPECT_EQ(4, g_aaa_client_cb.reg_state);
+  EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
+  EXPECT_THAT(test::client_events(), ElementsAre(1));
+  EXPECT_EQ(0, aaa_svr_dereg());
+}
+
+TEST_F(FailedDeregistration, AClosedGateKeepsItsLinesBack) {
+  register_quietly();
+  aaa_set_debug_switch(0);
+  {
+    const ScriptedCalls calls(failing_send());
+    EXPECT_EQ(-1, deregister());
+  }
+  EXPECT_TRUE(messages_.empty());
+}
+
+}  // namespace

@@ -1,0 +1,230 @@
+// Leaving while the receive thread stands at each of its waiting points or inside a callback, and
+// registering again at once.
+#include <unistd.h>
+
+#include <functional>
+#include <future>
+#include <semaphore>
+#include <thread>
+
+#include "runtime/receive_thread.h"
+#include "runtime/send_buffer.h"
+#include "session/client_state.h"
+#include "session/locks.h"
+#include "soak/receive_thread_watch.h"
+#include "soak/soak_test.h"
+#include "soak/thread_list.h"
+#include "support/lock_check.h"
+
+namespace soak {
+namespace {
+
+using aaa_sim::Bytes;
+using aaa_sim::Role;
+using aaa_sim::Settings;
+using std::chrono::milliseconds;
+
+std::function<void()>* on_mlist_change = nullptr;
+
+int run_on_mlist_change(std::uint32_t event) {
+  if (event == AAA_EVENT_METHOD_LISTS_CHANGED) (*on_mlist_change)();
+  return 0;
+}
+
+bool all_locks_are_free() {
+  for (pthread_mutex_t* const lock :
+       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::link_write_lock,
+        &aaa::link_read_lock})
+    if (!test::is_free(*lock)) return false;
+  return true;
+}
+
+class Cancellation : public SoakTest {
+ protected:
+  void SetUp() override {
+    SoakTest::SetUp();
+    keep_no_heartbeat();
+    threads_ = test::thread_count();
+    on_mlist_change = &callback_;
+  }
+  void TearDown() override {
+    SoakTest::TearDown();
+    EXPECT_TRUE(all_locks_are_free());
+  }
+
+  // Registers and lets `leave` end that, again and again. Now and then everything must be gone
+  // before the next registration; else that comes at once.
+  void repeat(const std::function<void()>& leave) {
+    const int rounds = by_length(100, 5000);
+    for (int n = 0; n < rounds && !HasFailure(); ++n) {
+      register_quickly();
+      leave();
+      if (n % 10 == 9) expect_all_gone();
+    }
+    register_quickly();
+    expect_it_works();
+    EXPECT_EQ(0, aaa_svr_dereg());
+  }
+
+  void register_quickly() {
+    test::MovedClock clock;
+    clock.shorten_sleeps();
+    reg_info info = client();
+    info.use_send_buf = 1;
+    info.aaa_event_cb = run_on_mlist_change;
+    register_client(info);
+  }
+
+  void expect_all_gone() {
+    EXPECT_TRUE(test::eventually(all_locks_are_free)) << "a lock is held";
+    EXPECT_TRUE(test::eventually([this] { return test::live_blocks() == blocks_; })) << "blocks";
+    EXPECT_TRUE(test::eventually([this] { return test::thread_count() == threads_; }))
+        << test::thread_count() << " threads";
+    EXPECT_TRUE(sim_.wait_for_connections(0));
+    EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
+    EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  }
+
+  void send_bytes(const Bytes& bytes) { sim_.send_raw({}, Role::event, bytes); }
+  void lose_link() { sim_.close_connections(); }
+  void listen(bool on) {
+    sim_.change([=](Settings& settings) { settings.listening = on; });
+  }
+
+  std::size_t threads_ = 0;  // without the library's
+  std::uint32_t blocks_ = test::live_blocks();
+  std::function<void()> callback_ = [] {};
+};
+
+Bytes header_of(std::uint32_t body_length) {
+  return aaa_sim::encode_words(std::vector<std::uint32_t>{0x01010101, 0, 105, body_length});
+}
+
+TEST_F(Cancellation, WhileItWaitsForAMessage) {
+  const ReceiveThreadWatch watch;
+  repeat([&] {
+    ASSERT_TRUE(watch.is_idle());
+    EXPECT_EQ(0, aaa_svr_dereg());
+  });
+}
+
+TEST_F(Cancellation, InTheMiddleOfAHeader) {
+  const ReceiveThreadWatch watch;
+  repeat([&] {
+    const Bytes header = header_of(0);
+    send_bytes({header.begin(), header.begin() + 9});
+    ASSERT_TRUE(watch.waits_for_bytes(7));
+    EXPECT_EQ(0, aaa_svr_dereg());
+  });
+}
+
+TEST_F(Cancellation, InTheMiddleOfABody) {
+  const ReceiveThreadWatch watch;
+  repeat([&] {
+    Bytes message = header_of(600);
+    message.resize(16 + 99);
+    send_bytes(message);
+    ASSERT_TRUE(watch.waits_for_bytes(501));
+    EXPECT_EQ(0, aaa_svr_dereg());
+  });
+}
+
+// A client that is not registered has nothing to leave; the thread goes on trying.
+TEST_F(Cancellation, LeavingBetweenTwoAttemptsChangesNothing) {
+  repeat([&] {
+    test::MovedClock clock;
+    clock.shorten_sleeps();
+    listen(false);
+    lose_link();
+    ASSERT_TRUE(test::eventually([] { return aaa_is_alive() == 0; }));
+    EXPECT_EQ(0, aaa_svr_dereg());
+    EXPECT_TRUE(aaa::receive_thread_exists());
+    listen(true);
+    ASSERT_TRUE(test::eventually([] { return aaa_is_alive() == 1; }));
+    EXPECT_EQ(0, aaa_svr_dereg());
+  });
+}
+
+// As for the other points, although leaving cannot meet the thread there.
+TEST_F(Cancellation, InThePauseBetweenTwoAttempts) {
+  repeat([&] {
+    listen(false);
+    const test::MovedClock clock;
+    lose_link();
+    ASSERT_TRUE(test::eventually([&] { return clock.sleeps() > 0; }));
+    {
+      const aaa::ScopedLock lock(aaa_lib_lock);
+      EXPECT_TRUE(aaa::aaalib_cancel_receive_thread());
+    }
+    EXPECT_TRUE(
+        test::eventually([] { return receive_threads_of(getpid()) == 0; }, milliseconds(1000)));
+    aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+    aaa::aaalib_stop_send_buf_thread();
+    listen(true);
+  });
+}
+
+TEST_F(Cancellation, InTheMiddleOfARegistration) {
+  const ReceiveThreadWatch watch;
+  repeat([&] {
+    sim_.change([](Settings& settings) { settings.delay = milliseconds(3); });
+    lose_link();
+    ASSERT_TRUE(watch.registers());
+    EXPECT_EQ(0, aaa_svr_dereg());
+    sim_.change([](Settings& settings) { settings.delay = milliseconds(0); });
+    EXPECT_EQ(0, aaa_is_alive());
+  });
+}
+
+TEST_F(Cancellation, InsideACallback) {
+  std::binary_semaphore begun{0};
+  std::binary_semaphore may_end{0};
+  std::binary_semaphore ended{0};
+  callback_ = [&] {
+    begun.release();
+    may_end.acquire();
+    ended.release();
+  };
+  repeat([&] {
+    sim_.send_message({}, Role::event, AAA_MSG_MLIST_CHANGE, 0);
+    ASSERT_TRUE(begun.try_acquire_for(test::kPatience));
+    EXPECT_EQ(0, aaa_svr_dereg());
+    register_quickly();
+    may_end.release();
+    EXPECT_EQ(0, aaa_svr_dereg());
+    EXPECT_TRUE(ended.try_acquire_for(test::kPatience));
+  });
+}
+
+TEST_F(Cancellation, FromInsideACallback) {
+  std::promise<std::int32_t> left;
+  callback_ = [&] { left.set_value(aaa_svr_dereg()); };
+  repeat([&] {
+    left = {};
+    sim_.send_message({}, Role::event, AAA_MSG_MLIST_CHANGE, 0);
+    std::future<std::int32_t> result = left.get_future();
+    ASSERT_EQ(std::future_status::ready, result.wait_for(test::kPatience));
+    EXPECT_EQ(0, result.get());
+  });
+}
+
+TEST_F(Cancellation, FromInsideACallbackThatRegistersAgain) {
+  std::promise<std::int32_t> left;
+  callback_ = [&] {
+    const std::int32_t result = aaa_svr_dereg();
+    register_quickly();
+    left.set_value(result);
+  };
+  repeat([&] {
+    left = {};
+    sim_.send_message({}, Role::event, AAA_MSG_MLIST_CHANGE, 0);
+    std::future<std::int32_t> result = left.get_future();
+    ASSERT_EQ(std::future_status::ready, result.wait_for(test::kPatience));
+    EXPECT_EQ(0, result.get());
+    EXPECT_TRUE(test::eventually([] { return receive_threads_of(getpid()) == 1; }));
+    EXPECT_EQ(0, aaa_svr_dereg());
+  });
+}
+
+}  // namespace
+}  // namespace soak

@@ -1,0 +1,178 @@
+// Host processes that are hard to live in: thousands of descriptors, and signals all the time.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "soak/link_events.h"
+#include "soak/query_answers.h"
+#include "soak/soak_test.h"
+#include "soak/thread_list.h"
+#include "support/fresh_message_sockets.h"
+
+namespace soak {
+namespace {
+
+class ManyDescriptors {
+ public:
+  explicit ManyDescriptors(std::size_t count) {
+    allow(2 * count);
+    while (fds_.size() < count)
+      fds_.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  }
+  ~ManyDescriptors() {
+    for (const int fd : fds_)
+      ::close(fd);
+  }
+  ManyDescriptors(const ManyDescriptors&) = delete;
+  ManyDescriptors& operator=(const ManyDescriptors&) = delete;
+
+  int highest() const { return fds_.back(); }
+
+ private:
+  static void allow(std::size_t count) {
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    if (limit.rlim_cur >= count) return;
+    limit.rlim_cur = count;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+  }
+
+  std::vector<int> fds_;
+};
+
+std::atomic<std::size_t> signals_taken = 0;
+
+// While it lives, SIGALRM comes to the process and SIGUSR1 to each of its threads every
+// millisecond, and both interrupt system calls.
+class SignalRain {
+ public:
+  SignalRain() {
+    struct sigaction action = {};
+    action.sa_handler = [](int) { ++signals_taken; };
+    ::sigaction(SIGALRM, &action, &alarm_before_);
+    ::sigaction(SIGUSR1, &action, &user_before_);
+    set_timer(1000);
+    thread_ = std::thread([this] { rain(); });
+  }
+  ~SignalRain() {
+    over_ = true;
+    thread_.join();
+    set_timer(0);
+    ::sigaction(SIGALRM, &alarm_before_, nullptr);
+    ::sigaction(SIGUSR1, &user_before_, nullptr);
+  }
+  SignalRain(const SignalRain&) = delete;
+  SignalRain& operator=(const SignalRain&) = delete;
+
+ private:
+  static void set_timer(suseconds_t microseconds) {
+    const itimerval timer = {{0, microseconds}, {0, microseconds}};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+  }
+
+  void rain() const {
+    while (!over_) {
+      for (const Thread& thread : threads_of(getpid()))
+        if (thread.id != gettid()) ::syscall(SYS_tgkill, getpid(), thread.id, SIGUSR1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+
+  struct sigaction alarm_before_ = {};
+  struct sigaction user_before_ = {};
+  std::atomic<bool> over_ = false;
+  std::thread thread_;
+};
+
+class Host : public SoakTest {
+ protected:
+  void SetUp() override {
+    SoakTest::SetUp();
+    answer_queries(sim_);
+    sim_.add_user({.name = "alice", .password = "secret"});
+    message_sockets_.emplace();
+  }
+  void TearDown() override {
+    test::stop_library();
+    message_sockets_.reset();
+    SoakTest::TearDown();
+    EXPECT_THAT(link_event_complaints(), testing::IsEmpty());
+  }
+
+  static reg_info waiting_client() {
+    reg_info info = client();
+    info.notify_result_cb = nullptr;
+    return info;
+  }
+
+  static void expect_alice_is_accepted() {
+    authen_info authen = {};
+    authen.session_id = aaa_get_session_id();
+    std::snprintf(authen.chars65_a, sizeof authen.chars65_a, "alice");
+    authen.user_password = {0, 6, "secret"};
+    ASSERT_EQ(0, aaa_user_req_authen(&authen));
+    result_info* result = nullptr;
+    ASSERT_EQ(0, aaa_user_get_result(authen.session_id, 0, 10, &result));
+    EXPECT_EQ(0u, result->sub.num_a);
+    EXPECT_STREQ("alice", result->sub.chars65_a);
+    aaa_free_result_info(result);
+  }
+
+  void lose_and_regain_link() {
+    const std::size_t before = link_events(AAA_EVENT_REREGISTERED);
+    sim_.close_connections();
+    EXPECT_TRUE(
+        test::eventually([&] { return link_events(AAA_EVENT_REREGISTERED) == before + 1; }));
+  }
+
+  // Everything that a client does in its life.
+  void live_once() {
+    register_client(waiting_client());
+    expect_alice_is_accepted();
+    EXPECT_EQ(42u, aaa_mlist_existed(41, 0, 0, "login"));
+    lose_and_regain_link();
+    expect_alice_is_accepted();
+    EXPECT_EQ(0, aaa_svr_dereg());
+  }
+
+  std::optional<test::FreshMessageSockets> message_sockets_;
+};
+
+TEST_F(Host, SocketsNumberedAbove1024Work) {
+  const ManyDescriptors descriptors(2000);
+  register_client(waiting_client());
+  EXPECT_GT(g_aaa_client_cb.sync_fd, 1024);
+  EXPECT_GT(g_aaa_client_cb.async_fd, 1024);
+  EXPECT_GT(lib_msg_server_fd, 1024);
+  EXPECT_GT(lib_msg_client_fd, 1024);
+  EXPECT_EQ(0, aaa_svr_dereg());
+  for (int n = 0; n < by_length(5, 500); ++n)
+    live_once();
+}
+
+TEST_F(Host, SignalsEveryMillisecondDisturbNothing) {
+  const SignalRain rain;
+  const std::size_t before = signals_taken;
+  for (int n = 0; n < by_length(50, 3000); ++n)
+    live_once();
+  EXPECT_GT(signals_taken - before, 200u);
+}
+
+TEST_F(Host, BothAtOnceDisturbNothing) {
+  const ManyDescriptors descriptors(2000);
+  const SignalRain rain;
+  for (int n = 0; n < by_length(20, 1000); ++n)
+    live_once();
+}
+
+}  // namespace
+}  // namespace soak

@@ -1,0 +1,19 @@
+// The two lengths of a soak: a few seconds in every test run, and long when AAA_SOAK is "long".
+#pragma once
+
+#include <cstdlib>
+#include <string_view>
+
+namespace soak {
+
+inline bool is_long() {
+  const char* const length = std::getenv("AAA_SOAK");
+  return length != nullptr && std::string_view(length) == "long";
+}
+
+template <class Count>
+Count by_length(Count in_short, Count in_long) {
+  return is_long() ? in_long : in_short;
+}
+
+}  // namespace soak

@@ -1,0 +1,52 @@
+// Trouble for clients: a simulated aaad that delays, splits its writes into single bytes, speaks by
+// itself and, if wanted, closes connections, all at random.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <thread>
+#include <vector>
+
+#include "aaad_sim.h"
+#include "soak/notices.h"
+#include "soak/random.h"
+
+namespace soak {
+
+class Storm {
+ public:
+  enum class Closes { none, at_random };
+
+  Storm(aaa_sim::AaadSim& sim, Closes closes, std::uint32_t seed)
+      : sim_(sim), closes_(closes), random_(seed) {}
+  ~Storm() { stop(); }
+  Storm(const Storm&) = delete;
+  Storm& operator=(const Storm&) = delete;
+
+  void start();
+  // Leaves the simulator quick and reliable.
+  void stop();
+
+  // How often a notice of this type went to the client.
+  std::size_t sent(std::uint32_t type) const { return sent_.at(type); }
+  std::size_t closes() const { return close_count_; }
+
+ private:
+  void run();
+  void take_step();
+  void speak();
+  void close();
+
+  aaa_sim::AaadSim& sim_;
+  const Closes closes_;
+  Random random_;
+  const std::vector<Notice> notices_ = all_notices();
+  std::thread thread_;
+  std::atomic<bool> stopping_ = false;
+  std::array<std::atomic<std::size_t>, 256> sent_{};
+  std::atomic<std::size_t> close_count_ = 0;
+};
+
+}  // namespace soak

@@ -1,0 +1,181 @@
+// What holds for every function of the library that is one exchange with aaad. One file of a test
+// program includes this and instantiates Exchanges with the program's functions.
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "session/client_state.h"
+#include "session/locks.h"
+#include "support/failing_block.h"
+#include "support/library_counters.h"
+#include "support/linked_test.h"
+#include "support/lock_check.h"
+
+namespace test {
+
+struct ExchangeKind {
+  std::string name;
+  std::uint32_t type;
+  std::string body;
+  std::int64_t (*call)();
+  // An answer with which the call succeeds, and what it then returns.
+  std::string answer;
+  std::int64_t success;
+  std::int64_t no_answer;
+  // The answer's body under another type.
+  std::int64_t other_type;
+  // Without a registration; nothing where the call does not ask for it.
+  std::optional<std::int64_t> not_alive;
+  // When the first block cannot be had, which is the body's.
+  std::int64_t no_memory;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const ExchangeKind& kind) {
+  return out << kind.name;
+}
+
+inline std::string exchange_name(const testing::TestParamInfo<ExchangeKind>& info) {
+  return info.param.name;
+}
+
+class Exchanges : public LinkedTest, public testing::WithParamInterface<ExchangeKind> {
+ protected:
+  static std::int64_t call() { return GetParam().call(); }
+  std::int64_t answered_call() {
+    aaad_answers(GetParam().answer);
+    return call();
+  }
+};
+
+TEST_P(Exchanges, WriteAHeaderWithId0AndTheBody) {
+  EXPECT_EQ(GetParam().success, answered_call());
+  const std::string& body = GetParam().body;
+  const std::string& message = only_write();
+  EXPECT_EQ(hex("01010101 00000000"), message.substr(0, 8));
+  EXPECT_EQ(GetParam().type, word_at(message, 8));
+  EXPECT_EQ(body.size(), word_at(message, 12));
+  EXPECT_EQ(body, message.substr(16));
+}
+
+TEST_P(Exchanges, AskForTheRegistrationOrDoWithoutIt) {
+  const LibraryCounters counters;
+  for (const auto state :
+       {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
+    aaa::set_reg_state(state);
+    EXPECT_EQ(GetParam().not_alive.value_or(GetParam().success), answered_call()) << state;
+  }
+  EXPECT_EQ(GetParam().not_alive ? 0u : 4u, writes().size());
+  EXPECT_TRUE(counters.all_unchanged());
+}
+
+TEST_P(Exchanges, ARequestThatCannotBeSentHasNoAnswer) {
+  next_write_fails(EPIPE);
+  EXPECT_EQ(GetParam().no_answer, call());
+}
+
+TEST_P(Exchanges, AnAaadThatClosesTheConnectionGivesNoAnswer) {
+  during_writes([this] { link_.close_peer(); });
+  EXPECT_EQ(GetParam().no_answer, call());
+}
+
+TEST_P(Exchanges, ASilentAaadGivesNoAnswer) {
+  MovedClock clock;
+  script({.recv = [&](int, void*, std::size_t, int) {
+    clock.advance(2);
+    return std::optional<ssize_t>(fails(EAGAIN));
+  }});
+  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_EQ(1u, writes().size());
+}
+
+TEST_P(Exchanges, AnAnswerThatEndsInItsHeaderIsNone) {
+  during_writes([this] {
+    link_.peer_writes(GetParam().answer.substr(0, 15));
+    link_.close_peer();
+  });
+  EXPECT_EQ(GetParam().no_answer, call());
+}
+
+TEST_P(Exchanges, AnAnswerThatEndsInItsBodyIsNone) {
+  during_writes([this] {
+    link_.peer_writes(GetParam().answer.substr(0, GetParam().answer.size() - 1));
+    link_.close_peer();
+  });
+  EXPECT_EQ(GetParam().no_answer, call());
+}
+
+TEST_P(Exchanges, AnAnswerOfAnotherTypeGivesItsResult) {
+  aaad_answers(message_bytes(103, GetParam().answer.substr(16)));
+  EXPECT_EQ(GetParam().other_type, call());
+}
+
+TEST_P(Exchanges, WhatAnEarlierExchangeLeftUnreadIsNotTheAnswer) {
+  link_.peer_writes(message_bytes(103, "late"));
+  EXPECT_EQ(GetParam().success, answered_call());
+}
+
+TEST_P(Exchanges, NoMemoryForTheBodySendsNothing) {
+  const FailingBlock failing(1);
+  script(failing.scripts());
+  EXPECT_EQ(GetParam().no_memory, answered_call());
+  EXPECT_TRUE(failing.happened());
+  EXPECT_TRUE(writes().empty());
+}
+
+TEST_P(Exchanges, NoMemoryForTheMessageOrTheAnswerIsNoAnswer) {
+  for (const int block : {2, 3}) {
+    const FailingBlock failing(block);
+    script(failing.scripts());
+    const std::int64_t result = answered_call();
+    EXPECT_EQ(failing.happened() ? GetParam().no_answer : GetParam().success, result) << block;
+  }
+}
+
+TEST_P(Exchanges, FreeTheirBlocks) {
+  const LibraryCounters counters;
+  answered_call();
+  next_write_fails(EPIPE);
+  call();
+  EXPECT_LE(3u, counters.blocks_allocated());
+  EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
+}
+
+TEST_P(Exchanges, HoldTheLibraryLockFromTheSendToTheEndOfTheAnswer) {
+  bool free_meanwhile = false;
+  const auto look = [&] { free_meanwhile = free_meanwhile || is_free(aaa_lib_lock); };
+  int reads = 0;
+  script({.recv = [&](int, void*, std::size_t, int) {
+    look();
+    ++reads;
+    return std::optional<ssize_t>();
+  }});
+  during_writes(look);
+  EXPECT_EQ(GetParam().success, answered_call());
+  EXPECT_LE(2, reads);
+  EXPECT_FALSE(free_meanwhile);
+  EXPECT_TRUE(is_free(aaa_lib_lock));
+}
+
+TEST_P(Exchanges, AreNotQueued) {
+  const QueueInUse queue;
+  EXPECT_EQ(GetParam().success, answered_call());
+  EXPECT_EQ(1u, writes().size());
+  EXPECT_EQ(0u, g_send_buf_msg_cnt);
+}
+
+TEST_P(Exchanges, LogNothingWhileTheGateIsClosed) {
+  const LogCapture log;
+  answered_call();
+  next_write_fails(EPIPE);
+  call();
+  aaad_answers(message_bytes(103, ""));
+  call();
+  aaa::set_reg_state(AAA_REG_LOST);
+  aaad_answers(GetParam().answer);
+  call();
+  EXPECT_TRUE(log.lines().empty());
+}
+
+}  // namespace test

@@ -1,0 +1,113 @@
+#include "support/library_test.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "api/session_ids.h"
+#include "runtime/receive_thread.h"
+#include "runtime/send_buffer.h"
+#include "session/client_state.h"
+#include "transport/debug_log.h"
+
+namespace test {
+namespace {
+
+std::mutex events_lock;
+std::vector<std::uint32_t> events;
+
+int note_event(std::uint32_t event) {
+  const std::lock_guard<std::mutex> hold(events_lock);
+  events.push_back(event);
+  return 0;
+}
+
+void forget_events() {
+  const std::lock_guard<std::mutex> hold(events_lock);
+  events.clear();
+}
+
+void reset_library_state() {
+  aaa::store_callbacks({});
+  aaa::set_model_name("");
+  aaa::store(g_aaa_client_cb.aaa_id, 0);
+  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  aaa::store_status({});
+  aaa::store(aaa::g_aaalib_debug_count_curr, std::uint16_t{0});
+  aaa::g_session_id = 0;
+  aaa::g_session_id_max = 0;
+}
+
+bool threads_are_gone() {
+  return !aaa::receive_thread_exists() && !aaa::send_buffer_is_used();
+}
+
+}  // namespace
+
+reg_info client(const std::string& model_name) {
+  reg_info info = {};
+  model_name.copy(info.model_name, sizeof info.model_name - 1);
+  info.aaa_event_cb = note_event;
+  return info;
+}
+
+std::vector<std::uint32_t> client_events() {
+  const std::lock_guard<std::mutex> hold(events_lock);
+  return events;
+}
+
+bool wait_for_event(std::uint32_t event, std::size_t times) {
+  return eventually([&] {
+    std::size_t seen = 0;
+    for (const std::uint32_t one : client_events())
+      seen += one == event ? 1 : 0;
+    return seen >= times;
+  });
+}
+
+void stop_library() {
+  aaa_svr_dereg();
+  if (threads_are_gone()) return;
+  // The receive thread is looking for an aaad. It ends when it finds the client deregistered.
+  MovedClock clock;
+  clock.shorten_sleeps();
+  aaa::store(g_aaa_client_cb.aaa_id, -1);
+  EXPECT_TRUE(eventually([] { return !aaa::receive_thread_exists(); })) << "receive thread stays";
+  aaa::aaalib_stop_send_buf_thread();
+}
+
+LibraryTest::LibraryTest() {
+  setenv("TMPDIR", directory_.path().c_str(), 1);
+}
+LibraryTest::~LibraryTest() {
+  unsetenv("TMPDIR");
+}
+
+void LibraryTest::SetUp() {
+  reset_library_state();
+  forget_events();
+}
+
+void LibraryTest::TearDown() {
+  stop_library();
+  leaks_.expect_nothing_left(blocks_left_);
+  reset_library_state();
+}
+
+void SimulatedTest::SetUp() {
+  LibraryTest::SetUp();
+  sim_.start();
+}
+
+void SimulatedTest::TearDown() {
+  stop_library();
+  sim_.stop();
+  LibraryTest::TearDown();
+}
+
+void SimulatedTest::register_client(const reg_info& info) {
+  ASSERT_EQ(0, aaa_svr_reg(&info));
+  ASSERT_EQ(1, aaa_is_alive());
+}
+
+}  // namespace test

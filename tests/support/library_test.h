@@ -1,0 +1,66 @@
+// Fixtures for tests of the library in this process.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "aaa_client.h"
+#include "aaad_sim.h"
+#include "support/eventually.h"
+#include "support/leak_check.h"
+#include "support/log_capture.h"
+#include "support/moved_clock.h"
+#include "support/temporary_directory.h"
+#include "support/watchdog_recorder.h"
+
+namespace test {
+
+// A registration record with a model name and the event callback that client_events() shows.
+reg_info client(const std::string& model_name = "test");
+
+// The events told to clients made by client(), since the test began.
+std::vector<std::uint32_t> client_events();
+bool wait_for_event(std::uint32_t event, std::size_t times = 1);
+
+// The library's state as after loading, TMPDIR in a fresh directory, and afterwards a check that
+// nothing is left: blocks, descriptors, threads.
+class LibraryTest : public testing::Test {
+ protected:
+  LibraryTest();
+  ~LibraryTest() override;
+
+  void SetUp() override;
+  void TearDown() override;
+
+  // For tests after which blocks are left on purpose.
+  void expect_blocks_left(std::uint32_t blocks) { blocks_left_ = blocks; }
+
+  const std::string& directory() const { return directory_.path(); }
+
+ private:
+  TemporaryDirectory directory_;
+  LeakCheck leaks_;
+  std::uint32_t blocks_left_ = 0;
+};
+
+// Ends whatever registration there is and waits until the library's threads are gone.
+void stop_library();
+
+// With a simulated aaad, which listens in the test's TMPDIR. Tests that want it to come later, or
+// to behave otherwise from the start, derive from LibraryTest and make their own.
+class SimulatedTest : public LibraryTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Registers and expects to be alive.
+  void register_client(const reg_info& info = client());
+
+  aaa_sim::AaadSim sim_{directory()};
+};
+
+}  // namespace test

@@ -1,0 +1,90 @@
+#include "support/linked_test.h"
+
+#include <cerrno>
+
+#include "runtime/send_buffer.h"
+#include "session/client_state.h"
+
+namespace test {
+
+std::string hex(const std::string& digits) {
+  std::string bytes;
+  std::string pair;
+  for (const char digit : digits) {
+    if (digit == ' ') continue;
+    pair += digit;
+    if (pair.size() < 2) continue;
+    bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
+    pair.clear();
+  }
+  return bytes;
+}
+
+std::string take_block(void* block, std::uint32_t length) {
+  const std::string bytes(static_cast<const char*>(block), block == nullptr ? 0 : length);
+  aaa_free(__LINE__, __func__, block);
+  return bytes;
+}
+
+void LinkedTest::SetUp() {
+  LibraryTest::SetUp();
+  ASSERT_TRUE(link_.open());
+  aaa::set_model_name("test");
+  aaa::store(g_aaa_client_cb.sync_fd, link_.own());
+  aaa::set_reg_state(AAA_REG_REGISTERED);
+  script({});
+}
+
+void LinkedTest::TearDown() {
+  scripts_.reset();
+  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  aaa::store(g_aaa_client_cb.sync_fd, -1);
+  link_.close();
+  LibraryTest::TearDown();
+}
+
+void LinkedTest::script(Scripts scripts) {
+  scripts.send = [this](int fd, const void* data, std::size_t size, int flags) {
+    return write(fd, data, size, flags);
+  };
+  scripts_.reset();
+  scripts_.emplace(std::move(scripts));
+}
+
+const std::string& LinkedTest::only_write() const {
+  static const std::string none;
+  EXPECT_EQ(1u, writes_.size());
+  return writes_.empty() ? none : writes_.front();
+}
+
+std::optional<ssize_t> LinkedTest::write(int fd, const void* data, std::size_t size, int flags) {
+  if (fd != link_.own()) return std::nullopt;
+  writes_.emplace_back(static_cast<const char*>(data), size);
+  write_flags_ = flags;
+  during_write_();
+  if (!answers_.empty()) {
+    link_.peer_writes(answers_.front());
+    answers_.pop_front();
+  }
+  if (write_error_ == 0) return static_cast<ssize_t>(size);
+  errno = write_error_;
+  write_error_ = 0;
+  return -1;
+}
+
+QueueInUse::QueueInUse() {
+  aaa_lib_send_buf_init();
+  aaa_lib_send_buf_reset();
+  aaa::store(g_send_buf_tid, pthread_self());
+}
+
+QueueInUse::~QueueInUse() {
+  aaa::store(g_send_buf_tid, pthread_t{0});
+  aaa_lib_send_buf_reset();
+}
+
+std::string QueueInUse::held() {
+  return {reinterpret_cast<const char*>(aaalib_send_buf.body), aaalib_send_buf.header.length};
+}
+
+}  // namespace test

@@ -1,0 +1,108 @@
+#include "support/registered_test.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include "transport/cancellation.h"
+
+namespace test {
+
+std::vector<pid_t> threads_named(const std::string& name) {
+  std::vector<pid_t> found;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::string comm;
+    std::getline(std::ifstream(task.path() / "comm"), comm);
+    if (comm == name) found.push_back(std::stoi(task.path().filename()));
+  }
+  return found;
+}
+
+std::string receive_thread_name() {
+  return (std::to_string(getpid()) + "_aaalib_th").substr(0, 14);
+}
+std::string flush_thread_name() {
+  return (std::to_string(getpid()) + "_aaa_buf").substr(0, 14);
+}
+
+std::size_t times_told(std::uint32_t event) {
+  std::size_t times = 0;
+  for (const std::uint32_t one : client_events())
+    times += one == event ? 1 : 0;
+  return times;
+}
+
+void pause_in_script() {
+  const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
+  std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+RegisteredTest::RegisteredTest() {
+  clock_.shorten_sleeps();
+  sim_.change([](Settings& settings) { settings.answer_heartbeats = false; });
+}
+
+void RegisteredTest::open_gate_for_clients() {
+  sim_.change([](Settings& settings) { settings.status.debug = 1; });
+}
+
+void RegisteredTest::set_listening(bool listening) {
+  sim_.change([listening](Settings& settings) { settings.listening = listening; });
+}
+
+void RegisteredTest::nudge() {
+  send(AAA_MSG_MLIST_CHANGE);
+}
+
+void RegisteredTest::take_pass() {
+  const std::size_t before = times_told(AAA_EVENT_METHOD_LISTS_CHANGED);
+  nudge();
+  ASSERT_TRUE(wait_for_event(AAA_EVENT_METHOD_LISTS_CHANGED, before + 1));
+}
+
+pid_t RegisteredTest::receive_thread() {
+  std::vector<pid_t> threads;
+  EXPECT_TRUE(eventually([&] {
+    threads = threads_named(receive_thread_name());
+    return threads.size() == 1;
+  })) << "receive threads: "
+      << threads.size();
+  return threads.size() == 1 ? threads[0] : 0;
+}
+
+bool RegisteredTest::receive_thread_is_gone() {
+  return eventually([] { return threads_named(receive_thread_name()).empty(); });
+}
+
+void RegisteredTest::send(std::uint32_t type, const Bytes& body, std::uint32_t id) {
+  ASSERT_EQ(1u, sim_.send_message({}, Role::event, type, id, body));
+}
+
+Scripts RegisteredTest::next_wait_fails(int error) {
+  Scripts scripts;
+  scripts.poll = [error, failed = std::make_shared<std::atomic<bool>>(false)](
+                     int, int) -> std::optional<int> {
+    if (failed->exchange(true)) return std::nullopt;
+    errno = error;
+    return -1;
+  };
+  return scripts;
+}
+
+Scripts RegisteredTest::next_read_fails(int error, std::size_t size) {
+  Scripts scripts;
+  scripts.recv = [=, fd = event_socket(), failed = std::make_shared<std::atomic<bool>>(false)](
+                     int given, void*, std::size_t wanted, int) -> std::optional<ssize_t> {
+    if (given != fd || wanted != size || failed->exchange(true)) return std::nullopt;
+    errno = error;
+    return -1;
+  };
+  return scripts;
+}
+
+}  // namespace test

@@ -1,0 +1,66 @@
+// A registered client, its receive thread, and the passes that the thread takes.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "message.h"
+#include "support/library_test.h"
+#include "support/scripted_calls.h"
+#include "transport/atomic_word.h"
+
+namespace test {
+
+using aaa_sim::Bytes;
+using aaa_sim::received;
+using aaa_sim::Role;
+using aaa_sim::sent;
+using aaa_sim::Settings;
+
+// The kernel's ids of this process's threads that have a name.
+std::vector<pid_t> threads_named(const std::string& name);
+
+// As the kernel keeps them: at most 14 characters.
+std::string receive_thread_name();
+std::string flush_thread_name();
+
+// The library's pauses are short, and aaad sends nothing unasked, no heartbeats either.
+class RegisteredTest : public SimulatedTest {
+ protected:
+  RegisteredTest();
+
+  // Opens the debug gate of clients that register from now on.
+  void open_gate_for_clients();
+
+  // Makes aaad reachable or not. Connections that exist stay.
+  void set_listening(bool listening);
+
+  // Makes the receive thread take a pass; the second form waits until it is over.
+  void nudge();
+  void take_pass();
+
+  // The receive thread, once it has named itself.
+  pid_t receive_thread();
+  bool receive_thread_is_gone();
+
+  std::size_t heartbeats() { return sim_.count(received(AAA_MSG_HEARTBEAT)); }
+
+  void send(std::uint32_t type, const Bytes& body = {}, std::uint32_t id = 0);
+  void send_raw(const Bytes& bytes) { sim_.send_raw({}, Role::event, bytes); }
+
+  static int event_socket() { return aaa::load(g_aaa_client_cb.async_fd); }
+  static int state() { return aaa::load(g_aaa_client_cb.reg_state); }
+
+  // From now on the next wait for a message, or the next read of a header, fails with `error`.
+  static Scripts next_wait_fails(int error);
+  static Scripts next_read_fails(int error, std::size_t size = 16);
+
+  MovedClock clock_;
+};
+
+std::size_t times_told(std::uint32_t event);
+
+// A millisecond inside a script, in which the library's thread cannot be cancelled.
+void pause_in_script();
+
+}  // namespace test

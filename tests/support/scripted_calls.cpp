@@ -1,0 +1,152 @@
+#include "support/scripted_calls.h"
+
+#include <poll.h>
+#include <sched.h>
+#include <sys/socket.h>
+
+#include <memory>
+#include <mutex>
+
+namespace test {
+namespace {
+
+std::mutex& scripts_lock() {
+  static auto* const lock = new std::mutex;
+  return *lock;
+}
+
+std::shared_ptr<const Scripts>& scripts_in_force() {
+  static auto* const scripts = new std::shared_ptr<const Scripts>(new Scripts);
+  return *scripts;
+}
+
+std::shared_ptr<const Scripts> current() {
+  const std::lock_guard<std::mutex> hold(scripts_lock());
+  return scripts_in_force();
+}
+
+void replace(Scripts scripts) {
+  auto next = std::make_shared<const Scripts>(std::move(scripts));
+  const std::lock_guard<std::mutex> hold(scripts_lock());
+  scripts_in_force().swap(next);
+}
+
+// The script's answer, if there is a script and it has one.
+template <class Result, class... Parameters, class... Arguments>
+std::optional<Result> ask(std::function<std::optional<Result>(Parameters...)> Scripts::*script,
+                          Arguments... arguments) {
+  const auto scripts = current();
+  const auto& function = (*scripts).*script;
+  return function ? function(arguments...) : std::nullopt;
+}
+
+}  // namespace
+
+ScriptedCalls::ScriptedCalls(Scripts scripts) {
+  replace(std::move(scripts));
+}
+ScriptedCalls::~ScriptedCalls() {
+  replace({});
+}
+
+}  // namespace test
+
+using test::ask;
+using test::Scripts;
+
+extern "C" {
+
+ssize_t __real_send(int fd, const void* data, std::size_t size, int flags);
+ssize_t __real_recv(int fd, void* data, std::size_t size, int flags);
+int __real_socket(int domain, int type, int protocol);
+int __real_bind(int fd, const sockaddr* address, socklen_t length);
+int __real_connect(int fd, const sockaddr* address, socklen_t length);
+int __real_setsockopt(int fd, int level, int option, const void* value, socklen_t length);
+int __real_close(int fd);
+int __real_poll(pollfd* fds, nfds_t count, int timeout_ms);
+int __real_select(int limit, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout);
+int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*routine)(void*), void* argument);
+int __real_pthread_attr_init(pthread_attr_t* attributes);
+int __real_pthread_mutexattr_init(pthread_mutexattr_t* attributes);
+int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
+int __real_pthread_setaffinity_np(pthread_t thread, std::size_t size, const cpu_set_t* cores);
+void* __real_malloc(std::size_t size);
+
+ssize_t __wrap_send(int fd, const void* data, std::size_t size, int flags) {
+  const auto answer = ask(&Scripts::send, fd, data, size, flags);
+  return answer ? *answer : __real_send(fd, data, size, flags);
+}
+
+ssize_t __wrap_recv(int fd, void* data, std::size_t size, int flags) {
+  const auto answer = ask(&Scripts::recv, fd, data, size, flags);
+  return answer ? *answer : __real_recv(fd, data, size, flags);
+}
+
+int __wrap_socket(int domain, int type, int protocol) {
+  const auto answer = ask(&Scripts::socket, domain, type);
+  return answer ? *answer : __real_socket(domain, type, protocol);
+}
+
+int __wrap_bind(int fd, const sockaddr* address, socklen_t length) {
+  const auto answer = ask(&Scripts::bind, fd, address, length);
+  return answer ? *answer : __real_bind(fd, address, length);
+}
+
+int __wrap_connect(int fd, const sockaddr* address, socklen_t length) {
+  const auto answer = ask(&Scripts::connect, fd, address, length);
+  return answer ? *answer : __real_connect(fd, address, length);
+}
+
+int __wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t length) {
+  const auto answer = ask(&Scripts::setsockopt, fd, level, option);
+  return answer ? *answer : __real_setsockopt(fd, level, option, value, length);
+}
+
+int __wrap_close(int fd) {
+  const auto answer = ask(&Scripts::close, fd);
+  return answer ? *answer : __real_close(fd);
+}
+
+int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) {
+  const auto answer = ask(&Scripts::poll, fds->fd, timeout_ms);
+  return answer ? *answer : __real_poll(fds, count, timeout_ms);
+}
+
+int __wrap_select(int limit, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout) {
+  const auto answer = ask(&Scripts::select, *timeout);
+  return answer ? *answer : __real_select(limit, readable, writable, failed, timeout);
+}
+
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                          void* (*routine)(void*), void* argument) {
+  const auto answer = ask(&Scripts::pthread_create);
+  return answer ? *answer : __real_pthread_create(thread, attributes, routine, argument);
+}
+
+int __wrap_pthread_attr_init(pthread_attr_t* attributes) {
+  const auto answer = ask(&Scripts::pthread_attr_init);
+  return answer ? *answer : __real_pthread_attr_init(attributes);
+}
+
+int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes) {
+  const auto answer = ask(&Scripts::pthread_mutexattr_init);
+  return answer ? *answer : __real_pthread_mutexattr_init(attributes);
+}
+
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
+  const auto answer = ask(&Scripts::pthread_mutex_init, mutex);
+  return answer ? *answer : __real_pthread_mutex_init(mutex, attributes);
+}
+
+int __wrap_pthread_setaffinity_np(pthread_t thread, std::size_t size, const cpu_set_t* cores) {
+  const auto answer = ask(&Scripts::pthread_setaffinity_np, thread, size, cores);
+  return answer ? *answer : __real_pthread_setaffinity_np(thread, size, cores);
+}
+
+void* __wrap_malloc(std::size_t size) {
+  const auto answer = ask(&Scripts::malloc, size);
+  return answer ? *answer : __real_malloc(size);
+}
+
+}  // extern "C"

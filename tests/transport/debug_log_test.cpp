@@ -1,0 +1,186 @@
+// The debug gate with its rate limit, and the shape of a line.
+#include "transport/debug_log.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+#include <vector>
+
+#include "transport/endpoint_test.h"
+
+namespace {
+
+using aaa::aaalib_debug_num_check;
+
+class DebugLog : public test::LibraryTest {
+ protected:
+  static void allow(std::uint32_t lines) { aaa::store(g_aaa_status.debug_msg_limit, lines); }
+  static void set_count(std::uint16_t count) { aaa::store(aaa::g_aaalib_debug_count_curr, count); }
+  static std::uint32_t count() { return aaa::g_aaalib_debug_count_curr; }
+  // A debug line of the library.
+  static void write_line() { aaa_is_alive(); }
+
+  static constexpr char kLine[] = "already unregistered or not registered or is connecting!\r\n";
+
+  test::LogCapture log_;
+};
+
+TEST_F(DebugLog, AClosedGateKeepsLinesBackAndCountsNothing) {
+  write_line();
+  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+  EXPECT_EQ(0u, count());
+}
+
+TEST_F(DebugLog, TheSwitchIsTestedBeforeTheLimit) {
+  allow(1);
+  set_count(1);
+  write_line();
+  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+  EXPECT_EQ(1u, count());
+  EXPECT_EQ(1u, g_aaa_status.debug_msg_limit);
+}
+
+TEST_F(DebugLog, AnOpenGateLetsLinesThroughAndCountsThem) {
+  aaa_set_debug_switch(1);
+  write_line();
+  write_line();
+  EXPECT_EQ(2u, log_.count(kLine));
+  EXPECT_EQ(2u, count());
+}
+
+TEST_F(DebugLog, AnySwitchValueButZeroIsOn) {
+  aaa::store(g_aaa_status.debug, 7U);
+  write_line();
+  EXPECT_EQ(1u, log_.count(kLine));
+}
+
+TEST_F(DebugLog, NothingIsEvaluatedWhileTheGateIsClosed) {
+  int evaluations = 0;
+  const auto evaluate = [&] { return ++evaluations; };
+  AAA_DEBUG_LOG("%d\r\n", evaluate());
+  EXPECT_EQ(0, evaluations);
+  aaa_set_debug_switch(1);
+  AAA_DEBUG_LOG("%d\r\n", evaluate());
+  EXPECT_EQ(1, evaluations);
+}
+
+TEST_F(DebugLog, TheSwitchTakesZeroAndOneOnly) {
+  aaa_set_debug_switch(1);
+  aaa_set_debug_switch(2);
+  EXPECT_EQ(1u, g_aaa_status.debug);
+  aaa_set_debug_switch(0xFFFFFFFF);
+  EXPECT_EQ(1u, g_aaa_status.debug);
+  aaa_set_debug_switch(0);
+  EXPECT_EQ(0u, g_aaa_status.debug);
+  aaa_set_debug_switch(2);
+  EXPECT_EQ(0u, g_aaa_status.debug);
+}
+
+TEST_F(DebugLog, ALimitOf3Lets3PassRefusesTheFourthAndIs1000ThenOn) {
+  allow(3);
+  EXPECT_EQ(1, aaalib_debug_num_check());
+  EXPECT_EQ(1, aaalib_debug_num_check());
+  EXPECT_EQ(1, aaalib_debug_num_check());
+  EXPECT_EQ(3u, count());
+  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+  EXPECT_EQ(0, aaalib_debug_num_check());
+  EXPECT_EQ(1u, log_.lines().size());
+  EXPECT_EQ(0u, count());
+  EXPECT_EQ(1000u, g_aaa_status.debug_msg_limit);
+  EXPECT_EQ(1, aaalib_debug_num_check());
+  EXPECT_EQ(1u, count());
+}
+
+TEST_F(DebugLog, ALimitBelowTheCountRefuses) {
+  allow(3);
+  set_count(100);
+  EXPECT_EQ(0, aaalib_debug_num_check());
+  EXPECT_EQ(0u, count());
+}
+
+TEST_F(DebugLog, ARefusedLineIsNotWritten) {
+  aaa_set_debug_switch(1);
+  allow(1);
+  write_line();
+  write_line();
+  EXPECT_EQ(1u, log_.count(kLine));
+  EXPECT_EQ(2u, log_.lines().size());
+}
+
+TEST_F(DebugLog, TheNoticeGoesPastTheGate) {
+  allow(1);
+  set_count(1);
+  aaalib_debug_num_check();
+  const test::LogLine line = log_.lines().front();
+  EXPECT_EQ("AAA LIB [%5d][%30.30s] AAALIB debug msg num exceed limit, auto stop!\r\n",
+            line.format);
+  EXPECT_EQ(test::ungated_text("aaalib_debug_num_check",
+                               "AAALIB debug msg num exceed limit, auto stop!\r\n"),
+            line.text);
+  EXPECT_EQ(7, line.priority);
+  EXPECT_EQ("UNKNOW_MODULE", line.module);
+  EXPECT_EQ("DEBUG", line.submodule);
+  EXPECT_EQ(2, line.kind);
+}
+
+TEST_F(DebugLog, WithoutALimitNothingIsRefused) {
+  allow(0);
+  set_count(65535);
+  for (int i = 0; i < 70000; ++i)
+    ASSERT_EQ(1, aaalib_debug_num_check()) << i;
+  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+}
+
+TEST_F(DebugLog, TheCountIsExactWithManyThreads) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([] {
+      for (int n = 0; n < 5000; ++n)
+        aaalib_debug_num_check();
+    });
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(20000u, count());
+}
+
+TEST_F(DebugLog, ALineHasItsThreadItsModelAndItsFunction) {
+  aaa_set_debug_switch(1);
+  aaa::set_model_name("dot1x");
+  write_line();
+  char expected[256];
+  std::snprintf(expected, sizeof expected,
+                "[%5ld][         dot1x][                  aaa_is_alive] %s", syscall(SYS_gettid),
+                kLine);
+  EXPECT_EQ(expected, log_.lines().front().text);
+}
+
+TEST_F(DebugLog, ALineGoesToTheClientSubmodule) {
+  aaa_set_debug_switch(1);
+  write_line();
+  const test::LogLine line = log_.lines().front();
+  EXPECT_EQ(7, line.priority);
+  EXPECT_EQ("AAA", line.module);
+  EXPECT_EQ("CLIENT", line.submodule);
+  EXPECT_EQ(1, line.kind);
+  EXPECT_EQ(std::string("[%5d][%14.14s][%30.30s] ") + kLine, line.format);
+}
+
+TEST_F(DebugLog, TheThreadIsTheOneThatWrites) {
+  aaa_set_debug_switch(1);
+  long id = 0;
+  std::thread([&] {
+    id = syscall(SYS_gettid);
+    write_line();
+  }).join();
+  EXPECT_EQ(std::to_string(id), log_.lines().front().thread());
+}
+
+TEST_F(DebugLog, ModelAndFunctionAreCutToTheirColumns) {
+  aaa_set_debug_switch(1);
+  aaa::set_model_name("abcdefghijklmnopq");
+  AAA_DEBUG_LOG_AS("a_function_with_a_name_of_forty_letters_", "x\r\n");
+  const std::string text = log_.lines().front().text;
+  EXPECT_EQ("[abcdefghijklmn][a_function_with_a_name_of_fort] x\r\n", text.substr(text.find("[a")));
+}
+
+}  // namespace

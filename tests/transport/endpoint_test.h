@@ -1,0 +1,81 @@
+// What tests of the sockets look at: names, options, files, and what a failure leaves.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "transport/endpoints.h"
+#include "transport/pair_test.h"
+
+namespace test {
+
+// The text of a line that the gate does not hold back, written on this thread.
+inline std::string ungated_text(const std::string& function, const std::string& message) {
+  char columns[64];
+  std::snprintf(columns, sizeof columns, "AAA LIB [%5ld][%30.30s] ", syscall(SYS_gettid),
+                function.c_str());
+  return columns + message;
+}
+
+class EndpointTest : public LibraryTest {
+ protected:
+  void SetUp() override {
+    LibraryTest::SetUp();
+    std::filesystem::create_directories(work_directory());
+  }
+  void TearDown() override {
+    aaa::aaa_lib_client_close();
+    LibraryTest::TearDown();
+  }
+
+  std::string work_directory() const { return directory() + "/security/aaa"; }
+
+  std::vector<std::string> files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(work_directory()))
+      names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  static std::string local_name(int fd) { return name_of(fd, ::getsockname); }
+  static std::string peer_name(int fd) { return name_of(fd, ::getpeername); }
+
+  static std::string timeout(int fd, int option) {
+    timeval value = {};
+    socklen_t size = sizeof value;
+    if (getsockopt(fd, SOL_SOCKET, option, &value, &size) != 0) return "none";
+    return std::to_string(value.tv_sec) + " s " + std::to_string(value.tv_usec) + " us";
+  }
+
+  // Expects -1 and exactly one line, from that function.
+  static void expect_failure(const std::function<std::int32_t()>& call, const std::string& message,
+                             const std::string& function) {
+    const OpenGate gate;
+    const LogCapture log;
+    EXPECT_EQ(-1, call());
+    EXPECT_THAT(log.messages(), testing::ElementsAre(message));
+    EXPECT_EQ(function, log.find(message).function());
+  }
+
+ private:
+  template <class Function>
+  static std::string name_of(int fd, Function function) {
+    sockaddr_un address = {};
+    socklen_t size = sizeof address;
+    function(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    return address.sun_path;
+  }
+};
+
+}  // namespace test
