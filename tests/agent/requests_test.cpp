@@ -2,6 +2,7 @@
 #include <poll.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "agent/agent_client.h"
@@ -19,13 +20,17 @@ class AgentRequests : public AgentTest {
     sim_.add_user(alice());
   }
 
-  // Reads what arrives until `done`, and runs a reconnection as soon as it is scheduled.
+  // Reads what arrives until `done`, and runs a reconnection as soon as it is scheduled. Never
+  // sleeps while there is work: results may have queued up.
   template <class Condition>
   void drive_until(Condition done) {
-    EXPECT_TRUE(eventually([&] {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (!done()) {
+      ASSERT_LT(std::chrono::steady_clock::now(), deadline)
+          << "events " << testing::PrintToString(client_events()) << ", tasks "
+          << testing::PrintToString(loop_.names());
       drive_once();
-      return done();
-    }));
+    }
   }
 
  private:
@@ -87,10 +92,13 @@ TEST_F(AgentRequests, BatchesGoOnAfterALoss) {
 TEST_F(AgentRequests, FinishDropsWhatIsBuffered) {
   init_and_connect(client_with(ResultBy::callback, true));
   const std::uint32_t session = aaa_get_session_id();
-  pthread_mutex_lock(&aaa_lib_send_buf_lock);
-  EXPECT_EQ(0, request_login(session, "alice", "secret"));
-  EXPECT_EQ(0, aaa_agent_finish());
-  pthread_mutex_unlock(&aaa_lib_send_buf_lock);
+  {
+    // Keeps the flush thread away.
+    const aaa::ScopedLock link(aaa_lib_lock);
+    const aaa::ScopedLock buffer(aaa_lib_send_buf_lock);
+    EXPECT_EQ(0, request_login(session, "alice", "secret"));
+    EXPECT_EQ(0, aaa_agent_finish());
+  }
   EXPECT_TRUE(sim_.wait_for_connections(0));
   EXPECT_EQ(0u, sim_.count(received(AAA_MSG_AUTHEN_REQ)));
   EXPECT_EQ(0u, g_send_buf_msg_cnt);
@@ -112,7 +120,7 @@ TEST_F(AgentRequests, ThreadsMayCallWhileTheLinkComesAndGoes) {
   for (std::size_t loss = 1; loss <= 10; ++loss) {
     const std::size_t before = called_back().size();
     drive_until([=] { return called_back().size() > before; });
-    sim_.close_connections();
+    ASSERT_EQ(2u, sim_.close_connections());
     drive_until([=] { return times_told(AAA_EVENT_REGISTERED) == loss + 1; });
     expect_steady();
   }

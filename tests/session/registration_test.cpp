@@ -166,7 +166,8 @@ TEST_F(Registration, TheLibraryLockIsHeldUntilTheThreadsAreStarted) {
                                          return 0;
                                        }});
   register_client();
-  EXPECT_THAT(free, ElementsAre(false, false, false));
+  EXPECT_GE(free.size(), 3u);
+  EXPECT_THAT(free, testing::Each(false));
   EXPECT_TRUE(test::is_free(aaa_lib_lock));
 }
 
