@@ -5,6 +5,7 @@
 #include <string>
 
 #include "aaa_client.h"
+#include "support/intended_leak.h"
 
 namespace soak {
 namespace {
@@ -117,6 +118,7 @@ void ClientLoad::submit(std::uint32_t id, Random& random) {
 
 void ClientLoad::wait_for_result(std::uint32_t id) {
   result_info* result = nullptr;
+  const test::IntendedLeak foreign_results;
   if (aaa_user_get_result(id, 0, shape_.result_timeout_seconds, &result) != 0) {
     ++missing_results_;
     return;

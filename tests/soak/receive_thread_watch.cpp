@@ -36,7 +36,11 @@ ReceiveThreadWatch::ReceiveThreadWatch()
               }}) {}
 
 void ReceiveThreadWatch::note_recv(std::size_t size) {
-  call_ = aaa::reg_state() == AAA_REG_REGISTERED ? static_cast<int>(size) : registering;
+  if (aaa::reg_state() == AAA_REG_REGISTERED) {
+    call_ = static_cast<int>(size);
+  } else {
+    ++registering_reads_;
+  }
 }
 
 bool ReceiveThreadWatch::is_idle() const {
@@ -47,8 +51,8 @@ bool ReceiveThreadWatch::waits_for_bytes(std::size_t bytes) const {
   return test::eventually([&] { return call_ == static_cast<int>(bytes); });
 }
 
-bool ReceiveThreadWatch::registers() const {
-  return test::eventually([this] { return call_ == registering; });
+bool ReceiveThreadWatch::registers_after(int registering_reads) const {
+  return test::eventually([&] { return registering_reads_ > registering_reads; });
 }
 
 }  // namespace soak

@@ -15,18 +15,22 @@ class ReceiveThreadWatch {
   ReceiveThreadWatch();
 
   // Each returns whether the thread came there in time: waiting for a message, waiting for that
-  // many bytes more of one, waiting for bytes in the middle of a registration.
+  // many bytes more of one, waiting for more bytes of a registration than before.
   bool is_idle() const;
   bool waits_for_bytes(std::size_t bytes) const;
-  bool registers() const;
+  bool registers_after(int registering_reads) const;
+
+  // How often it has waited for bytes of a registration. A registration passes quickly.
+  int registering_reads() const { return registering_reads_; }
 
  private:
   // What the thread has asked for last.
-  enum Call : int { idle = -1, registering = -2 };
+  enum Call : int { idle = -1 };
 
   void note_recv(std::size_t size);
 
   std::atomic<int> call_ = 0;
+  std::atomic<int> registering_reads_ = 0;
   test::ScriptedCalls calls_;
 };
 
