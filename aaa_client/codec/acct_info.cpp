@@ -68,7 +68,7 @@ struct AcctCodec {
   using Record = acct_info;
   using Items = AcctItems;
   using ArenaOrder = Order<2, 89, 25, 305, 168, 306, 307, 308>;
-  using ReleaseOrder = Order<kArena, 299, 322, 301>;
+  using ReleaseOrder = Order<arena_block, 299, 322, 301>;
   using ArenaFailureOrder = Order<299, 322, 301>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
 };

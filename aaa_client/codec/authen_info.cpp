@@ -92,7 +92,7 @@ struct AuthenCodec {
   using Record = authen_info;
   using Items = AuthenItems;
   using ArenaOrder = WireOrder;
-  using ReleaseOrder = Order<kArena, 299, 298, 301>;
+  using ReleaseOrder = Order<arena_block, 299, 298, 301>;
   using ArenaFailureOrder = Order<299, 301, 298>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
 };

@@ -29,7 +29,7 @@ struct AuthorCodec {
   using Record = author_info;
   using Items = AuthorItems;
   using ArenaOrder = WireOrder;
-  using ReleaseOrder = Order<kArena, 299, 301>;
+  using ReleaseOrder = Order<arena_block, 299, 301>;
   using ArenaFailureOrder = Order<299, 301>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
 };

@@ -43,7 +43,7 @@ class Body {
 // 64 bits wide, so that no length can make them wrap around.
 class ItemReader {
  public:
-  static constexpr std::int32_t kNone = -1;
+  static constexpr std::int32_t no_item = -1;
 
   explicit ItemReader(const Body& body) : ItemReader(body, 0, body.size()) {}
   ItemReader(const Body& body, std::int64_t offset, std::int64_t limit)
@@ -54,7 +54,7 @@ class ItemReader {
   const Body& body() const { return body_; }
   std::int64_t offset() const { return offset_; }
 
-  // The item's type, or kNone behind the last item.
+  // The item's type, or no_item behind the last item.
   std::int32_t type() const { return type_; }
   std::uint16_t length() const { return length_; }
 
@@ -69,7 +69,7 @@ class ItemReader {
 
   void move_to(std::int64_t offset) {
     offset_ = offset;
-    type_ = kNone;
+    type_ = no_item;
     if (offset < limit_) load_header();
   }
 
@@ -79,7 +79,7 @@ class ItemReader {
     std::uint16_t length;
   };
 
-  std::int64_t value_offset() const { return offset_ + static_cast<std::int64_t>(kItemHeaderSize); }
+  std::int64_t value_offset() const { return offset_ + static_cast<std::int64_t>(tlv_header_size); }
 
   void load_header() {
     Header header;
@@ -102,7 +102,7 @@ class ItemReader {
   Body body_;
   std::int64_t limit_;
   std::int64_t offset_ = 0;
-  std::int32_t type_ = kNone;
+  std::int32_t type_ = no_item;
   std::uint16_t length_ = 0;
 };
 

@@ -9,7 +9,7 @@
 
 namespace aaa {
 
-inline constexpr std::size_t kItemHeaderSize = 4;
+inline constexpr std::size_t tlv_header_size = 4;
 
 inline void store_item_header(std::uint8_t* to, std::uint16_t type, std::uint16_t length) {
   std::memcpy(to, &type, sizeof type);
@@ -24,7 +24,7 @@ class ItemWriter {
   // Writes a header and returns the value's place, which the caller fills.
   std::uint8_t* open(std::uint16_t type, std::uint16_t length) {
     store_item_header(at_, type, length);
-    std::uint8_t* value = at_ + kItemHeaderSize;
+    std::uint8_t* value = at_ + tlv_header_size;
     at_ = value + length;
     return value;
   }

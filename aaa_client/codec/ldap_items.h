@@ -13,17 +13,17 @@ enum LdapItem : std::uint16_t {
   kLdapText301 = 301,
   kLdapText306 = 306,
   kLdapText307 = 307,
-  kLdapAttribute = 308,
+  ldap_attribute_item = 308,
   kLdapText309 = 309,
-  kLdapEntry = 310,
-  kLdapDn = 311,
-  kLdapName = 312,
-  kLdapValue = 313
+  ldap_entry_item = 310,
+  ldap_dn_item = 311,
+  ldap_name_item = 312,
+  ldap_value_item = 313
 };
 
 // On the wire.
 inline std::uint64_t item_size(const aaa_item& item) {
-  return kItemHeaderSize + item.len;
+  return tlv_header_size + item.len;
 }
 
 // In the pool, with the NUL.

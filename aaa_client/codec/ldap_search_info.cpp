@@ -13,15 +13,15 @@
 namespace aaa {
 namespace {
 
-constexpr std::uint32_t kHeadSize = 40;
-static_assert(sizeof(ldap_search_head) == kHeadSize);
+constexpr std::uint32_t head_size = 40;
+static_assert(sizeof(ldap_search_head) == head_size);
 
 std::span<aaa_item> attributes_of(const ldap_search_info& record) {
   return {record.attributes, record.attributes != nullptr ? record.head.attr_count : 0};
 }
 
 std::uint64_t body_size(const ldap_search_info& record) {
-  std::uint64_t size = kHeadSize + item_size(record.item_306) + item_size(record.item_307) +
+  std::uint64_t size = head_size + item_size(record.item_306) + item_size(record.item_307) +
                        item_size(record.item_301);
   for (const aaa_item& attribute : attributes_of(record))
     size += item_size(attribute);
@@ -31,14 +31,14 @@ std::uint64_t body_size(const ldap_search_info& record) {
 void take_items(ItemReader reader, ldap_search_info& record) {
   const std::span<aaa_item> attributes = attributes_of(record);
   std::size_t filled = 0;
-  while (reader.type() != ItemReader::kNone) {
+  while (reader.type() != ItemReader::no_item) {
     if (reader.type() == kLdapText301) {
       take_item(reader, record.item_301);
     } else if (reader.type() == kLdapText306) {
       take_item(reader, record.item_306);
     } else if (reader.type() == kLdapText307) {
       take_item(reader, record.item_307);
-    } else if (reader.type() != kLdapAttribute || attributes.empty()) {
+    } else if (reader.type() != ldap_attribute_item || attributes.empty()) {
       reader.pass_header();
     } else if (filled < attributes.size()) {
       take_item(reader, attributes[filled++]);
@@ -65,12 +65,12 @@ bool fill_pool(const Body& body, ldap_search_info& record, const char* function)
 }
 
 bool decode(const Body& body, ldap_search_info& record, const char* function) {
-  body.copy(&record.head, body.at(0), kHeadSize);
+  body.copy(&record.head, body.at(0), head_size);
   if (record.head.attr_count != 0) {
     record.attributes = allocate_zeroed<aaa_item>(record.head.attr_count, function);
     if (record.attributes == nullptr) return false;
   }
-  take_items(ItemReader(body, kHeadSize, body.size()), record);
+  take_items(ItemReader(body, head_size, body.size()), record);
   return fill_pool(body, record, function);
 }
 
@@ -89,12 +89,12 @@ std::uint32_t aaa_encap_ldap_search_info(ldap_search_info* record, void** body) 
   std::uint8_t* bytes = aaa::allocate(size, __func__);
   if (bytes == nullptr) return 0;
   aaa::ItemWriter writer(bytes);
-  writer.put_bytes(&record->head, aaa::kHeadSize);
+  writer.put_bytes(&record->head, aaa::head_size);
   writer.put(record->item_306, aaa::kLdapText306);
   writer.put(record->item_307, aaa::kLdapText307);
   writer.put(record->item_301, aaa::kLdapText301);
   for (aaa_item& attribute : aaa::attributes_of(*record)) {
-    writer.put(attribute, aaa::kLdapAttribute);
+    writer.put(attribute, aaa::ldap_attribute_item);
   }
   *body = bytes;
   return static_cast<std::uint32_t>(size);
@@ -103,7 +103,7 @@ std::uint32_t aaa_encap_ldap_search_info(ldap_search_info* record, void** body) 
 std::uint32_t aaa_parse_ldap_search_info(ldap_search_info** record, const void* body,
                                          std::int32_t length) {
   if (record == nullptr || body == nullptr) return 0;
-  if (static_cast<std::uint32_t>(length) < aaa::kHeadSize) return 0;
+  if (static_cast<std::uint32_t>(length) < aaa::head_size) return 0;
   auto* decoded = aaa::allocate_zeroed<ldap_search_info>(1, __func__);
   if (decoded == nullptr) return 0;
   if (!aaa::decode(aaa::Body(body, length), *decoded, __func__)) {

@@ -14,10 +14,10 @@
 namespace aaa {
 namespace {
 
-constexpr std::uint32_t kHeadSize = 24;
-constexpr std::uint32_t kEntryHeadSize = 8;  // type, body length, pair count
-static_assert(sizeof(ldap_result_head) == kHeadSize);
-static_assert(offsetof(ldap_dn_entry, dn) == kEntryHeadSize);
+constexpr std::uint32_t head_size = 24;
+constexpr std::uint32_t entry_head_size = 8;  // type, body length, pair count
+static_assert(sizeof(ldap_result_head) == head_size);
+static_assert(offsetof(ldap_dn_entry, dn) == entry_head_size);
 
 std::span<ldap_dn_entry> entries_of(const ldap_search_result& record) {
   return {record.entries, record.entries != nullptr ? record.head.entry_count : 0};
@@ -39,8 +39,8 @@ std::uint64_t entry_body_size(const ldap_dn_entry& entry) {
 
 // Also notes the body lengths in the entries.
 std::uint64_t body_size(ldap_search_result& record) {
-  std::uint64_t size = kHeadSize + item_size(record.item_309) + item_size(record.item_306) +
-                       std::uint64_t{kEntryHeadSize} * record.head.entry_count;
+  std::uint64_t size = head_size + item_size(record.item_309) + item_size(record.item_306) +
+                       std::uint64_t{entry_head_size} * record.head.entry_count;
   for (ldap_dn_entry& entry : entries_of(record)) {
     const std::uint64_t entry_size = entry_body_size(entry);
     entry.len = static_cast<std::uint16_t>(entry_size);
@@ -50,12 +50,12 @@ std::uint64_t body_size(ldap_search_result& record) {
 }
 
 void write_entry(ItemWriter& writer, ldap_dn_entry& entry) {
-  entry.type = kLdapEntry;
-  writer.put_bytes(&entry, kEntryHeadSize);
-  writer.put(entry.dn, kLdapDn);
+  entry.type = ldap_entry_item;
+  writer.put_bytes(&entry, entry_head_size);
+  writer.put(entry.dn, ldap_dn_item);
   for (ldap_pair& pair : pairs_of(entry)) {
-    writer.put(pair.name, kLdapName);
-    writer.put(pair.value, kLdapValue);
+    writer.put(pair.name, ldap_name_item);
+    writer.put(pair.value, ldap_value_item);
   }
 }
 
@@ -64,15 +64,15 @@ void write_entry(ItemWriter& writer, ldap_dn_entry& entry) {
 void take_entry_items(ItemReader reader, ldap_dn_entry& entry) {
   const std::span<ldap_pair> pairs = pairs_of(entry);
   std::size_t filled = 0;
-  while (reader.type() != ItemReader::kNone) {
-    const bool of_pair = reader.type() == kLdapName || reader.type() == kLdapValue;
-    if (reader.type() == kLdapDn) {
+  while (reader.type() != ItemReader::no_item) {
+    const bool of_pair = reader.type() == ldap_name_item || reader.type() == ldap_value_item;
+    if (reader.type() == ldap_dn_item) {
       take_item(reader, entry.dn);
     } else if (of_pair && pairs.empty()) {
       reader.pass_header();
     } else if (!of_pair || filled == pairs.size()) {
       reader.pass_item();
-    } else if (reader.type() == kLdapName) {
+    } else if (reader.type() == ldap_name_item) {
       take_item(reader, pairs[filled].name);
     } else {
       take_item(reader, pairs[filled++].value);
@@ -82,25 +82,25 @@ void take_entry_items(ItemReader reader, ldap_dn_entry& entry) {
 
 // The entry that begins at `offset` and ends before `end`.
 void take_entry(const Body& body, std::int64_t offset, std::int64_t end, ldap_dn_entry& entry) {
-  constexpr const char* kFunction = "aaa_parse_ldap_search_result_dn_entry";
-  body.copy(&entry, body.at(offset), kEntryHeadSize);
+  constexpr const char* function_name = "aaa_parse_ldap_search_result_dn_entry";
+  body.copy(&entry, body.at(offset), entry_head_size);
   if (entry.pair_count != 0) {
-    entry.pairs = allocate_zeroed<ldap_pair>(entry.pair_count, kFunction);
+    entry.pairs = allocate_zeroed<ldap_pair>(entry.pair_count, function_name);
     if (entry.pairs == nullptr) return;
   }
-  take_entry_items(ItemReader(body, offset + kEntryHeadSize, end), entry);
+  take_entry_items(ItemReader(body, offset + entry_head_size, end), entry);
 }
 
 void take_items(ItemReader reader, ldap_search_result& record) {
   const std::span<ldap_dn_entry> entries = entries_of(record);
   std::size_t filled = 0;
-  while (reader.type() != ItemReader::kNone) {
+  while (reader.type() != ItemReader::no_item) {
     if (reader.type() == kLdapText309) {
       take_item(reader, record.item_309);
     } else if (reader.type() == kLdapText306) {
       take_item(reader, record.item_306);
-    } else if (reader.type() == kLdapEntry && !entries.empty()) {
-      const std::int64_t end = reader.offset() + kEntryHeadSize + reader.length();
+    } else if (reader.type() == ldap_entry_item && !entries.empty()) {
+      const std::int64_t end = reader.offset() + entry_head_size + reader.length();
       if (filled < entries.size()) {
         take_entry(reader.body(), reader.offset(), end, entries[filled++]);
       }
@@ -139,12 +139,12 @@ bool fill_pool(const Body& body, ldap_search_result& record, const char* functio
 }
 
 bool decode(const Body& body, ldap_search_result& record, const char* function) {
-  body.copy(&record.head, body.at(0), kHeadSize);
+  body.copy(&record.head, body.at(0), head_size);
   if (record.head.entry_count != 0) {
     record.entries = allocate_zeroed<ldap_dn_entry>(record.head.entry_count, function);
     if (record.entries == nullptr) return false;
   }
-  take_items(ItemReader(body, kHeadSize, body.size()), record);
+  take_items(ItemReader(body, head_size, body.size()), record);
   return fill_pool(body, record, function);
 }
 
@@ -157,7 +157,7 @@ std::uint32_t aaa_encap_ldap_search_result_info(ldap_search_result* record, void
   std::uint8_t* bytes = aaa::allocate(size, __func__);
   if (bytes == nullptr) return 0;
   aaa::ItemWriter writer(bytes);
-  writer.put_bytes(&record->head, aaa::kHeadSize);
+  writer.put_bytes(&record->head, aaa::head_size);
   writer.put(record->item_309, aaa::kLdapText309);
   writer.put(record->item_306, aaa::kLdapText306);
   for (ldap_dn_entry& entry : aaa::entries_of(*record))
@@ -170,7 +170,7 @@ std::uint32_t aaa_encap_ldap_search_result_info(ldap_search_result* record, void
 std::uint32_t aaa_parse_ldap_search_result(ldap_search_result** record, const void* body,
                                            std::int32_t length) {
   if (record == nullptr || body == nullptr) return 0;
-  if (static_cast<std::uint32_t>(length) < aaa::kHeadSize) return 0;
+  if (static_cast<std::uint32_t>(length) < aaa::head_size) return 0;
   auto* decoded = aaa::allocate_zeroed<ldap_search_result>(1, __func__);
   if (decoded == nullptr) return 0;
   if (!aaa::decode(aaa::Body(body, length), *decoded, __func__)) {

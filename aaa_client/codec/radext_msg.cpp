@@ -7,25 +7,25 @@
 namespace aaa {
 namespace {
 
-constexpr std::size_t kTextSize = 254;  // 253 characters and a NUL
+constexpr std::size_t text_size = 254;  // 253 characters and a NUL
 
 // Text held by pointer: up to 253 characters are sent.
 struct sent_text {
   using Value = const char*;
-  static constexpr std::size_t width = kTextSize;
+  static constexpr std::size_t width = text_size;
   static void store(std::uint8_t* to, Value value) {
-    if (value != nullptr) std::memcpy(to, value, strnlen(value, kTextSize - 1));
+    if (value != nullptr) std::memcpy(to, value, strnlen(value, text_size - 1));
   }
 };
 
 // The same text on arrival; what follows its end is zero.
 struct received_text {
-  using Value = char[kTextSize];
-  static constexpr std::size_t width = kTextSize;
+  using Value = char[text_size];
+  static constexpr std::size_t width = text_size;
   static void load(const std::uint8_t* from, Value& value) {
-    const std::size_t length = strnlen(reinterpret_cast<const char*>(from), kTextSize - 1);
+    const std::size_t length = strnlen(reinterpret_cast<const char*>(from), text_size - 1);
     std::memcpy(value, from, length);
-    std::memset(value + length, 0, kTextSize - length);
+    std::memset(value + length, 0, text_size - length);
   }
 };
 

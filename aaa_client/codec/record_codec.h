@@ -26,11 +26,11 @@ namespace aaa {
 
 enum class UnknownItem { pass_header, pass_item };
 
-// Items by their tags. The arena stands in a release order as kArena.
+// Items by their tags. The arena stands in a release order as arena_block.
 template <std::uint16_t... Tags>
 struct Order {};
 struct WireOrder {};
-inline constexpr std::uint16_t kArena = 0;
+inline constexpr std::uint16_t arena_block = 0;
 
 template <typename... Items>
 struct ItemList {
@@ -38,7 +38,7 @@ struct ItemList {
 
   template <typename Record>
   static std::uint64_t body_size(const Record& record) {
-    return ((kItemHeaderSize + Items::value_size(record)) + ...);
+    return ((tlv_header_size + Items::value_size(record)) + ...);
   }
 
   // Returns the writer behind the last item. By value, so that it stays in registers.
@@ -59,7 +59,7 @@ struct ItemList {
   static void take(ItemReader& reader, Record& record, const char* function,
                    std::index_sequence<I...>) {
     std::array<std::uint32_t, sizeof...(Items)> held{};
-    while (reader.type() != ItemReader::kNone) {
+    while (reader.type() != ItemReader::no_item) {
       bool known = false;
       ((known = take_if<Items>(reader, record, held[I], function) || known), ...);
       if (!known) pass_unknown<Unknown>(reader);
@@ -114,7 +114,7 @@ struct ArenaItems<ItemList<Items...>, Order<Tags...>> {
 
 template <std::uint16_t Tag, typename Record, typename... Items>
 void release_block(Record& record, ItemList<Items...>, const char* function) {
-  if constexpr (Tag == kArena) {
+  if constexpr (Tag == arena_block) {
     deallocate(record.arena.base, function);
   } else {
     FindItem<Tag, Items...>::type::release(record, function);

@@ -19,11 +19,11 @@ namespace aaa {
 // In pieces that compilers turn into plain moves; larger ones become slow string instructions.
 template <std::size_t Size>
 void copy_bytes(void* to, const void* from) {
-  constexpr std::size_t kPiece = 128;
-  if constexpr (Size > kPiece) {
-    std::memcpy(to, from, kPiece);
-    copy_bytes<Size - kPiece>(static_cast<std::uint8_t*>(to) + kPiece,
-                              static_cast<const std::uint8_t*>(from) + kPiece);
+  constexpr std::size_t piece_size = 128;
+  if constexpr (Size > piece_size) {
+    std::memcpy(to, from, piece_size);
+    copy_bytes<Size - piece_size>(static_cast<std::uint8_t*>(to) + piece_size,
+                                  static_cast<const std::uint8_t*>(from) + piece_size);
   } else {
     std::memcpy(to, from, Size);
   }

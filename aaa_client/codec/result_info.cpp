@@ -74,7 +74,7 @@ struct ResultCodec {
   using Record = result_info;
   using Items = ResultItems;
   using ArenaOrder = Order<2, 79, 87, 25, 18, 24, 89, 304, 309, 311>;
-  using ReleaseOrder = Order<298, 303, 302, kArena, 299, 321, 322>;
+  using ReleaseOrder = Order<298, 303, 302, arena_block, 299, 321, 322>;
   using ArenaFailureOrder = Order<299, 322, 298, 302, 303>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_item;
 };

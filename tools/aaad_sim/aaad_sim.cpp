@@ -135,7 +135,7 @@ class AaadSim::Impl {
   std::thread thread_;
 };
 
-AaadSim::AaadSim(std::string directory, Settings settings, Output output)
+AaadSim::AaadSim(const std::string& directory, Settings settings, Output output)
     : impl_(std::make_unique<Impl>(Listener::path_below(directory), std::move(settings),
                                    std::move(output))) {}
 

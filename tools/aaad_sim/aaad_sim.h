@@ -48,7 +48,7 @@ class AaadSim {
   static constexpr Milliseconds kPatience{5000};
 
   // `directory` is what TMPDIR is for the clients.
-  explicit AaadSim(std::string directory, Settings settings = {}, Output output = {});
+  explicit AaadSim(const std::string& directory, Settings settings = {}, Output output = {});
   ~AaadSim();
   AaadSim(const AaadSim&) = delete;
   AaadSim& operator=(const AaadSim&) = delete;

@@ -20,7 +20,7 @@ struct LdapAnswer {
   bool operator==(const LdapAnswer&) const = default;
 };
 
-Bytes encode_search(const LdapSearch& search);
+Bytes encode_search(const LdapSearch& wanted);
 Bytes encode_answer(const LdapAnswer& answer);
 
 // Each throws BadBody when the body is unreadable.
@@ -28,6 +28,6 @@ LdapSearch decode_search(View body);
 LdapAnswer decode_answer(View body);
 
 // What the directory answers; an error for a filter that is none.
-LdapAnswer answer_search(const std::vector<LdapEntry>& directory, const LdapSearch& search);
+LdapAnswer answer_search(const std::vector<LdapEntry>& directory, const LdapSearch& wanted);
 
 }  // namespace aaa_sim
