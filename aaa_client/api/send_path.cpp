@@ -15,11 +15,18 @@ namespace {
 constexpr std::int32_t bad_argument = 2;
 constexpr std::int32_t not_sent = 4;
 
+// Returns false when messages are not gathered. Asked again under the buffer's lock: nothing may
+// slip into a buffer that a deregistration has just emptied.
+bool queue(const aaa_ipc_header* message, std::uint32_t length) {
+  if (!send_buffer_is_used()) return false;
+  const ScopedLock lock(aaa_lib_send_buf_lock);
+  if (!send_buffer_is_used()) return false;
+  aaa_lib_add_send_buf(message, length);
+  return true;
+}
+
 std::int32_t queue_or_send(const aaa_ipc_header* message, std::uint32_t length) {
-  if (send_buffer_is_used()) {
-    aaa_lib_add_send_buf(message, length);
-    return 0;
-  }
+  if (queue(message, length)) return 0;
   return send_frame(g_aaa_client_cb.sync_fd, message, length);
 }
 

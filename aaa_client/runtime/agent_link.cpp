@@ -73,7 +73,10 @@ bool give_link_up(const AgentRun& run) {
 void rebuild_link(const AgentRun& run, const char* log_name) {
   // First, so that an exchange which holds the lock on a dead socket lets go of it.
   if (run.goes_on()) announce_link_loss();
-  if (!give_link_up(run)) return;
+  if (!give_link_up(run)) {
+    forget_link_loss();
+    return;
+  }
   cancel_tasks();
   start_reconnecting(run, log_name);
 }

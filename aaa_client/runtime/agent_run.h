@@ -26,7 +26,7 @@ bool is_deregistered();
 // or begin another one: the task then leaves everything alone.
 class AgentRun {
  public:
-  bool goes_on() const { return load(agent_registration) == number_; }
+  bool goes_on() const { return number_ != 0 && load(agent_registration) == number_; }
 
  private:
   std::uint32_t number_ = load(agent_registration);

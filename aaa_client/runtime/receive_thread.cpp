@@ -144,6 +144,7 @@ PassResult take_pass(std::int32_t fd, std::uint32_t& stamp) {
   aaa_check_reset_ham_client_notify(&stamp);
   const int ready = wait_for_message(fd);
   const int wait_error = errno;
+  if (!is_receive_thread()) return next_pass;
   if (!keep_heartbeat()) return failure(ETIMEDOUT);
   if (ready > 0) return take_message(fd);
   if (ready == 0 || wait_error == EINTR) return next_pass;
@@ -153,7 +154,11 @@ PassResult take_pass(std::int32_t fd, std::uint32_t& stamp) {
 
 bool is_still_registered() {
   const ScopedLock lock(aaa_lib_lock);
-  if (!is_receive_thread()) return false;
+  if (!is_receive_thread()) {
+    // A sign that was given too late would stand on the next connection.
+    forget_link_loss();
+    return false;
+  }
   if (load(g_aaa_client_cb.aaa_id) != -1) return true;
   set_reg_state(AAA_REG_NOT_REGISTERED);
   return false;

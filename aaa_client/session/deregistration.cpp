@@ -10,6 +10,7 @@
 #include "runtime/send_buffer.h"
 #include "session/client_state.h"
 #include "session/locks.h"
+#include "session/registration.h"
 #include "transport/debug_log.h"
 #include "transport/endpoints.h"
 #include "transport/framing.h"
@@ -71,8 +72,11 @@ std::int32_t tear_down() {
   }
   set_reg_state(AAA_REG_NOT_REGISTERED);
   aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
-  store(g_aaa_client_cb.aaa_id, -1);
-  clear_callbacks();
+  // The client may have registered anew in its callback.
+  if (!is_registered_or_trying()) {
+    store(g_aaa_client_cb.aaa_id, -1);
+    clear_callbacks();
+  }
   AAA_DEBUG_LOG_AS(log_name, "deregister to aaad success!\r\n");
   return 0;
 }

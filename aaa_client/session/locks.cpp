@@ -44,6 +44,7 @@ bool is_recursive(const pthread_mutex_t& mutex) {
 
 std::int32_t aaa_lib_mutex_init() {
   if (locks_exist()) return 0;
+  const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   pthread_mutex_lock(&init_lock);
   std::int32_t result = 0;
   if (!locks_exist()) {

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "session/locks.h"
+#include "transport/cancellation.h"
 #include "transport/clock.h"
 #include "transport/debug_log.h"
 #include "transport/framing.h"
@@ -61,6 +62,7 @@ aaa_ipc_header* drain_send_receive(std::uint32_t type, const void* body, std::ui
 
 aaa_ipc_header* aaalib_sr_ipc_msg(std::uint32_t type, const void* body, std::int32_t body_length) {
   if (body_length < 0 || (body == nullptr && body_length != 0)) return nullptr;
+  const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   aaa_ipc_header* const reply =
       drain_send_receive(type, body, static_cast<std::uint32_t>(body_length));
   if (reply != nullptr) {

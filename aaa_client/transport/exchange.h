@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "aaa_client.h"
+#include "transport/cancellation.h"
 
 namespace aaa {
 
@@ -16,7 +17,7 @@ aaa_ipc_header* aaalib_sr_ipc_msg(std::uint32_t type, const void* body, std::int
 aaa_ipc_header* aaalib_recv_ipc_msg();
 aaa_ipc_header* aaalib_recv_async_ipc_msg();
 
-// A reply that releases itself.
+// A reply that releases itself. The thread cannot be cancelled while it has one.
 class Reply {
  public:
   explicit Reply(aaa_ipc_header* message) : message_(message) {}
@@ -34,6 +35,7 @@ class Reply {
   std::uint8_t first_byte() const;
 
  private:
+  CancellationScope no_cancellation_{PTHREAD_CANCEL_DISABLE};
   aaa_ipc_header* message_;
 };
 

@@ -48,7 +48,7 @@ Received receive_message(std::int32_t fd) {
   if (header.length == 0) return {message, ReceiveStep::body, 0};
   error = aaa_msg_recv(fd, message_body(message), static_cast<std::int32_t>(header.length));
   if (error == 0) return {message, ReceiveStep::body, 0};
-  AAA_FREE(message);
+  free_message(message);
   return {nullptr, ReceiveStep::body, error};
 }
 

@@ -57,6 +57,24 @@ TEST_F(Deregistration, ReturnsTheRecordToItsUnregisteredState) {
   EXPECT_TRUE(sim_.wait_for_connections(0));
 }
 
+// The event callback registers anew as soon as it hears of the end.
+int register_at_once(std::uint32_t event) {
+  const reg_info info = test::client("again");
+  return event == AAA_EVENT_CONNECTION_LOST ? aaa_svr_reg(&info) : 0;
+}
+
+TEST_F(Deregistration, LeavesARegistrationOfItsOwnEventCallbackAlone) {
+  reg_info info = test::client();
+  info.aaa_event_cb = register_at_once;
+  register_client(info);
+  EXPECT_EQ(0, deregister());
+  EXPECT_EQ(1, aaa_is_alive());
+  EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
+  EXPECT_NE(nullptr, g_aaa_client_cb.aaa_event_cb);
+  EXPECT_EQ(0, deregister());
+  expect_deregistered();
+}
+
 TEST_F(Deregistration, TellsEvent0Once) {
   register_client();
   EXPECT_EQ(0, deregister());
