@@ -20,7 +20,7 @@ struct LdapAnswer {
   bool operator==(const LdapAnswer&) const = default;
 };
 
-Bytes encode_search(const LdapSearch& wanted);
+Bytes encode_search(const LdapSearch& search);
 Bytes encode_answer(const LdapAnswer& answer);
 
 // Each throws BadBody when the body is unreadable.
