@@ -103,31 +103,6 @@ TEST_F(SendBufferTest, ABatchIsOneWriteUnderTheBuffersLockAlone) {
   EXPECT_FALSE(library_held);
 }
 
-TEST_F(SendBufferTest, AnAdderWaitsWhileABatchIsBeingWritten) {
-  std::atomic<bool> writing = false;
-  std::atomic<bool> may_go_on = false;
-  std::atomic<bool> added = false;
-  Scripts scripts;
-  scripts.send = [&](int, const void*, std::size_t, int) {
-    writing = true;
-    eventually([&] { return may_go_on.load(); });
-    return std::nullopt;
-  };
-  const ScriptedCalls calls(scripts);
-  add_many(16);
-  std::thread flusher([] { aaa_lib_send_buf(); });
-  ASSERT_TRUE(eventually([&] { return writing.load(); }));
-  std::thread adder([&] {
-    add(request(20, 17));
-    added = true;
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  EXPECT_FALSE(added);
-  may_go_on = true;
-  flusher.join();
-  adder.join();
-}
-
 TEST_F(SendBufferTest, TheBuffersLockIsRecursive) {
   const aaa::ScopedLock once(aaa_lib_send_buf_lock);
   const aaa::ScopedLock twice(aaa_lib_send_buf_lock);
