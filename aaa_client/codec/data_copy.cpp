@@ -6,13 +6,11 @@
 
 namespace aaa {
 
-std::uint8_t* copy_value(Body body, const std::uint8_t* value, std::uint16_t length,
-                         std::uint32_t nul_bytes, const char* function) {
-  if (length == 0) return nullptr;
-  std::uint8_t* copy = allocate(std::uint64_t{length} + nul_bytes, function);
+std::uint8_t* copy_of(ItemValue value, std::uint32_t nul_bytes, const char* function) {
+  std::uint8_t* copy = allocate(std::uint64_t{value.length} + nul_bytes, function);
   if (copy == nullptr) return nullptr;
-  body.copy(copy, value, length);
-  std::memset(copy + length, 0, nul_bytes);
+  value.copy(copy);
+  std::memset(copy + value.length, 0, nul_bytes);
   return copy;
 }
 

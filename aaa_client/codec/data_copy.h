@@ -7,13 +7,12 @@
 
 namespace aaa {
 
-// A copy of an item's value of `length` bytes, with `nul_bytes` zeros behind it. Null when the
-// value is empty or memory ran out.
-std::uint8_t* copy_value(Body body, const std::uint8_t* value, std::uint16_t length,
-                         std::uint32_t nul_bytes, const char* function);
+// A copy of an item's value, with `nul_bytes` zeros behind it. Null when the value is empty or
+// memory ran out.
+std::uint8_t* copy_of(ItemValue value, std::uint32_t nul_bytes, const char* function);
 
-inline std::uint8_t* copy_value(ItemReader reader, std::uint32_t nul_bytes, const char* function) {
-  return copy_value(reader.body(), reader.value(), reader.length(), nul_bytes, function);
+inline std::uint8_t* copy_value(ItemValue value, std::uint32_t nul_bytes, const char* function) {
+  return value.length == 0 ? nullptr : copy_of(value, nul_bytes, function);
 }
 
 // Replaces a block that holds `held` bytes by one of `size` bytes, zero behind them. Frees the old

@@ -12,8 +12,8 @@ namespace aaa {
 inline constexpr std::size_t tlv_header_size = 4;
 
 inline void store_item_header(std::uint8_t* to, std::uint16_t type, std::uint16_t length) {
-  std::memcpy(to, &type, sizeof type);
-  std::memcpy(to + sizeof type, &length, sizeof length);
+  const std::uint16_t header[] = {type, length};
+  std::memcpy(to, header, sizeof header);
 }
 
 // Does not check space: the caller has sized the body.

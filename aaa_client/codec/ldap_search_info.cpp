@@ -66,11 +66,8 @@ bool fill_pool(const Body& body, ldap_search_info& record, const char* function)
 
 bool decode(const Body& body, ldap_search_info& record, const char* function) {
   body.copy(&record.head, body.at(0), head_size);
-  if (record.head.attr_count != 0) {
-    record.attributes = allocate_zeroed<aaa_item>(record.head.attr_count, function);
-    if (record.attributes == nullptr) return false;
-  }
-  take_items(ItemReader(body, head_size, body.size()), record);
+  if (!allocate_array(record.attributes, record.head.attr_count, function)) return false;
+  take_items(ItemReader(body, body.at(head_size), body.end()), record);
   return fill_pool(body, record, function);
 }
 
@@ -102,16 +99,7 @@ std::uint32_t aaa_encap_ldap_search_info(ldap_search_info* record, void** body) 
 
 std::uint32_t aaa_parse_ldap_search_info(ldap_search_info** record, const void* body,
                                          std::int32_t length) {
-  if (record == nullptr || body == nullptr) return 0;
-  if (static_cast<std::uint32_t>(length) < aaa::head_size) return 0;
-  auto* decoded = aaa::allocate_zeroed<ldap_search_info>(1, __func__);
-  if (decoded == nullptr) return 0;
-  if (!aaa::decode(aaa::Body(body, length), *decoded, __func__)) {
-    aaa::release(decoded, __func__);
-    return 0;
-  }
-  *record = decoded;
-  return 1;
+  return aaa::parse_ldap(record, body, length, aaa::decode, aaa::release, __func__);
 }
 
 void aaa_free_ldap_search_info(ldap_search_info* record) {

@@ -80,15 +80,13 @@ void take_entry_items(ItemReader reader, ldap_dn_entry& entry) {
   }
 }
 
-// The entry that begins at `offset` and ends before `end`.
-void take_entry(const Body& body, std::int64_t offset, std::int64_t end, ldap_dn_entry& entry) {
+// The entry that begins at `item` and ends before `end`.
+void take_entry(const Body& body, const std::uint8_t* item, const std::uint8_t* end,
+                ldap_dn_entry& entry) {
   constexpr const char* function_name = "aaa_parse_ldap_search_result_dn_entry";
-  body.copy(&entry, body.at(offset), entry_head_size);
-  if (entry.pair_count != 0) {
-    entry.pairs = allocate_zeroed<ldap_pair>(entry.pair_count, function_name);
-    if (entry.pairs == nullptr) return;
-  }
-  take_entry_items(ItemReader(body, offset + entry_head_size, end), entry);
+  body.copy(&entry, item, entry_head_size);
+  if (!allocate_array(entry.pairs, entry.pair_count, function_name)) return;
+  take_entry_items(ItemReader(body, body.after(item, entry_head_size), end), entry);
 }
 
 void take_items(ItemReader reader, ldap_search_result& record) {
@@ -100,9 +98,10 @@ void take_items(ItemReader reader, ldap_search_result& record) {
     } else if (reader.type() == kLdapText306) {
       take_item(reader, record.item_306);
     } else if (reader.type() == ldap_entry_item && !entries.empty()) {
-      const std::int64_t end = reader.offset() + entry_head_size + reader.length();
+      const std::uint8_t* end =
+          reader.body().after(reader.item(), entry_head_size + reader.length());
       if (filled < entries.size()) {
-        take_entry(reader.body(), reader.offset(), end, entries[filled++]);
+        take_entry(reader.body(), reader.item(), end, entries[filled++]);
       }
       reader.move_to(end);
     } else {
@@ -140,12 +139,15 @@ bool fill_pool(const Body& body, ldap_search_result& record, const char* functio
 
 bool decode(const Body& body, ldap_search_result& record, const char* function) {
   body.copy(&record.head, body.at(0), head_size);
-  if (record.head.entry_count != 0) {
-    record.entries = allocate_zeroed<ldap_dn_entry>(record.head.entry_count, function);
-    if (record.entries == nullptr) return false;
-  }
-  take_items(ItemReader(body, head_size, body.size()), record);
+  if (!allocate_array(record.entries, record.head.entry_count, function)) return false;
+  take_items(ItemReader(body, body.at(head_size), body.end()), record);
   return fill_pool(body, record, function);
+}
+
+// A record without a pool. The pairs of its entries are left.
+void discard(ldap_search_result* record, const char* function) {
+  deallocate(record->entries, function);
+  deallocate(record, function);
 }
 
 }  // namespace
@@ -169,17 +171,7 @@ std::uint32_t aaa_encap_ldap_search_result_info(ldap_search_result* record, void
 
 std::uint32_t aaa_parse_ldap_search_result(ldap_search_result** record, const void* body,
                                            std::int32_t length) {
-  if (record == nullptr || body == nullptr) return 0;
-  if (static_cast<std::uint32_t>(length) < aaa::head_size) return 0;
-  auto* decoded = aaa::allocate_zeroed<ldap_search_result>(1, __func__);
-  if (decoded == nullptr) return 0;
-  if (!aaa::decode(aaa::Body(body, length), *decoded, __func__)) {
-    aaa::deallocate(decoded->entries, __func__);
-    aaa::deallocate(decoded, __func__);
-    return 0;
-  }
-  *record = decoded;
-  return 1;
+  return aaa::parse_ldap(record, body, length, aaa::decode, aaa::discard, __func__);
 }
 
 void aaa_free_ldap_search_result(ldap_search_result* record) {

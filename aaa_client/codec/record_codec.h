@@ -36,28 +36,36 @@ template <typename... Items>
 struct ItemList {
   static constexpr std::uint32_t fixed_size = (Items::fixed_size + ...);
 
+  // Sizes of the values, each taken once: a text's is costly.
+  using Sizes = std::array<std::uint64_t, sizeof...(Items)>;
+
   template <typename Record>
-  static std::uint64_t body_size(const Record& record) {
-    return ((tlv_header_size + Items::value_size(record)) + ...);
+  static Sizes value_sizes(const Record& record) {
+    return {Items::value_size(record)...};
+  }
+
+  static std::uint64_t body_size(const Sizes& sizes) {
+    return std::apply([](auto... size) { return ((tlv_header_size + size) + ...); }, sizes);
   }
 
   // Returns the writer behind the last item. By value, so that it stays in registers.
   template <typename Record>
-  static ItemWriter write(ItemWriter writer, Record& record) {
-    (Items::write(writer, record), ...);
+  static ItemWriter write(ItemWriter writer, Record& record, const Sizes& sizes) {
+    std::apply([&](auto... size) { (Items::write(writer, record, size), ...); }, sizes);
     return writer;
   }
 
   // A well-formed body holds the items in wire order, so that one pass over the list takes all.
   template <UnknownItem Unknown, typename Record>
-  static void take(ItemReader reader, Record& record, const char* function) {
-    take<Unknown>(reader, record, function, std::index_sequence_for<Items...>());
+  static void take(const Body& body, Record& record, const char* function) {
+    take<Unknown>(body, record, function, std::index_sequence_for<Items...>());
   }
 
  private:
   template <UnknownItem Unknown, typename Record, std::size_t... I>
-  static void take(ItemReader& reader, Record& record, const char* function,
+  static void take(const Body& body, Record& record, const char* function,
                    std::index_sequence<I...>) {
+    ItemReader reader(body);
     std::array<std::uint32_t, sizeof...(Items)> held{};
     while (reader.type() != ItemReader::no_item) {
       bool known = false;
@@ -71,8 +79,14 @@ struct ItemList {
   static bool take_if(ItemReader& reader, Record& record, std::uint32_t& held,
                       const char* function) {
     if (reader.type() != Item::tag) return false;
-    Item::take(reader, record, held, function);
-    reader.pass_item();
+    if (reader.length() == 0) {
+      // Most items are empty. Foreseeing that, the processor has the next header before this one.
+      Item::take({reader.value(), 0, 0}, record, held, function);
+      reader.pass_header();
+    } else {
+      Item::take(reader.item_value(), record, held, function);
+      reader.pass_item();
+    }
     return true;
   }
 
@@ -146,10 +160,11 @@ bool fill_arena(Record& record, const Body& body, std::tuple<Items...>*, const c
 template <typename Codec>
 std::uint32_t encode(typename Codec::Record* record, void** body, const char* function) {
   if (record == nullptr || body == nullptr) return 0;
-  const std::uint64_t size = Codec::Items::body_size(*record);
+  const auto sizes = Codec::Items::value_sizes(*record);
+  const std::uint64_t size = Codec::Items::body_size(sizes);
   std::uint8_t* bytes = allocate(size, function);
   if (bytes == nullptr) return 0;
-  Codec::Items::write(ItemWriter(bytes), *record).clear_rest(bytes + size);
+  Codec::Items::write(ItemWriter(bytes), *record, sizes).clear_rest(bytes + size);
   *body = bytes;
   return static_cast<std::uint32_t>(size);
 }
@@ -165,7 +180,7 @@ std::uint32_t decode(typename Codec::Record** result, const void* bytes, std::in
   auto* record = allocate_zeroed<Record>(1, function);
   if (record == nullptr) return 0;
   const Body body(bytes, length);
-  Items::template take<Codec::unknown_item>(ItemReader(body), *record, function);
+  Items::template take<Codec::unknown_item>(body, *record, function);
   if (!fill_arena(*record, body, static_cast<Gathered*>(nullptr), function)) {
     release_blocks(*record, Items(), typename Codec::ArenaFailureOrder(), function);
     deallocate(record, function);

@@ -2,11 +2,10 @@
 //
 //   value_size  how many bytes the encoder counts for its value,
 //   write       how it is written (its header's length is the low 16 bits of the size),
-//   take        what a decoder does with the item that the reader stands at,
+//   take        what a decoder does with an item of the body,
 //   settle      what a decoder does when all items are taken,
 //   release     how a decoded copy is given back.
 //
-// Readers are passed by value, so that the walk keeps its own in registers.
 // `held` counts the bytes that the item's own block holds while a body is decoded.
 #pragma once
 
@@ -54,20 +53,27 @@ struct FixedBlock : Item<1> {
   }
 
   template <typename Record>
-  static void write(ItemWriter& writer, const Record& record) {
+  static void write(ItemWriter& writer, const Record& record, std::uint64_t) {
     Block::encode(writer.open(1, fixed_size), Part::of(record));
   }
 
   template <typename Record>
-  static void take(ItemReader reader, Record& record, std::uint32_t&, const char*) {
-    if (reader.length() != fixed_size) return;
-    const std::uint8_t* block = reader.value();
-    std::uint8_t padded[fixed_size];
-    if (reader.body().available(block, fixed_size) < fixed_size) {
-      reader.body().copy(padded, block, fixed_size);
-      block = padded;
+  static void take(ItemValue value, Record& record, std::uint32_t&, const char*) {
+    if (value.length != fixed_size) return;
+    if (value.there == fixed_size) {
+      Block::decode(value.bytes, Part::of(record));
+    } else {
+      take_cut(value, record);
     }
-    Block::decode(block, Part::of(record));
+  }
+
+ private:
+  // A block that the body's end cuts.
+  template <typename Record>
+  [[gnu::noinline]] static void take_cut(ItemValue value, Record& record) {
+    std::uint8_t padded[fixed_size];
+    value.copy(padded);
+    Block::decode(padded, Part::of(record));
   }
 };
 
@@ -82,13 +88,13 @@ struct Value : Item<Tag> {
   }
 
   template <typename Record>
-  static void write(ItemWriter& writer, Record& record) {
+  static void write(ItemWriter& writer, Record& record, std::uint64_t) {
     writer.put(record.*Member, Tag);
   }
 
   template <typename Record>
-  static void take(ItemReader reader, Record& record, std::uint32_t&, const char*) {
-    record.*Member = {Tag, reader.length(), reader.value()};
+  static void take(ItemValue value, Record& record, std::uint32_t&, const char*) {
+    record.*Member = {Tag, value.length, value.bytes};
   }
 
   template <typename Record>
@@ -103,15 +109,19 @@ struct BorrowedValue : Value<Tag, Member> {
   static constexpr bool gathered = false;
 
   template <typename Record>
-  static void take(ItemReader reader, Record& record, std::uint32_t&, const char*) {
-    const std::size_t there = reader.body().available(reader.value(), reader.length());
-    record.*Member = {Tag, static_cast<std::uint16_t>(there), reader.value()};
+  static void take(ItemValue value, Record& record, std::uint32_t&, const char*) {
+    record.*Member = {Tag, value.there, value.bytes};
   }
 };
 
 template <std::uint16_t Tag, auto Member>
 struct OwnedItem : Item<Tag> {
   static constexpr bool owned = true;
+
+  template <typename Record>
+  static void write(ItemWriter& writer, const Record& record, std::uint64_t size) {
+    writer.put(Tag, static_cast<std::uint16_t>(size), record.*Member);
+  }
 
   template <typename Record>
   static void release(const Record& record, const char* function) {
@@ -128,13 +138,8 @@ struct Text : OwnedItem<Tag, Member> {
   }
 
   template <typename Record>
-  static void write(ItemWriter& writer, const Record& record) {
-    writer.put(Tag, static_cast<std::uint16_t>(value_size(record)), record.*Member);
-  }
-
-  template <typename Record>
-  static void take(ItemReader reader, Record& record, std::uint32_t&, const char* function) {
-    const std::uint8_t* copy = copy_value(reader, 1, function);
+  static void take(ItemValue value, Record& record, std::uint32_t&, const char* function) {
+    const std::uint8_t* copy = copy_value(value, 1, function);
     if (copy != nullptr) record.*Member = reinterpret_cast<const char*>(copy);
   }
 };
@@ -149,17 +154,12 @@ struct Data : OwnedItem<Tag, Member> {
   }
 
   template <typename Record>
-  static void write(ItemWriter& writer, const Record& record) {
-    writer.put(Tag, static_cast<std::uint16_t>(record.*Length), record.*Member);
-  }
-
-  template <typename Record>
-  static void take(ItemReader reader, Record& record, std::uint32_t& held, const char* function) {
-    record.*Length = reader.length();
-    const std::uint8_t* copy = copy_value(reader, 1, function);
+  static void take(ItemValue value, Record& record, std::uint32_t& held, const char* function) {
+    record.*Length = value.length;
+    const std::uint8_t* copy = copy_value(value, 1, function);
     if (copy == nullptr) return;
     record.*Member = copy;
-    held = reader.length();
+    held = value.length;
   }
 
   // A repeated item can leave a length that the last block falls short of.
@@ -175,12 +175,12 @@ struct Data : OwnedItem<Tag, Member> {
 template <std::uint16_t Tag, auto Member, auto Length>
 struct GrowingData : Data<Tag, Member, Length> {
   template <typename Record>
-  static void take(ItemReader reader, Record& record, std::uint32_t& held, const char* function) {
-    const std::uint8_t* copy = copy_value(reader, 1, function);
+  static void take(ItemValue value, Record& record, std::uint32_t& held, const char* function) {
+    const std::uint8_t* copy = copy_value(value, 1, function);
     if (copy == nullptr) return;
     record.*Member = copy;
-    record.*Length += reader.length();
-    held = reader.length();
+    record.*Length += value.length;
+    held = value.length;
   }
 };
 
@@ -194,16 +194,11 @@ struct BlockSizedData : OwnedItem<Tag, Member> {
   }
 
   template <typename Record>
-  static void write(ItemWriter& writer, const Record& record) {
-    writer.put(Tag, static_cast<std::uint16_t>(value_size(record)), record.*Member);
-  }
-
-  template <typename Record>
-  static void take(ItemReader reader, Record& record, std::uint32_t& held, const char* function) {
-    const std::uint8_t* copy = copy_value(reader, 0, function);
+  static void take(ItemValue value, Record& record, std::uint32_t& held, const char* function) {
+    const std::uint8_t* copy = copy_value(value, 0, function);
     if (copy == nullptr) return;
     record.*Member = copy;
-    held = reader.length();
+    held = value.length;
   }
 
   // An item shorter than the fixed block promises must not make the encoder read behind it.
