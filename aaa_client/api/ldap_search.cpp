@@ -6,6 +6,7 @@
 #include "api/send_path.h"
 #include "session/client_state.h"
 #include "session/locks.h"
+#include "transport/cancellation.h"
 #include "transport/debug_log.h"
 
 namespace {
@@ -35,10 +36,12 @@ std::int32_t aaa_user_req_search_ldap_entry(ldap_search_info* info) {
   return -static_cast<std::int32_t>(error);
 }
 
-// Alone among the requests it takes no lock of the library.
+// Alone among the requests it takes no lock of the library, which would keep the thread from being
+// cancelled while it owns blocks.
 std::int32_t aaa_add_ldap_search_result(ldap_search_result* result) {
   if (result == nullptr) return -EINVAL;
   if (aaa_is_alive() == 0) return -1;
+  const aaa::CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   const aaa::EncodedBody body(aaa_encap_ldap_search_result_info, result);
   if (body.length() == 0) {
     AAA_DEBUG_LOG("out of memory.\r\n");

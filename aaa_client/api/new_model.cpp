@@ -4,6 +4,7 @@
 
 #include "aaa_client.h"
 #include "session/client_state.h"
+#include "transport/cancellation.h"
 #include "transport/debug_log.h"
 #include "transport/paths.h"
 
@@ -13,6 +14,7 @@ std::uint32_t aaa_get_new_model_from_file() {
     AAA_DEBUG_LOG("aaalib make new model path error.\n\r\n");
     return 0;
   }
+  const aaa::CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   const int fd = open(path, O_RDONLY | O_CLOEXEC);
   if (fd < 0) {
     AAA_DEBUG_LOG("aaalib open new model path error.\n\r\n");

@@ -14,7 +14,7 @@ std::uint8_t* allocate(std::uint64_t size, const char* function) {
 
 void* allocate_zeroed_bytes(std::uint64_t size, const char* function) {
   void* block = allocate(size, function);
-  if (block != nullptr) std::memset(block, 0, size);
+  if (block != nullptr) std::memset(block, 0, static_cast<std::size_t>(size));
   return block;
 }
 

@@ -19,7 +19,7 @@ std::uint8_t* extend_copy(const void* block, std::uint32_t held, std::uint64_t s
   std::uint8_t* longer = allocate(size, function);
   if (longer != nullptr) {
     std::memcpy(longer, block, held);
-    std::memset(longer + held, 0, size - held);
+    std::memset(longer + held, 0, static_cast<std::size_t>(size - held));
   }
   deallocate(block, function);
   return longer;

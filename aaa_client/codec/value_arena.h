@@ -32,7 +32,7 @@ class ValueArena {
   // Clears what is left and hands the block over. Returns the bytes that are used.
   std::uint32_t finish(aaa_arena& arena) {
     const auto used = static_cast<std::uint32_t>(end_ - base_);
-    std::memset(end_, 0, size_ - used);
+    std::memset(end_, 0, static_cast<std::size_t>(size_ - used));
     arena.base = base_;
     arena.size = static_cast<std::uint32_t>(size_);
     return used;

@@ -93,7 +93,7 @@ void recover(const AgentRun& run, std::int32_t error) {
 
 ReadOutcome read_exclusively(InboundMessage& message) {
   const ScopedLock no_close(link_read_lock);
-  return read_message(load(g_aaa_client_cb.async_fd), MarkerCheck::off, message);
+  return read_message(load(g_aaa_client_cb.async_fd), Reader::event_loop, message);
 }
 
 // Returns the error to recover from, 0 when the message was handled.

@@ -2,6 +2,7 @@
 
 #include "transport/framing.h"
 #include "transport/memory.h"
+#include "transport/read_ahead.h"
 
 namespace aaa {
 namespace {
@@ -14,6 +15,11 @@ void* allocate_body(std::uint32_t length) {
   return body;
 }
 
+std::int32_t receive(std::int32_t fd, Reader reader, void* to, std::uint32_t length) {
+  if (reader == Reader::receive_thread) return event_read_ahead.receive(fd, to, length);
+  return aaa_msg_recv(fd, to, static_cast<std::int32_t>(length));
+}
+
 }  // namespace
 
 void InboundMessage::release() {
@@ -21,17 +27,17 @@ void InboundMessage::release() {
   body = nullptr;
 }
 
-ReadOutcome read_message(std::int32_t fd, MarkerCheck check, InboundMessage& message) {
-  std::int32_t error = aaa_msg_recv(fd, &message.header, header_size);
+ReadOutcome read_message(std::int32_t fd, Reader reader, InboundMessage& message) {
+  std::int32_t error = receive(fd, reader, &message.header, header_size);
   if (error != 0) return {ReadStep::header, error};
-  if (check == MarkerCheck::on && message.header.marker != header_marker) {
+  if (reader == Reader::receive_thread && message.header.marker != header_marker) {
     return {ReadStep::marker, 0};
   }
   const std::uint32_t length = message.header.length;
   if (length == 0) return {ReadStep::done, 0};
   message.body = allocate_body(length);
   if (message.body == nullptr) return {ReadStep::memory, 0};
-  error = aaa_msg_recv(fd, message.body, static_cast<std::int32_t>(length));
+  error = receive(fd, reader, message.body, length);
   if (error == 0) return {ReadStep::done, 0};
   message.release();
   return {ReadStep::body, error};

@@ -24,10 +24,12 @@ struct ReadOutcome {
   std::int32_t error;
 };
 
-enum class MarkerCheck { off, on };
+// The receive thread checks a header's marker and reads ahead. The client's event loop, which
+// learns from the socket that there is something to read, does neither.
+enum class Reader { receive_thread, event_loop };
 
 // Reads one message; on failure it holds no body. A cancellation point: the caller sees to it that
 // `message` is released when the thread is cancelled inside.
-ReadOutcome read_message(std::int32_t fd, MarkerCheck check, InboundMessage& message);
+ReadOutcome read_message(std::int32_t fd, Reader reader, InboundMessage& message);
 
 }  // namespace aaa

@@ -21,6 +21,7 @@
 #include "transport/debug_log.h"
 #include "transport/endpoints.h"
 #include "transport/link_loss.h"
+#include "transport/read_ahead.h"
 #include "transport/readiness.h"
 #include "transport/thread_name.h"
 
@@ -69,9 +70,25 @@ void bind_to_core() {
   }
 }
 
+// When the watchdog was last fed (uptime), and when a pass last asked whether it is time to.
+struct WatchdogStamp {
+  std::uint32_t fed_at;
+  std::uint32_t asked_at;
+};
+
+// Asking costs a system call: with messages at hand, passes ask once a second.
+void feed_watchdog(WatchdogStamp& stamp) {
+  const std::uint32_t now = monotonic_seconds();
+  if (event_read_ahead.holds_bytes() && now == stamp.asked_at) return;
+  stamp.asked_at = now;
+  aaa_check_reset_ham_client_notify(&stamp.fed_at);
+}
+
 int wait_for_message(std::int32_t fd) {
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
-  return wait_readable(fd, wait_ms);
+  if (!event_read_ahead.holds_bytes()) return wait_readable(fd, wait_ms);
+  pthread_testcancel();
+  return 1;
 }
 
 // Returns false when aaad has been silent for too long.
@@ -103,7 +120,7 @@ bool read_exclusively(std::int32_t fd, InboundMessage& message, ReadOutcome& out
   pthread_cleanup_push(abandon_reading, &message);
   if (is_ours) {
     const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
-    outcome = read_message(fd, MarkerCheck::on, message);
+    outcome = read_message(fd, Reader::receive_thread, message);
   }
   pthread_cleanup_pop(0);
   pthread_mutex_unlock(&link_read_lock);
@@ -140,8 +157,8 @@ PassResult take_message(std::int32_t fd) {
   return result;
 }
 
-PassResult take_pass(std::int32_t fd, std::uint32_t& stamp) {
-  aaa_check_reset_ham_client_notify(&stamp);
+PassResult take_pass(std::int32_t fd, WatchdogStamp& stamp) {
+  feed_watchdog(stamp);
   const int ready = wait_for_message(fd);
   const int wait_error = errno;
   if (!is_receive_thread()) return next_pass;
@@ -192,7 +209,7 @@ bool recover(std::int32_t fd, std::int32_t error, std::uint32_t& stamp) {
 }
 
 void run_main_loop() {
-  std::uint32_t stamp = uptime_seconds();
+  WatchdogStamp stamp = {.fed_at = uptime_seconds(), .asked_at = 0};
   while (is_receive_thread()) {
     const std::int32_t fd = load(g_aaa_client_cb.async_fd);
     if (fd < 0) {
@@ -200,7 +217,7 @@ void run_main_loop() {
       return;
     }
     const PassResult result = take_pass(fd, stamp);
-    if (result.failed && !recover(fd, result.error, stamp)) return;
+    if (result.failed && !recover(fd, result.error, stamp.fed_at)) return;
   }
 }
 

@@ -90,8 +90,9 @@ std::uint32_t Reply::word(std::uint32_t n) const {
   const std::uint64_t offset = std::uint64_t{n} * sizeof value;
   if (offset >= length()) return 0;
   const std::uint64_t available = length() - offset;
-  std::memcpy(&value, static_cast<const char*>(body()) + offset,
-              available < sizeof value ? available : sizeof value);
+  const std::size_t size =
+      available < sizeof value ? static_cast<std::size_t>(available) : sizeof value;
+  std::memcpy(&value, static_cast<const char*>(body()) + offset, size);
   return value;
 }
 

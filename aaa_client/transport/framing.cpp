@@ -102,18 +102,23 @@ std::int32_t aaa_msg_send(std::int32_t fd, const void* buffer, std::int32_t leng
 
 std::int32_t aaa_msg_recv(std::int32_t fd, void* buffer, std::int32_t length) {
   if (fd < 0 || buffer == nullptr) return EINVAL;
-  const std::uint32_t start = monotonic_seconds();
   if (length == 0) return 0;
   if (length < 0) return error_at_deadline();
-  auto* next = static_cast<char*>(buffer);
-  auto remaining = static_cast<std::size_t>(length);
+  const auto size = static_cast<std::size_t>(length);
+  std::size_t received = 0;
+  return receive_between(fd, buffer, size, size, received);
+}
+
+std::int32_t receive_between(std::int32_t fd, void* buffer, std::size_t least, std::size_t most,
+                             std::size_t& received) {
+  const std::uint32_t start = monotonic_seconds();
+  received = 0;
   while (monotonic_seconds() - start <= deadline_seconds) {
-    const ssize_t received = recv(fd, next, remaining, 0);
-    if (received > 0) {
-      next += received;
-      remaining -= static_cast<std::size_t>(received);
-      if (remaining == 0) return 0;
-    } else if (received == 0) {
+    const ssize_t count = recv(fd, static_cast<char*>(buffer) + received, most - received, 0);
+    if (count > 0) {
+      received += static_cast<std::size_t>(count);
+      if (received >= least) return 0;
+    } else if (count == 0) {
       count_recv_failure(fd, errno);
       return EPIPE;
     } else if (!is_temporary(errno)) {

@@ -35,6 +35,11 @@ std::int32_t aaa_msg_send(std::int32_t fd, const void* buffer, std::int32_t leng
 // the peer has closed, the current errno after 10 seconds. Takes no lock. A cancellation point.
 std::int32_t aaa_msg_recv(std::int32_t fd, void* buffer, std::int32_t length);
 
+// The same for at least `least` and at most `most` bytes, which must both be positive: takes what
+// is there and tells how much it was, also when it fails.
+std::int32_t receive_between(std::int32_t fd, void* buffer, std::size_t least, std::size_t most,
+                             std::size_t& received);
+
 // The next three write one whole frame, under the link's write lock, so that frames of several
 // threads never mix. `socket` is a field of the connection record, which is then read under that
 // lock too and cannot name a descriptor that was closed meanwhile; or it is a plain number that no

@@ -13,6 +13,7 @@
 #include "transport/endpoints.h"
 #include "transport/local_socket.h"
 #include "transport/paths.h"
+#include "transport/read_ahead.h"
 #include "transport/unix_address.h"
 
 namespace aaa {
@@ -71,8 +72,10 @@ int close_number(std::int32_t fd, std::initializer_list<std::int32_t*> fields) {
   const ScopedLock no_read(link_read_lock);
   const int error = close(fd) == 0 ? 0 : errno;
   if (!is_gone(error)) return error;
-  for (std::int32_t* field : fields)
+  for (std::int32_t* field : fields) {
     store(*field, -1);
+    if (field == &g_aaa_client_cb.async_fd) event_read_ahead.clear();
+  }
   return error;
 }
 

@@ -17,7 +17,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char start_again[] = "aaa client start to try re-reg.\r\n";
+constexpr char start_again_line[] = "aaa client start to try re-reg.\r\n";
 
 class AgentRead : public AgentTest {
  protected:
@@ -41,8 +41,8 @@ class AgentRead : public AgentTest {
     return bytes > 0;
   }
   // Runs the task while its header's or body's read fails.
-  int read_failing(int error, std::size_t size = 16) {
-    const ScriptedCalls calls(next_read_fails(error, size));
+  int read_failing(int error, std::size_t bytes_before = 0) {
+    const ScriptedCalls calls(next_read_fails(error, bytes_before));
     return run("aaa-read");
   }
 };
@@ -115,7 +115,7 @@ TEST_F(AgentRead, AClosedLinkIsGivenUp) {
   loop_.take_journal();
   lose_link();
   expect_line(log, "aaa_lib_agent_read", "receive error with error Broken pipe.\r\n");
-  expect_line(log, "aaa_lib_agent_read", start_again);
+  expect_line(log, "aaa_lib_agent_read", start_again_line);
   EXPECT_THAT(loop_.take_journal(), ElementsAre("cancel aaa-heartbeat", "add aaa-reconnect"));
   expect_link_given_up();
 }
@@ -156,7 +156,7 @@ TEST_F(AgentRead, AnotherHeaderErrorLeavesTheSocketUnwatched) {
   const LogCapture log;
   EXPECT_EQ(0, read_failing(ENOBUFS));
   expect_line(log, "aaa_lib_agent_read", "receive error with error No buffer space available.\r\n");
-  EXPECT_EQ(0u, log.count(start_again));
+  EXPECT_EQ(0u, log.count(start_again_line));
   expect_unwatched();
 }
 
@@ -165,7 +165,7 @@ TEST_F(AgentRead, AnotherBodyErrorLeavesTheSocketUnwatched) {
   const OpenGate gate;
   const LogCapture log;
   send(AAA_MSG_NOTIFY_RESULT, Bytes(33));
-  EXPECT_EQ(0, read_failing(ENOBUFS, 33));
+  EXPECT_EQ(0, read_failing(ENOBUFS, 16));
   EXPECT_THAT(log.lines(), IsEmpty());
   expect_unwatched();
 }
@@ -230,7 +230,7 @@ TEST_F(AgentRead, AfterDeregistrationAnErrorEndsItAll) {
     aaa::store(g_aaa_client_cb.aaa_id, -1);
     const LogCapture log;
     EXPECT_EQ(0, read_failing(error));
-    EXPECT_EQ(0u, log.count(start_again));
+    EXPECT_EQ(0u, log.count(start_again_line));
     EXPECT_EQ(1, state());
     EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
     EXPECT_LT(0, event_socket()) << "the sockets are left alone";

@@ -94,11 +94,14 @@ Scripts RegisteredTest::next_wait_fails(int error) {
   return scripts;
 }
 
-Scripts RegisteredTest::next_read_fails(int error, std::size_t size) {
+Scripts RegisteredTest::next_read_fails(int error, std::size_t bytes_before) {
+  enum Step { some_bytes, failure, all_else };
+  const auto step = std::make_shared<std::atomic<int>>(bytes_before > 0 ? some_bytes : failure);
   Scripts scripts;
-  scripts.recv = [=, fd = event_socket(), failed = std::make_shared<std::atomic<bool>>(false)](
-                     int given, void*, std::size_t wanted, int) -> std::optional<ssize_t> {
-    if (given != fd || wanted != size || failed->exchange(true)) return std::nullopt;
+  scripts.recv = [=, fd = event_socket()](int given, void* data, std::size_t,
+                                          int) -> std::optional<ssize_t> {
+    if (given != fd || *step == all_else) return std::nullopt;
+    if ((*step)++ == some_bytes) return ::read(given, data, bytes_before);
     errno = error;
     return -1;
   };

@@ -51,9 +51,10 @@ class RegisteredTest : public SimulatedTest {
   static int event_socket() { return aaa::load(g_aaa_client_cb.async_fd); }
   static int state() { return aaa::load(g_aaa_client_cb.reg_state); }
 
-  // From now on the next wait for a message, or the next read of a header, fails with `error`.
+  // From now on the next wait for a message fails with `error`, or the next read of one, once so
+  // many of its bytes are read.
   static Scripts next_wait_fails(int error);
-  static Scripts next_read_fails(int error, std::size_t size = 16);
+  static Scripts next_read_fails(int error, std::size_t bytes_before = 0);
 
   MovedClock clock_;
 };

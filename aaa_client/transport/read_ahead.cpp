@@ -1,0 +1,51 @@
+#include "transport/read_ahead.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "transport/framing.h"
+#include "transport/memory.h"
+
+namespace aaa {
+
+constinit ReadAhead event_read_ahead = {};
+
+std::int32_t ReadAhead::receive(std::int32_t fd, void* to, std::size_t length) {
+  const std::size_t taken = take(to, length);
+  auto* const rest = static_cast<std::uint8_t*>(to) + taken;
+  const std::size_t missing = length - taken;
+  if (missing == 0) return 0;
+  if (missing >= capacity) return aaa_msg_recv(fd, rest, static_cast<std::int32_t>(missing));
+  const std::int32_t error = refill(fd, missing);
+  if (error == 0) take(rest, missing);
+  return error;
+}
+
+void ReadAhead::clear() {
+  wipe(bytes_, sizeof bytes_);
+  store(held_, 0U);
+}
+
+std::size_t ReadAhead::take(void* to, std::size_t length) {
+  const std::size_t count = std::min<std::size_t>(length, held_);
+  std::memcpy(to, bytes_ + next_, count);
+  // Bodies may hold passwords.
+  wipe(bytes_ + next_, count);
+  next_ += count;
+  store(held_, held_ - static_cast<std::uint32_t>(count));
+  return count;
+}
+
+std::int32_t ReadAhead::refill(std::int32_t fd, std::size_t least) {
+  std::size_t received = 0;
+  const std::int32_t error = receive_between(fd, bytes_, least, sizeof bytes_, received);
+  if (error != 0) {
+    wipe(bytes_, received);
+    return error;
+  }
+  next_ = 0;
+  store(held_, static_cast<std::uint32_t>(received));
+  return 0;
+}
+
+}  // namespace aaa

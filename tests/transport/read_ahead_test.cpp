@@ -1,0 +1,112 @@
+// Taking bytes from a socket that were received before they were asked for.
+#include "transport/read_ahead.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/scripted_calls.h"
+#include "support/socket_pair.h"
+
+namespace test {
+namespace {
+
+class ReadAheadTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(pair_.open()); }
+
+  // So many bytes, or the error's number in brackets.
+  std::string take(std::size_t length) {
+    std::string bytes(length, '\0');
+    const std::int32_t error = ahead_->receive(pair_.own(), bytes.data(), length);
+    return error == 0 ? bytes : "[" + std::to_string(error) + "]";
+  }
+  Scripts noting_sizes() {
+    Scripts scripts;
+    scripts.recv = [this](int, void*, std::size_t size, int) {
+      sizes_.push_back(size);
+      return std::nullopt;
+    };
+    return scripts;
+  }
+
+  SocketPair pair_;
+  std::unique_ptr<aaa::ReadAhead> ahead_ = std::make_unique<aaa::ReadAhead>();
+  std::vector<std::size_t> sizes_;
+};
+
+TEST_F(ReadAheadTest, OneSystemCallTakesAllThatIsThere) {
+  pair_.peer_writes("onetwothree");
+  const ScriptedCalls calls(noting_sizes());
+  EXPECT_EQ("one", take(3));
+  EXPECT_EQ("two", take(3));
+  EXPECT_EQ("three", take(5));
+  EXPECT_EQ(1u, sizes_.size());
+}
+
+TEST_F(ReadAheadTest, WhatIsMissingComesFromTheSocket) {
+  pair_.peer_writes("begin");
+  EXPECT_EQ("be", take(2));
+  pair_.peer_writes("ning, end");
+  EXPECT_EQ("ginning", take(7));
+  EXPECT_EQ(", end", take(5));
+}
+
+TEST_F(ReadAheadTest, TellsWhetherItHoldsBytes) {
+  EXPECT_FALSE(ahead_->holds_bytes());
+  pair_.peer_writes("ab");
+  EXPECT_EQ("a", take(1));
+  EXPECT_TRUE(ahead_->holds_bytes());
+  EXPECT_EQ("b", take(1));
+  EXPECT_FALSE(ahead_->holds_bytes());
+}
+
+TEST_F(ReadAheadTest, ALongRestIsReadStraightToItsPlaceAndNoFurther) {
+  pair_.peer_writes("ab" + std::string(40000, 'x') + "after");
+  EXPECT_EQ("ab", take(2));
+  EXPECT_EQ(std::string(40000, 'x'), take(40000));
+  EXPECT_FALSE(ahead_->holds_bytes());
+  EXPECT_EQ(5u, pair_.waiting_for_library());
+}
+
+TEST_F(ReadAheadTest, ForgetsEverythingWhenTheConnectionEnds) {
+  pair_.peer_writes("old one");
+  EXPECT_EQ("old", take(3));
+  ahead_->clear();
+  pair_.peer_writes("new");
+  EXPECT_EQ("new", take(3));
+}
+
+TEST_F(ReadAheadTest, NothingOfWhatWasTakenOrForgottenStaysInMemory) {
+  pair_.peer_writes("password, secret");
+  EXPECT_EQ("password", take(8));
+  const auto memory = [this] {
+    return std::string(reinterpret_cast<const char*>(ahead_.get()), sizeof *ahead_);
+  };
+  EXPECT_EQ(std::string::npos, memory().find("password"));
+  EXPECT_NE(std::string::npos, memory().find("secret"));
+  ahead_->clear();
+  EXPECT_EQ(std::string::npos, memory().find("secret"));
+}
+
+TEST_F(ReadAheadTest, AClosedPeerIsABrokenPipeOnceAllIsTaken) {
+  pair_.peer_writes("last words");
+  pair_.close_peer();
+  EXPECT_EQ("last ", take(5));
+  EXPECT_EQ("words", take(5));
+  EXPECT_EQ("[32]", take(1));
+}
+
+TEST_F(ReadAheadTest, AFailedReadLosesTheBytesThatItTook) {
+  pair_.peer_writes("partof");
+  EXPECT_EQ("part", take(4));
+  pair_.close_peer();
+  EXPECT_EQ("[32]", take(3)) << "two bytes were there";
+  EXPECT_FALSE(ahead_->holds_bytes());
+}
+
+}  // namespace
+}  // namespace test
