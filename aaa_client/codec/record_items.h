@@ -26,8 +26,15 @@ namespace aaa {
 template <auto... Members>
 struct Field {
   template <typename Record>
+  static Record& of(Record& record) {
+    return record;
+  }
+};
+template <auto First, auto... Rest>
+struct Field<First, Rest...> {
+  template <typename Record>
   static auto& of(Record& record) {
-    return (record.*....*Members);
+    return Field<Rest...>::of(record.*First);
   }
 };
 

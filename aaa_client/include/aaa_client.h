@@ -281,6 +281,9 @@ AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
  * also when not registered. Returns -1 when the farewell could not be sent (still registered) or
  * was answered wrongly (the request socket is shut down, the threads go on).
  *
+ * While aaad is away there is nobody to take leave of: the receive thread ends within 2 seconds and
+ * one attempt, no event is raised, the callbacks stay, and 0 is returned.
+ *
  * After it has returned no message of the old connection is read. A callback that had begun on the
  * receive thread may still be running: do not unload the callbacks' code or destroy what they use
  * before it ends. May be called from inside a callback. aaa_svr_reg() may follow at once.

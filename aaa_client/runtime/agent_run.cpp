@@ -28,10 +28,6 @@ void end_agent_registration() {
   store(agent_registration, 0U);
 }
 
-bool is_deregistered() {
-  return load(g_aaa_client_cb.aaa_id) == -1;
-}
-
 void schedule(const AgentRun& run, AgentEvent event, void* argument) {
   while (is_wanted(run, event) &&
          aaa_lib_thread_event(event, argument, load(g_aaa_client_cb.async_fd)) != 0)

@@ -19,9 +19,6 @@ inline bool agent_mode_is_on() {
 void begin_agent_registration();
 void end_agent_registration();
 
-// Whether the client has deregistered. Elsewhere than under aaa_lib_lock this may change at once.
-bool is_deregistered();
-
 // The registration that a task began in. A callback of the client may end it under the task's feet,
 // or begin another one: the task then leaves everything alone.
 class AgentRun {

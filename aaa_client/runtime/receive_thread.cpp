@@ -49,7 +49,7 @@ constexpr PassResult failure(std::int32_t error) {
 
 void name_thread() {
   char name[16] = {};
-  std::snprintf(name, sizeof name - 1, "%d_aaalib_th", getpid());
+  static_cast<void>(std::snprintf(name, sizeof name - 1, "%d_aaalib_th", getpid()));
   set_thread_name(name);
 }
 
@@ -70,7 +70,7 @@ void bind_to_core() {
   }
 }
 
-// When the watchdog was last fed (uptime), and when a pass last asked whether it is time to.
+// When the watchdog was last fed (uptime), and when a pass with messages at hand last asked.
 struct WatchdogStamp {
   std::uint32_t fed_at;
   std::uint32_t asked_at;
@@ -78,9 +78,11 @@ struct WatchdogStamp {
 
 // Asking costs a system call: with messages at hand, passes ask once a second.
 void feed_watchdog(WatchdogStamp& stamp) {
-  const std::uint32_t now = monotonic_seconds();
-  if (event_read_ahead.holds_bytes() && now == stamp.asked_at) return;
-  stamp.asked_at = now;
+  if (event_read_ahead.holds_bytes()) {
+    const std::uint32_t now = monotonic_seconds();
+    if (now == stamp.asked_at) return;
+    stamp.asked_at = now;
+  }
   aaa_check_reset_ham_client_notify(&stamp.fed_at);
 }
 
@@ -176,7 +178,7 @@ bool is_still_registered() {
     forget_link_loss();
     return false;
   }
-  if (load(g_aaa_client_cb.aaa_id) != -1) return true;
+  if (!is_deregistered()) return true;
   set_reg_state(AAA_REG_NOT_REGISTERED);
   return false;
 }

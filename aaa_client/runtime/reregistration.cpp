@@ -21,11 +21,11 @@ enum class Attempt { registered, failed, deregistered };
 // One attempt under the lock, so that it cannot cross a deregistration.
 Attempt attempt() {
   const ScopedLock lock(aaa_lib_lock);
-  if (!is_receive_thread()) return Attempt::deregistered;
+  if (!is_receive_thread() || is_deregistered()) return Attempt::deregistered;
   if (aaalib_connect_and_register_to_aaad() == 0) return Attempt::registered;
   aaa_lib_client_close();
   set_reg_state(AAA_REG_LOST);
-  return load(g_aaa_client_cb.aaa_id) == -1 ? Attempt::deregistered : Attempt::failed;
+  return is_deregistered() ? Attempt::deregistered : Attempt::failed;
 }
 
 void pause() {

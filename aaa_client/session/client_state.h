@@ -28,6 +28,12 @@ inline std::int32_t reg_state() {
   return load(g_aaa_client_cb.reg_state);
 }
 
+// Whether the client has deregistered: the loops that serve it end at this sign. Elsewhere than
+// under aaa_lib_lock this may change at once.
+inline bool is_deregistered() {
+  return load(g_aaa_client_cb.aaa_id) == -1;
+}
+
 // Stores the sixteen callbacks of a registration record.
 void store_callbacks(const reg_info& info);
 

@@ -81,6 +81,14 @@ std::int32_t tear_down() {
   return 0;
 }
 
+// While aaad is away: the thread that tries to reach it finds the sign and ends.
+void stop_trying() {
+  if (!receive_thread_exists()) return;
+  store(g_aaa_client_cb.aaa_id, -1);
+  set_reg_state(AAA_REG_NOT_REGISTERED);
+  aaalib_stop_send_buf_thread();
+}
+
 }  // namespace
 }  // namespace aaa
 
@@ -88,6 +96,7 @@ std::int32_t aaa_svr_dereg() {
   const aaa::ScopedLock lock(aaa_lib_lock);
   if (aaa_is_alive() == 0) {
     AAA_DEBUG_LOG("aaa has been deregister\r\n");
+    aaa::stop_trying();
     return 0;
   }
   const std::int32_t fd = aaa::load(g_aaa_client_cb.sync_fd);

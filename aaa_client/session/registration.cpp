@@ -70,9 +70,15 @@ bool start_threads(const reg_info& info) {
 
 enum class Outcome { registered, already_registered, failed };
 
+// A thread that has yet to notice that its client had left.
+void dismiss_leaving_thread() {
+  if (is_deregistered() && reg_state() == AAA_REG_NOT_REGISTERED) aaalib_cancel_receive_thread();
+}
+
 Outcome register_locked(const reg_info& info) {
   const ScopedLock lock(aaa_lib_lock);
   set_model_name(info.model_name);
+  dismiss_leaving_thread();
   if (is_registered_or_trying()) {
     AAA_DEBUG_LOG_AS(log_name, "already registered!\r\n");
     store_callbacks(info);

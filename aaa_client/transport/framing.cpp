@@ -24,6 +24,10 @@ std::int32_t error_at_deadline() {
   return errno != 0 ? errno : EAGAIN;
 }
 
+bool is_before_deadline(std::uint32_t start) {
+  return monotonic_seconds() - start <= deadline_seconds;
+}
+
 bool is_temporary(int error) {
   return error == EINTR || error == EAGAIN;
 }
@@ -76,7 +80,7 @@ std::int32_t aaa_msg_send(std::int32_t fd, const void* buffer, std::int32_t leng
   const auto* next = static_cast<const char*>(buffer);
   auto remaining = static_cast<std::size_t>(length);
   int tries = 0;
-  while (monotonic_seconds() - start <= deadline_seconds) {
+  do {
     const ssize_t sent = send(fd, next, remaining, flags | MSG_NOSIGNAL);
     if (sent >= 0) {
       next += sent;
@@ -96,7 +100,7 @@ std::int32_t aaa_msg_send(std::int32_t fd, const void* buffer, std::int32_t leng
       return error;
     }
     usleep(send_pause_us);
-  }
+  } while (is_before_deadline(start));
   return error_at_deadline();
 }
 
@@ -113,7 +117,7 @@ std::int32_t receive_between(std::int32_t fd, void* buffer, std::size_t least, s
                              std::size_t& received) {
   const std::uint32_t start = monotonic_seconds();
   received = 0;
-  while (monotonic_seconds() - start <= deadline_seconds) {
+  do {
     const ssize_t count = recv(fd, static_cast<char*>(buffer) + received, most - received, 0);
     if (count > 0) {
       received += static_cast<std::size_t>(count);
@@ -126,7 +130,7 @@ std::int32_t receive_between(std::int32_t fd, void* buffer, std::size_t least, s
       count_recv_failure(fd, error);
       return error;
     }
-  }
+  } while (is_before_deadline(start));
   return error_at_deadline();
 }
 

@@ -129,12 +129,40 @@ TEST_F(Reregistration, ADeregisteredClientIsNotRegisteredAgain) {
   const LogCapture log;
   lose_for_long();
   ASSERT_TRUE(retries(1));
-  aaa::store(g_aaa_client_cb.aaa_id, -1);
+  EXPECT_EQ(0, aaa_svr_dereg());
   EXPECT_TRUE(receive_thread_is_gone());
+  EXPECT_EQ(AAA_REG_NOT_REGISTERED, state());
   EXPECT_EQ((std::vector<std::uint32_t>{1, 3, 0}), client_events());
   expect_debug_line(log, "aaa client async socket not created.\r\n", "aaa_lib_thread", thread);
   ASSERT_EQ(1u, watchdog.count("unreg"));
   EXPECT_EQ(thread, watchdog.calls().back().tid);
+}
+
+TEST_F(Reregistration, AClientThatLeavesWhileAaadIsAwayStaysAwayWhenAaadComesBack) {
+  register_client();
+  take_pass();
+  lose_for_long();
+  ASSERT_TRUE(retries(1));
+  EXPECT_EQ(0, aaa_svr_dereg());
+  set_listening(true);
+  EXPECT_TRUE(receive_thread_is_gone());
+  EXPECT_EQ(0, aaa_is_alive());
+  EXPECT_EQ(2u, sim_.accepted_connections());
+}
+
+TEST_F(Reregistration, AClientThatLeftWhileAaadWasAwayMayComeBackAtOnce) {
+  reg_info info = client();
+  info.use_send_buf = 1;
+  register_client(info);
+  take_pass();
+  lose_for_long();
+  ASSERT_TRUE(retries(1));
+  EXPECT_EQ(0, aaa_svr_dereg());
+  set_listening(true);
+  register_client(info);
+  take_pass();
+  EXPECT_TRUE(eventually([] { return threads_named(receive_thread_name()).size() == 1; }));
+  EXPECT_TRUE(eventually([] { return threads_named(flush_thread_name()).size() == 1; }));
 }
 
 }  // namespace

@@ -184,15 +184,6 @@ TEST_F(Deregistration, ASecondCallDoesNothing) {
   EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
 }
 
-TEST_F(Deregistration, OfAClientThatIsRegisteringAgainDoesNothing) {
-  register_quietly();
-  aaa::store(g_aaa_client_cb.reg_state, 5);
-  EXPECT_EQ(0, deregister());
-  EXPECT_GT(g_aaa_client_cb.sync_fd, 0);
-  EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
-  aaa::store(g_aaa_client_cb.reg_state, 4);
-}
-
 TEST_F(Deregistration, AClosedGateKeepsItsLinesBack) {
   register_quietly();
   aaa_set_debug_switch(0);
