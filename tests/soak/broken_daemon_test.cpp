@@ -95,7 +95,7 @@ TEST_F(BrokenDaemon, ThatStopsInAHeaderHoldsUpNoRequest) {
   for (int n = 0; n < by_length(20, 2000); ++n) {
     ASSERT_TRUE(watch_.is_idle());
     send_bytes(Role::event, {heartbeat.begin(), heartbeat.begin() + 7});
-    ASSERT_TRUE(watch_.waits_for_bytes(9));
+    ASSERT_TRUE(watch_.waits_for_the_rest());
     expect_queries_work();
     send_bytes(Role::event, {heartbeat.begin() + 7, heartbeat.end()});
     expect_it_works();
@@ -110,7 +110,7 @@ TEST_F(BrokenDaemon, ThatIsOutOfStepIsLeftAndFoundAgain) {
   for (std::size_t n = 1; n <= rounds; ++n) {
     ASSERT_TRUE(watch_.is_idle());
     send_bytes(Role::event, {heartbeat.begin(), heartbeat.begin() + 7});
-    ASSERT_TRUE(watch_.waits_for_bytes(9));
+    ASSERT_TRUE(watch_.waits_for_the_rest());
     clock_.advance(11);
     ASSERT_TRUE(watch_.is_idle()) << "the rest of the header is awaited for ever";
     send_bytes(Role::event, {heartbeat.begin() + 7, heartbeat.end()});

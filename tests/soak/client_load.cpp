@@ -11,7 +11,7 @@ namespace soak {
 namespace {
 
 constexpr std::uint32_t link_lost_code = 2;
-constexpr char group[] = "group-1";
+constexpr char group_name[] = "group-1";
 
 std::int32_t request_authen(std::uint32_t id) {
   authen_info authen = {};
@@ -43,7 +43,7 @@ void tell_about(std::uint32_t n) {
       aaa_user_syn(n, words);
       break;
     case 2:
-      aaa_set_rds_grp_sta(group, n);
+      aaa_set_rds_grp_sta(group_name, n);
       break;
     case 3:
       aaa_front_add_radext_result2(words);
@@ -140,7 +140,7 @@ void ClientLoad::ask_query(Random& random) {
       return expect_answer("mlist state", aaa_authen_mlist_sta_query(word % 11, "login"), 0,
                            word % 11 + 1);
     case 2:
-      return expect_answer("group", aaa_register_group(word, group, 1), 0, 1);
+      return expect_answer("group", aaa_register_group(word, group_name, 1), 0, 1);
     case 3: {
       const std::uint8_t mib[392] = {};
       return expect_answer("mib", aaa_srv_mib(mib, word), -1, word + 1);

@@ -1,54 +1,42 @@
 #include "soak/receive_thread_watch.h"
 
-#include <sys/socket.h>
-#include <sys/time.h>
-
 #include "runtime/receive_thread.h"
 #include "session/client_state.h"
+#include "soak/short_timeouts.h"
 #include "support/eventually.h"
 
 namespace soak {
-namespace {
-
-// The setsockopt() below is scripted too: it must go through.
-thread_local bool inside = false;
-
-std::optional<int> shorten_timeout(int fd, int level, int option) {
-  if (inside || level != SOL_SOCKET || (option != SO_RCVTIMEO && option != SO_SNDTIMEO)) return {};
-  inside = true;
-  const timeval timeout = {.tv_sec = 0, .tv_usec = 5000};
-  const int result = setsockopt(fd, level, option, &timeout, sizeof timeout);
-  inside = false;
-  return result;
-}
-
-}  // namespace
-
 ReceiveThreadWatch::ReceiveThreadWatch()
-    : calls_({.recv = [this](int, void*, std::size_t size, int) -> std::optional<ssize_t> {
-                if (aaa::is_receive_thread()) note_recv(size);
+    : calls_({.recv = [this](int, void*, std::size_t, int) -> std::optional<ssize_t> {
+                if (aaa::is_receive_thread()) note_recv();
                 return {};
               },
               .setsockopt = shorten_timeout,
               .poll = [this](int, int timeout_ms) -> std::optional<int> {
-                if (aaa::is_receive_thread() && timeout_ms > 0) call_ = idle;
+                if (aaa::is_receive_thread() && timeout_ms > 0) note_idle();
                 return {};
               }}) {}
 
-void ReceiveThreadWatch::note_recv(std::size_t size) {
-  if (aaa::reg_state() == AAA_REG_REGISTERED) {
-    call_ = static_cast<int>(size);
-  } else {
+void ReceiveThreadWatch::note_idle() {
+  reads_ = 0;
+  idle_ = true;
+}
+
+void ReceiveThreadWatch::note_recv() {
+  idle_ = false;
+  if (aaa::reg_state() == AAA_REG_REGISTERED)
+    ++reads_;
+  else
     ++registering_reads_;
-  }
 }
 
 bool ReceiveThreadWatch::is_idle() const {
-  return test::eventually([this] { return call_ == idle; });
+  return test::eventually([this] { return idle_.load(); });
 }
 
-bool ReceiveThreadWatch::waits_for_bytes(std::size_t bytes) const {
-  return test::eventually([&] { return call_ == static_cast<int>(bytes); });
+// It reads only when something has come: the first read takes that.
+bool ReceiveThreadWatch::waits_for_the_rest() const {
+  return test::eventually([this] { return reads_ > 1; });
 }
 
 bool ReceiveThreadWatch::registers_after(int registering_reads) const {

@@ -29,10 +29,10 @@ constexpr double kAttemptSeconds = 4.0;
 constexpr double kAttemptSeconds = 1.5;
 #endif
 
-SessionLedger* ledger_of_callback = nullptr;
+SessionLedger* ledger_of_own_client = nullptr;
 
-void note_result(result_info* result) {
-  ledger_of_callback->answered(result->sub.session_id);
+void note_own_result(result_info* result) {
+  ledger_of_own_client->answered(result->sub.session_id);
 }
 
 struct OtherClient {
@@ -50,7 +50,7 @@ class Restart : public WatchedTest {
   void SetUp() override {
     WatchedTest::SetUp();
     forget_link_events();
-    ledger_of_callback = &ledger_;
+    ledger_of_own_client = &ledger_;
     sim_.start();
     start_client("one", "plain");
     start_client("two", "batch");
@@ -72,7 +72,7 @@ class Restart : public WatchedTest {
 
   void register_own_client() {
     reg_info info = test::client("own");
-    info.notify_result_cb = note_result;
+    info.notify_result_cb = note_own_result;
     info.aaa_event_cb = note_link_event;
     ASSERT_EQ(0, aaa_svr_reg(&info));
     load_.start();

@@ -1,5 +1,7 @@
 #include "soak/sim_program.h"
 
+#include <signal.h>
+
 #include <fstream>
 #include <sstream>
 
@@ -10,6 +12,14 @@ namespace {
 
 constexpr std::uint32_t ids_of_a_run = 1'000'000;
 
+// "PID (NAME) STATE ..."
+bool is_stopped(pid_t process) {
+  std::ifstream status("/proc/" + std::to_string(process) + "/stat");
+  std::string text;
+  std::getline(status, text);
+  return text.find(") T") != std::string::npos;
+}
+
 }  // namespace
 
 void SimProgram::start() {
@@ -18,15 +28,30 @@ void SimProgram::start() {
   disorder_.clear();
   listening_ = false;
   const std::uint32_t first_id = 1 + ids_of_a_run * runs_++;
-  process_.emplace(std::vector<std::string>{AAAD_SIM_PROGRAM, "--directory", directory_,
-                                            "--first-session-id", std::to_string(first_id),
-                                            "--session-ids", std::to_string(session_ids)},
-                   log_);
+  std::vector<std::string> command = {AAAD_SIM_PROGRAM,
+                                      "--directory",
+                                      directory_,
+                                      "--first-session-id",
+                                      std::to_string(first_id),
+                                      "--session-ids",
+                                      std::to_string(session_ids)};
+  command.insert(command.end(), options_.begin(), options_.end());
+  process_.emplace(command, log_);
   EXPECT_TRUE(test::eventually([this] { return is_listening(); })) << "aaad-sim does not start";
 }
 
 void SimProgram::kill() {
   process_.reset();
+}
+
+void SimProgram::suspend() const {
+  ::kill(process_->pid(), SIGSTOP);
+  EXPECT_TRUE(test::eventually([this] { return is_stopped(process_->pid()); }))
+      << "aaad-sim does not stop";
+}
+
+void SimProgram::resume() const {
+  ::kill(process_->pid(), SIGCONT);
 }
 
 bool SimProgram::is_listening() {

@@ -17,11 +17,15 @@ class SimProgram {
  public:
   static constexpr std::uint32_t session_ids = 5;  // in a block
 
-  explicit SimProgram(std::string directory) : directory_(std::move(directory)) {}
+  explicit SimProgram(std::string directory, std::vector<std::string> options = {})
+      : directory_(std::move(directory)), options_(std::move(options)) {}
 
   // Listens when it returns. No session id is granted that an earlier run has granted.
   void start();
   void kill();
+  // Stopped, as by a debugger, when it returns.
+  void suspend() const;
+  void resume() const;
 
   // Seconds from the start until the client, "model/pid", had both connections registered.
   std::optional<double> registered_after(const std::string& client);
@@ -34,6 +38,7 @@ class SimProgram {
   void take_line(const std::string& line);
 
   const std::string directory_;
+  const std::vector<std::string> options_;
   const std::string log_ = directory_ + "/aaad-sim.log";
   std::optional<ChildProcess> process_;
   std::uint32_t runs_ = 0;

@@ -16,4 +16,10 @@ Count by_length(Count in_short, Count in_long) {
   return is_long() ? in_long : in_short;
 }
 
+// How often aaad is killed: AAA_SOAK_CYCLES, if that is set.
+inline int kill_cycles(int in_short, int in_long) {
+  const char* const wanted = std::getenv("AAA_SOAK_CYCLES");
+  return wanted != nullptr ? std::atoi(wanted) : by_length(in_short, in_long);
+}
+
 }  // namespace soak

@@ -39,6 +39,15 @@ void throw_unclaimed_results_away() {
   }
 }
 
+}  // namespace
+
+void WatchedTest::SetUp() {
+  LibraryTest::SetUp();
+  throw_unclaimed_results_away();
+}
+
+namespace {
+
 std::atomic<std::uint32_t> last_answer = 0;
 
 void note_answer(result_info* result) {
@@ -64,7 +73,6 @@ reg_info SoakTest::client() {
 
 void SoakTest::SetUp() {
   WatchedTest::SetUp();
-  throw_unclaimed_results_away();
   forget_link_events();
   sim_.start();
 }

@@ -20,6 +20,7 @@ bool tells_of_disorder(const std::string& line);
 class WatchedTest : private HangWatch, public test::LibraryTest {
  protected:
   WatchedTest() : HangWatch(by_length(std::chrono::seconds(100), std::chrono::seconds(3000))) {}
+  void SetUp() override;
 };
 
 class SoakTest : public WatchedTest {

@@ -114,7 +114,7 @@ int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) {
 }
 
 int __wrap_select(int limit, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout) {
-  const auto answer = ask(&Scripts::select, *timeout);
+  const auto answer = ask(&Scripts::select, std::ref(*timeout));
   return answer ? *answer : __real_select(limit, readable, writable, failed, timeout);
 }
 

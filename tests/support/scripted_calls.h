@@ -28,7 +28,8 @@ struct Scripts {
   std::function<std::optional<int>(int fd, int level, int option)> setsockopt = {};
   std::function<std::optional<int>(int fd)> close = {};
   std::function<std::optional<int>(int fd, int timeout_ms)> poll = {};
-  std::function<std::optional<int>(const timeval& timeout)> select = {};
+  // May change the timeout that the system is asked for.
+  std::function<std::optional<int>(timeval& timeout)> select = {};
   std::function<std::optional<int>()> pthread_create = {};
   std::function<std::optional<int>()> pthread_attr_init = {};
   std::function<std::optional<int>()> pthread_mutexattr_init = {};
