@@ -1,17 +1,12 @@
-#include "fuzz/touch.h"
+#include "fuzz/touch_ldap.h"
 #include "support/failing_allocator.h"
 #include "transport/memory.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const test::TrackedHeap heap(fuzz::kLargestBlock);
+  const test::TrackedHeap heap(fuzz::kLargestLdapBlock);
   ldap_search_info* record = nullptr;
   if (aaa_parse_ldap_search_info(&record, data, static_cast<std::int32_t>(size)) == 0) return 0;
-  fuzz::touch(record->item_301);
-  fuzz::touch(record->item_306);
-  fuzz::touch(record->item_307);
-  for (std::uint32_t i = 0; i < record->head.attr_count; i++)
-    fuzz::touch(record->attributes[i]);
-  fuzz::touch(record->pool);
+  fuzz::touch_items(*record);
 
   void* body = nullptr;
   const std::uint32_t length = aaa_encap_ldap_search_info(record, &body);

@@ -1,4 +1,5 @@
-// Writes the seed corpus: one directory for each fuzz target, with bodies that the encoders made.
+// Writes the seed corpus: one directory for each fuzz target, with bodies that the encoders made,
+// and for the link with messages around them.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -6,9 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "codec/bodies.h"
-#include "codec/ldap_two_entries.h"
-#include "codec/records.h"
+#include "fuzz/link_corpus.h"
+#include "hostile/full_bodies.h"
 
 namespace {
 
@@ -27,21 +27,9 @@ void write(const fs::path& directory, const std::string& name, const test::Bytes
 
 template <typename Record>
 void write_info_record(const fs::path& directory) {
-  using C = test::Codec<Record>;
   Record record{};
-  write(directory, "empty", test::encoded(C::encode, record));
-  for (const auto& descriptor : C::descriptors)
-    record.*descriptor.member = test::item("value");
-  for (const auto& data : C::datas) {
-    record.*data.data = "some data";
-    record.*data.length = 9;
-  }
-  if constexpr (test::has_ext_text<Record>) C::ext_text(record) = "text";
-  if constexpr (test::has_ext_data<Record>) {
-    C::ext_data(record) = "ext data";
-    C::ext_data_len(record) = 8;
-  }
-  write(directory, "full", test::encoded(C::encode, record));
+  write(directory, "empty", test::encoded(test::Codec<Record>::encode, record));
+  write(directory, "full", test::full_body<Record>());
 }
 
 void write_radext(const fs::path& directory) {
@@ -53,19 +41,9 @@ void write_radext(const fs::path& directory) {
   write(directory, "message", block);
 }
 
-void write_ldap_search_info(const fs::path& directory) {
-  aaa_item attributes[] = {test::item("uid"), test::item("mail")};
-  ldap_search_info record{};
-  record.head.attr_count = 2;
-  record.item_301 = test::item("base");
-  record.item_307 = test::item("filter");
-  record.attributes = attributes;
-  write(directory, "question", test::encoded(aaa_encap_ldap_search_info, record));
-}
-
-void write_ldap_search_result(const fs::path& directory) {
-  test::TwoEntries two;
-  write(directory, "answer", test::encoded(aaa_encap_ldap_search_result_info, two.record));
+void write_link(const fs::path& directory) {
+  for (const auto& [name, script] : fuzz::link_corpus())
+    write(directory, name, fuzz::write_script(script));
 }
 
 }  // namespace
@@ -81,6 +59,7 @@ int main(int argc, char** argv) {
   write_info_record<acct_info>(corpus / "acct_info");
   write_info_record<result_info>(corpus / "result_info");
   write_radext(corpus / "radext");
-  write_ldap_search_info(corpus / "ldap_search_info");
-  write_ldap_search_result(corpus / "ldap_search_result");
+  write(corpus / "ldap_search_info", "question", test::ldap_question_body());
+  write(corpus / "ldap_search_result", "answer", test::ldap_answer_body());
+  write_link(corpus / "link");
 }

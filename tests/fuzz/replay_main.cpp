@@ -1,5 +1,5 @@
-// Runs a fuzz target without a fuzzer: first the files of the corpus directory that is given, then
-// a fixed number of mutations of them, the same ones each time.
+// Runs a fuzz target without a fuzzer: first the files of the corpus directories that are given,
+// then a fixed number of mutations of them, the same ones each time.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -7,6 +7,7 @@
 #include <iostream>
 #include <iterator>
 #include <random>
+#include <span>
 #include <vector>
 
 #include "fuzz/touch.h"
@@ -17,11 +18,11 @@ using Input = std::vector<std::uint8_t>;
 
 constexpr int kMutations = 5000;
 
-std::vector<Input> read_corpus(const std::filesystem::path& directory) {
+std::vector<Input> read_corpus(std::span<char*> directories) {
   std::vector<std::filesystem::path> paths;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    paths.push_back(entry.path());
-  }
+  for (const char* directory : directories)
+    for (const auto& entry : std::filesystem::directory_iterator(directory))
+      paths.push_back(entry.path());
   std::sort(paths.begin(), paths.end());
   std::vector<Input> inputs;
   for (const auto& path : paths) {
@@ -83,13 +84,13 @@ class Mutator {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::cerr << "usage: " << argv[0] << " CORPUS-DIRECTORY\n";
+  if (argc < 2) {
+    std::cerr << "usage: " << argv[0] << " CORPUS-DIRECTORY...\n";
     return EXIT_FAILURE;
   }
-  const auto corpus = read_corpus(argv[1]);
+  const auto corpus = read_corpus({argv + 1, argv + argc});
   if (corpus.empty()) {
-    std::cerr << argv[1] << " holds no inputs\n";
+    std::cerr << "no inputs\n";
     return EXIT_FAILURE;
   }
   for (const Input& input : corpus)
