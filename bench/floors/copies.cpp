@@ -1,0 +1,73 @@
+// The least that encoding and decoding of a record could do: as many allocations, and the body
+// copied once each way. --bytes: of the body. --items N: the body and the allocations of a record
+// with so many items of 24 bytes and nothing else that is allocated. --counted 1: the allocations
+// are the library's, which counts them.
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "support/contender.h"
+#include "support/records.h"
+
+namespace {
+
+constexpr std::size_t small_block = 64;
+// The record, the block of its values, and two values with blocks of their own.
+constexpr std::size_t blocks_of_typical_record = 4;
+constexpr std::size_t blocks_of_items = 2;
+constexpr std::size_t first_item = 4 + AAA_AUTHEN_BLOCK_SIZE;
+constexpr std::size_t item_size = 4 + 24;
+
+struct Heap {
+  void* (*allocate)(std::size_t size);
+  void (*release)(void* block);
+};
+
+constexpr Heap plain = {std::malloc, std::free};
+constexpr Heap counted = {
+    [](std::size_t size) { return aaa_malloc(0, "", static_cast<std::uint32_t>(size)); },
+    [](void* block) { aaa_free(0, "", block); },
+};
+
+// So that the compiler leaves blocks and copies in place.
+void use(void* block) {
+  asm volatile("" : : "r"(block) : "memory");
+}
+
+class Copies : public bench::Contender {
+ public:
+  explicit Copies(const bench::Options& options)
+      : heap_(options.number("counted", 0) != 0 ? counted : plain),
+        body_(options.has("items") ? first_item + options.number("items", 0) * item_size
+                                   : options.number("bytes", bench::codec_body)),
+        blocks_(options.has("items") ? blocks_of_items : blocks_of_typical_record) {}
+
+  void run(std::size_t operations) override {
+    for (std::size_t i = 0; i < operations; i++) {
+      copy(1);
+      copy(blocks_.size());
+    }
+  }
+
+ private:
+  void copy(std::size_t blocks) {
+    blocks_[0] = heap_.allocate(body_.size());
+    for (std::size_t i = 1; i < blocks; i++)
+      use(blocks_[i] = heap_.allocate(small_block));
+    std::memcpy(blocks_[0], body_.data(), body_.size());
+    use(blocks_[0]);
+    for (std::size_t i = 0; i < blocks; i++)
+      heap_.release(blocks_[i]);
+  }
+
+  Heap heap_;
+  bench::Bytes body_;
+  std::vector<void*> blocks_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return bench::contend(
+      argc, argv, [](const bench::Options& options) { return std::make_unique<Copies>(options); });
+}

@@ -1,0 +1,93 @@
+// What a process grows by when it loads the library, named by the argument, and registers, with
+// both threads of the library running: prints kilobytes of resident memory after loading, after
+// registering, and then mapping by mapping. The program has no libgcc_s of its own, like a C
+// program.
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include "aaa_client.h"
+#include "support/registrar.h"
+#include "support/server_process.h"
+
+namespace {
+
+// Resident kilobytes of the whole process.
+long resident() {
+  std::ifstream rollup("/proc/self/smaps_rollup");
+  for (std::string line; std::getline(rollup, line);) {
+    if (line.rfind("Rss:", 0) == 0) return std::stol(line.substr(4));
+  }
+  throw std::runtime_error("no resident memory");
+}
+
+// The same by the name of what is mapped.
+std::map<std::string, long> resident_by_mapping() {
+  std::map<std::string, long> sizes;
+  std::string name;
+  std::ifstream maps("/proc/self/smaps");
+  for (std::string line; std::getline(maps, line);) {
+    std::istringstream words(line);
+    std::string first, skipped;
+    words >> first;
+    if (first == "Rss:") sizes[name] += std::stol(line.substr(4));
+    if (first.back() == ':') continue;
+    words >> skipped >> skipped >> skipped >> skipped;
+    name.clear();
+    words >> name;
+    name = name.substr(name.rfind('/') + 1);
+  }
+  return sizes;
+}
+
+void ignore_result(result_info*) {}
+
+void register_with(void* library) {
+  const auto svr_reg = reinterpret_cast<decltype(&aaa_svr_reg)>(dlsym(library, "aaa_svr_reg"));
+  reg_info info = {};
+  std::strcpy(info.model_name, "bench");
+  info.use_send_buf = 1;
+  info.notify_result_cb = ignore_result;
+  if (svr_reg(&info) != 0) throw std::runtime_error("not registered");
+}
+
+void* load(const char* library) {
+  void* const handle = dlopen(library, RTLD_NOW);
+  if (handle == nullptr) throw std::runtime_error(dlerror());
+  return handle;
+}
+
+void answer_registration(const bench::Registrar& registrar) {
+  registrar.accept_request_socket();
+  registrar.accept_event_socket();
+  pause();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) return EXIT_FAILURE;
+  const bench::Registrar registrar;
+  bench::start_server([&] { answer_registration(registrar); });
+  resident();
+  const auto mappings = resident_by_mapping();
+  const long before = resident();
+  void* const library = load(argv[1]);
+  const long loaded = resident();
+  register_with(library);
+  const long registered = resident();
+  std::printf("loaded %ld\nregistered %ld\n", loaded - before, registered - before);
+  for (const auto& [name, size] : resident_by_mapping()) {
+    const auto found = mappings.find(name);
+    const long grown = size - (found == mappings.end() ? 0 : found->second);
+    if (grown != 0) std::printf("%s %ld\n", name.empty() ? "anonymous" : name.c_str(), grown);
+  }
+}

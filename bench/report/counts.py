@@ -1,0 +1,176 @@
+"""The measures that repeat exactly: system calls, allocations, instructions, context switches.
+
+Each comes from two runs of different length, so that what a program does once does not count.
+"""
+
+import functools
+import re
+import subprocess
+import tempfile
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Callable
+
+from report.contender import command, environment, take_turns
+from report.speed import BATCHED, CALLBACK, CODEC, DIRECT, EXCHANGE, INBOUND, WAIT
+from report.table import Row, answer
+
+SHORT = 200
+LONG = 700
+# The server ends with the program; its first system call says so.
+SERVER_MARK = "PR_SET_PDEATHSIG"
+
+
+def slope(count, directory, text):
+    """What one operation adds to a count."""
+    return (count(directory, text, LONG) - count(directory, text, SHORT)) / (LONG - SHORT)
+
+
+def run(prefix, directory, text, operations):
+    """Returns the process id of the program."""
+    line = prefix + command(directory, f"{text} --operations {operations}")
+    process = subprocess.Popen(
+        line, env=environment(), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    if process.wait() != 0:
+        raise RuntimeError(f"{' '.join(line)}: ended with {process.returncode}")
+    return process.pid
+
+
+def traces(directory, text, operations):
+    """What strace says of every thread of the program, the first thread first."""
+    with tempfile.TemporaryDirectory() as folder:
+        run(["strace", "-ff", "-o", f"{folder}/trace"], directory, text, operations)
+        found = [path.read_text(errors="replace") for path in Path(folder).iterdir()]
+    threads = [trace for trace in found if SERVER_MARK not in trace]
+    return sorted(threads, key=lambda trace: not trace.startswith("execve("))
+
+
+def calls(trace):
+    return sum(1 for line in trace.splitlines() if re.match(r"\w+\(", line))
+
+
+def system_calls(directory, text, operations):
+    return sum(map(calls, traces(directory, text, operations)))
+
+
+def system_calls_of_first_thread(directory, text, operations):
+    return calls(traces(directory, text, operations)[0])
+
+
+@functools.cache
+def profile(directory, text, operations):
+    """What callgrind says of the program."""
+    with tempfile.TemporaryDirectory() as folder:
+        options = ["--tool=callgrind", f"--callgrind-out-file={folder}/out.%p"]
+        process = run(["valgrind", *options], directory, text, operations)
+        return Path(folder, f"out.{process}").read_text()
+
+
+def instructions(directory, text, operations):
+    found = re.search(r"(?m)^(?:summary|totals): (\d+)", profile(directory, text, operations))
+    return int(found.group(1))
+
+
+def allocations(directory, text, operations):
+    """Calls of malloc(); a function's name stands where it is named first, later its number."""
+    names, called, total = {}, None, 0
+    for line in profile(directory, text, operations).splitlines():
+        named = re.match(r"(c?)fn=(\(\d+\))(?: (.*))?", line)
+        if named:
+            names.setdefault(named[2], named[3])
+            called = named[2] if named[1] else called
+        elif line.startswith("calls=") and names[called] == "malloc":
+            total += int(line[len("calls="):].split()[0])
+    return total
+
+
+@dataclass
+class Count:
+    measure: str
+    counted: Callable
+    library: str
+    counterpart_name: str = ""
+    counterpart: str = ""
+    goal: str = ""
+    is_met: Callable = lambda figure: True
+
+
+def exactly(number):
+    return {"goal": f"= {number}", "is_met": lambda figure: abs(figure - number) < 0.005}
+
+
+def at_most(number):
+    return {"goal": f"<= {number}", "is_met": lambda figure: figure < number + 0.005}
+
+
+def below(number):
+    return {"goal": f"< {number}", "is_met": lambda figure: figure < number}
+
+
+IDLE = " --pause 1000"
+SYSTEM_CALLS = [
+    Count("system calls, request", system_calls, DIRECT,
+          "encode, write", "floor_writes", **exactly(1)),
+    Count("system calls, batched request (requesting thread)", system_calls_of_first_thread,
+          BATCHED, "encode, write five at once", "floor_writes --together 5", **at_most(0.2)),
+    Count("system calls, inbound message, idle", system_calls, INBOUND + IDLE,
+          "poll, two reads a message", "floor_events" + IDLE, **at_most(4)),
+    Count("system calls, inbound message, under load", system_calls, INBOUND,
+          "poll, two reads a message", "floor_events", **below(1)),
+    Count("system calls, exchange", system_calls, EXCHANGE,
+          "one socket, header and body read", "floor_one_socket"),
+]
+ALLOCATIONS = [
+    Count("allocations, request", allocations, DIRECT, **exactly(2)),
+    Count("allocations, inbound result with callback", allocations, INBOUND, **exactly(5)),
+    Count("allocations, round trip with a waiting thread", allocations, WAIT, **exactly(8)),
+    Count("allocations, exchange", allocations, EXCHANGE, **exactly(2)),
+    Count("allocations, encode and decode", allocations, CODEC,
+          "memcpy", "floor_copies", **exactly(5)),
+]
+INSTRUCTIONS = [
+    Count("instructions in user mode, request", instructions, DIRECT,
+          "encode, write", "floor_writes"),
+    Count("instructions in user mode, inbound result", instructions, INBOUND,
+          "poll, two reads a message", "floor_events"),
+    Count("instructions in user mode, exchange", instructions, EXCHANGE,
+          "one socket, header and body read", "floor_one_socket"),
+    Count("instructions, encode and decode", instructions, CODEC, "memcpy", "floor_copies"),
+]
+
+
+def measure(directory):
+    rows = [row(count, directory) for count in SYSTEM_CALLS + ALLOCATIONS + INSTRUCTIONS]
+    return rows[:len(SYSTEM_CALLS)] + switches(directory) + rows[len(SYSTEM_CALLS):]
+
+
+def row(count, directory):
+    library = slope(count.counted, directory, count.library)
+    counterpart, ratio = "", ""
+    if count.counterpart:
+        least = slope(count.counted, directory, count.counterpart)
+        counterpart = f"{count.counterpart_name}: {figure(least)}"
+        ratio = f"{library / least:.2f}"
+    met = answer(count.is_met(library)) if count.goal else ""
+    return Row(count.measure, figure(library), counterpart, ratio, count.goal, met)
+
+
+def figure(number):
+    return f"{number:,.0f}" if number >= 100 else f"{number:.2f}".rstrip("0").rstrip(".")
+
+
+def switches(directory):
+    """Context switches of a round trip: as many as those of the least that works."""
+    rows = []
+    for measure_name, library, name, counterpart in [
+        ("context switches, round trip, result callback", CALLBACK,
+         "two sockets, callback", "floor_two_sockets_callback"),
+        ("context switches, round trip, waiting thread", WAIT,
+         "two sockets, datagram pair", "floor_two_sockets_datagram"),
+    ]:
+        rounds = take_turns(directory, [library, counterpart])
+        ours, least = rounds.switches(library), rounds.switches(counterpart)
+        rows.append(Row(measure_name, figure(ours), f"{name}: {figure(least)}",
+                        f"{ours / least:.2f}", f"= {figure(least)}",
+                        answer(abs(ours - least) < 0.01)))
+    return rows

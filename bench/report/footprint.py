@@ -1,0 +1,65 @@
+"""What the library takes: bytes on disk, other libraries, resident memory."""
+
+import re
+import statistics
+import subprocess
+import tempfile
+from pathlib import Path
+
+from report.contender import command, environment
+from report.table import Row, answer
+
+SIZE_GOAL = 96_000
+MEMORY_GOAL_KB = 300
+MEMORY_RUNS = 9
+NEEDED_GOAL = {"libc", "libgcc_s"}
+# The platform's own, on a device and on a development host.
+PLATFORM = "libplatform_host"
+OTHERS = ["libdbus-1.so.3", "libsystemd.so.0"]
+
+
+def output(*words):
+    return subprocess.run(words, env=environment(), check=True, text=True, capture_output=True).stdout
+
+
+def stripped_size(library):
+    with tempfile.NamedTemporaryFile() as stripped:
+        subprocess.run(["strip", "-o", stripped.name, str(library)], check=True)
+        return Path(stripped.name).stat().st_size
+
+
+def installed(name):
+    """The path of an installed shared library, or None."""
+    found = re.search(rf"{re.escape(name)} .*=> (\S+)", output("/sbin/ldconfig", "-p"))
+    return found and Path(found.group(1)).resolve()
+
+
+def needed(library):
+    names = re.findall(r"NEEDED.*\[(.*?)\.so", output("readelf", "-d", str(library)))
+    return sorted(name for name in names if name != PLATFORM)
+
+
+def memory(directory, library):
+    """Kilobytes that a process grows by when it loads the library, and when it registers too."""
+    runs = []
+    for _ in range(MEMORY_RUNS):
+        lines = output(*command(directory, "library_footprint"), str(library)).splitlines()
+        runs.append({name: int(size) for name, size in (line.rsplit(" ", 1) for line in lines)})
+    return [statistics.median(run[name] for run in runs) for name in ("loaded", "registered")]
+
+
+def measure(directory, library):
+    size = stripped_size(library)
+    others = [(name, installed(name)) for name in OTHERS]
+    sizes = [f"{name}: {path.stat().st_size / 1000:.0f} kB" for name, path in others if path]
+    names = needed(library)
+    loaded, registered = memory(directory, library)
+    return [
+        Row("shared library, stripped", f"{size / 1000:.1f} kB", ", ".join(sizes), "",
+            f"<= {SIZE_GOAL / 1000:.0f} kB", answer(size <= SIZE_GOAL)),
+        Row("needs, beside the platform's libraries", ", ".join(names), "", "",
+            "libc, libgcc_s", answer(set(names) <= NEEDED_GOAL)),
+        Row("resident memory over an idle process", f"{registered:.0f} kB",
+            f"loaded, not registered: {loaded:.0f} kB", "",
+            f"<= {MEMORY_GOAL_KB} kB", answer(registered <= MEMORY_GOAL_KB)),
+    ]

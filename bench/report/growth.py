@@ -1,0 +1,87 @@
+"""How cost grows with the number of clients, threads, items and bytes: figures and plots."""
+
+import subprocess
+from dataclasses import dataclass
+from pathlib import Path
+
+from report.contender import take_turns
+from report.speed import BATCHED, CALLBACK, CODEC, COPIES, DIRECT
+
+ROUNDS = 5
+
+
+@dataclass
+class Growth:
+    """One plot: each line is a program, started with each of the numbers."""
+
+    name: str
+    title: str
+    option: str
+    numbers: list[int]
+    lines: dict[str, str]
+    logarithmic: bool = False
+
+
+GROWTHS = [
+    Growth("clients", "round trip with the result callback, clients on one peer", "clients",
+           [1, 2, 4, 8, 16, 32, 64], {"library": "library_clients", "two sockets, callback": "floor_clients"}, True),
+    Growth("threads", "request, threads that send at the same time", "threads",
+           [1, 2, 4, 8, 16, 32], {"direct": DIRECT, "batched": BATCHED}, True),
+    Growth("items", "encode and decode an authentication record, items of 24 bytes", "items",
+           [0, 2, 4, 6, 8, 10, 12, 14],
+           {"library": CODEC, "memcpy, as many allocations": COPIES}),
+    Growth("codec-bytes", "encode and decode an authentication record, bytes of the body", "bytes",
+           [1404, 2048, 4096, 8192, 16384],
+           {"library": CODEC, "memcpy, as many allocations": COPIES}),
+    Growth("bytes", "round trip with the result callback, bytes of each body", "bytes",
+           [1500, 2048, 4096, 8192, 16384],
+           {"library": CALLBACK, "two sockets, callback": "floor_two_sockets_callback"}),
+]
+
+
+def measure(directory, growth):
+    """Nanoseconds of an operation: per line, one figure for each number."""
+    figures = {label: [] for label in growth.lines}
+    for number in growth.numbers:
+        texts = {
+            label: f"{text} --{growth.option} {number}" for label, text in growth.lines.items()
+        }
+        rounds = take_turns(directory, list(texts.values()), ROUNDS)
+        for label, text in texts.items():
+            figures[label].append(rounds.median(text))
+    return figures
+
+
+def draw(growth, figures, target):
+    """Writes an SVG file."""
+    plots = ", ".join(
+        f"$data using 1:{column} with linespoints linewidth 2 pointtype 7 pointsize 0.5 "
+        f'title "{label}"'
+        for column, label in enumerate(figures, start=2)
+    )
+    data = "\n".join(
+        " ".join(map(str, (number, *(line[i] / 1000 for line in figures.values()))))
+        for i, number in enumerate(growth.numbers)
+    )
+    script = f"""
+set terminal svg size 640,360 dynamic background "white" font "sans-serif,12"
+set output "{target}"
+set title "{growth.title}"
+set xlabel "{growth.option}"
+set ylabel "µs of processor time"
+set yrange [0:*]
+set grid
+set key bottom right
+{"set logscale x 2" if growth.logarithmic else ""}
+$data << END
+{data}
+END
+plot {plots}
+"""
+    subprocess.run(["gnuplot"], input=script, text=True, check=True)
+
+
+def draw_all(directory, folder):
+    Path(folder).mkdir(parents=True, exist_ok=True)
+    for growth in GROWTHS:
+        draw(growth, measure(directory, growth), Path(folder) / f"{growth.name}.svg")
