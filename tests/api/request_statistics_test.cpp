@@ -44,14 +44,14 @@ class RequestStatistics : public test::LinkedTest, public testing::WithParamInte
   }
 };
 
-std::string name_of(const testing::TestParamInfo<Counters>& info) {
+std::string counters_name(const testing::TestParamInfo<Counters>& info) {
   return info.param.kind.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(, RequestStatistics,
                          testing::Values(Counters{test::authentication, 0, 1, 2, 3},
                                          Counters{test::accounting, 4, 5, 6, 7}),
-                         name_of);
+                         counters_name);
 
 TEST_P(RequestStatistics, ASentRequestCountsAsARequest) {
   const LibraryCounters counters;

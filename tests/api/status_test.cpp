@@ -50,11 +50,11 @@ std::uint32_t& status_word(std::size_t n) {
 
 class StatusGetters : public test::LinkedTest, public testing::WithParamInterface<Getter> {};
 
-std::string name_of(const testing::TestParamInfo<Getter>& info) {
+std::string getter_name(const testing::TestParamInfo<Getter>& info) {
   return info.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(, StatusGetters, testing::ValuesIn(kGetters), name_of);
+INSTANTIATE_TEST_SUITE_P(, StatusGetters, testing::ValuesIn(kGetters), getter_name);
 
 TEST_P(StatusGetters, ReturnTheirWordWhenRegistered) {
   for (const auto& [stored, returned] : GetParam().values) {

@@ -10,7 +10,7 @@
 namespace test {
 namespace {
 
-BlockSample<acct_info> make_sample() {
+BlockSample<acct_info> acct_sample() {
   BlockSample<acct_info> sample(772);
   sample.same(0, &acct_info::num_a);
   sample.low_byte(4, &acct_info::code_a);
@@ -57,14 +57,14 @@ BlockSample<acct_info> make_sample() {
 }
 
 TEST(AcctInfo, EveryFieldStandsAtItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = acct_sample();
   Bytes block(772, 0xEE);
   aaa_encap_acct_info_sub(block.data(), &sample.sent);
   EXPECT_EQ(block, sample.block);
 }
 
 TEST(AcctInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = acct_sample();
   acct_info record;
   std::memset(&record, 0, sizeof record);
   aaa_parse_acct_info_sub(&record, sample.received.data());
@@ -72,7 +72,7 @@ TEST(AcctInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
 }
 
 TEST(AcctInfo, BlockOfTheBodyIsTheFixedBlock) {
-  auto sample = make_sample();
+  auto sample = acct_sample();
   sample.sent.tail_len = 0;
   const Bytes body = encoded(aaa_encap_acct_info, sample.sent);
   EXPECT_EQ(word16(body, 0), 1);

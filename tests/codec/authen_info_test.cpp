@@ -9,7 +9,7 @@
 namespace test {
 namespace {
 
-BlockSample<authen_info> make_sample() {
+BlockSample<authen_info> authen_sample() {
   BlockSample<authen_info> sample(1184);
   sample.same(0, &authen_info::num_a);
   sample.low_byte(4, &authen_info::code_a);
@@ -75,14 +75,14 @@ BlockSample<authen_info> make_sample() {
 }
 
 TEST(AuthenInfo, EveryFieldStandsAtItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = authen_sample();
   Bytes block(1184, 0xEE);
   aaa_encap_authen_info_sub(block.data(), &sample.sent);
   EXPECT_EQ(block, sample.block);
 }
 
 TEST(AuthenInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = authen_sample();
   authen_info record;
   std::memset(&record, 0, sizeof record);
   aaa_parse_authen_info_sub(&record, sample.received.data());
@@ -90,7 +90,7 @@ TEST(AuthenInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
 }
 
 TEST(AuthenInfo, BlockOfTheBodyIsTheFixedBlock) {
-  auto sample = make_sample();
+  auto sample = authen_sample();
   sample.sent.tail_len = 0;
   const Bytes body = encoded(aaa_encap_authen_info, sample.sent);
   EXPECT_EQ(word16(body, 0), 1);

@@ -9,7 +9,7 @@
 namespace test {
 namespace {
 
-BlockSample<author_info> make_sample() {
+BlockSample<author_info> author_sample() {
   BlockSample<author_info> sample(156);
   sample.same(0, &author_info::num_a);
   sample.low_byte(4, &author_info::code_a);
@@ -25,14 +25,14 @@ BlockSample<author_info> make_sample() {
 }
 
 TEST(AuthorInfo, EveryFieldStandsAtItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = author_sample();
   Bytes block(156, 0xEE);
   aaa_encap_author_info_sub(block.data(), &sample.sent);
   EXPECT_EQ(block, sample.block);
 }
 
 TEST(AuthorInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = author_sample();
   author_info record;
   std::memset(&record, 0, sizeof record);
   aaa_parse_author_info_sub(&record, sample.received.data());
@@ -40,7 +40,7 @@ TEST(AuthorInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
 }
 
 TEST(AuthorInfo, BlockOfTheBodyIsTheFixedBlock) {
-  auto sample = make_sample();
+  auto sample = author_sample();
   sample.sent.tail_len = 0;
   const Bytes body = encoded(aaa_encap_author_info, sample.sent);
   EXPECT_EQ(word16(body, 0), 1);

@@ -5,7 +5,7 @@
 namespace test {
 namespace {
 
-BlockSample<restore_user_info> make_sample() {
+BlockSample<restore_user_info> restore_sample() {
   BlockSample<restore_user_info> sample(392);
   sample.same(0, &restore_user_info::num_a);
   sample.same(4, &restore_user_info::octets6_a);
@@ -28,7 +28,7 @@ BlockSample<restore_user_info> make_sample() {
 }
 
 TEST(RestoreUser, EveryFieldStandsAtItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = restore_sample();
   Bytes block(392, 0xEE);
   aaa_encap_restore_user(&sample.sent, block.data());
   EXPECT_EQ(block, sample.block);

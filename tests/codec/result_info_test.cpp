@@ -10,7 +10,7 @@
 namespace test {
 namespace {
 
-BlockSample<result_info_sub> make_sample() {
+BlockSample<result_info_sub> result_sample() {
   BlockSample<result_info_sub> sample(1280);
   sample.same(0, &result_info_sub::num_a);
   sample.low_byte(4, &result_info_sub::code_a);
@@ -57,7 +57,7 @@ BlockSample<result_info_sub> make_sample() {
 }
 
 TEST(ResultInfo, EveryFieldStandsAtItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = result_sample();
   result_info record{};
   record.sub = sample.sent;
   Bytes block(1280, 0xEE);
@@ -66,7 +66,7 @@ TEST(ResultInfo, EveryFieldStandsAtItsPlaceInTheBlock) {
 }
 
 TEST(ResultInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
-  const auto sample = make_sample();
+  const auto sample = result_sample();
   result_info record;
   std::memset(&record, 0, sizeof record);
   aaa_parse_result_info_sub(&record, sample.received.data());
@@ -74,7 +74,7 @@ TEST(ResultInfo, EveryFieldIsReadFromItsPlaceInTheBlock) {
 }
 
 TEST(ResultInfo, BlockOfTheBodyIsTheFixedBlock) {
-  const auto sample = make_sample();
+  const auto sample = result_sample();
   result_info record{};
   record.sub = sample.sent;
   const Bytes body = encoded(aaa_encap_result_info, record);

@@ -62,11 +62,11 @@ class ClientThreads : public test::SimulatedTest, public testing::WithParamInter
   test::MovedClock clock_;
 };
 
-std::string name_of(const testing::TestParamInfo<bool>& info) {
+std::string threads_name(const testing::TestParamInfo<bool>& info) {
   return info.param ? "Batched" : "Direct";
 }
 
-INSTANTIATE_TEST_SUITE_P(, ClientThreads, testing::Bool(), name_of);
+INSTANTIATE_TEST_SUITE_P(, ClientThreads, testing::Bool(), threads_name);
 
 TEST_P(ClientThreads, NoIdIsDoubledAndEveryRequestGetsItsResult) {
   const test::LibraryCounters counters;

@@ -18,7 +18,7 @@ std::ostream& operator<<(std::ostream& out, const Way& way) {
   return out << way.name;
 }
 
-std::string name_of(const testing::TestParamInfo<Way>& info) {
+std::string way_name(const testing::TestParamInfo<Way>& info) {
   return info.param.name;
 }
 
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(, Login,
                                          Way{"WaitingBatched", ResultBy::waiting, true},
                                          Way{"CalledBack", ResultBy::callback, false},
                                          Way{"CalledBackBatched", ResultBy::callback, true}),
-                         name_of);
+                         way_name);
 
 TEST_P(Login, TheRightPasswordIsAccepted) {
   const test::Verdict verdict = log_in("alice", "secret");

@@ -75,7 +75,7 @@ std::ostream& operator<<(std::ostream& out, const Trouble& trouble) {
   return out << trouble.name;
 }
 
-std::string name_of(const testing::TestParamInfo<Trouble>& info) {
+std::string trouble_name(const testing::TestParamInfo<Trouble>& info) {
   return info.param.name;
 }
 
@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Trouble{"DyingBeforeTheFirstAnswer", Role::request, Fault::close},
                     Trouble{"DyingAfterTheFirstAnswer", Role::request, Fault::close_after},
                     Trouble{"DyingBeforeTheSecondAnswer", Role::event, Fault::close}),
-    name_of);
+    trouble_name);
 
 TEST_P(UnreadyAaadTrouble, AtTheStartIsOvercomeOnceItIsOver) {
   set_fault(GetParam().fault);

@@ -7,7 +7,7 @@
 namespace test {
 namespace {
 
-constexpr char function_name[] = "aaalib_ipc_msg_proc_backend_update_user_pwd";
+constexpr char update_function[] = "aaalib_ipc_msg_proc_backend_update_user_pwd";
 
 Bytes counted(const Bytes& string) {
   return words({static_cast<std::uint32_t>(string.size())}) + string;
@@ -65,7 +65,7 @@ TEST_F(PasswordUpdate, ItIsLogged) {
   const OpenGate gate;
   const LogCapture log;
   deliver(128, update_body(4294967295, "alice", "old", "new"));
-  expect_debug_line(log, "4294967295 alice old new\r\n", function_name);
+  expect_debug_line(log, "4294967295 alice old new\r\n", update_function);
   EXPECT_EQ(2u, log.lines().size());
 }
 
@@ -74,7 +74,7 @@ TEST_F(PasswordUpdate, ItIsLoggedWithoutAHandlerToo) {
   const LogCapture log;
   handle_with(nullptr);
   deliver(128, update_body(1, "alice", "old", "new"));
-  expect_debug_line(log, "1 alice old new\r\n", function_name);
+  expect_debug_line(log, "1 alice old new\r\n", update_function);
   EXPECT_EQ(counters_.blocks_allocated(), counters_.blocks_freed());
 }
 

@@ -22,7 +22,7 @@ struct Told {
 std::mutex told_lock;
 std::vector<Told> told;
 
-void note(const Bytes& body) {
+void take_note(const Bytes& body) {
   const std::lock_guard<std::mutex> hold(told_lock);
   told.push_back({body, gettid(), live_blocks()});
 }
@@ -43,11 +43,11 @@ class ReceivePasses : public RegisteredTest {
   static reg_info noting_client() {
     reg_info info = client();
     info.del_msg_req_cb = [](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
-      note(words({a, b, c}));
+      take_note(words({a, b, c}));
     };
-    info.notify_coa_req_cb = [](const void* body) { note(bytes_of(body, 721)); };
+    info.notify_coa_req_cb = [](const void* body) { take_note(bytes_of(body, 721)); };
     info.get_online_info_cb = [](void*, const void* body) {
-      note(body == nullptr ? text("null") : text("body"));
+      take_note(body == nullptr ? text("null") : text("body"));
     };
     return info;
   }
@@ -178,7 +178,7 @@ TEST_F(ReceivePasses, ACallbackMayTakeItsTimeAndUseTheRequestApi) {
   reg_info info = noting_client();
   info.notify_coa_req_cb = [](const void*) {
     const std::uint32_t control[3] = {1, 2, 3};
-    note(aaa_notify_ctrl_if_switch(control) == 0 ? text("sent") : text("refused"));
+    take_note(aaa_notify_ctrl_if_switch(control) == 0 ? text("sent") : text("refused"));
   };
   register_client(info);
   send(AAA_MSG_NOTIFY_COA_REQ, Bytes(720, 0));

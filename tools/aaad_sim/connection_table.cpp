@@ -157,7 +157,8 @@ void ConnectionTable::write(ConnectionId id) {
 }
 
 void ConnectionTable::publish() {
-  journal_.set_presence({last_id_, connections_.size(), clients_.complete()});
+  journal_.set_presence(
+      {static_cast<std::size_t>(last_id_), connections_.size(), clients_.complete()});
 }
 
 }  // namespace aaa_sim

@@ -111,7 +111,7 @@ CommandResult ldap_result(AaadSim& sim, const Words& words) {
   return send(sim, ldap_answer(answer_search(sim.settings().directory, search_of(words, 0))));
 }
 
-constexpr Command kCommands[] = {
+constexpr Command kEventCommands[] = {
     {"debug", 1, 2, "on|off [LIMIT]", "switch the clients' debug lines", debug},
     {"mlist", 0, 0, "", "tell that method lists have changed", mlist},
     {"heartbeat", 0, 0, "", "send a heartbeat", heartbeat},
@@ -136,7 +136,7 @@ constexpr Command kCommands[] = {
 }  // namespace
 
 std::span<const Command> event_commands() {
-  return kCommands;
+  return kEventCommands;
 }
 
 }  // namespace aaa_sim

@@ -18,7 +18,7 @@ struct Line {
 };
 
 // A mistake in the file, without the path.
-struct Mistake {
+struct LineMistake {
   std::size_t line;
   std::string what;
 };
@@ -30,7 +30,7 @@ std::vector<Line> read_lines(std::istream& file) {
   for (std::string text; std::getline(file, text);) {
     ++number;
     if (text.ends_with('\r')) text.pop_back();
-    if (text.starts_with(' ') && lines.empty()) throw Mistake{number, "nothing to continue"};
+    if (text.starts_with(' ') && lines.empty()) throw LineMistake{number, "nothing to continue"};
     if (text.starts_with(' '))
       lines.back().text += text.substr(1);
     else
@@ -70,13 +70,13 @@ std::string read_value(const Line& line, std::string_view rest) {
   rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
   if (!encoded) return std::string(rest);
   const auto value = decode_base64(rest);
-  if (!value) throw Mistake{line.number, "not base64"};
+  if (!value) throw LineMistake{line.number, "not base64"};
   return *value;
 }
 
 LdapPair read_pair(const Line& line) {
   const std::size_t colon = line.text.find(':');
-  if (colon == 0 || colon == std::string::npos) throw Mistake{line.number, "not 'name: value'"};
+  if (colon == 0 || colon == std::string::npos) throw LineMistake{line.number, "not 'name: value'"};
   return {line.text.substr(0, colon),
           read_value(line, std::string_view(line.text).substr(colon + 1))};
 }
@@ -91,7 +91,7 @@ class Reader {
     else if (pair.name == "dn")
       begin(line, std::move(pair.value));
     else if (pair.name != "version")
-      throw Mistake{line.number, "an entry that does not begin with 'dn:'"};
+      throw LineMistake{line.number, "an entry that does not begin with 'dn:'"};
   }
 
   std::vector<LdapEntry> entries() { return std::move(entries_); }
@@ -105,7 +105,7 @@ class Reader {
   void finish() {
     if (!entry_) return;
     if (encoded_size(*entry_) > kMaxLdapValue)
-      throw Mistake{begun_at_, "an entry of more than 65535 bytes"};
+      throw LineMistake{begun_at_, "an entry of more than 65535 bytes"};
     entries_.push_back(*std::exchange(entry_, std::nullopt));
   }
 
@@ -128,7 +128,7 @@ std::vector<LdapEntry> load_ldif(const std::string& path) {
   if (!file) throw std::runtime_error(path + ": " + std::strerror(errno));
   try {
     return read_entries(file);
-  } catch (const Mistake& mistake) {
+  } catch (const LineMistake& mistake) {
     throw std::runtime_error(path + ":" + std::to_string(mistake.line) + ": " + mistake.what);
   }
 }

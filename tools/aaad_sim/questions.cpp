@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kServerMib = 392;
 
-Replies word_reply(std::uint32_t type, std::uint32_t word) {
+Replies word_replies(std::uint32_t type, std::uint32_t word) {
   return {{Role::request, type, 0, encode_words({&word, 1})}};
 }
 
@@ -35,7 +35,7 @@ Replies look_for_method_list(World& world, const Request& request) {
   body.bytes(12);
   const std::string name = body.last_text();
   const bool found = std::ranges::count(world.settings.method_lists, name, &MethodList::name) != 0;
-  return word_reply(AAA_MSG_MLIST_EXISTED_RESP, found ? 1 : 0);
+  return word_replies(AAA_MSG_MLIST_EXISTED_RESP, found ? 1 : 0);
 }
 
 Replies tell_method_list_state(World& world, const Request& request) {
@@ -47,7 +47,7 @@ Replies tell_method_list_state(World& world, const Request& request) {
   const auto list = std::ranges::find_if(lists, [&](const MethodList& candidate) {
     return candidate.kind == kind && (any_name || candidate.name == name);
   });
-  return word_reply(AAA_MSG_AUTHEN_MLIST_STATE_RESULT, list == lists.end() ? 0 : list->state);
+  return word_replies(AAA_MSG_AUTHEN_MLIST_STATE_RESULT, list == lists.end() ? 0 : list->state);
 }
 
 Replies tell_server_statistic(World& world, const Request& request) {
@@ -55,7 +55,7 @@ Replies tell_server_statistic(World& world, const Request& request) {
   body.bytes(kServerMib);
   const auto statistic = world.settings.server_statistics.find(body.word());
   const bool known = statistic != world.settings.server_statistics.end();
-  return word_reply(AAA_MSG_SERVER_MIB_RESP, known ? statistic->second : 0);
+  return word_replies(AAA_MSG_SERVER_MIB_RESP, known ? statistic->second : 0);
 }
 
 Replies update_password(World& world, const Request& request) {

@@ -12,7 +12,7 @@ using std::chrono::nanoseconds;
 
 timespec to_timespec(nanoseconds duration) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
-  return {seconds.count(), (duration - seconds).count()};
+  return {static_cast<time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
 }
 
 }  // namespace
