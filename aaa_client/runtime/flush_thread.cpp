@@ -42,7 +42,7 @@ void flush() {
 
 void name_thread() {
   char name[16] = {};
-  static_cast<void>(std::snprintf(name, sizeof name - 1, "%d_aaa_buf", getpid()));
+  std::snprintf(name, sizeof name - 1, "%d_aaa_buf", getpid());
   set_thread_name(name);
 }
 

@@ -49,7 +49,7 @@ constexpr PassResult failure(std::int32_t error) {
 
 void name_thread() {
   char name[16] = {};
-  static_cast<void>(std::snprintf(name, sizeof name - 1, "%d_aaalib_th", getpid()));
+  std::snprintf(name, sizeof name - 1, "%d_aaalib_th", getpid());
   set_thread_name(name);
 }
 

@@ -53,7 +53,7 @@ std::int32_t make_one(Path& prefix, const char* component, std::size_t length) {
 std::int32_t aaa_make_path(char* buffer, const char* suffix, std::size_t size) {
   const char* const root = std::getenv("TMPDIR");
   if (root == nullptr || std::strlen(root) + std::strlen(suffix) >= size) return 0;
-  static_cast<void>(std::snprintf(buffer, size, "%s%s", root, suffix));
+  std::snprintf(buffer, size, "%s%s", root, suffix);
   return 1;
 }
 
