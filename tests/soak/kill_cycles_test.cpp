@@ -25,6 +25,10 @@ using testing::IsEmpty;
 #ifdef __SANITIZE_THREAD__
 constexpr milliseconds kAttempt{4000};
 constexpr std::size_t kRoomToGrow = 64u << 20;
+#elif defined(__SANITIZE_ADDRESS__)
+// It keeps 256 MiB of freed memory aside.
+constexpr milliseconds kAttempt{1500};
+constexpr std::size_t kRoomToGrow = 512u << 20;
 #else
 constexpr milliseconds kAttempt{1500};
 constexpr std::size_t kRoomToGrow = 4u << 20;
