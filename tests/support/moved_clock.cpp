@@ -35,7 +35,7 @@ int __real_usleep(useconds_t us);
 int __wrap_clock_gettime(clockid_t clock, timespec* now) {
   const int result = __real_clock_gettime(clock, now);
   if (clock == CLOCK_MONOTONIC) {
-    const std::int64_t us = now->tv_sec * 1000000 + now->tv_nsec / 1000 + offset_us;
+    const std::int64_t us = std::int64_t{now->tv_sec} * 1000000 + now->tv_nsec / 1000 + offset_us;
     now->tv_sec = us / 1000000;
     now->tv_nsec = us % 1000000 * 1000;
   }
