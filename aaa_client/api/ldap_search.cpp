@@ -14,8 +14,8 @@ namespace {
 constexpr char search_log_name[] = "aaa_user_req_search_ldap_entry_sub";
 
 std::uint32_t send_encoded(aaa_msg_type type, std::uint32_t id, const aaa::EncodedBody& body) {
-  return aaa::aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd), type, id, body.bytes(),
-                                   body.length());
+  return aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd), type, id, body.bytes(),
+                              body.length());
 }
 
 }  // namespace

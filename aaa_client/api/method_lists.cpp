@@ -24,8 +24,7 @@ std::uint32_t aaa_mlist_existed(std::uint32_t w0, std::uint32_t w1, std::uint32_
   for (const std::uint32_t word : {w0, w1, w2})
     body.add_word(word);
   body.add_bytes(name, name_size);
-  const aaa::Reply reply(
-      aaa::aaalib_sr_ipc_msg(AAA_MSG_QUERY_MLIST_EXIST, body.data(), body.size()));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_QUERY_MLIST_EXIST, body.data(), body.size()));
   if (!reply) {
     aaa::add(g_aaalib_stat.mlist_failures, 1U);
     return 0;
@@ -41,7 +40,7 @@ std::uint32_t aaa_authen_mlist_sta_query(std::uint32_t kind, const char* name) {
   body.add_word(kind);
   if (name != nullptr) body.add_bytes(name, name_size);
   const aaa::Reply reply(
-      aaa::aaalib_sr_ipc_msg(AAA_MSG_QUERY_AUTHEN_MLIST_STATE, body.data(), body.size()));
+      aaalib_sr_ipc_msg(AAA_MSG_QUERY_AUTHEN_MLIST_STATE, body.data(), body.size()));
   if (!reply || reply.type() != AAA_MSG_AUTHEN_MLIST_STATE_RESULT) return 0;
   return reply.word(0);
 }

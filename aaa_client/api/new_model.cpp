@@ -10,7 +10,7 @@
 
 std::uint32_t aaa_get_new_model_from_file() {
   char path[256] = {};
-  if (aaa::aaa_make_path(path, aaa::new_model_suffix, sizeof path) == 0) {
+  if (aaa_make_path(path, aaa::new_model_suffix, sizeof path) == 0) {
     AAA_DEBUG_LOG("aaalib make new model path error.\n\r\n");
     return 0;
   }

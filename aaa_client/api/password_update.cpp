@@ -37,8 +37,7 @@ std::int32_t aaa_update_user_pwd(std::uint32_t w0, std::uint32_t w1, const char*
   add_text(body, s1, length1);
   add_text(body, s2, length2);
   add_text(body, s3, length3);
-  const aaa::Reply reply(
-      aaa::aaalib_sr_ipc_msg(AAA_MSG_UPDATE_USER_PWD_REQ, body.data(), body.size()));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_UPDATE_USER_PWD_REQ, body.data(), body.size()));
   if (!reply) return no_reply;
   *status_out = reply.type() == AAA_MSG_UPDATE_USER_PWD_RESP ? reply.word(1) : not_updated;
   AAA_DEBUG_LOG("Update user pwd: %d\r\n", static_cast<int>(*status_out));

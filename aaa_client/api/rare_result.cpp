@@ -18,8 +18,8 @@ std::int32_t aaa_method_add_result(result_info* result) {
   }
   const aaa::ScopedLock lock(aaa_lib_lock);
   const std::uint32_t error =
-      aaa::aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd), AAA_MSG_SEND_RARE_RESULT,
-                                result->sub.session_id, body.bytes(), body.length());
+      aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd), AAA_MSG_SEND_RARE_RESULT,
+                           result->sub.session_id, body.bytes(), body.length());
   const auto code = static_cast<std::int32_t>(error);
   if (code != 0) AAA_DEBUG_LOG("send packet error with errno %d.\r\n", code);
   return -code;

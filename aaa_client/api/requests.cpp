@@ -1,7 +1,7 @@
-#include "api/requests.h"
-
+// The three requests for a user: authentication, authorization, accounting.
 #include <cerrno>
 
+#include "aaa_client.h"
 #include "api/encoded_body.h"
 #include "api/send_path.h"
 #include "runtime/statistics.h"
@@ -41,25 +41,26 @@ std::int32_t aaa_user_req_acct_sub(acct_info* acct) {
 }
 
 }  // namespace
+}  // namespace aaa
 
 std::int32_t aaa_user_req_authen_sub(authen_info* authen, std::uint32_t type) {
+  if (authen == nullptr) return -EINVAL;
   if (authen->session_id == 0 && type == AAA_MSG_AUTHEN_REQ) return -EINVAL;
-  return encode_and_send(__func__, type, authen, aaa_encap_authen_info, -ENOMEM);
+  return aaa::encode_and_send(__func__, type, authen, aaa_encap_authen_info, -ENOMEM);
 }
 
 std::int32_t aaa_user_req_author_sub(author_info* author, std::uint32_t type) {
+  if (author == nullptr) return -EINVAL;
   if (author->session_id == 0 && type == AAA_MSG_AUTHOR_REQ) return -EINVAL;
-  return encode_and_send(__func__, type, author, aaa_encap_author_info, -ENOMEM);
+  return aaa::encode_and_send(__func__, type, author, aaa_encap_author_info, -ENOMEM);
 }
-
-}  // namespace aaa
 
 std::int32_t aaa_user_req_authen(authen_info* authen) {
   if (authen == nullptr) return -EINVAL;
   if (aaa_is_alive() == 0) return -1;
   aaa::add(g_aaalib_stat.authen_requests, 1U);
   const aaa::ScopedTiming timing(aaa::timing_authen);
-  const std::int32_t result = aaa::aaa_user_req_authen_sub(authen, AAA_MSG_AUTHEN_REQ);
+  const std::int32_t result = aaa_user_req_authen_sub(authen, AAA_MSG_AUTHEN_REQ);
   if (result != 0) aaa::add(g_aaalib_stat.authen_failures, 1U);
   return result;
 }
@@ -67,7 +68,7 @@ std::int32_t aaa_user_req_authen(authen_info* authen) {
 std::int32_t aaa_user_req_author(author_info* author) {
   if (author == nullptr) return -EINVAL;
   if (aaa_is_alive() == 0) return -1;
-  return aaa::aaa_user_req_author_sub(author, AAA_MSG_AUTHOR_REQ);
+  return aaa_user_req_author_sub(author, AAA_MSG_AUTHOR_REQ);
 }
 
 std::int32_t aaa_user_req_acct(acct_info* acct) {
@@ -84,8 +85,8 @@ std::int32_t aaa_notify_ctrl_if_switch(const std::uint32_t words[3]) {
   if (words == nullptr || words[0] == 0) return -EINVAL;
   if (aaa_is_alive() == 0) return -1;
   const aaa::ScopedLock lock(aaa_lib_lock);
-  const std::uint32_t error = aaa::aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd),
-                                                        AAA_MSG_INTERFACE_CONTROL, 0, words, 12);
+  const std::uint32_t error = aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd),
+                                                   AAA_MSG_INTERFACE_CONTROL, 0, words, 12);
   if (error != 0) AAA_DEBUG_LOG("send pak error with errno %d.\r\n", errno);
   return -static_cast<std::int32_t>(error);
 }

@@ -8,6 +8,7 @@
 #include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/framing.h"
+#include "transport/link_frames.h"
 
 namespace aaa {
 namespace {
@@ -27,13 +28,23 @@ bool queue(const aaa_ipc_header* message, std::uint32_t length) {
 
 std::int32_t queue_or_send(const aaa_ipc_header* message, std::uint32_t length) {
   if (queue(message, length)) return 0;
-  return send_frame(g_aaa_client_cb.sync_fd, message, length);
+  return send_on_link(LinkSocket::request, link_number(), message, length);
 }
 
 }  // namespace
 
+std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body,
+                          std::int32_t body_length) {
+  const ScopedLock lock(aaa_lib_lock);
+  return aaalib_send_ipc_msg(type, id, body, body_length);
+}
+
+}  // namespace aaa
+
 std::uint32_t aaa_lib_send_ipc_msg(std::int32_t log_fd, std::uint32_t type, std::uint32_t id,
                                    const void* body, std::uint32_t body_length) {
+  using namespace aaa;
+  const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   std::uint32_t length = 0;
   aaa_ipc_header* const message = aaa_init_msg(type, id, body, body_length, &length);
   if (message == nullptr) return ENOMEM;
@@ -48,18 +59,10 @@ std::uint32_t aaa_lib_send_ipc_msg(std::int32_t log_fd, std::uint32_t type, std:
 
 std::int32_t aaalib_send_ipc_msg(std::uint32_t type, std::uint32_t id, const void* body,
                                  std::int32_t body_length) {
-  if (body_length < 0 || (body_length != 0 && body == nullptr)) return bad_argument;
-  const std::uint32_t error = aaa_lib_send_ipc_msg(load(g_aaa_client_cb.sync_fd), type, id, body,
-                                                   static_cast<std::uint32_t>(body_length));
+  if (body_length < 0 || (body_length != 0 && body == nullptr)) return aaa::bad_argument;
+  const std::uint32_t error = aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd), type, id,
+                                                   body, static_cast<std::uint32_t>(body_length));
   if (error == 0) return 0;
   AAA_DEBUG_LOG("Send ipc message failed, errno(%d).\r\n", static_cast<int>(error));
-  return not_sent;
+  return aaa::not_sent;
 }
-
-std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body,
-                          std::int32_t body_length) {
-  const ScopedLock lock(aaa_lib_lock);
-  return aaalib_send_ipc_msg(type, id, body, body_length);
-}
-
-}  // namespace aaa

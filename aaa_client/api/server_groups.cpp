@@ -22,7 +22,7 @@ std::uint32_t aaa_register_group(std::uint32_t w1, const char* name, std::uint32
   body.add_word(w0);
   body.add_word(w1);
   body.add_bytes(name, name_size);
-  const aaa::Reply reply(aaa::aaalib_sr_ipc_msg(AAA_MSG_REGISTER_GROUP, body.data(), body.size()));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_REGISTER_GROUP, body.data(), body.size()));
   if (!reply || reply.type() != AAA_MSG_REGISTER_GROUP_RESP || reply.length() != 4) return 0;
   return reply.word(0) == 0 ? 1 : 0;
 }

@@ -17,7 +17,7 @@ std::int32_t aaa_srv_mib(const void* mib, std::uint32_t w) {
   if (!body) return -1;
   body.add_bytes(mib, mib_size);
   body.add_word(w);
-  const aaa::Reply reply(aaa::aaalib_sr_ipc_msg(AAA_MSG_SERVER_MIB, body.data(), body.size()));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_SERVER_MIB, body.data(), body.size()));
   if (!reply || reply.type() != AAA_MSG_SERVER_MIB_RESP || reply.length() != 4) return -1;
   return static_cast<std::int32_t>(reply.word(0));
 }

@@ -22,6 +22,7 @@
 #ifndef AAA_CLIENT_H
 #define AAA_CLIENT_H
 
+#include <pthread.h>
 #include <stdint.h>
 
 #include "aaa_codec.h"
@@ -507,10 +508,10 @@ AAA_API extern aaalib_stat g_aaalib_stat;
 /* A printf-like function that the counters are printed with. */
 typedef int (*aaa_print_fn)(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/* Prints the counters of sockets and memory, a line each. A null `print` is ignored. */
-AAA_API void aaa_show_msg_stat(aaa_print_fn print);
+/* Prints the counters of sockets and memory, a line each. A null `print` is ignored. Returns 0. */
+AAA_API int32_t aaa_show_msg_stat(aaa_print_fn print);
 /* The same under a second name. */
-AAA_API void aaalib_show_msg_stat(aaa_print_fn print);
+AAA_API int32_t aaalib_show_msg_stat(aaa_print_fn print);
 
 /* Turns debug lines on (1) or off (0); any other value is ignored. */
 AAA_API void aaa_set_debug_switch(uint32_t on);
@@ -553,17 +554,195 @@ AAA_API int32_t aaa_check_reset_ham_client_notify(uint32_t* stamp);
 /*
  * What follows is the library's own machinery, exported for diagnostics and for programs that drive
  * it themselves. An ordinary client needs none of it.
+ *
+ * Unless a declaration says otherwise, errors are errno values, any thread may call, a null pointer
+ * is refused like any bad argument, and a message block that a function returns is the caller's,
+ * who releases it with aaa_free(). Functions that write a debug line write it only while the debug
+ * switch is on and the limit of lines is not reached.
  */
 
-/* Monotonic second of the last heartbeat sent (0: none) and received. */
-AAA_API extern uint32_t aaalib_hbt_last_send;
-AAA_API extern uint32_t aaalib_hbt_last_recv;
+/*
+ * The library's locks, recursive and valid from load on; taken in this order. A thread that holds
+ * one of them excludes the library's own work, so hold them for moments only, and do not call
+ * aaa_svr_dereg() meanwhile: it would wait for threads that wait for the lock.
+ *
+ * aaa_lib_lock          the connection record, the sockets, every exchange with aaad
+ * aaa_lib_send_buf_lock the send buffer
+ */
+AAA_API extern pthread_mutex_t aaa_lib_lock;
+AAA_API extern pthread_mutex_t aaa_lib_send_buf_lock;
+
+/*
+ * Makes the library's recursive locks anew, the first time it succeeds; a lock that a thread holds
+ * is left as it is. Registration calls it. Returns 0; or -1 when a lock could not be made: the
+ * locks then are as valid as before, and a later call tries again.
+ */
+AAA_API int32_t aaa_lib_mutex_init(void);
+
+/*
+ * Makes a recursive mutex of the caller's. Returns 0, or the error of pthread_mutexattr_init() or
+ * pthread_mutex_init(); the latter is always logged. EINVAL for null.
+ */
+AAA_API int32_t aaa_lib_recursive_mutex_init(pthread_mutex_t* mutex);
+
+/*
+ * Names the calling thread. `name` holds at least 16 bytes: the name as the kernel has kept it, at
+ * most 15 characters, is written back. Writes a debug line. Null is ignored.
+ */
+AAA_API void set_thread_name(char* name);
+
+/*
+ * Asks for one debug line: 1 when it may be written, 0 when not. With a limit of n in
+ * g_aaa_status.debug_msg_limit, n lines pass; the next one is refused with a notice that is always
+ * written, and the limit is 1000 from then on. A limit of 0 refuses nothing. Does not look at the
+ * debug switch.
+ */
+AAA_API int32_t aaalib_debug_num_check(void);
+
+/* -- Paths -- */
+
+/*
+ * Writes the value of TMPDIR followed by `suffix` into the `size` bytes at `buffer`. Returns 1; or
+ * 0, with `buffer` left alone, when TMPDIR is not set, the two together have `size` characters or
+ * more, or a pointer is null. Reads the environment: not while another thread changes it.
+ */
+AAA_API int32_t aaa_make_path(char* buffer, const char* suffix, uint32_t size);
+
+/*
+ * Makes every missing directory of `path`, with mode 0777 less the umask. A path starts with "/",
+ * of which the first 255 characters count, or with "./". Returns 0; EINVAL for null; the error of a
+ * failed mkdir(); -1 for any other failure.
+ */
+AAA_API int32_t aaa_make_dir(const char* path);
+
+/*
+ * Makes the directory of the sockets, security/aaa below TMPDIR, and sets its mode to 0777. Returns
+ * 0 or -1.
+ */
+AAA_API int32_t aaa_lib_make_work_dir(void);
+
+/* -- Sockets -- */
 
 /* The pair of datagram sockets that hands results to a waiting thread; -1 until made. */
 AAA_API extern int32_t lib_msg_server_fd;
 AAA_API extern int32_t lib_msg_client_fd;
 
-/* Gathers requests into one message of type AAA_MSG_PAD_PKT; guarded by its own lock. */
+/*
+ * Makes that pair, once for the process; it stays open for good. Takes aaa_lib_lock. Returns 0 or
+ * -1. The numbers of what a failure has closed stay in the two words until the next attempt.
+ */
+AAA_API int32_t aaa_lib_msg_socket_init(void);
+
+/*
+ * Connects a stream socket to aaad, under the local name `prefix` followed by the process id, a
+ * full path whose file is removed again. Returns the descriptor, close-on-exec and the caller's to
+ * close, or -1. Blocks for at most 2 seconds when aaad does not accept.
+ */
+AAA_API int32_t aaa_lib_client_connect(const char* prefix);
+
+/*
+ * Opens whichever of the request and event sockets is not open, and puts it on record. Takes
+ * aaa_lib_lock. Returns 0; or -1, and the event socket is not tried when the request socket failed.
+ * On a request socket that it has opened, nothing is sent until it is registered.
+ */
+AAA_API int32_t aaa_lib_client_connect_all(void);
+
+/*
+ * Closes both and forgets their numbers. A thread that is writing to one of them or reading a
+ * message from the event socket gets an error at once. Takes aaa_lib_lock. Returns 0; -1 when a
+ * close failed: a descriptor that was not open is forgotten, any other keeps its number. Two equal
+ * descriptors are closed once, and then 0 is returned also for one that was not open.
+ */
+AAA_API int32_t aaa_lib_client_close(void);
+
+/* 1 when an error of a socket means that the connection to aaad is lost, else 0. */
+AAA_API int32_t aaa_lib_is_conn_broken_err(int32_t error);
+
+/* -- Framed messages -- */
+
+/*
+ * Builds a message: a block of header and body. A null `body` counts as empty, whatever
+ * `body_length` says. Returns the block and stores its length in *total_length; or null, with
+ * *total_length left alone, when there is no memory. A null `total_length` is allowed.
+ */
+AAA_API aaa_ipc_header* aaa_init_msg(uint32_t type, uint32_t id, const void* body,
+                                     uint32_t body_length, uint32_t* total_length);
+
+/*
+ * Writes `length` bytes on any descriptor, with `flags` and MSG_NOSIGNAL. Takes no lock. Returns 0;
+ * EINVAL for a bad argument; the error of a failed send(); EAGAIN or EINTR after 50 refused or
+ * interrupted attempts, 100 ms apart, or 10 seconds.
+ */
+AAA_API int32_t aaa_msg_send(int32_t fd, const void* buffer, int32_t length, int32_t flags);
+
+/*
+ * Reads exactly `length` bytes from any descriptor. Takes no lock; a cancellation point. Returns 0,
+ * also for a length of 0; EINVAL for a bad argument; EPIPE when the peer has closed; the error of a
+ * failed recv(); EAGAIN or EINTR after 10 seconds, or 12 where a call waits for 2. What was read
+ * before a failure is lost.
+ */
+AAA_API int32_t aaa_msg_recv(int32_t fd, void* buffer, int32_t length);
+
+/*
+ * Frames a body with id 0 and writes it. One of the link's two sockets is written under that
+ * socket's own lock, so that frames never mix; on another descriptor of the caller's no lock is
+ * taken. Returns 0, ENOMEM, or as aaa_msg_send(): EBADF for a number that the library has closed,
+ * EINVAL for a request socket that is not registered yet.
+ */
+AAA_API int32_t aaa_send_ipc_msg(int32_t fd, uint32_t type, const void* body, uint32_t body_length);
+/* The same with a debug line first. */
+AAA_API int32_t aaalib_send_ipc_msg_print(int32_t fd, uint32_t type, const void* body,
+                                          uint32_t body_length);
+
+/*
+ * Reads one message from a descriptor of the caller's, without a lock. Null when it could not be
+ * read whole, or when there is no memory for it; what was read of it is lost.
+ */
+AAA_API aaa_ipc_header* aaa_recv_ipc_msg_from_sd(int32_t fd);
+
+/*
+ * The synchronous exchange: under aaa_lib_lock throws away what stands unread on the request
+ * socket, sends a request with id 0 and returns the next message as the reply, whatever its type.
+ * Null for a negative length, or a null body with another length than 0; null, with debug lines,
+ * when the request could not be sent or no reply came. When the socket cannot be emptied (aaad has
+ * closed it, the link is lost, 10 seconds have passed) nothing is sent. Blocks for up to about 12
+ * seconds on each of sending and the two reads of the reply.
+ */
+AAA_API aaa_ipc_header* aaalib_sr_ipc_msg(uint32_t type, const void* body, int32_t body_length);
+
+/*
+ * Read one message from the request socket, under aaa_lib_lock, and from the event socket, under
+ * the lock of its reader: what the receive thread has received ahead comes first, so that no
+ * message is cut. Null as above, with a debug line. The receive thread takes messages too, so that
+ * it is open who gets one.
+ */
+AAA_API aaa_ipc_header* aaalib_recv_ipc_msg(void);
+AAA_API aaa_ipc_header* aaalib_recv_async_ipc_msg(void);
+
+/* -- One-way requests -- */
+
+/*
+ * Frames a body and queues it, when the flush thread runs, or writes it on the request socket; a
+ * debug line first, in which `fd` appears. Returns 0 or an error: ENOMEM, or as aaa_msg_send().
+ */
+AAA_API uint32_t aaa_lib_send_ipc_msg(int32_t fd, uint32_t type, uint32_t id, const void* body,
+                                      uint32_t body_length);
+/* The same. Returns 0; 2 for a negative length or a null body with another length than 0; 4 when
+ * it was not sent. */
+AAA_API int32_t aaalib_send_ipc_msg(uint32_t type, uint32_t id, const void* body,
+                                    int32_t body_length);
+
+/*
+ * Submit a record under a message type of the caller's, with its session id as the message id. No
+ * test whether the client is registered, no statistics. 0; -EINVAL for null, and for session id 0
+ * with AAA_MSG_AUTHEN_REQ or AAA_MSG_AUTHOR_REQ; -ENOMEM; or the negated error of the write.
+ */
+AAA_API int32_t aaa_user_req_authen_sub(authen_info* authen, uint32_t type);
+AAA_API int32_t aaa_user_req_author_sub(author_info* author, uint32_t type);
+
+/* -- Send buffer -- */
+
+/* Gathers requests into one message of type AAA_MSG_PAD_PKT; guarded by aaa_lib_send_buf_lock. */
 enum { AAA_SEND_BUF_BODY_SIZE = 8192 };
 typedef struct aaa_send_buf {
   aaa_ipc_header header;
@@ -573,6 +752,7 @@ typedef struct aaa_send_buf {
 AAA_API extern aaa_send_buf aaalib_send_buf;
 AAA_API extern uint32_t g_send_buf_msg_cnt;
 AAA_API extern uint8_t g_send_buf_init;
+AAA_API extern pthread_t g_send_buf_tid;    /* the flush thread; requests are queued while not 0 */
 AAA_API extern uint32_t g_send_buf_tmr;     /* not used */
 AAA_API extern uint8_t g_send_buf_tmr_init; /* not used */
 
@@ -584,14 +764,44 @@ AAA_API void aaa_lib_send_buf_reset(void);
 AAA_API void aaa_lib_send_buf(void);
 /* Adds one framed message, which stays the caller's; may write the buffer first. Returns 0. */
 AAA_API int32_t aaa_lib_add_send_buf(const void* message, uint32_t length);
-/* The start routine of the thread that writes the buffer every 20 ms. Does not return. */
+/* Starts the flush thread, unless it runs. aaa_svr_dereg() ends it. Returns 0 or -1. */
+AAA_API int32_t aaalib_init_send_buf_thread(void);
+/*
+ * What the flush thread does: names the calling thread, puts it under the watchdog and writes the
+ * buffer every 20 ms. Returns never; the thread can be cancelled while it waits.
+ */
 AAA_API void* aaa_lib_send_buf_chk_thread(void* unused);
-/* Hands an encoded result to the thread in aaa_user_get_result(), as one datagram. */
+
+/* -- Heartbeat, statistics, events -- */
+
+/* Monotonic second of the last heartbeat sent (0: none) and received. */
+AAA_API extern uint32_t aaalib_hbt_last_send;
+AAA_API extern uint32_t aaalib_hbt_last_recv;
+
+/*
+ * Adds the time since a wall-clock instant to the total of a timing slot of g_aaalib_stat (0
+ * authentication, 1 accounting, 2 session ids, 3 method lists) and raises its maximum; microseconds
+ * in unsigned 32-bit arithmetic. Other slots are ignored. Threads that race may leave a maximum
+ * that is none of theirs.
+ */
+AAA_API void aaalib_stat_time_elapse(uint32_t slot, uint32_t start_sec, uint32_t start_usec);
+
+/* Calls the client's event callback and returns its result; without one, returns `event`. */
+AAA_API int32_t aaa_lib_notify_aaa_event(uint32_t event);
+
+/* -- Messages of aaad -- */
+
+/*
+ * Hands an encoded result to the thread in aaa_user_get_result(), as one datagram on
+ * lib_msg_client_fd. An error is told by a debug line only.
+ */
 AAA_API void aaa_lib_send_msg(const void* body, uint32_t length);
 
 /*
- * Handles one message of the event socket. `body` is null when header->length is 0, else it holds
- * header->length bytes and a NUL behind them. One thread at a time.
+ * Handles one message of the event socket, which counts as one of the present connection: what
+ * changes the library's state or is answered does so for that one. `body` is null when
+ * header->length is 0, else it holds header->length bytes and a NUL behind them. One thread at a
+ * time; `header` must not be null.
  */
 AAA_API void aaa_lib_async_msg_proc(const aaa_ipc_header* header, const void* body);
 

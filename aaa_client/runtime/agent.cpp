@@ -2,13 +2,16 @@
 #include "aaa_client.h"
 #include "runtime/agent_run.h"
 #include "runtime/agent_tasks.h"
-#include "runtime/client_events.h"
 #include "runtime/heartbeat.h"
+#include "runtime/library_threads.h"
+#include "runtime/receive_thread.h"
 #include "runtime/send_buffer.h"
+#include "session/agent_registration.h"
 #include "session/client_state.h"
 #include "session/locks.h"
 #include "session/registration.h"
 #include "transport/debug_log.h"
+#include "transport/paths.h"
 
 namespace aaa {
 namespace {
@@ -32,11 +35,10 @@ bool arguments_are_valid(const reg_info* info, zv_thread_master* master) {
   return true;
 }
 
-// What aaa_svr_dereg() alone has left behind.
-void forget_ended_registration() {
-  if (!agent_mode_is_on() || !is_deregistered()) return;
-  end_agent_registration();
-  cancel_tasks();
+// The mode of what exists already stays as it is.
+std::int32_t make_directory() {
+  char path[256];
+  return aaa_make_path(path, work_dir_suffix, sizeof path) == 0 ? -1 : aaa_make_dir(path);
 }
 
 void begin_registration() {
@@ -45,19 +47,18 @@ void begin_registration() {
   begin_agent_registration();
 }
 
-enum class Preparation { done, already_registered, failed };
+enum class Preparation { done, already_registered, already_trying, failed };
 
+// A second call that finds no connection takes the steps anew.
 Preparation prepare(const reg_info& info, zv_thread_master* master) {
   const ScopedLock lock(aaa_lib_lock);
   set_model_name(info.model_name);
-  forget_ended_registration();
-  if (is_registered_or_trying() || agent_mode_is_on()) {
+  if (has_registration_state() || receive_thread_exists()) {
     AAA_DEBUG_LOG_AS(init_log_name, "already registered!\r\n");
     store_callbacks(info);
-    aaa_lib_notify_aaa_event(AAA_EVENT_REGISTERED);
-    return Preparation::already_registered;
+    return has_registration_state() ? Preparation::already_registered : Preparation::already_trying;
   }
-  if (!prepare_endpoints(init_log_name)) return Preparation::failed;
+  if (!prepare_endpoints(init_log_name, make_directory)) return Preparation::failed;
   store_callbacks(info);
   g_agent_master = master;
   if (info.use_send_buf != 0 && aaalib_init_send_buf_thread() != 0) {
@@ -68,14 +69,21 @@ Preparation prepare(const reg_info& info, zv_thread_master* master) {
   return Preparation::done;
 }
 
-// What aaa_svr_dereg() leaves standing when aaad is not there to be told.
-void end_registration() {
-  if (agent_mode_is_on() && !is_deregistered()) {
-    aaalib_stop_send_buf_thread();
-    undo_registration();
-    store(g_aaa_client_cb.aaa_id, -1);
-  }
+// Ends what a deregistration has left because aaad answered it wrongly or could not be told.
+bool end_registration() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!agent_mode_is_on()) return false;
+  aaalib_stop_send_buf_thread();
+  aaa_lib_client_close();
+  set_reg_state(AAA_REG_NOT_REGISTERED);
+  store(g_aaa_client_cb.aaa_id, -1);
   end_agent_registration();
+  return true;
+}
+
+void forget_client() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!is_registered_or_trying()) clear_callbacks();
 }
 
 }  // namespace
@@ -83,24 +91,31 @@ void end_registration() {
 
 std::int32_t aaa_agent_init(const reg_info* info, zv_thread_master* master) {
   if (!aaa::arguments_are_valid(info, master)) return -1;
-  aaa::aaa_lib_mutex_init();
+  aaa_lib_mutex_init();
   aaa_lib_send_buf_init();
   switch (aaa::prepare(*info, master)) {
     case aaa::Preparation::failed:
       return -1;
     case aaa::Preparation::already_registered:
+      aaa_lib_notify_aaa_event(AAA_EVENT_REGISTERED);
+      return 0;
+    case aaa::Preparation::already_trying:
       return 0;
     case aaa::Preparation::done:
       break;
   }
+  aaa::cancel_tasks();
   aaa::schedule(aaa::AgentRun(), aaa::agent_connect, const_cast<reg_info*>(info));
   return 0;
 }
 
 std::int32_t aaa_agent_finish() {
   aaa_svr_dereg();
-  const aaa::ScopedLock lock(aaa_lib_lock);
-  aaa::end_registration();
+  if (aaa::end_registration()) {
+    aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
+    aaa::wait_for_library_threads(0);
+  }
+  aaa::forget_client();
   aaa::cancel_tasks();
   return 0;
 }

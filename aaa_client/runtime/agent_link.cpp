@@ -6,14 +6,14 @@
 #include "runtime/agent_tasks.h"
 #include "runtime/client_events.h"
 #include "runtime/heartbeat.h"
+#include "runtime/inbound.h"
 #include "runtime/inbound_message.h"
+#include "runtime/library_threads.h"
 #include "session/client_state.h"
 #include "session/link.h"
 #include "session/locks.h"
 #include "transport/clock.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
-#include "transport/link_loss.h"
 
 namespace aaa {
 namespace {
@@ -33,23 +33,32 @@ Attempt attempt(const AgentRun& run) {
 }
 
 // After a failed attempt. Returns false when the client has deregistered.
-bool remains_lost() {
+bool remains_lost(const AgentRun& run) {
   const ScopedLock lock(aaa_lib_lock);
-  if (is_deregistered()) return false;
+  if (!run.goes_on() || is_deregistered()) return false;
   set_reg_state(AAA_REG_LOST);
   return true;
 }
 
+void tell_client(const AgentRun& run, aaa_client_event event) {
+  raise_event(event, [&] { return run.goes_on(); });
+}
+
 void start_watching(const AgentRun& run) {
-  aaa_lib_notify_aaa_event(AAA_EVENT_REGISTERED);
+  tell_client(run, AAA_EVENT_REGISTERED);
   schedule(run, agent_read);
   schedule(run, agent_heartbeat);
 }
 
+bool becomes_unregistered(const AgentRun& run) {
+  const ScopedLock lock(aaa_lib_lock);
+  if (run.goes_on()) set_reg_state(AAA_REG_NOT_REGISTERED);
+  return run.goes_on();
+}
+
 void start_reconnecting(const AgentRun& run, const char* log_name) {
   AAA_DEBUG_LOG_AS(log_name, "aaa client start to try re-reg.\r\n");
-  set_reg_state(AAA_REG_NOT_REGISTERED);
-  schedule(run, agent_reconnect);
+  if (becomes_unregistered(run)) schedule(run, agent_reconnect);
 }
 
 // Whether the client is still registered; if not, the state says so.
@@ -70,30 +79,35 @@ bool give_link_up(const AgentRun& run) {
 }
 
 // Gives the connection up and builds another one.
-void rebuild_link(const AgentRun& run, const char* log_name) {
-  // First, so that an exchange which holds the lock on a dead socket lets go of it.
-  if (run.goes_on()) announce_link_loss();
-  if (!give_link_up(run)) {
-    forget_link_loss();
-    return;
-  }
+void rebuild_link(const AgentRun& run, LinkNumber link, const char* log_name) {
+  announce_link_loss(link);
+  if (!give_link_up(run)) return;
   cancel_tasks();
   start_reconnecting(run, log_name);
 }
 
 // An error that is not the connection's leaves the socket unwatched until the heartbeat fails.
-void recover(const AgentRun& run, std::int32_t error) {
-  if (aaa_lib_is_conn_broken_err(error)) {
-    rebuild_link(run, read_log_name);
+void recover(const AgentRun& run, LinkNumber link, std::int32_t error) {
+  if (aaa_lib_is_conn_broken_err(error) != 0) {
+    rebuild_link(run, link, read_log_name);
     return;
   }
   const ScopedLock lock(aaa_lib_lock);
   confirm_registration(run);
 }
 
-ReadOutcome read_exclusively(InboundMessage& message) {
-  const ScopedLock no_close(link_read_lock);
-  return read_message(load(g_aaa_client_cb.async_fd), Reader::event_loop, message);
+// A callback of an earlier registration still runs on another thread: the task is scheduled again.
+int come_back(const AgentRun& run, AgentEvent event) {
+  schedule(run, event);
+  return 0;
+}
+
+// Reads a message while nobody can close the socket. Returns false when somebody already has.
+bool read_exclusively(LinkNumber link, InboundMessage& message, ReadOutcome& outcome) {
+  const ScopedLock no_close(event_read_lock);
+  if (!link_lasts(link)) return false;
+  outcome = read_message(load(g_aaa_client_cb.async_fd), Reader::event_loop, message);
+  return true;
 }
 
 // Returns the error to recover from, 0 when the message was handled.
@@ -112,7 +126,7 @@ std::int32_t handle(const ReadOutcome& outcome, const InboundMessage& message) {
     case ReadStep::done:
       break;
   }
-  aaa_lib_async_msg_proc(&message.header, message.body);
+  dispatch({&message.header, message.body, message.link});
   return 0;
 }
 
@@ -122,13 +136,15 @@ void beat(const AgentRun& run) {
     schedule(run, agent_heartbeat);
     return;
   }
+  const LinkNumber link = link_number();
   const std::uint32_t now = monotonic_seconds();
+  if (!run.goes_on()) return;
   if (aaad_is_silent(now)) {
     rearm_heartbeat();
-    rebuild_link(run, "aaa_lib_agent_heartbeat");
+    rebuild_link(run, link, "aaa_lib_agent_heartbeat");
     return;
   }
-  send_heartbeat(now);
+  send_heartbeat(link, now);
   schedule(run, agent_heartbeat);
 }
 
@@ -137,6 +153,8 @@ void beat(const AgentRun& run) {
 int aaa_lib_agent_connect(zv_thread*) {
   const AgentRun run;
   g_agent_connect_ev = nullptr;
+  const TaskTurn turn;
+  if (!turn) return come_back(run, agent_connect);
   switch (attempt(run)) {
     case Attempt::registered:
       start_watching(run);
@@ -153,13 +171,15 @@ int aaa_lib_agent_connect(zv_thread*) {
 int aaa_lib_agent_reconnect(zv_thread*) {
   const AgentRun run;
   g_agent_reconnect_tmr = nullptr;
-  if (reg_state() != AAA_REG_LOST) aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
+  const TaskTurn turn;
+  if (!turn) return come_back(run, agent_reconnect);
+  if (reg_state() != AAA_REG_LOST) tell_client(run, AAA_EVENT_CONNECTION_LOST);
   switch (attempt(run)) {
     case Attempt::registered:
       start_watching(run);
       return 0;
     case Attempt::failed:
-      if (!remains_lost()) return 0;
+      if (!remains_lost(run)) return 0;
       schedule(run, agent_reconnect);
       return -1;
     case Attempt::ended:
@@ -171,14 +191,19 @@ int aaa_lib_agent_reconnect(zv_thread*) {
 int aaa_lib_agent_read(zv_thread*) {
   const AgentRun run;
   g_agent_read_ev = nullptr;
+  const LinkNumber link = link_number();
+  if (!run.goes_on()) return 0;
+  const TaskTurn turn;
+  if (!turn) return come_back(run, agent_read);
   InboundMessage message;
-  const ReadOutcome outcome = read_exclusively(message);
+  ReadOutcome outcome = {};
+  if (!read_exclusively(link, message, outcome)) return 0;
   const std::int32_t error = handle(outcome, message);
   message.release();
   if (error == 0) {
     schedule(run, agent_read);
   } else {
-    recover(run, error);
+    recover(run, link, error);
   }
   return 0;
 }
@@ -186,7 +211,7 @@ int aaa_lib_agent_read(zv_thread*) {
 int aaa_lib_agent_heartbeat(zv_thread*) {
   const AgentRun run;
   g_agent_hbt_tmr = nullptr;
-  beat(run);
+  if (run.goes_on()) beat(run);
   return 0;
 }
 

@@ -5,14 +5,9 @@
 #include "session/client_state.h"
 
 namespace aaa {
-
-std::uint32_t agent_registration = 0;
-
 namespace {
 
 constexpr unsigned refused_pause_seconds = 2;
-
-std::uint32_t latest_registration = 0;
 
 // Without a socket there is nothing to watch: the client has closed it or has deregistered.
 bool is_wanted(const AgentRun& run, AgentEvent event) {
@@ -20,13 +15,6 @@ bool is_wanted(const AgentRun& run, AgentEvent event) {
 }
 
 }  // namespace
-
-void begin_agent_registration() {
-  store(agent_registration, ++latest_registration);
-}
-void end_agent_registration() {
-  store(agent_registration, 0U);
-}
 
 void schedule(const AgentRun& run, AgentEvent event, void* argument) {
   while (is_wanted(run, event) &&

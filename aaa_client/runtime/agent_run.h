@@ -1,26 +1,15 @@
-// The registration in agent mode that the tasks of the client's event loop belong to.
+// What a task of agent mode belongs to, and scheduling the next one.
 #pragma once
 
 #include <cstdint>
 
 #include "runtime/agent_tasks.h"
-#include "transport/atomic_word.h"
+#include "session/agent_registration.h"
 
 namespace aaa {
 
-// The number of the registration in force; 0 while there is none. Written under aaa_lib_lock.
-extern std::uint32_t agent_registration;
-
-inline bool agent_mode_is_on() {
-  return load(agent_registration) != 0;
-}
-
-// REQUIRES: aaa_lib_lock held.
-void begin_agent_registration();
-void end_agent_registration();
-
-// The registration that a task began in. A callback of the client may end it under the task's feet,
-// or begin another one: the task then leaves everything alone.
+// The registration that a task began in. A callback of the client or another thread may end it at
+// any moment, or begin another one: the task then leaves everything alone.
 class AgentRun {
  public:
   bool goes_on() const { return number_ != 0 && load(agent_registration) == number_; }

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "aaa_client.h"
+#include "runtime/inbound.h"
 
 namespace aaa {
 
@@ -14,14 +14,14 @@ struct GroupMessage {
   std::int32_t record_length = 0;
 
   // Returns false when the body is missing or shorter than its own name.
-  bool split(const aaa_ipc_header* header, const void* body) {
-    if (body == nullptr || header->length < 2) return false;
-    const auto* const bytes = static_cast<const std::uint8_t*>(body);
+  bool split(const Inbound& message) {
+    if (!message.reaches(2)) return false;
+    const auto* const bytes = static_cast<const std::uint8_t*>(message.body);
     const std::uint32_t name_length = bytes[0];
-    if (header->length < name_length + 1) return false;
+    if (!message.reaches(name_length + 1)) return false;
     std::memcpy(group_name, bytes + 1, name_length);
     record = bytes + 1 + name_length;
-    record_length = static_cast<std::int32_t>(header->length - 1 - name_length);
+    record_length = static_cast<std::int32_t>(message.header->length - 1 - name_length);
     return true;
   }
 };

@@ -2,7 +2,7 @@
 
 #include "session/client_state.h"
 #include "transport/clock.h"
-#include "transport/framing.h"
+#include "transport/link_frames.h"
 
 std::uint32_t aaalib_hbt_last_send = 0;
 std::uint32_t aaalib_hbt_last_recv = 0;
@@ -33,8 +33,8 @@ void rearm_heartbeat() {
   store(aaalib_hbt_last_recv, monotonic_seconds());
 }
 
-void send_heartbeat(std::uint32_t now) {
-  aaalib_send_ipc_msg_print(g_aaa_client_cb.sync_fd, AAA_MSG_HEARTBEAT, nullptr, 0);
+void send_heartbeat(LinkNumber link, std::uint32_t now) {
+  send_message_on_link(LinkSocket::request, link, AAA_MSG_HEARTBEAT, nullptr, 0);
   store(aaalib_hbt_last_send, now);
 }
 

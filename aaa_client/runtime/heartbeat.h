@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "session/link_number.h"
+
 namespace aaa {
 
 // Heartbeats are kept only with an id in the range that aaad watches.
@@ -16,7 +18,7 @@ bool heartbeat_is_due(std::uint32_t now);
 // Starts the silence anew from now, with no heartbeat sent yet.
 void rearm_heartbeat();
 
-// Sends a heartbeat and notes `now`; whether it could be written does not matter.
-void send_heartbeat(std::uint32_t now);
+// Sends a heartbeat on the given link and notes `now`; whether it could be written does not matter.
+void send_heartbeat(LinkNumber link, std::uint32_t now);
 
 }  // namespace aaa

@@ -15,20 +15,24 @@ void* allocate_body(std::uint32_t length) {
   return body;
 }
 
-std::int32_t receive(std::int32_t fd, Reader reader, void* to, std::uint32_t length) {
-  if (reader == Reader::receive_thread) return event_read_ahead.receive(fd, to, length);
-  return aaa_msg_recv(fd, to, static_cast<std::int32_t>(length));
+std::int32_t receive(std::int32_t fd, Reader reader, void* to, std::size_t length,
+                     std::size_t& received) {
+  if (reader == Reader::receive_thread) return event_read_ahead.receive(fd, to, length, received);
+  return receive_exactly(fd, to, length, received);
 }
 
 }  // namespace
 
 void InboundMessage::release() {
-  wipe_and_free(body, header.length);
+  wipe_and_free(body, filled);
   body = nullptr;
+  filled = 0;
 }
 
 ReadOutcome read_message(std::int32_t fd, Reader reader, InboundMessage& message) {
-  std::int32_t error = receive(fd, reader, &message.header, header_size);
+  std::size_t received = 0;
+  message.link = link_number();
+  std::int32_t error = receive(fd, reader, &message.header, header_size, received);
   if (error != 0) return {ReadStep::header, error};
   if (reader == Reader::receive_thread && message.header.marker != header_marker) {
     return {ReadStep::marker, 0};
@@ -37,7 +41,7 @@ ReadOutcome read_message(std::int32_t fd, Reader reader, InboundMessage& message
   if (length == 0) return {ReadStep::done, 0};
   message.body = allocate_body(length);
   if (message.body == nullptr) return {ReadStep::memory, 0};
-  error = receive(fd, reader, message.body, length);
+  error = receive(fd, reader, message.body, length, message.filled);
   if (error == 0) return {ReadStep::done, 0};
   message.release();
   return {ReadStep::body, error};

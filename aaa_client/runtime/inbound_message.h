@@ -1,9 +1,11 @@
 // Reading one message from the event socket.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "aaa_client.h"
+#include "session/link_number.h"
 
 namespace aaa {
 
@@ -12,6 +14,8 @@ namespace aaa {
 struct InboundMessage {
   aaa_ipc_header header = {};
   void* body = nullptr;
+  std::size_t filled = 0;  // bytes of the body that have been read, and that are wiped
+  LinkNumber link = 0;     // the link that the message was read on
 
   void release();
 };
@@ -29,7 +33,7 @@ struct ReadOutcome {
 enum class Reader { receive_thread, event_loop };
 
 // Reads one message; on failure it holds no body. A cancellation point: the caller sees to it that
-// `message` is released when the thread is cancelled inside.
+// `message` is released when the thread is cancelled inside. REQUIRES: event_read_lock held.
 ReadOutcome read_message(std::int32_t fd, Reader reader, InboundMessage& message);
 
 }  // namespace aaa

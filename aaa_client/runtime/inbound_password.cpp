@@ -3,6 +3,7 @@
 
 #include "aaa_client.h"
 #include "codec/item_reader.h"
+#include "runtime/inbound.h"
 #include "runtime/password_update_handler.h"
 #include "transport/atomic_word.h"
 #include "transport/debug_log.h"
@@ -40,7 +41,7 @@ struct Text {
   ~Text() { wipe_and_free(text, length); }
 };
 
-void update(std::uint32_t code, const Body& body) {
+void update(const Inbound& message, std::uint32_t code, const Body& body) {
   std::int64_t offset = first_string_offset;
   Text s1;
   Text s2;
@@ -48,17 +49,18 @@ void update(std::uint32_t code, const Body& body) {
   if (!s1.copy(body, &offset) || !s2.copy(body, &offset) || !s3.copy(body, &offset)) return;
   AAA_DEBUG_LOG_AS("aaalib_ipc_msg_proc_backend_update_user_pwd", "%u %s %s %s\r\n", code, s1.text,
                    s2.text, s3.text);
-  const aaa_user_pwd_update_fn handler = load(g_aaa_user_pwd_update_req_handle);
+  const auto handler = message.callback(g_aaa_user_pwd_update_req_handle);
   if (handler != nullptr) handler(code, s1.text, s2.text, s3.text);
 }
 
 }  // namespace
-}  // namespace aaa
 
-void aaalib_ipc_msg_proc_backend_update_user_pwd(const aaa_ipc_header* header, const void* body) {
-  if (body == nullptr) return;
-  const aaa::Body bytes(body, static_cast<std::int32_t>(header->length));
+void handle_backend_update_user_pwd(const Inbound& message) {
+  if (message.body == nullptr) return;
+  const Body bytes(message.body, static_cast<std::int32_t>(message.header->length));
   std::uint32_t code = 0;
-  bytes.copy(&code, body, sizeof code);
-  aaa::update(code, bytes);
+  bytes.copy(&code, message.body, sizeof code);
+  update(message, code, bytes);
 }
+
+}  // namespace aaa

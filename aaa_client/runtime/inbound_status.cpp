@@ -2,25 +2,31 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "runtime/body_words.h"
 #include "runtime/client_events.h"
+#include "runtime/inbound.h"
 #include "session/client_state.h"
 #include "transport/clock.h"
 #include "transport/debug_log.h"
 
+namespace aaa {
 namespace {
 
+constexpr std::uint32_t debug_info_size = 8;
 constexpr std::uint32_t max_debug_limit = 65534;
 constexpr std::uint32_t default_debug_limit = 1000;
+
+void tell(const Inbound& message, aaa_client_event event) {
+  raise_event(event, [&] { return link_lasts(message.link); });
+}
 
 // A status word whose change the client is told of.
 class Watched {
  public:
   Watched(std::uint32_t aaa_status::*word, aaa_client_event event)
-      : word_(word), event_(event), before_(aaa::load(g_aaa_status.*word)) {}
+      : word_(word), event_(event), before_(load(g_aaa_status.*word)) {}
 
-  void raise_if_changed() const {
-    if (aaa::load(g_aaa_status.*word_) != before_) aaa::aaa_lib_notify_aaa_event(event_);
+  void raise_if_changed(const Inbound& message) const {
+    if (load(g_aaa_status.*word_) != before_) tell(message, event_);
   }
 
  private:
@@ -31,35 +37,39 @@ class Watched {
 
 }  // namespace
 
-void aaalib_ipc_msg_proc_aaa_info_notify(const aaa_ipc_header* header, const void* body) {
+void handle_aaa_info_notify(const Inbound& message) {
   aaa_status now;
-  if (body == nullptr || header->length < sizeof now) return;
+  if (!message.reaches(sizeof now)) return;
   const Watched watched[] = {
       {&aaa_status::acct_status, AAA_EVENT_ACCT_STATUS_CHANGED},
       {&aaa_status::acct_period, AAA_EVENT_ACCT_PERIOD_CHANGED},
       {&aaa_status::acct_start_fail_policy, AAA_EVENT_ACCT_START_FAIL_POLICY_CHANGED},
       {&aaa_status::login_service_check_mode, AAA_EVENT_LOGIN_SERVICE_CHECK_MODE_CHANGED},
   };
-  std::memcpy(&now, body, sizeof now);
-  aaa::store_status(now);
+  std::memcpy(&now, message.body, sizeof now);
+  while_link_lasts(message.link, [&] { store_status(now); });
   for (const Watched& word : watched)
-    word.raise_if_changed();
+    word.raise_if_changed(message);
 }
 
-void aaalib_ipc_msg_proc_aaa_debug_info(const aaa_ipc_header* header, const void* body) {
-  if (body == nullptr || header->length < 8) return;
-  const std::uint32_t enable = aaa::word_at(body, 0);
-  const std::uint32_t limit = aaa::word_at(body, 4);
+void handle_aaa_debug_info(const Inbound& message) {
+  if (!message.reaches(debug_info_size)) return;
+  const std::uint32_t enable = message.word_at(0);
+  const std::uint32_t limit = message.word_at(4);
   if (enable > 1) return;
-  aaa::store(g_aaa_status.debug, enable);
-  aaa::store(g_aaa_status.debug_msg_limit, limit > max_debug_limit ? default_debug_limit : limit);
-  aaa::store(aaa::g_aaalib_debug_count_curr, std::uint16_t{0});
+  while_link_lasts(message.link, [=] {
+    store(g_aaa_status.debug, enable);
+    store(g_aaa_status.debug_msg_limit, limit > max_debug_limit ? default_debug_limit : limit);
+    store(g_aaalib_debug_count_curr, std::uint16_t{0});
+  });
 }
 
-void aaalib_ipc_msg_proc_mlist_change(const aaa_ipc_header*, const void*) {
-  aaa::aaa_lib_notify_aaa_event(AAA_EVENT_METHOD_LISTS_CHANGED);
+void handle_mlist_change(const Inbound& message) {
+  tell(message, AAA_EVENT_METHOD_LISTS_CHANGED);
 }
 
-void aaalib_ipc_msg_proc_heartbeat(const aaa_ipc_header*, const void*) {
-  aaa::store(aaalib_hbt_last_recv, aaa::monotonic_seconds());
+void handle_heartbeat(const Inbound& message) {
+  while_link_lasts(message.link, [] { store(aaalib_hbt_last_recv, monotonic_seconds()); });
 }
+
+}  // namespace aaa

@@ -1,17 +1,16 @@
 #include "runtime/receive_thread.h"
 
 #include <sched.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "aaa_client.h"
 #include "runtime/client_events.h"
-#include "runtime/detached_thread.h"
 #include "runtime/heartbeat.h"
+#include "runtime/inbound.h"
 #include "runtime/inbound_message.h"
+#include "runtime/library_threads.h"
 #include "runtime/waiting_session.h"
 #include "runtime/watchdog.h"
 #include "session/client_state.h"
@@ -19,11 +18,8 @@
 #include "transport/cancellation.h"
 #include "transport/clock.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
-#include "transport/link_loss.h"
 #include "transport/read_ahead.h"
 #include "transport/readiness.h"
-#include "transport/thread_name.h"
 
 namespace aaa {
 
@@ -35,6 +31,12 @@ namespace {
 constexpr char log_name[] = "aaa_lib_thread";
 constexpr int wait_ms = 5000;
 
+// The event socket as a pass of the main loop finds it.
+struct Watched {
+  std::int32_t fd;
+  LinkNumber link;
+};
+
 // What a pass of the main loop came to: the next one follows, or something failed with an errno
 // value, which is 0 when the connection is not to blame.
 struct PassResult {
@@ -45,18 +47,6 @@ struct PassResult {
 constexpr PassResult next_pass = {false, 0};
 constexpr PassResult failure(std::int32_t error) {
   return {true, error};
-}
-
-void name_thread() {
-  char name[16] = {};
-  std::snprintf(name, sizeof name - 1, "%d_aaalib_th", getpid());
-  set_thread_name(name);
-}
-
-void register_with_watchdog() {
-  if (aaa_reg_ham_client_notify() < 0) {
-    AAA_DEBUG_LOG_AS(log_name, "ham_client_reg_thread_notify: %s\r\n", std::strerror(errno));
-  }
 }
 
 void bind_to_core() {
@@ -94,7 +84,7 @@ int wait_for_message(std::int32_t fd) {
 }
 
 // Returns false when aaad has been silent for too long.
-bool keep_heartbeat() {
+bool keep_heartbeat(LinkNumber link) {
   if (!heartbeat_is_kept()) {
     rearm_heartbeat();
     return true;
@@ -105,19 +95,19 @@ bool keep_heartbeat() {
     AAA_DEBUG_LOG_AS(log_name, "aaalib heartbeat check fail!\r\n");
     return false;
   }
-  if (heartbeat_is_due(now)) send_heartbeat(now);
+  if (heartbeat_is_due(now)) send_heartbeat(link, now);
   return true;
 }
 
 // What a cancelled thread leaves behind in the middle of a message.
 void abandon_reading(void* message) {
   static_cast<InboundMessage*>(message)->release();
-  pthread_mutex_unlock(&link_read_lock);
+  pthread_mutex_unlock(&event_read_lock);
 }
 
 // Reads a message while nobody can close the socket. Returns false when somebody already has.
 bool read_exclusively(std::int32_t fd, InboundMessage& message, ReadOutcome& outcome) {
-  pthread_mutex_lock(&link_read_lock);
+  pthread_mutex_lock(&event_read_lock);
   const bool is_ours = load(g_aaa_client_cb.async_fd) == fd && is_receive_thread();
   pthread_cleanup_push(abandon_reading, &message);
   if (is_ours) {
@@ -125,14 +115,14 @@ bool read_exclusively(std::int32_t fd, InboundMessage& message, ReadOutcome& out
     outcome = read_message(fd, Reader::receive_thread, message);
   }
   pthread_cleanup_pop(0);
-  pthread_mutex_unlock(&link_read_lock);
+  pthread_mutex_unlock(&event_read_lock);
   return is_ours;
 }
 
 PassResult after_reading(const ReadOutcome& outcome, const InboundMessage& message) {
   switch (outcome.step) {
     case ReadStep::done:
-      aaa_lib_async_msg_proc(&message.header, message.body);
+      dispatch({&message.header, message.body, message.link});
       return next_pass;
     case ReadStep::header:
       AAA_DEBUG_LOG_AS(log_name, "receive error with error %s.\r\n", std::strerror(outcome.error));
@@ -159,13 +149,14 @@ PassResult take_message(std::int32_t fd) {
   return result;
 }
 
-PassResult take_pass(std::int32_t fd, WatchdogStamp& stamp) {
+PassResult take_pass(const Watched& watched, WatchdogStamp& stamp) {
   feed_watchdog(stamp);
-  const int ready = wait_for_message(fd);
+  const int ready = wait_for_message(watched.fd);
   const int wait_error = errno;
   if (!is_receive_thread()) return next_pass;
-  if (!keep_heartbeat()) return failure(ETIMEDOUT);
-  if (ready > 0) return take_message(fd);
+  if (!keep_heartbeat(watched.link)) return failure(ETIMEDOUT);
+  // A thread that has to wait for its turn goes on with its passes.
+  if (ready > 0) return wait_for_turn(wait_ms) ? take_message(watched.fd) : next_pass;
   if (ready == 0 || wait_error == EINTR) return next_pass;
   AAA_DEBUG_LOG_AS(log_name, "select error! errno:%d.\r\n", wait_error);
   return failure(wait_error);
@@ -173,11 +164,7 @@ PassResult take_pass(std::int32_t fd, WatchdogStamp& stamp) {
 
 bool is_still_registered() {
   const ScopedLock lock(aaa_lib_lock);
-  if (!is_receive_thread()) {
-    // A sign that was given too late would stand on the next connection.
-    forget_link_loss();
-    return false;
-  }
+  if (!is_receive_thread()) return false;
   if (!is_deregistered()) return true;
   set_reg_state(AAA_REG_NOT_REGISTERED);
   return false;
@@ -192,20 +179,16 @@ bool drop_link() {
 }
 
 // Returns false when the thread must end: the client has deregistered.
-bool recover(std::int32_t fd, std::int32_t error, std::uint32_t& stamp) {
-  const bool is_broken = aaa_lib_is_conn_broken_err(error);
-  // First, so that an exchange which holds the lock on a dead socket lets go of it.
-  if (is_broken && is_receive_thread()) announce_link_loss();
+bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
+  const bool is_broken = aaa_lib_is_conn_broken_err(error) != 0;
+  if (is_broken) announce_link_loss(watched.link);
   if (!is_still_registered()) return false;
-  if (load(g_aaa_client_cb.async_fd) != fd) {
-    // The client has closed the socket itself, which is no loss. The next pass ends the thread.
-    forget_link_loss();
-    return true;
-  }
-  aaa_notify_timeout();
+  // A client that has closed the socket itself has not lost it. The next pass ends the thread.
+  if (load(g_aaa_client_cb.async_fd) != watched.fd) return true;
+  aaa_notify_timeout(watched.link);
   if (!is_broken) return true;
   if (!drop_link()) return false;
-  aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
+  tell_client(AAA_EVENT_CONNECTION_LOST);
   aaa_svr_rereg(&stamp);
   return true;
 }
@@ -213,13 +196,15 @@ bool recover(std::int32_t fd, std::int32_t error, std::uint32_t& stamp) {
 void run_main_loop() {
   WatchdogStamp stamp = {.fed_at = uptime_seconds(), .asked_at = 0};
   while (is_receive_thread()) {
-    const std::int32_t fd = load(g_aaa_client_cb.async_fd);
-    if (fd < 0) {
+    // The number first: a socket that is replaced in between is then one of a later link.
+    const LinkNumber link = link_number();
+    const Watched watched = {.fd = load(g_aaa_client_cb.async_fd), .link = link};
+    if (watched.fd < 0) {
       AAA_DEBUG_LOG_AS(log_name, "aaa client async socket not created.\r\n");
       return;
     }
-    const PassResult result = take_pass(fd, stamp);
-    if (result.failed && !recover(fd, result.error, stamp.fed_at)) return;
+    const PassResult result = take_pass(watched, stamp);
+    if (result.failed && !recover(watched, result.error, stamp.fed_at)) return;
   }
 }
 
@@ -232,18 +217,23 @@ void forget_thread() {
   if (is_receive_thread()) store(g_receive_msg_tid, pthread_t{0});
 }
 
-void run_thread() {
+void keep_registered() {
   wait_for_registration();
   aaa_svr_rereg(nullptr);
   if (reg_state() != AAA_REG_REGISTERED) {
     AAA_DEBUG_LOG_AS(log_name, "aaa client not registered to aaad. exit thread.\r\n");
     return;
   }
-  name_thread();
-  register_with_watchdog();
+  name_thread_after_process("_aaalib_th");
+  join_watchdog(log_name);
   bind_to_core();
   run_main_loop();
-  aaa_dereg_ham_client_notify();
+  leave_watchdog();
+}
+
+void live_as_receive_thread() {
+  keep_registered();
+  forget_thread();
 }
 
 }  // namespace
@@ -256,8 +246,14 @@ bool is_receive_thread() {
   return pthread_equal(load(g_receive_msg_tid), pthread_self()) != 0;
 }
 
+void tell_client(aaa_client_event event) {
+  while (!wait_for_turn(wait_ms)) {
+  }
+  raise_event(event, is_receive_thread);
+}
+
 std::int32_t aaalib_init_main_thread() {
-  switch (start_detached(g_receive_msg_tid, aaa_lib_thread)) {
+  switch (start_library_thread(ThreadRole::receive, g_receive_msg_tid, aaa_lib_thread)) {
     case ThreadStart::started:
       return 0;
     case ThreadStart::no_attributes:
@@ -279,9 +275,7 @@ bool aaalib_cancel_receive_thread() {
 }
 
 void* aaa_lib_thread(void*) {
-  forbid_cancellation();
-  run_thread();
-  forget_thread();
+  run_library_thread(ThreadRole::receive, live_as_receive_thread);
   return nullptr;
 }
 

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "aaa_client.h"
+
 namespace aaa {
 
 // The receive thread; 0 while there is none. Written under aaa_lib_lock.
@@ -25,6 +27,9 @@ bool is_receive_thread();
 // Cancels the receive thread, if there is one, and returns whether there was. It may go on until
 // its next wait, but reads no message and touches no state any more. REQUIRES: aaa_lib_lock held.
 bool aaalib_cancel_receive_thread();
+
+// Raises an event on the receive thread, in its turn; not if it has been told to end meanwhile.
+void tell_client(aaa_client_event event);
 
 // The start routine of the receive thread. Returns null.
 void* aaa_lib_thread(void* unused);

@@ -2,14 +2,12 @@
 #include <unistd.h>
 
 #include "aaa_client.h"
-#include "runtime/client_events.h"
 #include "runtime/receive_thread.h"
 #include "session/client_state.h"
 #include "session/link.h"
 #include "session/locks.h"
 #include "transport/cancellation.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
 
 namespace aaa {
 namespace {
@@ -61,7 +59,7 @@ void aaa_svr_rereg(std::uint32_t* stamp) {
   }
   AAA_DEBUG_LOG("aaa client start to try re-reg.\r\n");
   if (!retry_until_registered(stamp)) return;
-  aaa_lib_notify_aaa_event(AAA_EVENT_REREGISTERED);
+  tell_client(AAA_EVENT_REREGISTERED);
   AAA_DEBUG_LOG("register aaa success.\r\n");
 }
 

@@ -1,13 +1,12 @@
 #include "runtime/send_buffer.h"
 
-#include <sys/socket.h>
-
 #include <cstring>
 
 #include "session/client_state.h"
 #include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/framing.h"
+#include "transport/link_frames.h"
 
 aaa_send_buf aaalib_send_buf = {};
 std::uint32_t g_send_buf_msg_cnt = 0;
@@ -35,10 +34,14 @@ void append(const void* message, std::uint32_t length) {
   ++g_send_buf_msg_cnt;
 }
 
+std::int32_t send(const void* message, std::uint32_t length) {
+  return aaa::send_on_link(aaa::LinkSocket::request, aaa::link_number(), message, length);
+}
+
 // Past the buffer, behind what it holds.
 void send_directly(const void* message, std::uint32_t length) {
   flush_and_reset();
-  const std::int32_t error = aaa::send_frame(g_aaa_client_cb.sync_fd, message, length);
+  const std::int32_t error = send(message, length);
   if (error != 0) {
     AAA_DEBUG_LOG_AS("aaa_lib_add_send_buf", "send fail error %s.\r\n", std::strerror(error));
   }
@@ -64,12 +67,12 @@ void aaa_lib_send_buf_reset() {
 void aaa_lib_send_buf() {
   const aaa::ScopedLock lock(aaa_lib_send_buf_lock);
   if (g_send_buf_msg_cnt == 0) return;
-  if (aaa::load(g_aaa_client_cb.sync_fd) < 1) {
+  if (aaa::load(g_aaa_client_cb.sync_fd) < 1 || aaa::waits_for_register_request()) {
     AAA_DEBUG_LOG("send sd not available.\r\n");
     return;
   }
-  const std::int32_t error = aaa::send_frame(g_aaa_client_cb.sync_fd, &aaalib_send_buf,
-                                             aaa::header_size + aaalib_send_buf.header.length);
+  const std::int32_t error =
+      send(&aaalib_send_buf, aaa::header_size + aaalib_send_buf.header.length);
   if (error != 0) AAA_DEBUG_LOG("send fail error %s.\r\n", std::strerror(error));
 }
 

@@ -14,9 +14,11 @@ void add_time(std::uint32_t& total, std::uint32_t& maximum, std::uint32_t elapse
 }
 
 }  // namespace
+}  // namespace aaa
 
 void aaalib_stat_time_elapse(std::uint32_t slot, std::uint32_t start_sec,
                              std::uint32_t start_usec) {
+  using namespace aaa;
   timeval now = {};
   gettimeofday(&now, nullptr);
   const std::uint32_t elapsed = static_cast<std::uint32_t>(now.tv_usec) +
@@ -36,5 +38,3 @@ void aaalib_stat_time_elapse(std::uint32_t slot, std::uint32_t start_sec,
       return;
   }
 }
-
-}  // namespace aaa

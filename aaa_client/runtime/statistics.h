@@ -16,11 +16,6 @@ enum TimingSlot : std::uint32_t {
   timing_mlist = 3
 };
 
-// Adds the time since a wall-clock instant to a slot's total and raises its maximum. Microseconds
-// in unsigned 32-bit arithmetic; other slots are ignored. Threads that race may leave a maximum
-// that is none of theirs.
-void aaalib_stat_time_elapse(std::uint32_t slot, std::uint32_t start_sec, std::uint32_t start_usec);
-
 // Times a scope into a slot.
 class ScopedTiming {
  public:

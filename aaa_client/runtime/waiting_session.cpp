@@ -25,9 +25,10 @@ void set_waiting_session(std::uint32_t session_id) {
   store(g_temp_sid, session_id);
 }
 
-void aaa_notify_timeout() {
+void aaa_notify_timeout(LinkNumber link) {
   const std::uint32_t session_id = waiting_session();
-  if (session_id == 0) return;
+  // Read before the link was seen to last: nobody waits in a later registration yet.
+  if (session_id == 0 || !link_lasts(link)) return;
   result_info result = {};
   result.sub.session_id = session_id;
   result.sub.num_a = link_lost_code;

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "session/link_number.h"
+
 namespace aaa {
 
 // 0 when nobody waits. Guarded by waiting_session_lock.
@@ -10,7 +12,8 @@ extern std::uint32_t g_temp_sid;
 
 void set_waiting_session(std::uint32_t session_id);
 
-// Wakes the waiting thread, if there is one, with a result of code 2 for its session.
-void aaa_notify_timeout();
+// Wakes the thread that waits when the given link is lost, if there is one, with a result of code 2
+// for its session.
+void aaa_notify_timeout(LinkNumber link);
 
 }  // namespace aaa

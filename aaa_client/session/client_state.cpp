@@ -50,22 +50,22 @@ void set_reg_state(aaa_reg_state state) {
 }
 
 void store_callbacks(const reg_info& info) {
-  store(g_aaa_client_cb.notify_result_cb, info.notify_result_cb);
-  store(g_aaa_client_cb.notify_del_msg_cb, info.notify_del_msg_cb);
-  store(g_aaa_client_cb.notify_coa_req_cb, info.notify_coa_req_cb);
-  store(g_aaa_client_cb.reserved_cb, info.reserved_cb);
-  store(g_aaa_client_cb.aaa_event_cb, info.aaa_event_cb);
-  store(g_aaa_client_cb.ldap_search_result_cb, info.ldap_search_result_cb);
-  store(g_aaa_client_cb.authen_group_req_cb, info.authen_group_req_cb);
-  store(g_aaa_client_cb.author_group_req_cb, info.author_group_req_cb);
-  store(g_aaa_client_cb.acct_group_req_cb, info.acct_group_req_cb);
-  store(g_aaa_client_cb.del_msg_req_cb, info.del_msg_req_cb);
-  store(g_aaa_client_cb.gs_valid_req_cb, info.gs_valid_req_cb);
-  store(g_aaa_client_cb.get_online_info_cb, info.get_online_info_cb);
-  store(g_aaa_client_cb.enable_authen_cb, info.enable_authen_cb);
-  store(g_aaa_client_cb.add_radext_result_cb, info.add_radext_result_cb);
-  store(g_aaa_client_cb.localeap_authen_cb, info.localeap_authen_cb);
-  store(g_aaa_client_cb.ldap_search_entry_req_cb, info.ldap_search_entry_req_cb);
+  release(g_aaa_client_cb.notify_result_cb, info.notify_result_cb);
+  release(g_aaa_client_cb.notify_del_msg_cb, info.notify_del_msg_cb);
+  release(g_aaa_client_cb.notify_coa_req_cb, info.notify_coa_req_cb);
+  release(g_aaa_client_cb.reserved_cb, info.reserved_cb);
+  release(g_aaa_client_cb.aaa_event_cb, info.aaa_event_cb);
+  release(g_aaa_client_cb.ldap_search_result_cb, info.ldap_search_result_cb);
+  release(g_aaa_client_cb.authen_group_req_cb, info.authen_group_req_cb);
+  release(g_aaa_client_cb.author_group_req_cb, info.author_group_req_cb);
+  release(g_aaa_client_cb.acct_group_req_cb, info.acct_group_req_cb);
+  release(g_aaa_client_cb.del_msg_req_cb, info.del_msg_req_cb);
+  release(g_aaa_client_cb.gs_valid_req_cb, info.gs_valid_req_cb);
+  release(g_aaa_client_cb.get_online_info_cb, info.get_online_info_cb);
+  release(g_aaa_client_cb.enable_authen_cb, info.enable_authen_cb);
+  release(g_aaa_client_cb.add_radext_result_cb, info.add_radext_result_cb);
+  release(g_aaa_client_cb.localeap_authen_cb, info.localeap_authen_cb);
+  release(g_aaa_client_cb.ldap_search_entry_req_cb, info.ldap_search_entry_req_cb);
 }
 
 void store_status(const aaa_status& status) {

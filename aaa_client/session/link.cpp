@@ -5,9 +5,8 @@
 #include "session/client_state.h"
 #include "session/locks.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
 #include "transport/framing.h"
-#include "transport/link_loss.h"
+#include "transport/link_frames.h"
 #include "transport/memory.h"
 
 namespace aaa {
@@ -29,7 +28,7 @@ struct Response {
   }
 };
 
-bool send_register_request(std::int32_t fd, bool is_request_socket) {
+bool ask_to_register(LinkSocket socket) {
   const ModelName model;
   const std::size_t name_size = std::strlen(model.text) + 1;
   const auto length = static_cast<std::uint32_t>(1 + name_size);
@@ -38,9 +37,9 @@ bool send_register_request(std::int32_t fd, bool is_request_socket) {
     AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
     return false;
   }
-  body[0] = is_request_socket ? '1' : '2';
+  body[0] = socket == LinkSocket::request ? '1' : '2';
   std::memcpy(body + 1, model.text, name_size);
-  const std::int32_t error = aaalib_send_ipc_msg_print(fd, AAA_MSG_REGISTER_REQ, body, length);
+  const std::int32_t error = send_register_request(socket, body, length);
   if (error != 0) {
     AAA_DEBUG_LOG_AS(log_name, "send packet error with error %s.\r\n", std::strerror(error));
   }
@@ -91,11 +90,11 @@ std::int32_t accept_id(const Response& response) {
   return -1;
 }
 
-std::int32_t accept_response(const Response& response, bool is_request_socket) {
-  if (is_request_socket && response.header.type == AAA_MSG_REGISTER_RESP) {
+std::int32_t accept_response(const Response& response, LinkSocket socket) {
+  if (socket == LinkSocket::request && response.header.type == AAA_MSG_REGISTER_RESP) {
     return accept_id(response);
   }
-  if (!is_request_socket && response.header.type == AAA_MSG_AAA_INFO_READY) {
+  if (socket == LinkSocket::event && response.header.type == AAA_MSG_AAA_INFO_READY) {
     store_status(response.value<aaa_status>());
     return 0;
   }
@@ -103,11 +102,11 @@ std::int32_t accept_response(const Response& response, bool is_request_socket) {
   return -1;
 }
 
-std::int32_t aaa_lib_client_reg(std::int32_t fd, bool is_request_socket) {
-  if (!send_register_request(fd, is_request_socket)) return -1;
+std::int32_t aaa_lib_client_reg(LinkSocket socket) {
+  if (!ask_to_register(socket)) return -1;
   Response response;
-  if (!receive_response(fd, response)) return -1;
-  const std::int32_t result = accept_response(response, is_request_socket);
+  if (!receive_response(load(field_of(socket)), response)) return -1;
+  const std::int32_t result = accept_response(response, socket);
   AAA_FREE(response.body);
   return result;
 }
@@ -120,15 +119,14 @@ std::int32_t aaalib_register_to_aaad() {
     AAA_DEBUG_LOG("socket equal %d, not register\r\n", sync_fd);
     return -1;
   }
-  if (aaa_lib_client_reg(sync_fd, true) != 0) return -1;
-  return aaa_lib_client_reg(async_fd, false);
+  if (aaa_lib_client_reg(LinkSocket::request) != 0) return -1;
+  return aaa_lib_client_reg(LinkSocket::event);
 }
 
 }  // namespace
 
 std::int32_t aaalib_connect_and_register_to_aaad() {
   set_reg_state(AAA_REG_CONNECTING);
-  forget_link_loss();
   if (aaa_lib_client_connect_all() != 0) {
     AAA_DEBUG_LOG("connect to aaad failed\r\n");
     return -1;

@@ -2,52 +2,79 @@
 
 #include <atomic>
 
-#include "transport/recursive_mutex.h"
-
-pthread_mutex_t aaa_lib_lock;
-pthread_mutex_t aaa_lib_send_buf_lock;
+// Valid from load on: a client may use the two exported ones before it registers.
+pthread_mutex_t aaa_lib_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+pthread_mutex_t aaa_lib_send_buf_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 namespace aaa {
 
-pthread_mutex_t waiting_session_lock;
-pthread_mutex_t link_write_lock = PTHREAD_MUTEX_INITIALIZER;
-pthread_mutex_t link_read_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t waiting_session_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+pthread_mutex_t request_write_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t event_write_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t event_read_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t link_number_lock = PTHREAD_MUTEX_INITIALIZER;
 
 std::uint8_t g_mutex_init = 0;
 
 namespace {
 
 pthread_mutex_t init_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t* const recursive_locks[] = {&aaa_lib_lock, &aaa_lib_send_buf_lock,
+                                            &waiting_session_lock};
 
-std::int32_t make_locks() {
-  pthread_mutex_t* const locks[] = {&aaa_lib_lock, &aaa_lib_send_buf_lock, &waiting_session_lock};
-  int made = 0;
-  for (pthread_mutex_t* lock : locks) {
-    if (aaa_lib_recursive_mutex_init(lock) != 0) break;
-    ++made;
-  }
-  if (made == 3) return 0;
-  while (made > 0)
-    pthread_mutex_destroy(locks[--made]);
-  return -1;
+// Whether a thread holds the mutex, the calling one included: no call of POSIX tells.
+bool is_held([[maybe_unused]] const pthread_mutex_t& mutex) {
+#ifdef __GLIBC__
+  return __atomic_load_n(&mutex.__data.__owner, __ATOMIC_RELAXED) != 0;
+#else
+  return true;
+#endif
 }
 
-bool locks_exist() {
+// A lock that is held stays as it is, which is as good as new. One that cannot be made anew, and
+// those after it, are valid as from load on.
+std::int32_t make_locks() {
+  for (pthread_mutex_t* lock : recursive_locks) {
+    if (is_held(*lock) || aaa_lib_recursive_mutex_init(lock) == 0) continue;
+    *lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+    return -1;
+  }
+  return 0;
+}
+
+bool locks_are_made() {
   return std::atomic_ref<std::uint8_t>(g_mutex_init).load(std::memory_order_acquire) != 0;
 }
 
 bool is_recursive(const pthread_mutex_t& mutex) {
-  return &mutex != &link_write_lock && &mutex != &link_read_lock;
+  for (const pthread_mutex_t* lock : recursive_locks)
+    if (lock == &mutex) return true;
+  return false;
 }
 
 }  // namespace
 
+// Making the locks anew before the library takes one for the first time is what keeps a thread of
+// the library from holding one of them meanwhile.
+ScopedLock::ScopedLock(pthread_mutex_t& mutex)
+    : no_cancellation_(PTHREAD_CANCEL_DISABLE), mutex_(mutex) {
+  if (!locks_are_made() && is_recursive(mutex)) aaa_lib_mutex_init();
+  pthread_mutex_lock(&mutex_);
+}
+
+ScopedLock::~ScopedLock() {
+  pthread_mutex_unlock(&mutex_);
+}
+
+}  // namespace aaa
+
 std::int32_t aaa_lib_mutex_init() {
-  if (locks_exist()) return 0;
+  using namespace aaa;
+  if (locks_are_made()) return 0;
   const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   pthread_mutex_lock(&init_lock);
   std::int32_t result = 0;
-  if (!locks_exist()) {
+  if (!locks_are_made()) {
     result = make_locks();
     if (result == 0) {
       std::atomic_ref<std::uint8_t>(g_mutex_init).store(1, std::memory_order_release);
@@ -56,17 +83,3 @@ std::int32_t aaa_lib_mutex_init() {
   pthread_mutex_unlock(&init_lock);
   return result;
 }
-
-ScopedLock::ScopedLock(pthread_mutex_t& mutex)
-    : no_cancellation_(PTHREAD_CANCEL_DISABLE), mutex_(&mutex) {
-  // A lock that could not be made is not taken: the call goes on unprotected, as it must when
-  // registration ignores the failure.
-  if (is_recursive(mutex) && aaa_lib_mutex_init() != 0) mutex_ = nullptr;
-  if (mutex_ != nullptr) pthread_mutex_lock(mutex_);
-}
-
-ScopedLock::~ScopedLock() {
-  if (mutex_ != nullptr) pthread_mutex_unlock(mutex_);
-}
-
-}  // namespace aaa

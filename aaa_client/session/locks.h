@@ -2,14 +2,16 @@
 //
 //   1. aaa_lib_lock           connection record, sockets, every exchange on the request socket
 //   2. aaa_lib_send_buf_lock  the send buffer
-//   3. link_write_lock        one frame's write to aaad, or the close of the link's sockets
-//   4. link_read_lock         one frame's read from the event socket, or the close of the sockets
+//   3. request_write_lock     one frame's write on the request socket, or the socket's close
+//   4. event_write_lock       one frame's write on the event socket, or the socket's close
+//   5. event_read_lock        one message's read from the event socket, or the socket's close
+//   6. link_number_lock       the end of a link, or a change that only its messages may make
 //
-// waiting_session_lock guards g_temp_sid alone and is never held together with another lock. The
-// two link locks keep a descriptor number alive while it is used: nobody closes a socket, so that
-// the host process could get its number, between the moment a thread reads the number and the end
-// of that thread's system call. Whoever closes shuts the socket down first, which ends a blocked
-// read or write at once.
+// waiting_session_lock guards g_temp_sid alone and is never held together with another lock. Locks
+// 3 to 5 keep a descriptor number alive while it is used: nobody closes a socket, so that the host
+// process could get its number, between the moment a thread reads the number and the end of that
+// thread's system call. Whoever closes shuts the socket down first, which ends a blocked read or
+// write at once.
 #pragma once
 
 #include <pthread.h>
@@ -19,24 +21,19 @@
 #include "aaa_client.h"
 #include "transport/cancellation.h"
 
-// Recursive; made by aaa_lib_mutex_init().
-extern "C" pthread_mutex_t aaa_lib_lock;
-extern "C" AAA_API pthread_mutex_t aaa_lib_send_buf_lock;
-
 namespace aaa {
 
 extern pthread_mutex_t waiting_session_lock;
-extern pthread_mutex_t link_write_lock;
-extern pthread_mutex_t link_read_lock;
+extern pthread_mutex_t request_write_lock;
+extern pthread_mutex_t event_write_lock;
+extern pthread_mutex_t event_read_lock;
+extern pthread_mutex_t link_number_lock;
 
-// 1 once the three recursive locks exist.
+// 1 once aaa_lib_mutex_init() has made the three recursive locks anew.
 extern std::uint8_t g_mutex_init;
 
-// Makes the three recursive locks, once. Returns 0, or -1 and leaves none of them.
-std::int32_t aaa_lib_mutex_init();
-
 // Holds one of the locks. The thread cannot be cancelled meanwhile, so that no lock is ever left
-// behind. The locks are made at the first use if registration has not done so.
+// behind.
 class ScopedLock {
  public:
   explicit ScopedLock(pthread_mutex_t& mutex);
@@ -46,7 +43,7 @@ class ScopedLock {
 
  private:
   CancellationScope no_cancellation_;
-  pthread_mutex_t* mutex_;
+  pthread_mutex_t& mutex_;
 };
 
 }  // namespace aaa

@@ -1,33 +1,57 @@
 // aaa_svr_reg: the first call of a client.
 #include <unistd.h>
 
+#include <cstdlib>
+#include <cstring>
+
 #include "aaa_client.h"
-#include "runtime/client_events.h"
 #include "runtime/heartbeat.h"
 #include "runtime/receive_thread.h"
 #include "runtime/send_buffer.h"
+#include "session/agent_registration.h"
 #include "session/client_state.h"
 #include "session/link.h"
 #include "session/locks.h"
 #include "session/registration.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
-#include "transport/paths.h"
 
 namespace aaa {
 
-bool is_registered_or_trying() {
+bool has_registration_state() {
   const bool both_open = load(g_aaa_client_cb.sync_fd) > 0 && load(g_aaa_client_cb.async_fd) > 0;
-  return both_open || reg_state() != AAA_REG_NOT_REGISTERED || receive_thread_exists();
+  return both_open || reg_state() != AAA_REG_NOT_REGISTERED;
 }
 
-bool prepare_endpoints(const char* log_name) {
-  if (aaa_lib_make_work_dir() != 0) {
+bool is_registered_or_trying() {
+  return has_registration_state() || receive_thread_exists() || agent_mode_is_on();
+}
+
+namespace {
+
+// What the limit is depends on the longest of the socket names that are built.
+void log_directory(const char* log_name) {
+  const char* const directory = std::getenv("TMPDIR");
+  if (directory == nullptr) {
+    AAA_DEBUG_LOG_AS(log_name, "TMPDIR is not set\r\n");
+    return;
+  }
+  AAA_DEBUG_LOG_AS(log_name,
+                   "TMPDIR is '%.80s', %zu bytes; it must begin with '/' or './', be writable "
+                   "and have at most 75 bytes\r\n",
+                   directory, std::strlen(directory));
+}
+
+}  // namespace
+
+bool prepare_endpoints(const char* log_name, std::int32_t (*make_work_dir)()) {
+  if (make_work_dir() != 0) {
     AAA_DEBUG_LOG_AS(log_name, "agent_init make directory failed\r\n");
+    log_directory(log_name);
     return false;
   }
   if (aaa_lib_msg_socket_init() != 0) {
     AAA_DEBUG_LOG_AS(log_name, "aaa_lib_msg_socket_init failed\r\n");
+    log_directory(log_name);
     return false;
   }
   return true;
@@ -43,7 +67,8 @@ void undo_registration() {
 namespace {
 
 constexpr char log_name[] = "aaa_svr_reg";
-constexpr useconds_t settle_us = 100000;
+// After the start of the threads, and before the client is told of it.
+constexpr useconds_t start_pause_us = 100000;
 
 // An aaad that cannot be reached is no failure: the receive thread goes on trying.
 void connect_first_time() {
@@ -84,7 +109,7 @@ Outcome register_locked(const reg_info& info) {
     store_callbacks(info);
     return Outcome::already_registered;
   }
-  if (!prepare_endpoints(log_name)) return Outcome::failed;
+  if (!prepare_endpoints(log_name, aaa_lib_make_work_dir)) return Outcome::failed;
   connect_first_time();
   store_callbacks(info);
   return start_threads(info) ? Outcome::registered : Outcome::failed;
@@ -99,7 +124,7 @@ std::int32_t aaa_svr_reg(const reg_info* info) {
     return -1;
   }
   if (info->model_name[0] == '\0') return -1;
-  aaa::aaa_lib_mutex_init();
+  aaa_lib_mutex_init();
   aaa_lib_send_buf_init();
   switch (aaa::register_locked(*info)) {
     case aaa::Outcome::failed:
@@ -109,7 +134,7 @@ std::int32_t aaa_svr_reg(const reg_info* info) {
     case aaa::Outcome::registered:
       break;
   }
-  usleep(aaa::settle_us);
-  aaa::aaa_lib_notify_aaa_event(AAA_EVENT_REGISTERED);
+  usleep(aaa::start_pause_us);
+  aaa_lib_notify_aaa_event(AAA_EVENT_REGISTERED);
   return 0;
 }

@@ -16,6 +16,16 @@ inline void store(Word& word, Word value) {
   std::atomic_ref<Word>(word).store(value, std::memory_order_relaxed);
 }
 
+// A word behind which another one is read: whoever reads it sees what was written before it.
+template <class Word>
+inline Word acquire(const Word& word) {
+  return std::atomic_ref<Word>(const_cast<Word&>(word)).load(std::memory_order_acquire);
+}
+template <class Word>
+inline void release(Word& word, Word value) {
+  std::atomic_ref<Word>(word).store(value, std::memory_order_release);
+}
+
 // Counters that must be exact: a full barrier on both sides.
 template <class Word>
 inline void add(Word& word, Word amount) {

@@ -13,4 +13,11 @@ inline std::uint32_t monotonic_seconds() {
   return static_cast<std::uint32_t>(now.tv_sec);
 }
 
+// Framed sends, receives and drains give up after 10 seconds: once more than 9 whole seconds of the
+// clock have passed.
+inline bool is_before_deadline(std::uint32_t start) {
+  constexpr std::uint32_t deadline_seconds = 9;
+  return monotonic_seconds() - start <= deadline_seconds;
+}
+
 }  // namespace aaa

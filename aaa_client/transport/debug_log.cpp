@@ -7,7 +7,14 @@ namespace aaa {
 
 std::uint16_t g_aaalib_debug_count_curr = 0;
 
+std::int32_t thread_id() {
+  return static_cast<std::int32_t>(syscall(SYS_gettid));
+}
+
+}  // namespace aaa
+
 std::int32_t aaalib_debug_num_check() {
+  using namespace aaa;
   const std::uint32_t limit = load(g_aaa_status.debug_msg_limit);
   if (limit != 0 && limit - 1 < load(g_aaalib_debug_count_curr)) {
     AAA_UNGATED_LOG("AAALIB debug msg num exceed limit, auto stop!\r\n");
@@ -18,12 +25,6 @@ std::int32_t aaalib_debug_num_check() {
   add(g_aaalib_debug_count_curr, std::uint16_t{1});
   return 1;
 }
-
-std::int32_t thread_id() {
-  return static_cast<std::int32_t>(syscall(SYS_gettid));
-}
-
-}  // namespace aaa
 
 void aaa_set_debug_switch(std::uint32_t on) {
   if (on <= 1) aaa::store(g_aaa_status.debug, on);

@@ -15,10 +15,6 @@ inline constexpr int log_kind_ungated = 2;
 // Lines let through since the last reset.
 extern std::uint16_t g_aaalib_debug_count_curr;
 
-// 1 when a debug line may be written, 0 when not. With a limit of n in g_aaa_status, n lines pass;
-// the next one is refused with a notice, and the limit is 1000 from then on.
-std::int32_t aaalib_debug_num_check();
-
 // The kernel's id of the calling thread.
 std::int32_t thread_id();
 

@@ -1,56 +1,58 @@
 #include "transport/exchange.h"
 
-#include <sched.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <cstring>
 
-#include "session/locks.h"
+#include "session/link_number.h"
 #include "transport/cancellation.h"
 #include "transport/clock.h"
 #include "transport/debug_log.h"
 #include "transport/framing.h"
-#include "transport/link_loss.h"
+#include "transport/link_sockets.h"
+#include "transport/read_ahead.h"
 #include "transport/readiness.h"
 
 namespace aaa {
 namespace {
 
-constexpr std::uint32_t drain_seconds = 9;
-
-// Whether the link has gone. Its loss may not have been declared yet: the thread that reads the
-// event socket can be in a callback, or wait for the lock that the exchange holds.
-bool link_has_gone() {
-  return link_is_lost() || peer_has_closed(load(g_aaa_client_cb.async_fd));
-}
-
-// Throws away what an earlier exchange left unread. A socket whose peer has closed stays readable:
-// the drain then ends when the link has gone, or at its deadline.
-void aaalib_socket_buf_clear(std::int32_t fd) {
-  if (fd < 0) {
-    AAA_DEBUG_LOG("input sd err,sd: %d\r\n", fd);
-    return;
-  }
+// Throws away what an earlier exchange left unread. Returns 0 when nothing is left; EPIPE when the
+// peer or the socket has gone, or the loss of the link is announced and no byte comes; ETIMEDOUT at
+// the deadline.
+std::int32_t drain(std::int32_t fd, int& cleared) {
+  if (request_number_is_closed()) return EPIPE;
   const std::uint32_t start = monotonic_seconds();
-  int cleared = 0;
   while (wait_readable(fd, 0) != 0) {
     char byte = 0;
-    if (recv(fd, &byte, 1, 0) == 1) {
+    const ssize_t count = recv(fd, &byte, 1, 0);
+    if (count == 1) {
       ++cleared;
-    } else {
-      if (link_has_gone()) break;
-      sched_yield();
+    } else if (count == 0 || !is_temporary(errno) || link_is_lost()) {
+      return EPIPE;
     }
-    if (link_is_lost() || monotonic_seconds() - start > drain_seconds) break;
+    if (!is_before_deadline(start)) return ETIMEDOUT;
   }
-  AAA_DEBUG_LOG("clear %d bytes data from sd buffer\r\n", cleared);
+  return 0;
 }
 
+std::int32_t aaalib_socket_buf_clear(std::int32_t fd) {
+  if (fd < 0) {
+    AAA_DEBUG_LOG("input sd err,sd: %d\r\n", fd);
+    return 0;
+  }
+  int cleared = 0;
+  const std::int32_t error = drain(fd, cleared);
+  AAA_DEBUG_LOG("clear %d bytes data from sd buffer\r\n", cleared);
+  return error;
+}
+
+// A drain that was cut leaves what belongs to another question: nothing is sent, nothing is read.
 aaa_ipc_header* drain_send_receive(std::uint32_t type, const void* body, std::uint32_t length) {
   const ScopedLock lock(aaa_lib_lock);
   const std::int32_t fd = load(g_aaa_client_cb.sync_fd);
-  aaalib_socket_buf_clear(fd);
-  const std::int32_t error = aaalib_send_ipc_msg_print(fd, type, body, length);
+  std::int32_t error = aaalib_socket_buf_clear(fd);
+  if (error == 0) error = aaalib_send_ipc_msg_print(fd, type, body, length);
   if (error != 0) {
     AAA_DEBUG_LOG_AS("aaalib_sr_ipc_msg", "Send ipc message failed, errno(%d).\r\n", error);
     return nullptr;
@@ -58,28 +60,16 @@ aaa_ipc_header* drain_send_receive(std::uint32_t type, const void* body, std::ui
   return aaalib_recv_ipc_msg_from_sd(fd);
 }
 
+std::int32_t receive_ahead(std::int32_t fd, void* buffer, std::size_t length,
+                           std::size_t& received) {
+  return event_read_ahead.receive_no_further(fd, buffer, length, received);
+}
+
+std::int32_t receive_from_closed(std::int32_t, void*, std::size_t, std::size_t&) {
+  return EBADF;
+}
+
 }  // namespace
-
-aaa_ipc_header* aaalib_sr_ipc_msg(std::uint32_t type, const void* body, std::int32_t body_length) {
-  if (body_length < 0 || (body == nullptr && body_length != 0)) return nullptr;
-  const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
-  aaa_ipc_header* const reply =
-      drain_send_receive(type, body, static_cast<std::uint32_t>(body_length));
-  if (reply != nullptr) {
-    AAA_DEBUG_LOG("%s: aaa lib receive message from aaad type (%s), len(%d).\r\n",
-                  g_aaalib_process_name, aaa_ipc_get_msg_type_str(reply->type),
-                  static_cast<int>(reply->length));
-  }
-  return reply;
-}
-
-aaa_ipc_header* aaalib_recv_ipc_msg() {
-  return aaalib_recv_ipc_msg_from_sd(load(g_aaa_client_cb.sync_fd));
-}
-
-aaa_ipc_header* aaalib_recv_async_ipc_msg() {
-  return aaalib_recv_ipc_msg_from_sd(load(g_aaa_client_cb.async_fd));
-}
 
 Reply::~Reply() {
   free_message(message_);
@@ -101,3 +91,28 @@ std::uint8_t Reply::first_byte() const {
 }
 
 }  // namespace aaa
+
+aaa_ipc_header* aaalib_sr_ipc_msg(std::uint32_t type, const void* body, std::int32_t body_length) {
+  if (body_length < 0 || (body == nullptr && body_length != 0)) return nullptr;
+  const aaa::CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
+  aaa_ipc_header* const reply =
+      aaa::drain_send_receive(type, body, static_cast<std::uint32_t>(body_length));
+  if (reply != nullptr) {
+    AAA_DEBUG_LOG("%s: aaa lib receive message from aaad type (%s), len(%d).\r\n",
+                  g_aaalib_process_name, aaa_ipc_get_msg_type_str(reply->type),
+                  static_cast<int>(reply->length));
+  }
+  return reply;
+}
+
+aaa_ipc_header* aaalib_recv_ipc_msg() {
+  const aaa::ScopedLock lock(aaa_lib_lock);
+  return aaa::aaalib_recv_ipc_msg_from_sd(
+      aaa::load(g_aaa_client_cb.sync_fd),
+      aaa::request_number_is_closed() ? aaa::receive_from_closed : aaa::receive_exactly);
+}
+
+aaa_ipc_header* aaalib_recv_async_ipc_msg() {
+  const aaa::ScopedLock lock(aaa::event_read_lock);
+  return aaa::aaalib_recv_ipc_msg_from_sd(aaa::load(g_aaa_client_cb.async_fd), aaa::receive_ahead);
+}

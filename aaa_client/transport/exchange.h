@@ -1,4 +1,4 @@
-// The synchronous exchange on the request socket: drain, send, read the next message as the reply.
+// The reply of a synchronous exchange on the request socket.
 #pragma once
 
 #include <cstdint>
@@ -7,15 +7,6 @@
 #include "transport/cancellation.h"
 
 namespace aaa {
-
-// Sends a request with id 0 and returns the next message on the request socket, or null. Holds
-// aaa_lib_lock throughout, so exchanges are one at a time. The reply is not matched to the request:
-// the caller checks its type and releases it with free_message().
-aaa_ipc_header* aaalib_sr_ipc_msg(std::uint32_t type, const void* body, std::int32_t body_length);
-
-// Reads one message from the request socket or from the event socket. REQUIRES: aaa_lib_lock held.
-aaa_ipc_header* aaalib_recv_ipc_msg();
-aaa_ipc_header* aaalib_recv_async_ipc_msg();
 
 // A reply that releases itself. The thread cannot be cancelled while it has one.
 class Reply {

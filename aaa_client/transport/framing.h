@@ -1,6 +1,8 @@
-// Framed messages: a 16-byte header and a body, as one block in memory and on the sockets to aaad.
+// Framed messages in memory: a 16-byte header and a body, as one block. Building, sending and
+// receiving them on any descriptor is declared in aaa_client.h.
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 
@@ -22,43 +24,27 @@ inline void* message_body(aaa_ipc_header* message) {
 }
 void free_message(aaa_ipc_header* message);
 
-// Builds a message. A null body counts as empty, whatever `body_length` says. Returns null, and
-// leaves *total_length alone, when there is no memory.
-aaa_ipc_header* aaa_init_msg(std::uint32_t type, std::uint32_t id, const void* body,
-                             std::uint32_t body_length, std::uint32_t* total_length);
+// Errors of a socket call after which it is tried again.
+inline bool is_temporary(int error) {
+  return error == EINTR || error == EAGAIN;
+}
 
-// Writes `length` bytes. Returns 0 or an errno value: EINVAL for a bad argument, the current errno
-// after 10 seconds or 50 interrupted or refused attempts. Never raises SIGPIPE. Takes no lock.
-std::int32_t aaa_msg_send(std::int32_t fd, const void* buffer, std::int32_t length, int flags);
+// The three read from a descriptor with the deadline and the results of aaa_msg_recv(). `received`
+// is at any time how many bytes stand at `buffer`, also when the thread is cancelled inside.
 
-// Reads exactly `length` bytes. Returns 0 or an errno value: EINVAL for a bad argument, EPIPE when
-// the peer has closed, the current errno after 10 seconds. Takes no lock. A cancellation point.
-std::int32_t aaa_msg_recv(std::int32_t fd, void* buffer, std::int32_t length);
-
-// The same for at least `least` and at most `most` bytes, which must both be positive: takes what
-// is there and tells how much it was, also when it fails.
+// Adds to the bytes that are there until they are at least `least`; takes up to `most` where more
+// have come. REQUIRES: received < least <= most.
 std::int32_t receive_between(std::int32_t fd, void* buffer, std::size_t least, std::size_t most,
                              std::size_t& received);
 
-// The next three write one whole frame, under the link's write lock, so that frames of several
-// threads never mix. `socket` is a field of the connection record, which is then read under that
-// lock too and cannot name a descriptor that was closed meanwhile; or it is a plain number that no
-// other thread can close now (aaa_lib_lock is held, if it is a socket of the link).
+// Exactly `length` bytes.
+using ReceiveExactly = std::int32_t (*)(std::int32_t fd, void* buffer, std::size_t length,
+                                        std::size_t& received);
+std::int32_t receive_exactly(std::int32_t fd, void* buffer, std::size_t length,
+                             std::size_t& received);
 
-// Writes a frame that is complete. Result as aaa_msg_send().
-std::int32_t send_frame(const std::int32_t& socket, const void* frame, std::uint32_t length);
-
-// Frames a body with id 0 and writes it. 0, ENOMEM or the error of aaa_msg_send().
-std::int32_t aaa_send_ipc_msg(const std::int32_t& socket, std::uint32_t type, const void* body,
-                              std::uint32_t body_length);
-
-// The same with a debug line first.
-std::int32_t aaalib_send_ipc_msg_print(const std::int32_t& socket, std::uint32_t type,
-                                       const void* body, std::uint32_t body_length);
-
-// Reads one message. Null when it could not be read whole or no memory was left; the second form
-// then writes a debug line.
-aaa_ipc_header* aaa_recv_ipc_msg_from_sd(std::int32_t fd);
-aaa_ipc_header* aaalib_recv_ipc_msg_from_sd(std::int32_t fd);
+// One message. Null, and a debug line, when it could not be read whole or no memory was left.
+aaa_ipc_header* aaalib_recv_ipc_msg_from_sd(std::int32_t fd,
+                                            ReceiveExactly receive = receive_exactly);
 
 }  // namespace aaa

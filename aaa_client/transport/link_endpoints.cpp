@@ -6,14 +6,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
 
+#include "aaa_client.h"
 #include "session/locks.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
+#include "transport/link_sockets.h"
 #include "transport/local_socket.h"
 #include "transport/paths.h"
-#include "transport/read_ahead.h"
 #include "transport/unix_address.h"
 
 namespace aaa {
@@ -54,41 +53,40 @@ bool limit_waits(std::int32_t fd) {
   return false;
 }
 
-// Opens the socket of one field unless it is open. Returns false when it could not be opened.
-bool open_socket(std::int32_t& socket, const char* prefix) {
-  if (!is_open(load(socket))) store(socket, aaa_lib_client_connect(prefix));
-  return load(socket) >= 0;
+bool socket_is_open(LinkSocket socket) {
+  if (socket == LinkSocket::request && request_number_is_closed()) return false;
+  return is_open(load(field_of(socket)));
 }
 
-// What a close left of the socket: gone, also when it was not open in the first place.
-bool is_gone(int close_error) {
-  return close_error == 0 || close_error == EBADF;
-}
-
-// Closes the descriptor and forgets its number in `fields` before anybody can use it again.
-int close_number(std::int32_t fd, std::initializer_list<std::int32_t*> fields) {
-  shutdown(fd, SHUT_RDWR);
-  const ScopedLock no_write(link_write_lock);
-  const ScopedLock no_read(link_read_lock);
-  const int error = close(fd) == 0 ? 0 : errno;
-  if (!is_gone(error)) return error;
-  for (std::int32_t* field : fields) {
-    store(*field, -1);
-    if (field == &g_aaa_client_cb.async_fd) event_read_ahead.clear();
-  }
-  return error;
+// Opens a socket unless it is open. Returns false when it could not be opened.
+bool open_socket(LinkSocket socket, const char* prefix) {
+  if (socket_is_open(socket)) return true;
+  record_socket(socket, aaa_lib_client_connect(prefix));
+  return load(field_of(socket)) >= 0;
 }
 
 std::int32_t close_once(std::int32_t fd) {
   if (!is_open(fd)) return 0;
   AAA_DEBUG_LOG_AS("aaa_lib_client_close", "socket equal %d, close once\r\n", fd);
-  const int error = close_number(fd, {&g_aaa_client_cb.sync_fd, &g_aaa_client_cb.async_fd});
-  return is_gone(error) ? 0 : -1;
+  return is_gone(close_both_at_once()) ? 0 : -1;
+}
+
+// Both are shut down first: the close of one waits for whoever reads from the other.
+std::int32_t close_each() {
+  shut_down(LinkSocket::request);
+  shut_down(LinkSocket::event);
+  int errors = 0;
+  if (is_open(load(g_aaa_client_cb.sync_fd))) errors |= close_socket(LinkSocket::request);
+  if (is_open(load(g_aaa_client_cb.async_fd))) errors |= close_socket(LinkSocket::event);
+  return errors == 0 ? 0 : -1;
 }
 
 }  // namespace
+}  // namespace aaa
 
 std::int32_t aaa_lib_client_connect(const char* prefix) {
+  using namespace aaa;
+  if (prefix == nullptr) return -1;
   char server_path[108];
   if (aaa_make_path(server_path, server_socket_suffix, sizeof server_path) == 0) return -1;
   char own_path[108];
@@ -107,34 +105,25 @@ std::int32_t aaa_lib_client_connect(const char* prefix) {
 }
 
 std::int32_t aaa_lib_client_connect_all() {
+  using namespace aaa;
   char request_prefix[256];
   char event_prefix[256];
   if (aaa_make_path(request_prefix, request_socket_suffix, sizeof request_prefix) == 0) return -1;
   if (aaa_make_path(event_prefix, event_socket_suffix, sizeof event_prefix) == 0) return -1;
   const ScopedLock lock(aaa_lib_lock);
-  if (!open_socket(g_aaa_client_cb.sync_fd, request_prefix)) return -1;
-  return open_socket(g_aaa_client_cb.async_fd, event_prefix) ? 0 : -1;
-}
-
-int close_link_socket(std::int32_t& socket) {
-  return close_number(load(socket), {&socket});
+  if (!open_socket(LinkSocket::request, request_prefix)) return -1;
+  return open_socket(LinkSocket::event, event_prefix) ? 0 : -1;
 }
 
 std::int32_t aaa_lib_client_close() {
+  using namespace aaa;
   const ScopedLock lock(aaa_lib_lock);
   const std::int32_t sync_fd = load(g_aaa_client_cb.sync_fd);
   const std::int32_t async_fd = load(g_aaa_client_cb.async_fd);
-  if (sync_fd == async_fd) return close_once(sync_fd);
-  // Both first: the close of one waits for whoever reads from the other.
-  for (const std::int32_t fd : {sync_fd, async_fd})
-    if (is_open(fd)) shutdown(fd, SHUT_RDWR);
-  int errors = 0;
-  if (is_open(sync_fd)) errors |= close_link_socket(g_aaa_client_cb.sync_fd);
-  if (is_open(async_fd)) errors |= close_link_socket(g_aaa_client_cb.async_fd);
-  return errors == 0 ? 0 : -1;
+  return sync_fd == async_fd ? close_once(sync_fd) : close_each();
 }
 
-bool aaa_lib_is_conn_broken_err(std::int32_t error) {
+std::int32_t aaa_lib_is_conn_broken_err(std::int32_t error) {
   switch (error) {
     case EBADF:
     case EPIPE:
@@ -144,10 +133,8 @@ bool aaa_lib_is_conn_broken_err(std::int32_t error) {
     case ECONNRESET:
     case ENOTCONN:
     case ETIMEDOUT:
-      return true;
+      return 1;
     default:
-      return false;
+      return 0;
   }
 }
-
-}  // namespace aaa

@@ -39,9 +39,9 @@ void count_send_discard() {
 
 }  // namespace aaa
 
-void aaa_show_msg_stat(aaa_print_fn print) {
+std::int32_t aaa_show_msg_stat(aaa_print_fn print) {
   using aaa::load;
-  if (print == nullptr) return;
+  if (print == nullptr) return 0;
   print("aaa message call send error times: %u\r\n", load(g_aaa_msg_stat.send_error_times));
   print("aaa message call send again times: %u\r\n", load(g_aaa_msg_stat.send_again_times));
   print("aaa message call recv fail times: %u\r\n", load(g_aaa_msg_stat.recv_fail_times));
@@ -49,11 +49,12 @@ void aaa_show_msg_stat(aaa_print_fn print) {
   print("aaa malloc times: %u\r\n", load(g_aaa_malloc_times));
   print("aaa free times: %u\r\n", load(g_aaa_free_times));
   const auto error = static_cast<int>(load(g_aaa_msg_stat.last_error_errno));
-  if (error == 0) return;
+  if (error == 0) return 0;
   print("aaa message error socket(%d): %s\r\n",
         static_cast<int>(load(g_aaa_msg_stat.last_error_socket)), std::strerror(error));
+  return 0;
 }
 
-void aaalib_show_msg_stat(aaa_print_fn print) {
-  aaa_show_msg_stat(print);
+std::int32_t aaalib_show_msg_stat(aaa_print_fn print) {
+  return aaa_show_msg_stat(print);
 }

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "session/locks.h"
+#include "session/number_mark.h"
 #include "transport/debug_log.h"
 #include "transport/endpoints.h"
 #include "transport/local_socket.h"
@@ -23,6 +25,9 @@ std::uint8_t g_msg_socket_ok = 0;
 namespace {
 
 constexpr char log_name[] = "aaa_lib_msg_socket_init";
+
+// Of the number in lib_msg_client_fd.
+constinit NumberMark closed_client;
 
 struct Names {
   char server[108];
@@ -80,16 +85,23 @@ bool make_server(const Names& names) {
   return false;
 }
 
+// The number stays where a client may look for it.
+void close_client() {
+  close(lib_msg_client_fd);
+  closed_client.set(lib_msg_client_fd);
+}
+
 bool make_client(const Names& names) {
   if (!open_datagram_socket(lib_msg_client_fd)) {
     AAA_DEBUG_LOG_AS(log_name, "create socket(msg client fd) failed, err(%d)\r\n", errno);
     unlink(names.server);
     return false;
   }
+  closed_client.clear();
   const bool made = bind_to(lib_msg_client_fd, names.client) && connect_client(names.server) &&
                     limit_client_sends();
   names.remove();
-  if (!made) close(lib_msg_client_fd);
+  if (!made) close_client();
   return made;
 }
 
@@ -103,7 +115,15 @@ void close_left_open() {
 
 }  // namespace
 
+bool message_client_is_closed() {
+  return closed_client.is_on(lib_msg_client_fd);
+}
+
+}  // namespace aaa
+
 std::int32_t aaa_lib_msg_socket_init() {
+  using namespace aaa;
+  const ScopedLock lock(aaa_lib_lock);
   if (load(g_msg_socket_ok) != 0) return 0;
   close_left_open();
   if (!open_datagram_socket(lib_msg_server_fd)) {
@@ -122,5 +142,3 @@ std::int32_t aaa_lib_msg_socket_init() {
   store(g_msg_socket_ok, std::uint8_t{1});
   return 0;
 }
-
-}  // namespace aaa

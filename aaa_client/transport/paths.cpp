@@ -4,9 +4,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "aaa_client.h"
 
 namespace aaa {
 namespace {
@@ -49,8 +52,10 @@ std::int32_t make_one(Path& prefix, const char* component, std::size_t length) {
 }
 
 }  // namespace
+}  // namespace aaa
 
-std::int32_t aaa_make_path(char* buffer, const char* suffix, std::size_t size) {
+std::int32_t aaa_make_path(char* buffer, const char* suffix, std::uint32_t size) {
+  if (buffer == nullptr || suffix == nullptr) return 0;
   const char* const root = std::getenv("TMPDIR");
   if (root == nullptr || std::strlen(root) + std::strlen(suffix) >= size) return 0;
   std::snprintf(buffer, size, "%s%s", root, suffix);
@@ -58,6 +63,7 @@ std::int32_t aaa_make_path(char* buffer, const char* suffix, std::size_t size) {
 }
 
 std::int32_t aaa_make_dir(const char* path) {
+  using namespace aaa;
   if (path == nullptr) return EINVAL;
   Path resolved;
   if (!resolve(path, resolved)) return -1;
@@ -75,10 +81,9 @@ std::int32_t aaa_make_dir(const char* path) {
 }
 
 std::int32_t aaa_lib_make_work_dir() {
+  using namespace aaa;
   char path[256];
   if (aaa_make_path(path, work_dir_suffix, sizeof path) == 0) return -1;
   if (aaa_make_dir(path) != 0) return -1;
   return chmod(path, everybody) == 0 ? 0 : -1;
 }
-
-}  // namespace aaa

@@ -10,15 +10,21 @@ namespace aaa {
 
 constinit ReadAhead event_read_ahead = {};
 
-std::int32_t ReadAhead::receive(std::int32_t fd, void* to, std::size_t length) {
-  const std::size_t taken = take(to, length);
-  auto* const rest = static_cast<std::uint8_t*>(to) + taken;
-  const std::size_t missing = length - taken;
+std::int32_t ReadAhead::receive(std::int32_t fd, void* to, std::size_t length,
+                                std::size_t& received) {
+  received = take(to, length);
+  const std::size_t missing = length - received;
   if (missing == 0) return 0;
-  if (missing >= capacity) return aaa_msg_recv(fd, rest, static_cast<std::int32_t>(missing));
+  if (missing >= capacity) return receive_between(fd, to, length, length, received);
   const std::int32_t error = refill(fd, missing);
-  if (error == 0) take(rest, missing);
+  if (error == 0) received += take(static_cast<std::uint8_t*>(to) + received, missing);
   return error;
+}
+
+std::int32_t ReadAhead::receive_no_further(std::int32_t fd, void* to, std::size_t length,
+                                           std::size_t& received) {
+  received = take(to, length);
+  return received == length ? 0 : receive_between(fd, to, length, length, received);
 }
 
 void ReadAhead::clear() {

@@ -13,8 +13,13 @@ namespace aaa {
 class ReadAhead {
  public:
   // Takes exactly `length` bytes, and from the socket as many more as it has. Result as
-  // aaa_msg_recv(); a failed call loses the bytes that it took. A cancellation point.
-  std::int32_t receive(std::int32_t fd, void* to, std::size_t length);
+  // aaa_msg_recv(); a failed call loses the bytes that it took. `received` is at any time how many
+  // bytes have been written at `to`. A cancellation point.
+  std::int32_t receive(std::int32_t fd, void* to, std::size_t length, std::size_t& received);
+
+  // The same, but takes no more from the socket than it was asked for.
+  std::int32_t receive_no_further(std::int32_t fd, void* to, std::size_t length,
+                                  std::size_t& received);
 
   // Whether something is left to take. Without a lock, and then only a hint.
   bool holds_bytes() const { return load(held_) != 0; }

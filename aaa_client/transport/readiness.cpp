@@ -20,10 +20,4 @@ int wait_readable(int fd, int timeout_ms) {
   return ready;
 }
 
-bool peer_has_closed(int fd) {
-  if (fd < 0) return false;
-  pollfd watched = {.fd = fd, .events = POLLRDHUP, .revents = 0};
-  return poll(&watched, 1, 0) > 0;
-}
-
 }  // namespace aaa

@@ -8,7 +8,4 @@ namespace aaa {
 // (EINTR, EBADF for a descriptor that is not open). A cancellation point.
 int wait_readable(int fd, int timeout_ms);
 
-// Whether the peer of a stream socket has closed it, although there may be data left to read.
-bool peer_has_closed(int fd);
-
 }  // namespace aaa

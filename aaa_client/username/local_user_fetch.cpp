@@ -128,8 +128,8 @@ std::int32_t username_lib_copy_user(local_user_info* record) {
   }
   if (aaa_is_alive() == 0) return -3;
   const std::size_t name_length = strnlen(record->user_name, sizeof record->user_name);
-  const aaa::Reply reply(aaa::aaalib_sr_ipc_msg(AAA_MSG_LOCAL_COPY_USER, record->user_name,
-                                                static_cast<std::int32_t>(name_length)));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_COPY_USER, record->user_name,
+                                           static_cast<std::int32_t>(name_length)));
   if (!reply) return -3;
   if (reply.type() != AAA_MSG_LOCAL_COPY_USER) {
     AAA_DEBUG_LOG("Wrong message type(%d).\r\n", static_cast<int>(reply.type()));

@@ -5,7 +5,6 @@
 
 #include "aaa_client.h"
 #include "api/request_body.h"
-#include "api/requests.h"
 #include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
@@ -23,7 +22,7 @@ template <class Record>
 aaa_ipc_header* send_and_receive(Record* record, aaa_msg_type type,
                                  std::int32_t (*send)(Record*, std::uint32_t)) {
   const aaa::ScopedLock lock(aaa_lib_lock);
-  return send(record, type) == 0 ? aaa::aaalib_recv_ipc_msg() : nullptr;
+  return send(record, type) == 0 ? aaalib_recv_ipc_msg() : nullptr;
 }
 
 template <class Record>
@@ -58,12 +57,12 @@ void add_item(aaa::RequestBody& body, std::uint16_t type, const void* value, std
 }  // namespace
 
 std::int32_t username_lib_authen_req(authen_info* authen, result_info** result) {
-  return ask_for_result(__func__, authen, AAA_MSG_LOCAL_AUTHEN_REQ, aaa::aaa_user_req_authen_sub,
+  return ask_for_result(__func__, authen, AAA_MSG_LOCAL_AUTHEN_REQ, aaa_user_req_authen_sub,
                         result);
 }
 
 std::int32_t username_lib_author_req(author_info* author, result_info** result) {
-  return ask_for_result(__func__, author, AAA_MSG_LOCAL_AUTHOR_REQ, aaa::aaa_user_req_author_sub,
+  return ask_for_result(__func__, author, AAA_MSG_LOCAL_AUTHOR_REQ, aaa_user_req_author_sub,
                         result);
 }
 
@@ -84,8 +83,7 @@ std::int32_t username_lib_chg_pwd(const char* s1, const char* s2, const char* s3
   add_item(body, 1, s1, lengths[0]);
   add_item(body, 2, s2, lengths[1]);
   add_item(body, 3, s3, lengths[2]);
-  const aaa::Reply reply(
-      aaa::aaalib_sr_ipc_msg(AAA_MSG_LOCAL_CHANGE_PWD_REQ, body.data(), body.size()));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_CHANGE_PWD_REQ, body.data(), body.size()));
   return reply ? static_cast<std::int32_t>(reply.word(0)) : -5;
 }
 
@@ -105,7 +103,7 @@ std::int32_t username_lib_fs_grant_req(const char* s1, const char* s2, std::uint
   add_item(body, 1, s1, length1);
   add_item(body, 2, s2, length2);
   add_item(body, 3, &value, sizeof value);
-  const aaa::Reply reply(aaa::aaalib_sr_ipc_msg(AAA_MSG_LOCAL_FS_GRANT, body.data(), body.size()));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_FS_GRANT, body.data(), body.size()));
   return reply ? -static_cast<std::int32_t>(reply.first_byte()) : -1;
 }
 
@@ -124,7 +122,7 @@ std::int32_t username_lib_query_pwd_secu(const char* s1, const char* s2) {
   }
   add_item(body, 1, s1, length1);
   add_item(body, 2, s2, length2);
-  const aaa::Reply reply(aaa::aaalib_sr_ipc_msg(AAA_MSG_LOCAL_QUERY_PWD, body.data(), body.size()));
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_QUERY_PWD, body.data(), body.size()));
   if (!reply) return -2;
   if (reply.type() != AAA_MSG_LOCAL_QUERY_PWD_RESP) return -3;
   return static_cast<std::int32_t>(reply.word(0));

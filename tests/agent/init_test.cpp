@@ -1,4 +1,6 @@
 // aaa_agent_init.
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cinttypes>
 #include <filesystem>
@@ -187,8 +189,8 @@ TEST_F(AgentInit, WithoutTmpdirThereIsNoWorkDirectory) {
   const LogCapture log;
   const reg_info info = client();
   expect_refused(&info, loop_.master());
-  EXPECT_THAT(log.messages(), ElementsAre("agent_init make directory failed\r\n"));
-  expect_line(log, "aaa_agent_init", "agent_init make directory failed\r\n");
+  EXPECT_THAT(log.messages(),
+              ElementsAre("agent_init make directory failed\r\n", "TMPDIR is not set\r\n"));
   EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
   EXPECT_EQ(nullptr, aaa::g_agent_master);
 }
@@ -228,30 +230,110 @@ TEST_F(AgentInit, WhileRegisteredItDoesNotStoreTheMaster) {
   EXPECT_EQ(loop_.master(), aaa::g_agent_master);
 }
 
-TEST_F(AgentInit, WhileTheConnectionIsPendingItCountsAsRegistered) {
+TEST_F(AgentInit, BeforeTheFirstConnectionItReplacesTheCallbacksAndTheConnectTask) {
   init();
-  expect_already_registered();
+  loop_.take_journal();
+  reg_info again = client();
+  again.get_online_info_cb = [](void*, const void*) {};
+  init(again);
+  EXPECT_THAT(loop_.take_journal(), ElementsAre("cancel aaa-connect", "add aaa-connect"));
+  EXPECT_THAT(client_events(), IsEmpty());
+  EXPECT_EQ(again.get_online_info_cb, g_aaa_client_cb.get_online_info_cb);
+  run("aaa-connect");
+  expect_steady();
+  EXPECT_EQ(2u, sim_.accepted_connections());
 }
 
-TEST_F(AgentInit, WhileAaadIsLostItCountsAsRegistered) {
+TEST_F(AgentInit, BeforeTheFirstConnectionItStoresTheMasterAndTheClocksAnew) {
+  init();
+  aaa::store(aaalib_hbt_last_send, 9U);
+  aaa::store(aaalib_hbt_last_recv, 9U);
+  const reg_info info = client();
+  int other = 0;
+  loop_.refuse(1, [&] {
+    EXPECT_EQ(reinterpret_cast<zv_thread_master*>(&other), aaa::g_agent_master);
+    aaa::g_agent_master = loop_.master();
+  });
+  EXPECT_EQ(0, aaa_agent_init(&info, reinterpret_cast<zv_thread_master*>(&other)));
+  EXPECT_EQ(0u, aaa::load(aaalib_hbt_last_send));
+  EXPECT_LE(library_seconds() - aaa::load(aaalib_hbt_last_recv), 5u);
+}
+
+TEST_F(AgentInit, BeforeTheFirstConnectionItStartsNoSecondFlushThread) {
+  reg_info info = client();
+  info.use_send_buf = 1;
+  init(info);
+  const pthread_t first = aaa::load(g_send_buf_tid);
+  const ScriptedCalls calls({.pthread_create = [] { return ADD_FAILURE(), 0; }});
+  init(info);
+  EXPECT_EQ(first, aaa::load(g_send_buf_tid));
+}
+
+TEST_F(AgentInit, WhileAReconnectionIsPendingItReplacesThat) {
   init_and_connect();
   lose_aaad();
-  expect_already_registered();
+  loop_.take_journal();
+  init();
+  EXPECT_THAT(loop_.take_journal(), ElementsAre("cancel aaa-reconnect", "add aaa-connect"));
+  EXPECT_THAT(client_events(), ElementsAre(1));
+}
+
+TEST_F(AgentInit, WhileReconnectingFailsItCountsAsRegistered) {
+  init_and_connect();
+  lose_aaad();
   run("aaa-reconnect");
+  EXPECT_EQ(5, state());
   expect_already_registered();
   expect_reconnecting();
 }
 
-TEST_F(AgentInit, FromInsideTheLossEventItCountsAsRegistered) {
+TEST_F(AgentInit, FromInsideTheLossEventItStartsAnew) {
   init_and_connect(client_that([this](std::uint32_t event) {
-    if (event == AAA_EVENT_CONNECTION_LOST && aaa::g_agent_reconnect_tmr == nullptr &&
-        aaa::load(g_aaa_client_cb.aaa_id) != -1 && times_told(AAA_EVENT_CONNECTION_LOST) == 1)
+    if (event == AAA_EVENT_CONNECTION_LOST && times_told(AAA_EVENT_CONNECTION_LOST) == 1 &&
+        aaa::load(g_aaa_client_cb.aaa_id) != -1)
       init();
   }));
   lose_link();
   run("aaa-reconnect");
+  EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
+  run("aaa-connect");
   expect_steady();
   EXPECT_EQ(4u, sim_.accepted_connections());
+}
+
+TEST_F(AgentInit, TellsEvent1WithoutALockOfTheLibrary) {
+  static bool was_free;
+  was_free = false;
+  init_and_connect();
+  reg_info again = client();
+  again.aaa_event_cb = [](std::uint32_t) { return was_free = is_free(aaa_lib_lock), 0; };
+  EXPECT_EQ(0, aaa_agent_init(&again, loop_.master()));
+  EXPECT_TRUE(was_free);
+  const reg_info before = client();
+  EXPECT_EQ(0, aaa_agent_init(&before, loop_.master()));
+}
+
+TEST_F(AgentInit, WhileAReceiveThreadTriesToConnectItOnlyReplacesTheCallbacks) {
+  set_listening(false);
+  const reg_info info = client();
+  EXPECT_EQ(0, aaa_svr_reg(&info));
+  EXPECT_TRUE(wait_for_event(AAA_EVENT_REGISTERED));
+  reg_info again = client();
+  again.get_online_info_cb = [](void*, const void*) {};
+  init(again);
+  expect_nothing_scheduled();
+  EXPECT_EQ(again.get_online_info_cb, g_aaa_client_cb.get_online_info_cb);
+}
+
+// Group and others may not write to a directory that somebody else has prepared.
+TEST_F(AgentInit, ChangesNoModeOfADirectoryThatExists) {
+  const std::string work = directory() + "/security/aaa";
+  ASSERT_EQ(0, chmod(work.c_str(), 0750));
+  init();
+  struct stat status = {};
+  ASSERT_EQ(0, stat(work.c_str(), &status));
+  EXPECT_EQ(0750u, status.st_mode & 07777);
+  ASSERT_EQ(0, chmod(work.c_str(), 0777));
 }
 
 TEST_F(AgentInit, AfterDeregistrationAloneItStartsAnew) {

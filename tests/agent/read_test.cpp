@@ -9,7 +9,6 @@
 #include "runtime/waiting_session.h"
 #include "session/session_test.h"
 #include "support/expected_line.h"
-#include "transport/link_loss.h"
 
 namespace test {
 namespace {
@@ -81,7 +80,7 @@ TEST_F(AgentRead, IsNotScheduledWhileACallbackRuns) {
     EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
     EXPECT_EQ(nullptr, aaa::g_agent_read_ev);
     EXPECT_TRUE(is_free(aaa_lib_lock));
-    EXPECT_TRUE(is_free(aaa::link_read_lock));
+    EXPECT_TRUE(is_free(aaa::event_read_lock));
   }));
   deliver(AAA_MSG_MLIST_CHANGE);
   expect_steady();
@@ -269,14 +268,22 @@ TEST_F(AgentRead, AThreadThatWaitsForAResultIsNotWokenByALoss) {
   expect_steady();
 }
 
-TEST_F(AgentRead, AnnouncesTheLossOfTheLinkButNoOtherError) {
+TEST_F(AgentRead, AnnouncesTheLossOfTheLinkBeforeItIsClosed) {
+  init_and_connect();
+  std::vector<bool> announced;
+  const ScriptedCalls calls({.close = [&](int fd) -> std::optional<int> {
+    if (fd == g_aaa_client_cb.sync_fd) announced.push_back(aaa::link_is_lost());
+    return std::nullopt;
+  }});
+  lose_link();
+  EXPECT_THAT(announced, ElementsAre(true));
+  run("aaa-reconnect");
+  EXPECT_FALSE(aaa::link_is_lost());
+}
+
+TEST_F(AgentRead, AnnouncesNoLossAfterAnotherError) {
   init_and_connect();
   read_failing(ENOBUFS);
-  EXPECT_FALSE(aaa::link_is_lost());
-  aaa_lib_thread_event(2, nullptr, event_socket());
-  lose_link();
-  EXPECT_TRUE(aaa::link_is_lost());
-  run("aaa-reconnect");
   EXPECT_FALSE(aaa::link_is_lost());
 }
 

@@ -7,7 +7,6 @@
 #include <ostream>
 #include <string>
 
-#include "api/requests.h"
 #include "support/linked_test.h"
 
 namespace test {

@@ -179,7 +179,7 @@ class LocalRequests : public test::LinkedTest {};
 TEST_F(LocalRequests, AnAuthenticationOfType115GoesWithSessionId0) {
   auto record = test::filled<authen_info>(0);
   const test::LibraryCounters counters;
-  EXPECT_EQ(0, aaa::aaa_user_req_authen_sub(&record, 115));
+  EXPECT_EQ(0, aaa_user_req_authen_sub(&record, 115));
   EXPECT_EQ(hex("01010101 00000000 73000000"), only_write().substr(0, 12));
   EXPECT_EQ(test::authentication.body(0), only_write().substr(16));
   EXPECT_TRUE(counters.all_unchanged());
@@ -187,7 +187,7 @@ TEST_F(LocalRequests, AnAuthenticationOfType115GoesWithSessionId0) {
 
 TEST_F(LocalRequests, AnAuthorizationOfType116GoesWithSessionId0) {
   auto record = test::filled<author_info>(0);
-  EXPECT_EQ(0, aaa::aaa_user_req_author_sub(&record, 116));
+  EXPECT_EQ(0, aaa_user_req_author_sub(&record, 116));
   EXPECT_EQ(hex("01010101 00000000 74000000"), only_write().substr(0, 12));
   EXPECT_EQ(test::authorization.body(0), only_write().substr(16));
 }
@@ -195,16 +195,16 @@ TEST_F(LocalRequests, AnAuthorizationOfType116GoesWithSessionId0) {
 TEST_F(LocalRequests, OnlyTheRecordsOwnTypeNeedsASessionId) {
   auto authen = test::filled<authen_info>(0);
   auto author = test::filled<author_info>(0);
-  EXPECT_EQ(0, aaa::aaa_user_req_authen_sub(&authen, 6));
-  EXPECT_EQ(0, aaa::aaa_user_req_author_sub(&author, 5));
-  EXPECT_EQ(-22, aaa::aaa_user_req_authen_sub(&authen, 5));
-  EXPECT_EQ(-22, aaa::aaa_user_req_author_sub(&author, 6));
+  EXPECT_EQ(0, aaa_user_req_authen_sub(&authen, 6));
+  EXPECT_EQ(0, aaa_user_req_author_sub(&author, 5));
+  EXPECT_EQ(-22, aaa_user_req_authen_sub(&authen, 5));
+  EXPECT_EQ(-22, aaa_user_req_author_sub(&author, 6));
   EXPECT_EQ(2u, writes().size());
 }
 
 TEST_F(LocalRequests, ASessionIdTravelsUnderTheOtherTypesToo) {
   auto record = test::filled<authen_info>(7);
-  EXPECT_EQ(0, aaa::aaa_user_req_authen_sub(&record, 115));
+  EXPECT_EQ(0, aaa_user_req_authen_sub(&record, 115));
   EXPECT_EQ(hex("01010101 07000000 73000000"), only_write().substr(0, 12));
 }
 

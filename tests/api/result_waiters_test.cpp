@@ -138,11 +138,24 @@ TEST_F(ResultWaiters, ALostConnectionWakesTheWaiterWithCode2) {
   std::int32_t outcome = -1;
   std::thread waiter([&] { outcome = wait_for(9, 100); });
   ASSERT_TRUE(is_waited_for(9));
-  aaa::aaa_notify_timeout();
+  aaa::aaa_notify_timeout(aaa::link_number());
   waiter.join();
   ASSERT_EQ(0, outcome);
   EXPECT_EQ(9u, result_->sub.session_id);
   EXPECT_EQ(2u, result_->sub.num_a);
+}
+
+TEST_F(ResultWaiters, TheLossOfAnEarlierConnectionDoesNotWakeTheWaiter) {
+  const aaa::LinkNumber earlier = aaa::link_number();
+  aaa::end_link();
+  std::int32_t outcome = -1;
+  std::thread waiter([&] { outcome = wait_for(9, 100); });
+  ASSERT_TRUE(is_waited_for(9));
+  aaa::aaa_notify_timeout(earlier);
+  deliver(result_of(9));
+  waiter.join();
+  ASSERT_EQ(0, outcome);
+  EXPECT_NE(2u, result_->sub.num_a);
 }
 
 }  // namespace

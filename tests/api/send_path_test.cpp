@@ -10,9 +10,6 @@
 #include "support/lock_check.h"
 
 namespace {
-
-using aaa::aaa_lib_send_ipc_msg;
-using aaa::aaalib_send_ipc_msg;
 using test::hex;
 
 // Type 19 with the body "abc" and the id 0x0a0b0c0d.

@@ -58,8 +58,8 @@ class WaitingTest : public LibraryTest {
     LibraryTest::SetUp();
     aaa::set_model_name("test");
     const aaa::ScopedLock lock(aaa_lib_lock);
-    ASSERT_EQ(0, aaa::aaa_lib_make_work_dir());
-    ASSERT_EQ(0, aaa::aaa_lib_msg_socket_init());
+    ASSERT_EQ(0, aaa_lib_make_work_dir());
+    ASSERT_EQ(0, aaa_lib_msg_socket_init());
     forget_datagrams();
   }
   void TearDown() override {

@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "aaa_client.h"
+#include "runtime/inbound.h"
+#include "runtime/library_threads.h"
 #include "runtime/receive_thread.h"
 #include "transport/atomic_word.h"
 #include "transport/cancellation.h"
@@ -16,17 +18,18 @@ std::vector<test::Dispatched> dispatched;
 }  // namespace
 
 // The linker's names for the replaced and the replacing function.
-extern "C" void __real_aaa_lib_async_msg_proc(const aaa_ipc_header* header, const void* body);
-extern "C" void __wrap_aaa_lib_async_msg_proc(const aaa_ipc_header* header, const void* body) {
-  const auto* const first = static_cast<const std::uint8_t*>(body);
-  if (header->length == 0) {
-    EXPECT_EQ(nullptr, body);
-    dispatched.push_back({header->type, {}});
+extern "C" void __real__ZN3aaa8dispatchERKNS_7InboundE(const aaa::Inbound& message);
+extern "C" void __wrap__ZN3aaa8dispatchERKNS_7InboundE(const aaa::Inbound& message) {
+  const std::uint32_t length = message.header->length;
+  const auto* const first = static_cast<const std::uint8_t*>(message.body);
+  if (length == 0) {
+    EXPECT_EQ(nullptr, first);
+    dispatched.push_back({message.header->type, {}});
   } else {
-    EXPECT_EQ(0, first[header->length]);
-    dispatched.push_back({header->type, test::Bytes(first, first + header->length)});
+    EXPECT_EQ(0, first[length]);
+    dispatched.push_back({message.header->type, test::Bytes(first, first + length)});
   }
-  __real_aaa_lib_async_msg_proc(header, body);
+  __real__ZN3aaa8dispatchERKNS_7InboundE(message);
 }
 
 namespace test {
@@ -38,6 +41,7 @@ std::vector<Dispatched> take_dispatched() {
 void run_receive_thread() {
   const aaa::CancellationScope as_before(PTHREAD_CANCEL_DISABLE);
   aaa::store(aaa::g_receive_msg_tid, pthread_self());
+  aaa::thread_will_start(aaa::ThreadRole::receive);
   aaa::aaa_lib_thread(nullptr);
 }
 

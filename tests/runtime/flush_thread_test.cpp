@@ -219,7 +219,7 @@ TEST_F(FlushThread, IsNotStartedWithoutThreadAttributes) {
   Scripts scripts;
   scripts.pthread_attr_init = [] { return ENOMEM; };
   const ScriptedCalls calls_replaced(scripts);
-  EXPECT_EQ(-1, aaa::aaalib_init_send_buf_thread());
+  EXPECT_EQ(-1, aaalib_init_send_buf_thread());
   expect_debug_line(log, "aaalib attr init failed\r\n", "aaalib_init_send_buf_thread");
   EXPECT_EQ(1u, log.lines().size());
   EXPECT_EQ(pthread_t{0}, g_send_buf_tid);
@@ -231,7 +231,7 @@ TEST_F(FlushThread, IsNotThereWhenItCannotBeCreated) {
   Scripts scripts;
   scripts.pthread_create = [] { return EAGAIN; };
   const ScriptedCalls calls_replaced(scripts);
-  EXPECT_EQ(-1, aaa::aaalib_init_send_buf_thread());
+  EXPECT_EQ(-1, aaalib_init_send_buf_thread());
   expect_debug_line(log, "aaalib create send buffer thread failed\r\n",
                     "aaalib_init_send_buf_thread");
   EXPECT_EQ(1u, log.lines().size());
@@ -239,7 +239,7 @@ TEST_F(FlushThread, IsNotThereWhenItCannotBeCreated) {
 }
 
 TEST_F(FlushThread, IsStartedWithResultZero) {
-  EXPECT_EQ(0, aaa::aaalib_init_send_buf_thread());
+  EXPECT_EQ(0, aaalib_init_send_buf_thread());
   flush_thread();
   EXPECT_TRUE(aaa::aaalib_stop_send_buf_thread());
 }

@@ -16,8 +16,8 @@ inline bool is_held(pthread_mutex_t& lock) {
 
 inline bool no_lock_is_held() {
   return !is_held(aaa_lib_lock) && !is_held(aaa_lib_send_buf_lock) &&
-         !is_held(aaa::waiting_session_lock) && !is_held(aaa::link_write_lock) &&
-         !is_held(aaa::link_read_lock);
+         !is_held(aaa::waiting_session_lock) && !is_held(aaa::request_write_lock) &&
+         !is_held(aaa::event_write_lock) && !is_held(aaa::event_read_lock);
 }
 
 // Whether `call` returns while another thread holds the three locks of the library.

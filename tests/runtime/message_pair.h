@@ -42,8 +42,8 @@ class MessagePairTest : public LibraryTest {
  protected:
   void SetUp() override {
     LibraryTest::SetUp();
-    ASSERT_EQ(0, aaa::aaa_lib_make_work_dir());
-    ASSERT_EQ(0, aaa::aaa_lib_msg_socket_init());
+    ASSERT_EQ(0, aaa_lib_make_work_dir());
+    ASSERT_EQ(0, aaa_lib_msg_socket_init());
     forget_datagrams();
   }
   void TearDown() override {

@@ -47,7 +47,7 @@ TEST_F(ReceiveThreadEnd, AtAFailureItFindsTheClientDeregistered) {
   // It leaves the sockets to whoever deregistered.
   EXPECT_EQ(sockets[0], aaa::load(g_aaa_client_cb.sync_fd));
   EXPECT_EQ(sockets[1], event_socket());
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
 }
 
 TEST_F(ReceiveThreadEnd, WhenTheEventSocketHasBeenClosed) {
@@ -69,7 +69,7 @@ TEST_F(ReceiveThreadEnd, WhenItIsCancelled) {
   EXPECT_EQ(0, aaa_svr_dereg());
   EXPECT_TRUE(receive_thread_is_gone());
   EXPECT_EQ(pthread_t{0}, aaa::g_receive_msg_tid);
-  EXPECT_EQ(0u, watchdog_.count("unreg"));
+  EXPECT_EQ(1u, watchdog_.count("unreg"));
 }
 
 TEST_F(ReceiveThreadEnd, WhenItIsCancelledWhileItReadsABody) {

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "log_lines.h"
+#include "runtime/library_threads.h"
 #include "runtime/receive_thread.h"
 #include "support/registered_test.h"
 #include "transport/cancellation.h"
@@ -202,6 +203,7 @@ TEST_F(ReceiveThreadStart, TheStartRoutineReturnsNull) {
   void* result = this;
   std::thread([&result] {
     const aaa::CancellationScope unchanged(PTHREAD_CANCEL_ENABLE);
+    aaa::thread_will_start(aaa::ThreadRole::receive);
     result = aaa::aaa_lib_thread(nullptr);
   }).join();
   EXPECT_EQ(nullptr, result);

@@ -11,8 +11,8 @@ class ResultMessages : public DispatchTest {
  protected:
   void SetUp() override {
     DispatchTest::SetUp();
-    ASSERT_EQ(0, aaa::aaa_lib_make_work_dir());
-    ASSERT_EQ(0, aaa::aaa_lib_msg_socket_init());
+    ASSERT_EQ(0, aaa_lib_make_work_dir());
+    ASSERT_EQ(0, aaa_lib_msg_socket_init());
     forget_datagrams();
     counters_ = {};
   }

@@ -44,7 +44,7 @@ class Statistics : public testing::Test {
     gettimeofday(&now, nullptr);
     const auto sec = static_cast<std::uint32_t>(now.tv_sec);
     const auto usec = static_cast<std::uint32_t>(now.tv_usec);
-    aaa::aaalib_stat_time_elapse(slot, sec - ago_us / 1000000U, usec - ago_us % 1000000U);
+    aaalib_stat_time_elapse(slot, sec - ago_us / 1000000U, usec - ago_us % 1000000U);
   }
 
  private:
@@ -95,7 +95,7 @@ TEST_F(Statistics, AGreaterTimeReplacesTheMaximum) {
 
 TEST_F(Statistics, TheElapsedTimeIsExactWithinTheCall) {
   const std::uint32_t before = wall_microseconds();
-  aaa::aaalib_stat_time_elapse(2, 1000, 7);
+  aaalib_stat_time_elapse(2, 1000, 7);
   const std::uint32_t after = wall_microseconds();
   EXPECT_GE(counters()[10], before - 1000000007U);
   EXPECT_LE(counters()[10], after - 1000000007U);
@@ -104,8 +104,8 @@ TEST_F(Statistics, TheElapsedTimeIsExactWithinTheCall) {
 TEST_F(Statistics, AStartInTheFutureWrapsAround) {
   timeval now = {};
   gettimeofday(&now, nullptr);
-  aaa::aaalib_stat_time_elapse(3, static_cast<std::uint32_t>(now.tv_sec) + 100,
-                               static_cast<std::uint32_t>(now.tv_usec));
+  aaalib_stat_time_elapse(3, static_cast<std::uint32_t>(now.tv_sec) + 100,
+                          static_cast<std::uint32_t>(now.tv_usec));
   EXPECT_GE(counters()[14], 0U - 100000000U);
   EXPECT_LT(counters()[14], 0U - 97000000U);
   EXPECT_EQ(counters()[14], counters()[15]);

@@ -1,6 +1,5 @@
 // Messages about aaad itself: 102, 106, 122, 132, and the client events.
 #include "dispatch_test.h"
-#include "runtime/client_events.h"
 #include "transport/debug_log.h"
 
 namespace test {
@@ -169,17 +168,17 @@ TEST_F(StatusMessages, AHeartbeatNeedsNoLock) {
 TEST(ClientEvents, TheCallbacksResultIsHandedBack) {
   aaa::store(g_aaa_client_cb.aaa_event_cb,
              aaa_event_fn([](std::uint32_t event) { return static_cast<int>(event) * 10; }));
-  EXPECT_EQ(70, aaa::aaa_lib_notify_aaa_event(7));
+  EXPECT_EQ(70, aaa_lib_notify_aaa_event(7));
   aaa::store(g_aaa_client_cb.aaa_event_cb, aaa_event_fn(nullptr));
 }
 
 TEST(ClientEvents, WithoutACallbackTheEventIsHandedBack) {
-  EXPECT_EQ(7, aaa::aaa_lib_notify_aaa_event(7));
-  EXPECT_EQ(0, aaa::aaa_lib_notify_aaa_event(0));
+  EXPECT_EQ(7, aaa_lib_notify_aaa_event(7));
+  EXPECT_EQ(0, aaa_lib_notify_aaa_event(0));
 }
 
 TEST(ClientEvents, NoLockIsTaken) {
-  EXPECT_TRUE(needs_no_lock([] { aaa::aaa_lib_notify_aaa_event(7); }));
+  EXPECT_TRUE(needs_no_lock([] { aaa_lib_notify_aaa_event(7); }));
 }
 
 }  // namespace

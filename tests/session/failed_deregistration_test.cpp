@@ -1,7 +1,8 @@
-// Farewells that go wrong.
-#include <sys/stat.h>
+// Deregistrations that go wrong.
+#include <fcntl.h>
 
 #include "session/session_test.h"
+#include "support/socket_pair.h"
 
 namespace {
 
@@ -117,15 +118,72 @@ TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
   EXPECT_TRUE(sim_.wait_for_connections(1)) << "the request socket";
 }
 
-// The number in sync_fd must not come to name something else.
-TEST_F(FailedDeregistration, AnotherTypeKeepsTheNumberOfTheRequestSocket) {
-  sim_.set_fault(Role::request, kDeregister, Fault::wrong_type);
-  register_quietly();
+// A client that is left with the closed number of its request socket on record, and whose own file
+// has got that number meanwhile.
+class ClosedNumber : public FailedDeregistration {
+ protected:
+  void SetUp() override {
+    FailedDeregistration::SetUp();
+    ASSERT_TRUE(others_.open());
+    sim_.set_fault(Role::request, kDeregister, Fault::wrong_type);
+    register_quietly();
+    number_ = g_aaa_client_cb.sync_fd;
+    ASSERT_EQ(-1, deregister());
+    ASSERT_EQ(number_, g_aaa_client_cb.sync_fd);
+    ASSERT_EQ(-1, fcntl(number_, F_GETFD)) << "closed";
+    ASSERT_EQ(number_, dup2(others_.own(), number_));
+  }
+  void TearDown() override {
+    ::close(number_);
+    others_.close();
+    FailedDeregistration::TearDown();
+  }
+
+  test::SocketPair others_;
+  std::int32_t number_ = -1;
+};
+
+TEST_F(ClosedNumber, IsNotWrittenTo) {
+  EXPECT_EQ(EBADF, aaa_send_ipc_msg(number_, 132, nullptr, 0));
+  const std::uint32_t words[3] = {1, 2, 3};
+  EXPECT_EQ(-EBADF, aaa_notify_ctrl_if_switch(words));
   EXPECT_EQ(-1, deregister());
-  struct stat status = {};
-  ASSERT_EQ(0, fstat(g_aaa_client_cb.sync_fd, &status));
-  EXPECT_TRUE(S_ISSOCK(status.st_mode));
-  EXPECT_EQ(-1, ::send(g_aaa_client_cb.sync_fd, "x", 1, MSG_NOSIGNAL));
+  EXPECT_EQ(0u, others_.waiting_for_peer());
+}
+
+TEST_F(ClosedNumber, IsNotReadFrom) {
+  others_.peer_writes("the host's own bytes");
+  EXPECT_EQ(0u, aaa_get_session_id());
+  EXPECT_EQ(nullptr, aaalib_recv_ipc_msg());
+  EXPECT_EQ(20u, others_.waiting_for_library());
+}
+
+TEST_F(ClosedNumber, AsARefusedSendCountsAsAnError) {
+  const std::uint32_t before = g_aaa_msg_stat.send_error_times;
+  EXPECT_EQ(EBADF, aaa_send_ipc_msg(number_, 132, nullptr, 0));
+  EXPECT_EQ(before + 1, g_aaa_msg_stat.send_error_times);
+  EXPECT_EQ(static_cast<std::uint32_t>(EBADF), g_aaa_msg_stat.last_error_errno);
+}
+
+TEST_F(ClosedNumber, IsNotClosedAgainAndThenForgotten) {
+  EXPECT_EQ(-1, aaa_lib_client_close()) << "as for a descriptor that is not open";
+  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  EXPECT_NE(-1, fcntl(number_, F_GETFD)) << "the host's file";
+}
+
+TEST_F(ClosedNumber, CountsAsOneUntilTheFieldHasHeldAnotherValue) {
+  aaa::store(g_aaa_client_cb.sync_fd, others_.own());
+  EXPECT_EQ(0, aaa_send_ipc_msg(others_.own(), 132, nullptr, 0));
+  aaa::store(g_aaa_client_cb.sync_fd, number_);
+  EXPECT_EQ(0, aaa_send_ipc_msg(number_, 132, nullptr, 0));
+  EXPECT_EQ(32u, others_.waiting_for_peer());
+  aaa::store(g_aaa_client_cb.sync_fd, -1);
+}
+
+TEST_F(ClosedNumber, IsNoObstacleToTheSocketLoops) {
+  EXPECT_EQ(0, aaa_msg_send(number_, "own", 3, 0));
+  EXPECT_EQ("own", others_.peer_reads(3));
 }
 
 TEST_F(FailedDeregistration, OnlyTheHeaderOfTheResponseIsRead) {

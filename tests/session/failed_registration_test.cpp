@@ -62,8 +62,9 @@ TEST_F(FailedRegistration, WithoutTmpdirThereIsNoWorkDirectory) {
   unsetenv("TMPDIR");
   aaa::store(g_aaa_client_cb.aaa_id, 77);
   register_in_vain();
-  EXPECT_THAT(messages_, ElementsAre("agent_init make directory failed\r\n"));
-  EXPECT_THAT(functions_, ElementsAre("aaa_svr_reg"));
+  EXPECT_THAT(messages_,
+              ElementsAre("agent_init make directory failed\r\n", "TMPDIR is not set\r\n"));
+  EXPECT_THAT(functions_, testing::Each("aaa_svr_reg"));
   EXPECT_EQ(1, g_aaa_client_cb.reg_state);
   EXPECT_EQ(77, g_aaa_client_cb.aaa_id) << "nothing has been begun";
   EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
@@ -77,8 +78,10 @@ TEST_F(FailedRegistration, WithALongTmpdirThereAreNoDatagramSockets) {
   std::filesystem::create_directory(longer);
   setenv("TMPDIR", longer.c_str(), 1);
   register_in_vain();
-  EXPECT_THAT(messages_, ElementsAre("aaa_lib_msg_socket_init failed\r\n"));
-  EXPECT_THAT(functions_, ElementsAre("aaa_svr_reg"));
+  EXPECT_THAT(messages_, ElementsAre("aaa_lib_msg_socket_init failed\r\n",
+                                     testing::StartsWith("TMPDIR is '" + longer.substr(0, 80) +
+                                                         "', 90 bytes; it must")));
+  EXPECT_THAT(functions_, testing::Each("aaa_svr_reg"));
   EXPECT_EQ(1, g_aaa_client_cb.reg_state);
   setenv("TMPDIR", directory().c_str(), 1);
   register_quietly();
@@ -89,7 +92,8 @@ TEST_F(FailedRegistration, AFailedDatagramSocketIsReported) {
   const test::ScriptedCalls calls({.socket = [](int, int) { return test::fails(EMFILE); }});
   register_in_vain();
   EXPECT_THAT(messages_, ElementsAre("create socket(message server fd) failed, err(24)\r\n",
-                                     "aaa_lib_msg_socket_init failed\r\n"));
+                                     "aaa_lib_msg_socket_init failed\r\n",
+                                     testing::StartsWith("TMPDIR is '")));
   EXPECT_EQ(0u, sim_.accepted_connections());
 }
 

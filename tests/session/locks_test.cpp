@@ -6,8 +6,6 @@
 
 namespace {
 
-using aaa::aaa_lib_mutex_init;
-
 class Locks : public test::LibraryTest {
  protected:
   void SetUp() override {

@@ -215,7 +215,7 @@ TEST_F(RegisterFaults, TheStepCanBeRepeatedOnNewSockets) {
   sim_.set_fault(Role::event, kRegister, Fault::close);
   EXPECT_EQ(-1, aaalib_connect_and_register_to_aaad());
   sim_.set_fault(Role::event, kRegister, Fault::none);
-  aaa::aaa_lib_client_close();
+  aaa_lib_client_close();
   EXPECT_EQ(0, aaalib_connect_and_register_to_aaad());
   EXPECT_EQ(4, g_aaa_client_cb.reg_state);
 }

@@ -203,7 +203,7 @@ TEST_F(Registration, LocksThatCannotBeMadeDoNotStopIt) {
     const test::ScriptedCalls calls(scripts);
     register_client();
   }
-  EXPECT_EQ(0, aaa::aaa_lib_mutex_init());
+  EXPECT_EQ(0, aaa_lib_mutex_init());
 }
 
 TEST_F(Registration, WithoutAaadItSucceedsInState1WithoutSockets) {

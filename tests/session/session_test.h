@@ -112,7 +112,7 @@ class SessionTest : public SimulatedTest {
  protected:
   void TearDown() override {
     stop_library();
-    aaa::aaa_lib_client_close();
+    aaa_lib_client_close();
     aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
     SimulatedTest::TearDown();
   }

@@ -33,8 +33,8 @@ int run_on_mlist_change(std::uint32_t event) {
 
 bool all_locks_are_free() {
   for (pthread_mutex_t* const lock :
-       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::link_write_lock,
-        &aaa::link_read_lock})
+       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::request_write_lock,
+        &aaa::event_write_lock, &aaa::event_read_lock})
     if (!test::is_free(*lock)) return false;
   return true;
 }

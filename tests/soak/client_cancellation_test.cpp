@@ -143,7 +143,7 @@ TEST_F(ClientCancellation, OfARequestThatCannotBeWrittenLeavesTheLibraryInOrder)
     register_client(Manner::never_reads);
     note_what_there_is();
     CancelledThread thread([&] { request.make(); });
-    EXPECT_TRUE(test::eventually([] { return !test::is_free(aaa::link_write_lock); }));
+    EXPECT_TRUE(test::eventually([] { return !test::is_free(aaa::request_write_lock); }));
     thread.cancel();
     thread.was_cut_short();
     expect_library_in_order();

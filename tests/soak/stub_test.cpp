@@ -82,7 +82,8 @@ void StubTest::register_client(Manner manner) {
 
 void StubTest::expect_library_in_order() {
   for (pthread_mutex_t* const lock :
-       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::link_write_lock})
+       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::request_write_lock,
+        &aaa::event_write_lock})
     EXPECT_TRUE(test::eventually([lock] { return test::is_free(*lock); })) << "a lock is held";
   behave(Manner::good);
   if (!aaa::receive_thread_exists()) return;

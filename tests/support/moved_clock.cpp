@@ -1,5 +1,6 @@
 #include "support/moved_clock.h"
 
+#include <pthread.h>
 #include <sys/sysinfo.h>
 #include <time.h>
 #include <unistd.h>
@@ -31,6 +32,8 @@ extern "C" {
 int __real_clock_gettime(clockid_t clock, timespec* now);
 int __real_sysinfo(struct sysinfo* info);
 int __real_usleep(useconds_t us);
+int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline);
 
 int __wrap_clock_gettime(clockid_t clock, timespec* now) {
   const int result = __real_clock_gettime(clock, now);
@@ -46,6 +49,17 @@ int __wrap_sysinfo(struct sysinfo* info) {
   const int result = __real_sysinfo(info);
   info->uptime += offset_us / 1000000;
   return result;
+}
+
+// Deadlines of the library are on the monotonic clock as it sees it.
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline) {
+  timespec real = *deadline;
+  const std::int64_t us =
+      std::int64_t{real.tv_sec} * 1000000 + real.tv_nsec / 1000 - offset_us.load();
+  real.tv_sec = us / 1000000;
+  real.tv_nsec = us % 1000000 * 1000;
+  return __real_pthread_cond_timedwait(condition, mutex, &real);
 }
 
 int __wrap_usleep(useconds_t us) {

@@ -7,6 +7,9 @@
 #include <memory>
 #include <mutex>
 
+#include "runtime/library_threads.h"
+#include "runtime/receive_thread.h"
+
 namespace test {
 namespace {
 
@@ -121,7 +124,13 @@ int __wrap_select(int limit, fd_set* readable, fd_set* writable, fd_set* failed,
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument) {
   const auto answer = ask(&Scripts::pthread_create);
-  return answer ? *answer : __real_pthread_create(thread, attributes, routine, argument);
+  if (!answer) return __real_pthread_create(thread, attributes, routine, argument);
+  // A thread that is there in name only has ended before it began.
+  if (*answer == 0) {
+    aaa::thread_has_ended(routine == aaa::aaa_lib_thread ? aaa::ThreadRole::receive
+                                                         : aaa::ThreadRole::flush);
+  }
+  return *answer;
 }
 
 int __wrap_pthread_attr_init(pthread_attr_t* attributes) {

@@ -10,8 +10,6 @@
 
 namespace {
 
-using aaa::aaalib_debug_num_check;
-
 class DebugLog : public test::LibraryTest {
  protected:
   static void allow(std::uint32_t lines) { aaa::store(g_aaa_status.debug_msg_limit, lines); }

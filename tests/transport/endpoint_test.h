@@ -34,7 +34,7 @@ class EndpointTest : public LibraryTest {
     std::filesystem::create_directories(work_directory());
   }
   void TearDown() override {
-    aaa::aaa_lib_client_close();
+    aaa_lib_client_close();
     LibraryTest::TearDown();
   }
 

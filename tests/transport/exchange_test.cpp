@@ -24,7 +24,7 @@ class Exchange : public test::PairTest {
   // The reply as bytes, or "none"; the reply is freed.
   static std::string exchange(std::uint32_t type = 3, const std::string& body = "ask") {
     aaa_ipc_header* const reply =
-        aaa::aaalib_sr_ipc_msg(type, body.data(), static_cast<std::int32_t>(body.size()));
+        aaalib_sr_ipc_msg(type, body.data(), static_cast<std::int32_t>(body.size()));
     if (reply == nullptr) return "none";
     const std::string bytes(reinterpret_cast<const char*>(reply), 16 + reply->length);
     aaa_free(0, "", reply);
@@ -48,16 +48,16 @@ TEST_F(Exchange, SendsOneRequestWithIdZero) {
 
 TEST_F(Exchange, ARequestMayHaveNoBody) {
   test::AnsweringPeer aaad(pair_, message_bytes(3, "id"));
-  aaa::Reply reply(aaa::aaalib_sr_ipc_msg(3, nullptr, 0));
+  aaa::Reply reply(aaalib_sr_ipc_msg(3, nullptr, 0));
   EXPECT_EQ(message_bytes(3, ""), aaad.request());
   EXPECT_TRUE(reply);
 }
 
 TEST_F(Exchange, BadArgumentsGiveNullWithoutALineOrAMessage) {
   const test::OpenGate gate;
-  EXPECT_EQ(nullptr, aaa::aaalib_sr_ipc_msg(3, "x", -1));
-  EXPECT_EQ(nullptr, aaa::aaalib_sr_ipc_msg(3, nullptr, 1));
-  EXPECT_EQ(nullptr, aaa::aaalib_sr_ipc_msg(3, nullptr, -1));
+  EXPECT_EQ(nullptr, aaalib_sr_ipc_msg(3, "x", -1));
+  EXPECT_EQ(nullptr, aaalib_sr_ipc_msg(3, nullptr, 1));
+  EXPECT_EQ(nullptr, aaalib_sr_ipc_msg(3, nullptr, -1));
   EXPECT_THAT(log_.lines(), testing::IsEmpty());
   EXPECT_EQ(0u, pair_.waiting_for_peer());
 }
@@ -123,20 +123,6 @@ TEST_F(Exchange, TheDrainReadsByteByByte) {
   EXPECT_EQ("none", exchange());
   EXPECT_THAT(sizes, ElementsAre(1, 1, 1));
   EXPECT_EQ(0, all_flags);
-}
-
-TEST_F(Exchange, TheDrainIsNotEndedByFailuresOfItsCalls) {
-  int polls = 0;
-  int reads = 0;
-  const ScriptedCalls calls(
-      {.send = [](int, const void*, std::size_t, int) { return test::fails(EIO); },
-       .recv = [&](int, void*, std::size_t, int) { return ++reads, test::fails(ECONNRESET); },
-       .poll = [&](int, int) { return ++polls < 3 ? test::fails(EINTR)
-                                      : polls < 5 ? 1
-                                                  : 0; }});
-  EXPECT_EQ("none", exchange());
-  EXPECT_EQ(5, polls);
-  EXPECT_EQ(4, reads);
 }
 
 TEST_F(Exchange, TheDrainDoesNotWait) {

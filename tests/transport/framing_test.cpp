@@ -27,14 +27,14 @@ class Framing : public test::PairTest {
     aaa_free(0, "", message);
     return bytes;
   }
-  std::string receive() { return taken(aaa::aaa_recv_ipc_msg_from_sd(pair_.own())); }
+  std::string receive() { return taken(aaa_recv_ipc_msg_from_sd(pair_.own())); }
   std::string receive_logged() { return taken(aaa::aaalib_recv_ipc_msg_from_sd(pair_.own())); }
 
   test::LogCapture log_;
 };
 
 TEST_F(Framing, ASentMessageHasIdZeroItsTypeAndItsBody) {
-  ASSERT_EQ(0, aaa::aaa_send_ipc_msg(pair_.own(), 132, "abc", 3));
+  ASSERT_EQ(0, aaa_send_ipc_msg(pair_.own(), 132, "abc", 3));
   const std::string bytes = pair_.peer_reads(19);
   ASSERT_EQ(19u, bytes.size());
   EXPECT_EQ(0x01010101u, word_at(bytes, 0));
@@ -46,7 +46,7 @@ TEST_F(Framing, ASentMessageHasIdZeroItsTypeAndItsBody) {
 }
 
 TEST_F(Framing, AMessageWithoutBodyIsAHeader) {
-  ASSERT_EQ(0, aaa::aaa_send_ipc_msg(pair_.own(), 132, nullptr, 0));
+  ASSERT_EQ(0, aaa_send_ipc_msg(pair_.own(), 132, nullptr, 0));
   EXPECT_EQ(16u, pair_.waiting_for_peer());
 }
 
@@ -58,7 +58,7 @@ TEST_F(Framing, HeaderAndBodyAreHandedToOneCallWithWaitAll) {
     all_flags |= flags;
     return static_cast<ssize_t>(size);
   }});
-  ASSERT_EQ(0, aaa::aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
+  ASSERT_EQ(0, aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
   EXPECT_THAT(sizes, testing::ElementsAre(19));
   EXPECT_EQ(0x100, all_flags & 0x100);
 }
@@ -66,26 +66,26 @@ TEST_F(Framing, HeaderAndBodyAreHandedToOneCallWithWaitAll) {
 TEST_F(Framing, SendingAllocatesOneBlockAndFreesIt) {
   const std::uint32_t taken_before = g_aaa_malloc_times;
   const std::uint32_t live_before = test::live_blocks();
-  ASSERT_EQ(0, aaa::aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
+  ASSERT_EQ(0, aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
   EXPECT_EQ(taken_before + 1, g_aaa_malloc_times);
   EXPECT_EQ(live_before, test::live_blocks());
 }
 
 TEST_F(Framing, SendingWithoutMemoryGives12AndSendsNothing) {
   const ScriptedCalls calls({.malloc = [](std::size_t) { return nullptr; }});
-  EXPECT_EQ(12, aaa::aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
+  EXPECT_EQ(12, aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
   EXPECT_EQ(0u, pair_.waiting_for_peer());
 }
 
 TEST_F(Framing, TheResultOfTheSendIsReturnedAndTheBlockFreed) {
-  EXPECT_EQ(22, aaa::aaa_send_ipc_msg(-1, 5, "abc", 3));
+  EXPECT_EQ(22, aaa_send_ipc_msg(-1, 5, "abc", 3));
   pair_.close_peer();
-  EXPECT_EQ(32, aaa::aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
+  EXPECT_EQ(32, aaa_send_ipc_msg(pair_.own(), 5, "abc", 3));
 }
 
 TEST_F(Framing, ALoggedSendTellsProcessTypeLengthAndDescriptor) {
   const test::OpenGate gate;
-  ASSERT_EQ(0, aaa::aaalib_send_ipc_msg_print(pair_.own(), 132, "abc", 3));
+  ASSERT_EQ(0, aaalib_send_ipc_msg_print(pair_.own(), 132, "abc", 3));
   const test::LogLine line =
       log_.find(": send message(heartbeat) len(3) to " + fd_text() + "\n\r\r\n");
   EXPECT_EQ("[%5d][%14.14s][%30.30s] %s: send message(%s) len(%d) to %d\n\r\r\n", line.format);
@@ -96,13 +96,13 @@ TEST_F(Framing, ALoggedSendTellsProcessTypeLengthAndDescriptor) {
 TEST_F(Framing, ALoggedSendNamesTheProcessWhenTheClientHasFilledTheName) {
   const test::OpenGate gate;
   std::strcpy(g_aaalib_process_name, "dot1x");
-  aaa::aaalib_send_ipc_msg_print(-1, 27, nullptr, 0);
+  aaalib_send_ipc_msg_print(-1, 27, nullptr, 0);
   g_aaalib_process_name[0] = '\0';
   EXPECT_EQ(1u, log_.count("dot1x: send message(Unknown msg) len(0) to -1\n\r\r\n"));
 }
 
 TEST_F(Framing, ALoggedSendReturnsTheErrorOfTheSend) {
-  EXPECT_EQ(22, aaa::aaalib_send_ipc_msg_print(-1, 5, "abc", 3));
+  EXPECT_EQ(22, aaalib_send_ipc_msg_print(-1, 5, "abc", 3));
 }
 
 TEST_F(Framing, AReceivedMessageIsOneBlockOfHeaderAndBody) {
@@ -185,7 +185,7 @@ TEST_F(Framing, AFailedBodyIsReportedAndTheBlockFreed) {
 
 TEST_F(Framing, ThePlainReceiverWritesNoLines) {
   const test::OpenGate gate;
-  EXPECT_EQ(nullptr, aaa::aaa_recv_ipc_msg_from_sd(-1));
+  EXPECT_EQ(nullptr, aaa_recv_ipc_msg_from_sd(-1));
   pair_.peer_writes(message_bytes(101, "abcdef").substr(0, 19));
   pair_.close_peer();
   EXPECT_EQ("none", receive());
@@ -196,20 +196,20 @@ TEST_F(Framing, ThePlainReceiverWritesNoLines) {
 TEST_F(Framing, AClosedGateKeepsEveryLineBack) {
   pair_.close_peer();
   EXPECT_EQ("none", receive_logged());
-  aaa::aaalib_send_ipc_msg_print(pair_.own(), 5, "abc", 3);
+  aaalib_send_ipc_msg_print(pair_.own(), 5, "abc", 3);
   EXPECT_THAT(log_.lines(), testing::IsEmpty());
 }
 
 TEST_F(Framing, TheRequestAndEventSocketsAreReadByTheirFields) {
   use_as_request_socket();
   pair_.peer_writes(message_bytes(101, "request"));
-  EXPECT_EQ(message_bytes(101, "request"), taken(aaa::aaalib_recv_ipc_msg()));
-  EXPECT_EQ("none", taken(aaa::aaalib_recv_async_ipc_msg()));
+  EXPECT_EQ(message_bytes(101, "request"), taken(aaalib_recv_ipc_msg()));
+  EXPECT_EQ("none", taken(aaalib_recv_async_ipc_msg()));
   aaa::store(g_aaa_client_cb.sync_fd, -1);
   aaa::store(g_aaa_client_cb.async_fd, pair_.own());
   pair_.peer_writes(message_bytes(103, "event"));
-  EXPECT_EQ("none", taken(aaa::aaalib_recv_ipc_msg()));
-  EXPECT_EQ(message_bytes(103, "event"), taken(aaa::aaalib_recv_async_ipc_msg()));
+  EXPECT_EQ("none", taken(aaalib_recv_ipc_msg()));
+  EXPECT_EQ(message_bytes(103, "event"), taken(aaalib_recv_async_ipc_msg()));
 }
 
 // A frame whose 500 bytes of body are alike.
@@ -220,6 +220,7 @@ bool is_whole(const std::string& frame) {
 
 // The marker of a frame must follow the frame before it, however short the writes were.
 TEST_F(Framing, FramesOfSeveralThreadsNeverMix) {
+  use_as_request_socket();
   constexpr int frames = 100;
   const ScriptedCalls calls({.send = [](int fd, const void* data, std::size_t size, int) {
     std::this_thread::yield();
@@ -228,7 +229,7 @@ TEST_F(Framing, FramesOfSeveralThreadsNeverMix) {
   const auto write_frames = [&](char letter) {
     const std::string body(500, letter);
     for (int i = 0; i < frames; ++i)
-      aaa::aaa_send_ipc_msg(pair_.own(), 5, body.data(), 500);
+      aaa_send_ipc_msg(pair_.own(), 5, body.data(), 500);
   };
   std::thread first(write_frames, 'a');
   std::thread second(write_frames, 'b');
@@ -244,10 +245,10 @@ TEST_F(Framing, FramesOfSeveralThreadsNeverMix) {
 TEST_F(Framing, TheSocketLoopsTakeNoLock) {
   bool lock_was_free = false;
   const ScriptedCalls calls({.send = [&](int, const void*, std::size_t size, int) {
-    lock_was_free = test::is_free(aaa::link_write_lock);
+    lock_was_free = test::is_free(aaa::request_write_lock);
     return static_cast<ssize_t>(size);
   }});
-  EXPECT_EQ(0, aaa::aaa_msg_send(pair_.own(), "x", 1, 0x100));
+  EXPECT_EQ(0, aaa_msg_send(pair_.own(), "x", 1, 0x100));
   EXPECT_TRUE(lock_was_free);
 }
 

@@ -38,7 +38,7 @@ TEST_F(LinkClose, ClosesBothAndForgetsThem) {
   const int one = dup(pair_.own());
   const int other = dup(pair_.own());
   put(one, other);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   expect_fields(-1, -1);
   EXPECT_FALSE(is_open(one));
   EXPECT_FALSE(is_open(other));
@@ -49,11 +49,11 @@ TEST_F(LinkClose, NothingOpenIsSuccessWithoutALine) {
   const test::LogCapture log;
   const ScriptedCalls calls(failing_close(-1, EIO));
   put(-1, -1);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   put(0, 0);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   put(0, -1);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   put(-1, -1);
   EXPECT_TRUE(closed_.empty());
   EXPECT_THAT(log.lines(), testing::IsEmpty());
@@ -61,10 +61,10 @@ TEST_F(LinkClose, NothingOpenIsSuccessWithoutALine) {
 
 TEST_F(LinkClose, TheOneThatIsOpenIsClosed) {
   put(dup(pair_.own()), -1);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   expect_fields(-1, -1);
   put(-1, dup(pair_.own()));
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   expect_fields(-1, -1);
 }
 
@@ -74,7 +74,7 @@ TEST_F(LinkClose, EqualDescriptorsAreClosedOnceWithALine) {
   const int fd = dup(pair_.own());
   const ScriptedCalls calls(failing_close(-1, EIO));
   put(fd, fd);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   expect_fields(-1, -1);
   EXPECT_THAT(closed_, testing::ElementsAre(fd));
   EXPECT_THAT(log.messages(),
@@ -86,7 +86,7 @@ TEST_F(LinkClose, EqualDescriptorsThatAreNotOpenAreForgotten) {
   const int fd = dup(pair_.own());
   ::close(fd);
   put(fd, fd);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   expect_fields(-1, -1);
 }
 
@@ -95,10 +95,10 @@ TEST_F(LinkClose, EqualDescriptorsThatCannotBeClosedAreKept) {
   put(fd, fd);
   {
     const ScriptedCalls calls(failing_close(fd, EIO));
-    EXPECT_EQ(-1, aaa::aaa_lib_client_close());
+    EXPECT_EQ(-1, aaa_lib_client_close());
   }
   expect_fields(fd, fd);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
 }
 
 TEST_F(LinkClose, ADescriptorThatIsNotOpenIsForgottenButReported) {
@@ -106,7 +106,7 @@ TEST_F(LinkClose, ADescriptorThatIsNotOpenIsForgottenButReported) {
   const int other = dup(pair_.own());
   ::close(one);
   put(one, other);
-  EXPECT_EQ(-1, aaa::aaa_lib_client_close());
+  EXPECT_EQ(-1, aaa_lib_client_close());
   expect_fields(-1, -1);
   EXPECT_FALSE(is_open(other));
 }
@@ -117,17 +117,17 @@ TEST_F(LinkClose, ADescriptorThatCannotBeClosedIsKeptAndTheOtherClosed) {
   put(one, other);
   {
     const ScriptedCalls calls(failing_close(one, EIO));
-    EXPECT_EQ(-1, aaa::aaa_lib_client_close());
+    EXPECT_EQ(-1, aaa_lib_client_close());
   }
   expect_fields(one, -1);
   EXPECT_FALSE(is_open(other));
   {
     put(-1, one);
     const ScriptedCalls calls(failing_close(one, EIO));
-    EXPECT_EQ(-1, aaa::aaa_lib_client_close());
+    EXPECT_EQ(-1, aaa_lib_client_close());
   }
   expect_fields(-1, one);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
 }
 
 TEST_F(LinkClose, TheLibraryLockIsHeldWhileTheSocketsAreClosed) {
@@ -137,7 +137,7 @@ TEST_F(LinkClose, TheLibraryLockIsHeldWhileTheSocketsAreClosed) {
     return std::nullopt;
   }});
   put(dup(pair_.own()), -1);
-  EXPECT_EQ(0, aaa::aaa_lib_client_close());
+  EXPECT_EQ(0, aaa_lib_client_close());
   EXPECT_FALSE(was_free);
   EXPECT_TRUE(test::is_free(aaa_lib_lock));
 }
@@ -145,7 +145,7 @@ TEST_F(LinkClose, TheLibraryLockIsHeldWhileTheSocketsAreClosed) {
 TEST_F(LinkClose, EightErrorsMeanALostConnection) {
   const std::set<int> lost = {9, 32, 88, 95, 100, 104, 107, 110};
   for (int error = -200; error < 200; ++error)
-    EXPECT_EQ(lost.count(error) == 1, aaa::aaa_lib_is_conn_broken_err(error)) << error;
+    EXPECT_EQ(lost.count(error) == 1, aaa_lib_is_conn_broken_err(error)) << error;
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ class LinkConnect : public test::EndpointTest {
   std::string prefix() const { return work_directory() + "/.aaal_socket_fs1_"; }
   std::string own_name() const { return prefix() + std::to_string(getpid()); }
   std::string server_name() const { return work_directory() + "/.aaa_domain_socket_fs"; }
-  std::int32_t connect() { return aaa::aaa_lib_client_connect(prefix().c_str()); }
+  std::int32_t connect() { return aaa_lib_client_connect(prefix().c_str()); }
 
   aaa_sim::AaadSim sim_{directory()};
 };
@@ -95,7 +95,7 @@ TEST_F(LinkConnect, WithoutTmpdirNothingIsTried) {
   const std::string path = prefix();
   unsetenv("TMPDIR");
   const ScriptedCalls calls({.socket = [](int, int) { return ADD_FAILURE(), fails(EIO); }});
-  EXPECT_EQ(-1, aaa::aaa_lib_client_connect(path.c_str()));
+  EXPECT_EQ(-1, aaa_lib_client_connect(path.c_str()));
 }
 
 TEST_F(LinkConnect, ANameOfAaadThatDoesNotFitIsAFailure) {
@@ -165,7 +165,7 @@ TEST_F(LinkConnect, AClosedGateKeepsLinesBack) {
 }
 
 TEST_F(LinkConnect, BothSocketsAreOpenedFromTheirNames) {
-  EXPECT_EQ(0, aaa::aaa_lib_client_connect_all());
+  EXPECT_EQ(0, aaa_lib_client_connect_all());
   EXPECT_EQ(work_directory() + "/.aaal_socket_fs1_" + std::to_string(getpid()),
             local_name(g_aaa_client_cb.sync_fd));
   EXPECT_EQ(work_directory() + "/.aaal_socket_fs2_" + std::to_string(getpid()),
@@ -174,22 +174,22 @@ TEST_F(LinkConnect, BothSocketsAreOpenedFromTheirNames) {
 }
 
 TEST_F(LinkConnect, ASocketThatIsOpenStays) {
-  ASSERT_EQ(0, aaa::aaa_lib_client_connect_all());
+  ASSERT_EQ(0, aaa_lib_client_connect_all());
   const std::int32_t sync_fd = g_aaa_client_cb.sync_fd;
   const std::int32_t async_fd = g_aaa_client_cb.async_fd;
   const ScriptedCalls calls(
       {.connect = [](int, const sockaddr*, unsigned) { return ADD_FAILURE(), fails(EIO); }});
-  EXPECT_EQ(0, aaa::aaa_lib_client_connect_all());
+  EXPECT_EQ(0, aaa_lib_client_connect_all());
   EXPECT_EQ(sync_fd, g_aaa_client_cb.sync_fd);
   EXPECT_EQ(async_fd, g_aaa_client_cb.async_fd);
 }
 
 TEST_F(LinkConnect, OnlyTheMissingSocketIsOpened) {
-  ASSERT_EQ(0, aaa::aaa_lib_client_connect_all());
+  ASSERT_EQ(0, aaa_lib_client_connect_all());
   const std::int32_t sync_fd = g_aaa_client_cb.sync_fd;
   ::close(g_aaa_client_cb.async_fd);
   aaa::store(g_aaa_client_cb.async_fd, 0);
-  EXPECT_EQ(0, aaa::aaa_lib_client_connect_all());
+  EXPECT_EQ(0, aaa_lib_client_connect_all());
   EXPECT_EQ(sync_fd, g_aaa_client_cb.sync_fd);
   EXPECT_GT(g_aaa_client_cb.async_fd, 0);
   EXPECT_TRUE(test::eventually([&] { return sim_.accepted_connections() == 3; }));
@@ -199,7 +199,7 @@ TEST_F(LinkConnect, AfterAFailedRequestSocketTheEventSocketIsNotTried) {
   int tries = 0;
   const ScriptedCalls calls(
       {.connect = [&](int, const sockaddr*, unsigned) { return ++tries, fails(ECONNREFUSED); }});
-  EXPECT_EQ(-1, aaa::aaa_lib_client_connect_all());
+  EXPECT_EQ(-1, aaa_lib_client_connect_all());
   EXPECT_EQ(1, tries);
   EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
   EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
@@ -212,14 +212,14 @@ TEST_F(LinkConnect, AfterAFailedEventSocketTheRequestSocketStaysOpen) {
     if (++tries == 2) return fails(ECONNREFUSED);
     return std::nullopt;
   }});
-  EXPECT_EQ(-1, aaa::aaa_lib_client_connect_all());
+  EXPECT_EQ(-1, aaa_lib_client_connect_all());
   EXPECT_GT(g_aaa_client_cb.sync_fd, 0);
   EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
 }
 
 TEST_F(LinkConnect, WithoutTmpdirNeitherIsOpened) {
   unsetenv("TMPDIR");
-  EXPECT_EQ(-1, aaa::aaa_lib_client_connect_all());
+  EXPECT_EQ(-1, aaa_lib_client_connect_all());
   EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
 }
 
@@ -229,7 +229,7 @@ TEST_F(LinkConnect, TheLibraryLockIsHeldWhileTheSocketsAreOpened) {
     was_free = test::is_free(aaa_lib_lock);
     return fails(ECONNREFUSED);
   }});
-  aaa::aaa_lib_client_connect_all();
+  aaa_lib_client_connect_all();
   EXPECT_FALSE(was_free);
 }
 

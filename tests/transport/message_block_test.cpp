@@ -5,8 +5,6 @@
 #include "transport/framing.h"
 
 namespace {
-
-using aaa::aaa_init_msg;
 using test::word_at;
 
 class MessageBlock : public test::LibraryTest {

@@ -6,8 +6,6 @@
 #include "transport/local_socket.h"
 
 namespace {
-
-using aaa::aaa_lib_msg_socket_init;
 using test::fails;
 using test::ScriptedCalls;
 

@@ -21,7 +21,8 @@ class ReadAheadTest : public testing::Test {
   // So many bytes, or the error's number in brackets.
   std::string take(std::size_t length) {
     std::string bytes(length, '\0');
-    const std::int32_t error = ahead_->receive(pair_.own(), bytes.data(), length);
+    std::size_t received = 0;
+    const std::int32_t error = ahead_->receive(pair_.own(), bytes.data(), length, received);
     return error == 0 ? bytes : "[" + std::to_string(error) + "]";
   }
   Scripts noting_sizes() {

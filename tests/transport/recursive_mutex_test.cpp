@@ -1,5 +1,4 @@
 // Making a recursive mutex.
-#include "transport/recursive_mutex.h"
 
 #include <cerrno>
 
@@ -8,8 +7,6 @@
 #include "support/scripted_calls.h"
 
 namespace {
-
-using aaa::aaa_lib_recursive_mutex_init;
 
 class RecursiveMutex : public test::LibraryTest {
  protected:

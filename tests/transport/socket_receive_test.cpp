@@ -10,7 +10,7 @@ using test::ScriptedCalls;
 class SocketReceive : public test::PairTest {
  protected:
   std::int32_t receive(std::int32_t length = 10) {
-    return aaa::aaa_msg_recv(pair_.own(), buffer_, length);
+    return aaa_msg_recv(pair_.own(), buffer_, length);
   }
   std::string received(std::size_t length) const { return {buffer_, length}; }
 
@@ -39,8 +39,8 @@ TEST_F(SocketReceive, ReadsWhatItWasAskedForAndNoMore) {
 }
 
 TEST_F(SocketReceive, BadArgumentsGive22) {
-  EXPECT_EQ(22, aaa::aaa_msg_recv(-1, buffer_, 1));
-  EXPECT_EQ(22, aaa::aaa_msg_recv(pair_.own(), nullptr, 1));
+  EXPECT_EQ(22, aaa_msg_recv(-1, buffer_, 1));
+  EXPECT_EQ(22, aaa_msg_recv(pair_.own(), nullptr, 1));
 }
 
 TEST_F(SocketReceive, NothingToReadIsSuccessWithoutACall) {

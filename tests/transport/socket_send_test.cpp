@@ -12,8 +12,8 @@ constexpr int kWaitAll = 0x100;
 class SocketSend : public test::PairTest {
  protected:
   std::int32_t send(const std::string& bytes = "0123456789") {
-    return aaa::aaa_msg_send(pair_.own(), bytes.data(), static_cast<std::int32_t>(bytes.size()),
-                             kWaitAll);
+    return aaa_msg_send(pair_.own(), bytes.data(), static_cast<std::int32_t>(bytes.size()),
+                        kWaitAll);
   }
 
   // Answers the n-th call, from 1 on, as `answer(n, size)` says, and notes what was written.
@@ -41,10 +41,10 @@ TEST_F(SocketSend, WritesEveryByte) {
 
 TEST_F(SocketSend, BadArgumentsGive22AndWriteNothing) {
   const ScriptedCalls calls(answering([](int, std::size_t size) { return ssize_t(size); }));
-  EXPECT_EQ(22, aaa::aaa_msg_send(-1, "x", 1, kWaitAll));
-  EXPECT_EQ(22, aaa::aaa_msg_send(pair_.own(), "x", 0, kWaitAll));
-  EXPECT_EQ(22, aaa::aaa_msg_send(pair_.own(), "x", -1, kWaitAll));
-  EXPECT_EQ(22, aaa::aaa_msg_send(pair_.own(), nullptr, 1, kWaitAll));
+  EXPECT_EQ(22, aaa_msg_send(-1, "x", 1, kWaitAll));
+  EXPECT_EQ(22, aaa_msg_send(pair_.own(), "x", 0, kWaitAll));
+  EXPECT_EQ(22, aaa_msg_send(pair_.own(), "x", -1, kWaitAll));
+  EXPECT_EQ(22, aaa_msg_send(pair_.own(), nullptr, 1, kWaitAll));
   EXPECT_EQ(0, calls_);
 }
 

@@ -1,5 +1,4 @@
 // Naming the calling thread.
-#include "transport/thread_name.h"
 
 #include <gmock/gmock.h>
 #include <sys/prctl.h>
@@ -17,7 +16,7 @@ class ThreadName : public test::LibraryTest {
     char buffer[32] = {};
     name.copy(buffer, sizeof buffer - 1);
     std::thread([&] {
-      aaa::set_thread_name(buffer);
+      set_thread_name(buffer);
       char current[16] = {};
       prctl(PR_GET_NAME, current);
       system_name_ = current;
@@ -53,7 +52,7 @@ TEST_F(ThreadName, IsNotReportedBehindAClosedGate) {
 
 TEST_F(ThreadName, NoNameChangesNothing) {
   const test::OpenGate gate;
-  aaa::set_thread_name(nullptr);
+  set_thread_name(nullptr);
   EXPECT_TRUE(log_.lines().empty());
 }
 

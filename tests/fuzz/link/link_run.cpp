@@ -29,7 +29,8 @@ void expect_nothing_held(const PlayedAaad& aaad) {
   require(aaad.open_sockets() == 0);
   require(is_free(aaa_lib_lock) && is_free(aaa_lib_send_buf_lock));
   require(is_free(aaa::waiting_session_lock));
-  require(is_free(aaa::link_read_lock) && is_free(aaa::link_write_lock));
+  require(is_free(aaa::request_write_lock) && is_free(aaa::event_write_lock));
+  require(is_free(aaa::event_read_lock));
 }
 
 void forget_registration() {
@@ -52,7 +53,7 @@ class Departure {
  public:
   explicit Departure(PlayedAaad& aaad) : aaad_(aaad) { aaad.become_peaceful(); }
   ~Departure() {
-    if (taken_for_gone_) aaa::aaa_lib_client_close();
+    if (taken_for_gone_) aaa_lib_client_close();
     expect_nothing_held(aaad_);
     forget_registration();
   }
@@ -75,7 +76,7 @@ void run_receive_thread(PlayedAaad& aaad, const reg_info& info) {
     aaa::aaa_lib_thread(nullptr);
   }
   const Departure departure(aaad);
-  if (aaa_svr_dereg() != 0) aaa::aaa_lib_client_close();
+  if (aaa_svr_dereg() != 0) aaa_lib_client_close();
 }
 
 void run_event_loop(PlayedAaad& aaad, const reg_info& info) {

@@ -15,6 +15,8 @@
 #include "fuzz/touch.h"
 #include "ham_client.h"
 #include "printk_syslog_ext.h"
+#include "runtime/library_threads.h"
+#include "runtime/receive_thread.h"
 
 using fuzz::LocalPair;
 using fuzz::PlayedAaad;
@@ -132,10 +134,12 @@ unsigned __wrap_sleep(unsigned seconds) {
   return 0;
 }
 
-// The receive thread that the library starts is the thread that started it.
+// The receive thread that the library starts is the thread that started it; a flush thread is there
+// in name only.
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument) {
   if (aaad() == nullptr) return __real_pthread_create(thread, attributes, routine, argument);
+  if (routine != aaa::aaa_lib_thread) aaa::thread_has_ended(aaa::ThreadRole::flush);
   *thread = pthread_self();
   return 0;
 }

@@ -1,0 +1,162 @@
+// The drain before an exchange, and what cuts it: then nothing is sent and nothing is read.
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "session/link_number.h"
+#include "support/lock_check.h"
+#include "transport/exchange.h"
+#include "transport/link_sockets.h"
+#include "transport/pair_test.h"
+
+namespace {
+
+using aaa::Reply;
+using test::message_bytes;
+using test::ScriptedCalls;
+using testing::ElementsAre;
+
+class Drain : public test::PairTest {
+ protected:
+  void SetUp() override {
+    PairTest::SetUp();
+    use_as_request_socket();
+    aaa_set_debug_switch(1);
+  }
+
+  static bool exchange_fails() { return !Reply(aaalib_sr_ipc_msg(3, "ask", 3)); }
+  // The lines of a drain that was cut after so many bytes, with the error of the failed send.
+  void expect_cut(int cleared, int error) {
+    EXPECT_THAT(log_.messages(),
+                ElementsAre("clear " + std::to_string(cleared) + " bytes data from sd buffer\r\n",
+                            "Send ipc message failed, errno(" + std::to_string(error) + ").\r\n"));
+    EXPECT_TRUE(test::is_free(aaa_lib_lock));
+  }
+
+  test::LogCapture log_;
+};
+
+TEST_F(Drain, ThatFindsThePeerGoneFailsTheExchangeAtOnce) {
+  pair_.close_peer();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  expect_cut(0, 32);
+}
+
+TEST_F(Drain, CountsWhatItThrewAwayBeforeThePeerWasGone) {
+  pair_.peer_writes(message_bytes(104, "late"));
+  pair_.close_peer();
+  EXPECT_TRUE(exchange_fails());
+  expect_cut(20, 32);
+}
+
+TEST_F(Drain, IsCutByAnErrorOfTheSocket) {
+  int reads = 0;
+  const ScriptedCalls calls({.recv =
+                                 [&](int, void*, std::size_t, int) {
+                                   ++reads;
+                                   return test::fails(ECONNRESET);
+                                 },
+                             .poll = [](int, int) { return 1; }});
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_EQ(1, reads);
+  expect_cut(0, 32);
+}
+
+TEST_F(Drain, IsCutByADescriptorThatIsNotOpen) {
+  ::close(pair_.own());
+  EXPECT_TRUE(exchange_fails());
+  expect_cut(0, 32);
+  // For the fixture to close.
+  ASSERT_EQ(pair_.own(), dup2(STDERR_FILENO, pair_.own()));
+}
+
+TEST_F(Drain, GoesOnWhenACallIsInterruptedOrFindsNothing) {
+  int polls = 0;
+  int reads = 0;
+  const ScriptedCalls calls(
+      {.send = [](int, const void*, std::size_t, int) { return test::fails(EIO); },
+       .recv = [&](int, void*, std::size_t,
+                   int) { return test::fails(++reads % 2 == 0 ? EAGAIN : EINTR); },
+       .poll = [&](int, int) { return ++polls < 3 ? test::fails(EINTR)
+                                      : polls < 5 ? 1
+                                                  : 0; }});
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_EQ(5, polls);
+  EXPECT_EQ(4, reads);
+}
+
+TEST_F(Drain, WithoutAByteEndsWhenTheLossOfTheLinkIsAnnounced) {
+  std::atomic<bool> drains = false;
+  const ScriptedCalls calls({.recv =
+                                 [&](int, void*, std::size_t, int) {
+                                   drains = true;
+                                   return test::fails(EAGAIN);
+                                 },
+                             .poll = [](int, int) { return 1; }});
+  std::thread client([] { EXPECT_TRUE(exchange_fails()); });
+  EXPECT_TRUE(test::eventually([&] { return drains.load(); }));
+  aaa::announce_link_loss(aaa::link_number());
+  client.join();
+  expect_cut(0, 32);
+}
+
+TEST_F(Drain, IsNotCutByAnAnnouncedLossWhileBytesCome) {
+  aaa::announce_link_loss(aaa::link_number());
+  pair_.peer_writes("stale");
+  const ScriptedCalls calls(
+      {.send = [](int, const void*, std::size_t, int) { return test::fails(EIO); }});
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_EQ(1u, log_.count("clear 5 bytes data from sd buffer\r\n"));
+  EXPECT_EQ(1u, log_.count("Send ipc message failed, errno(5).\r\n"));
+  aaa::end_link();
+}
+
+TEST_F(Drain, IsNotCutByTheLossOfAnEarlierLink) {
+  aaa::announce_link_loss(aaa::link_number());
+  aaa::end_link();
+  int polls = 0;
+  const ScriptedCalls calls(
+      {.send = [](int, const void*, std::size_t, int) { return test::fails(EIO); },
+       .recv = [](int, void*, std::size_t, int) { return test::fails(EAGAIN); },
+       .poll = [&](int, int) { return ++polls < 4 ? 1 : 0; }});
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_EQ(4, polls);
+  EXPECT_EQ(1u, log_.count("Send ipc message failed, errno(5).\r\n"));
+}
+
+TEST_F(Drain, OfAPeerThatNeverStopsEndsAfterTenSeconds) {
+  test::MovedClock clock;
+  int bytes = 0;
+  const ScriptedCalls calls({.recv =
+                                 [&](int, void*, std::size_t, int) {
+                                   ++bytes;
+                                   clock.advance(1);
+                                   return 1;
+                                 },
+                             .poll = [](int, int) { return 1; }});
+  test::enter_second();
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_EQ(10, bytes);
+  expect_cut(10, 110);
+}
+
+// With stale replies in the request socket, an exchange that went on would take one for its answer.
+TEST_F(Drain, ThatIsCutNeverLetsAStaleReplyBeTheAnswer) {
+  test::MovedClock clock;
+  pair_.peer_writes(message_bytes(3, "stale") + message_bytes(3, "stale"));
+  int bytes = 0;
+  const ScriptedCalls calls(
+      {.send = [](int, const void*, std::size_t, int) { return ADD_FAILURE(), 0; },
+       .recv = [&](int, void*, std::size_t, int) -> std::optional<ssize_t> {
+         if (++bytes == 21) clock.advance(10);
+         return std::nullopt;
+       }});
+  EXPECT_TRUE(exchange_fails());
+  expect_cut(21, 110);
+  EXPECT_EQ(0u, pair_.waiting_for_peer());
+  EXPECT_EQ(21u, pair_.waiting_for_library());
+}
+
+}  // namespace
