@@ -203,5 +203,25 @@ TEST_F(AgentFinish, ASecondLifeInThreadModeFollows) {
   expect_nothing_scheduled();
 }
 
+TEST_F(AgentFinish, AfterAWrongAnswerEndsTheRegistrationAndTellsEvent0) {
+  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::wrong_type);
+  init_and_connect(batching_client());
+  expect_finished();
+  EXPECT_THAT(client_events(), ElementsAre(1, 0));
+  EXPECT_TRUE(sim_.wait_for_connections(0));
+  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::none);
+  expect_new_life();
+}
+
+TEST_F(AgentFinish, AfterARequestThatCouldNotBeSentEndsTheRegistration) {
+  init_and_connect();
+  const ScriptedCalls calls({.send = [](int, const void*, std::size_t, int) {
+    errno = ENOBUFS;
+    return -1;
+  }});
+  expect_finished();
+  EXPECT_THAT(client_events(), ElementsAre(1, 0));
+}
+
 }  // namespace
 }  // namespace test

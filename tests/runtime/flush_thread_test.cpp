@@ -244,5 +244,68 @@ TEST_F(FlushThread, IsStartedWithResultZero) {
   EXPECT_TRUE(aaa::aaalib_stop_send_buf_thread());
 }
 
+TEST_F(FlushThread, TakesItsWatchdogEntryWithIt) {
+  register_with_buffer();
+  const pid_t thread = flush_thread();
+  EXPECT_TRUE(eventually([&] { return calls("reg", thread) == 1; }));
+  EXPECT_EQ(0, aaa_svr_dereg());
+  const std::vector<WatchdogCall> all = watchdog_.calls();
+  EXPECT_EQ(1, std::count_if(all.begin(), all.end(), [&](const WatchdogCall& call) {
+              return call.name == "unreg" && call.tid == thread;
+            }));
+}
+
+// The link is lost while a request waits in the buffer, and connecting anew takes its time between
+// the two sockets: what is first on the new request socket is the register request.
+TEST_F(FlushThread, LeavesTheBufferAloneUntilTheRegisterRequestIsWritten) {
+  register_with_buffer();
+  take_pass();
+  sim_.clear_messages();
+  std::atomic<int> connects = 0;
+  std::atomic<bool> added = false;
+  Waits waits;
+  Scripts scripts = waits.script();
+  scripts.connect = [&](int, const sockaddr*, unsigned) -> std::optional<int> {
+    if (++connects != 2) return std::nullopt;
+    add(request(16, 1));
+    added = true;
+    EXPECT_TRUE(waits.pass(3)) << "the flush thread has had its chance";
+    return std::nullopt;
+  };
+  const ScriptedCalls calls(scripts);
+  sim_.close_connections();
+  EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
+  EXPECT_TRUE(added);
+  EXPECT_TRUE(eventually([&] { return batches() == 1; })) << "kept, not dropped";
+  std::vector<std::uint32_t> types;
+  for (const aaa_sim::Message& message : sim_.messages())
+    if (message.role != Role::event) types.push_back(message.header.type);
+  ASSERT_FALSE(types.empty());
+  EXPECT_EQ(0u, types.front()) << "the register request";
+}
+
+TEST_F(FlushThread, AForcedFlushFindsNoSocketUntilTheRegisterRequestIsWritten) {
+  register_with_buffer();
+  take_pass();
+  const LogCapture log;
+  aaa_set_debug_switch(1);
+  std::atomic<int> connects = 0;
+  Scripts scripts;
+  scripts.connect = [&](int, const sockaddr*, unsigned) -> std::optional<int> {
+    if (++connects != 2) return std::nullopt;
+    for (std::uint8_t i = 0; i < 17; ++i)
+      add(request(16, i));
+    add(request(8192, 1));
+    return std::nullopt;
+  };
+  const ScriptedCalls calls(scripts);
+  sim_.clear_messages();
+  sim_.close_connections();
+  EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
+  EXPECT_LE(1u, log.count("send sd not available.\r\n"));
+  EXPECT_EQ(1u, log.count("send fail error Invalid argument.\r\n"));
+  EXPECT_EQ(0u, sim_.count(received(5)));
+}
+
 }  // namespace
 }  // namespace test

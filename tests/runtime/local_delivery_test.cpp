@@ -1,9 +1,13 @@
 // Datagrams to the thread that waits for a result.
+#include <sys/socket.h>
+
 #include <cerrno>
+#include <optional>
 
 #include "lock_probe.h"
 #include "log_lines.h"
 #include "message_pair.h"
+#include "support/fresh_message_sockets.h"
 #include "support/scripted_calls.h"
 
 namespace test {
@@ -50,6 +54,64 @@ TEST_F(LocalDelivery, WithoutAClientSocketItOnlyLogs) {
     EXPECT_EQ(1u, log.lines().size());
   }
   EXPECT_EQ(Bytes(), datagram());
+}
+
+TEST_F(LocalDelivery, ADescriptorOfTheClientsOwnIsSentOnBeforeThePairIsReady) {
+  SocketPair own;
+  ASSERT_TRUE(own.open());
+  const std::uint8_t ready = aaa::g_msg_socket_ok;
+  aaa::store(aaa::g_msg_socket_ok, std::uint8_t{0});
+  {
+    const ClientSocket replaced(own.own());
+    deliver(text("one"));
+  }
+  aaa::store(aaa::g_msg_socket_ok, ready);
+  EXPECT_EQ("one", own.peer_reads(3));
+}
+
+// The client socket is made, and closed again because it cannot be connected.
+class ClosedClientSocket : public LibraryTest {
+ protected:
+  void SetUp() override {
+    LibraryTest::SetUp();
+    ASSERT_TRUE(host_.open());
+    fresh_.emplace();
+    aaa_lib_make_work_dir();
+    const ScriptedCalls calls({.connect = [](int, const sockaddr*, unsigned) {
+      errno = ECONNREFUSED;
+      return -1;
+    }});
+    ASSERT_EQ(-1, aaa_lib_msg_socket_init());
+    number_ = lib_msg_client_fd;
+    ASSERT_EQ(number_, dup2(host_.own(), number_));
+  }
+  void TearDown() override {
+    ::close(number_);
+    host_.close();
+    fresh_.reset();
+    LibraryTest::TearDown();
+  }
+  static void deliver() { aaa_lib_send_msg("one", 3); }
+
+  std::optional<FreshMessageSockets> fresh_;
+  SocketPair host_;
+  std::int32_t number_ = -1;
+};
+
+TEST_F(ClosedClientSocket, IsNotWrittenToWhateverHasItsNumber) {
+  const OpenGate gate;
+  const LogCapture log;
+  deliver();
+  expect_debug_line(log, "send failed Bad file descriptor\r\n", "aaa_lib_send_msg");
+  EXPECT_EQ(0u, host_.waiting_for_peer());
+}
+
+TEST_F(ClosedClientSocket, CountsAsClosedUntilTheWordHasHeldAnotherValue) {
+  aaa::store(lib_msg_client_fd, host_.own());
+  deliver();
+  aaa::store(lib_msg_client_fd, number_);
+  deliver();
+  EXPECT_EQ("oneone", host_.peer_reads(6));
 }
 
 TEST_F(LocalDelivery, AFailedSendIsLogged) {

@@ -119,5 +119,20 @@ TEST_F(Questions, AnAnswerThatCannotBeWrittenIsForgotten) {
   EXPECT_EQ(8u, log.lines().size());
 }
 
+// For a callback that fills the bytes as words. The stack's own alignment must not make it true.
+TEST_F(Questions, TheBytesOfAnAnswerAreAlignedTo8) {
+  static std::uintptr_t misaligned;
+  misaligned = 0;
+  report_with([](void* answer, const void*) {
+    misaligned |= reinterpret_cast<std::uintptr_t>(answer) % 8;
+  });
+  for (std::size_t depth = 0; depth < 64; ++depth) {
+    auto* const stack = static_cast<volatile char*>(__builtin_alloca(depth + 1));
+    stack[0] = 0;
+    deliver(113, {});
+  }
+  EXPECT_EQ(0u, misaligned);
+}
+
 }  // namespace
 }  // namespace test

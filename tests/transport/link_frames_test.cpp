@@ -1,0 +1,131 @@
+// Frames on the link's two sockets: each under a lock of its own, the register request first.
+#include <sys/resource.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "support/lock_check.h"
+#include "transport/link_frames.h"
+#include "transport/pair_test.h"
+
+namespace {
+
+using aaa::LinkSocket;
+using test::message_bytes;
+using test::ScriptedCalls;
+
+class LinkFrames : public test::PairTest {
+ protected:
+  void SetUp() override {
+    PairTest::SetUp();
+    ASSERT_TRUE(event_.open());
+    use_as_request_socket();
+    aaa::store(g_aaa_client_cb.async_fd, event_.own());
+  }
+  void TearDown() override {
+    aaa::store(g_aaa_client_cb.async_fd, -1);
+    event_.close();
+    PairTest::TearDown();
+  }
+
+  static std::int32_t send(LinkSocket socket, aaa::LinkNumber link = aaa::link_number()) {
+    const std::string frame = message_bytes(132, "");
+    return aaa::send_on_link(socket, link, frame.data(), 16);
+  }
+  // A request socket that the library has opened itself.
+  void record_new_request_socket() {
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    aaa::record_socket(LinkSocket::request, pair_.own());
+  }
+
+  test::SocketPair event_;
+};
+
+TEST_F(LinkFrames, AWriteThatIsStuckOnTheRequestSocketHoldsUpNothingOnTheEventSocket) {
+  std::atomic<bool> is_stuck = false;
+  std::atomic<bool> go_on = false;
+  const ScriptedCalls calls(
+      {.send = [&](int fd, const void*, std::size_t, int) -> std::optional<ssize_t> {
+        if (fd != pair_.own()) return std::nullopt;
+        is_stuck = true;
+        EXPECT_TRUE(test::eventually([&] { return go_on.load(); }));
+        return std::nullopt;
+      }});
+  std::thread stuck([] { EXPECT_EQ(0, send(LinkSocket::request)); });
+  EXPECT_TRUE(test::eventually([&] { return is_stuck.load(); }));
+  EXPECT_FALSE(test::is_free(aaa::request_write_lock));
+  EXPECT_EQ(0, send(LinkSocket::event));
+  EXPECT_EQ(message_bytes(132, ""), event_.peer_reads(16));
+  go_on = true;
+  stuck.join();
+}
+
+TEST_F(LinkFrames, OfALinkThatHasEndedAreNotWritten) {
+  const aaa::LinkNumber old = aaa::link_number();
+  aaa::end_link();
+  EXPECT_EQ(EBADF, send(LinkSocket::request, old));
+  EXPECT_EQ(EBADF, send(LinkSocket::event, old));
+  EXPECT_EQ(0u, pair_.waiting_for_peer());
+  EXPECT_EQ(0u, event_.waiting_for_peer());
+  EXPECT_EQ(0u, g_aaa_msg_stat.send_error_times);
+}
+
+TEST_F(LinkFrames, FindNoRequestSocketBeforeTheRegisterRequest) {
+  record_new_request_socket();
+  EXPECT_TRUE(aaa::waits_for_register_request());
+  EXPECT_EQ(EINVAL, send(LinkSocket::request));
+  EXPECT_EQ(EINVAL, aaa_send_ipc_msg(pair_.own(), 132, nullptr, 0));
+  EXPECT_EQ(0u, pair_.waiting_for_peer());
+  const aaa::ScopedLock lock(aaa_lib_lock);
+  EXPECT_EQ(0, aaa::send_register_request(LinkSocket::request, "1test", 6));
+  EXPECT_FALSE(aaa::waits_for_register_request());
+  EXPECT_EQ(0, send(LinkSocket::request));
+  EXPECT_EQ(message_bytes(0, std::string("1test", 6)) + message_bytes(132, ""),
+            pair_.peer_reads(22 + 16));
+}
+
+TEST_F(LinkFrames, GoOnWaitingWhenTheRegisterRequestCouldNotBeSent) {
+  record_new_request_socket();
+  {
+    const ScriptedCalls calls(
+        {.send = [](int, const void*, std::size_t, int) { return test::fails(ENOBUFS); }});
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    EXPECT_EQ(ENOBUFS, aaa::send_register_request(LinkSocket::request, "1test", 6));
+  }
+  EXPECT_EQ(EINVAL, send(LinkSocket::request));
+}
+
+TEST_F(LinkFrames, OnADescriptorThatAClientPutOnRecordAreWrittenAtOnce) {
+  record_new_request_socket();
+  aaa::store(g_aaa_client_cb.sync_fd, event_.own());
+  EXPECT_FALSE(aaa::waits_for_register_request());
+  EXPECT_EQ(0, send(LinkSocket::request));
+  EXPECT_EQ(16u, event_.waiting_for_peer());
+}
+
+TEST_F(LinkFrames, OnAClosedDescriptorCannotBeWritten) {
+  {
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    EXPECT_EQ(0, aaa::close_socket(LinkSocket::request));
+  }
+  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
+  EXPECT_EQ(EINVAL, send(LinkSocket::request));
+  // For the fixture to close.
+  ASSERT_EQ(pair_.own(), dup2(STDERR_FILENO, pair_.own()));
+}
+
+// A header that claims 300 MB, with no body behind it, makes no memory resident.
+TEST_F(LinkFrames, AMessageThatFailsIsWipedAsFarAsItCame) {
+  pair_.peer_writes(test::word_bytes(0x01010101) + test::word_bytes(0) + test::word_bytes(3) +
+                    test::word_bytes(300 << 20) + "beginning");
+  pair_.close_peer();
+  rusage before = {};
+  getrusage(RUSAGE_SELF, &before);
+  EXPECT_EQ(nullptr, aaa_recv_ipc_msg_from_sd(pair_.own()));
+  rusage after = {};
+  getrusage(RUSAGE_SELF, &after);
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 150 << 10) << "kB";
+}
+
+}  // namespace
