@@ -109,14 +109,14 @@ struct Value : Item<Tag> {
   }
 };
 
-// A value that keeps pointing into the body after decoding, cut at the body's end.
+// A value that keeps pointing into the body after decoding, cut at the body's end; null when empty.
 template <std::uint16_t Tag, auto Member>
 struct BorrowedValue : Value<Tag, Member> {
   static constexpr bool gathered = false;
 
   template <typename Record>
   static void take(ItemValue value, Record& record) {
-    record.*Member = {Tag, value.there, value.bytes};
+    record.*Member = {Tag, value.there, value.there == 0 ? nullptr : value.bytes};
   }
 };
 

@@ -6,6 +6,7 @@
 #include "aaa_client.h"
 #include "api/request_body.h"
 #include "api/requests.h"
+#include "codec/borrowed_values.h"
 #include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
@@ -41,6 +42,7 @@ std::int32_t ask_for_result(const char* log_name, Record* record, aaa_msg_type t
     return -1;
   }
   if (aaa_parse_result_info(result, reply.body(), static_cast<std::int32_t>(reply.length())) != 0) {
+    aaa::forget_borrowed_values(**result);
     return 0;
   }
   AAA_DEBUG_LOG_AS(log_name, "Failed to parse result info.\r\n");
