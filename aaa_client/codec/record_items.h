@@ -20,6 +20,7 @@
 #include "codec/data_copy.h"
 #include "codec/item_reader.h"
 #include "codec/item_writer.h"
+#include "transport/memory.h"
 
 namespace aaa {
 
@@ -80,6 +81,7 @@ struct FixedBlock : Item<1> {
     std::uint8_t padded[fixed_size];
     value.copy(padded);
     Block::decode(padded, Part::of(record));
+    wipe(padded, sizeof padded);
   }
 };
 
