@@ -27,6 +27,17 @@ TYPED_TEST(InfoDecoding, EmptyItemsAreDecodedAsNull) {
   EXPECT_EQ(record->arena.size, C::arena_order.size());
 }
 
+TYPED_TEST(InfoDecoding, ADescriptorsTypeTellsWhetherItsItemCame) {
+  using C = Codec<TypeParam>;
+  const Decoded<TypeParam> without(body_of<TypeParam>().body());
+  auto empty = this->empty_record();
+  const Decoded<TypeParam> with(encoded(C::encode, empty));
+  for (const auto& descriptor : C::descriptors) {
+    EXPECT_EQ(((*without).*descriptor.member).type, 0) << descriptor.tag;
+    EXPECT_EQ(((*with).*descriptor.member).type, descriptor.tag);
+  }
+}
+
 TYPED_TEST(InfoDecoding, ArenaHoldsTheValuesInOrderEachWithANul) {
   using C = Codec<TypeParam>;
   auto sent = this->empty_record();
