@@ -15,8 +15,9 @@ constexpr std::uint32_t first_unknown_kind = 11;
 
 std::uint32_t aaa_mlist_existed(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2,
                                 const char* name) {
-  if (aaa_is_alive() == 0 || name == nullptr) return 0;
+  if (aaa_is_alive() == 0) return 0;
   aaa::add(g_aaalib_stat.mlist_queries, 1U);
+  if (name == nullptr) return 0;
   const std::size_t name_size = std::strlen(name) + 1;
   aaa::RequestBody body(name_size + 12);
   if (!body) return 0;

@@ -7,6 +7,7 @@
 
 #include "aaa_client.h"
 #include "api/send_path.h"
+#include "codec/borrowed_values.h"
 #include "runtime/waiting_session.h"
 #include "session/locks.h"
 #include "transport/cancellation.h"
@@ -93,6 +94,7 @@ class ResultWait {
       return -EINVAL;
     }
     if (decoded->sub.session_id == session_id_) {
+      forget_borrowed_values(*decoded);
       *result_ = decoded;
       return 0;
     }

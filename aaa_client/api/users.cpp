@@ -7,6 +7,7 @@
 #include "api/send_path.h"
 #include "transport/atomic_word.h"
 #include "transport/debug_log.h"
+#include "transport/memory.h"
 
 namespace {
 
@@ -56,6 +57,7 @@ std::int32_t aaa_restore_user(const restore_user_info* record, std::uint32_t fla
     unsigned char body[AAA_RESTORE_USER_BLOCK_SIZE];
     aaa_encap_restore_user(record, body);
     sent = aaa::send_one_way(AAA_MSG_RESTORE_USER, record->num_a, body, sizeof body) == 0;
+    aaa::wipe(body, sizeof body);
   }
   return count_outcome(g_aaalib_stat.user_restore_failures, sent);
 }
@@ -69,5 +71,6 @@ std::int32_t aaa_ha_user_syn(std::uint32_t id, std::uint32_t, const restore_user
   const std::uint32_t set = 1;
   if (flag != nullptr) std::memcpy(body + ha_flag_offset, &set, sizeof set);
   const std::int32_t error = aaa::send_one_way(AAA_MSG_HOT_BACKUP_USER_SYNC, id, body, sizeof body);
+  aaa::wipe(body, sizeof body);
   return count_outcome(g_aaalib_stat.ha_user_sync_failures, error == 0);
 }

@@ -86,8 +86,9 @@ class ItemReader {
     return {value_, length_, static_cast<std::uint16_t>(body_.available(value_, length_))};
   }
 
-  // To what follows the item's value.
-  void pass_item() { move_to(body_.after(value_, length_)); }
+  // What follows the item's value.
+  const std::uint8_t* end() const { return body_.after(value_, length_); }
+  void pass_item() { move_to(end()); }
 
   // To the value's first byte, which is then taken for the next item's header.
   void pass_header() { move_to(value_); }

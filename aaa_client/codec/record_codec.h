@@ -12,6 +12,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -31,6 +32,20 @@ template <std::uint16_t... Tags>
 struct Order {};
 struct WireOrder {};
 inline constexpr std::uint16_t arena_block = 0;
+
+// Whether the body holds, from an item on, items of just these tags in this order, as every
+// well-formed one does. By value and not inlined, so that the walk around it stays in registers.
+[[gnu::noinline]] inline bool holds_just(Body body, const std::uint8_t* item,
+                                         std::span<const std::uint16_t> tags) {
+  for (const std::uint16_t tag : tags) {
+    std::uint16_t header[2];
+    if (body.available(item, sizeof header) < sizeof header) return false;
+    std::memcpy(header, item, sizeof header);
+    if (header[0] != tag) return false;
+    item = body.after(item + sizeof header, header[1]);
+  }
+  return item == body.end();
+}
 
 template <typename... Items>
 struct ItemList {
@@ -62,32 +77,83 @@ struct ItemList {
   }
 
  private:
+  // The tags of the items behind the one of that index.
+  template <std::size_t Index>
+  static std::span<const std::uint16_t> tags_behind() {
+    static constexpr std::uint16_t tags[] = {Items::tag...};
+    return std::span(tags).subspan(Index + 1);
+  }
+
   template <UnknownItem Unknown, typename Record, std::size_t... I>
   static void take(const Body& body, Record& record, const char* function,
                    std::index_sequence<I...>) {
     ItemReader reader(body);
-    std::array<std::uint32_t, sizeof...(Items)> held{};
+    bool rest_in_order = false;
     while (reader.type() != ItemReader::no_item) {
       bool known = false;
-      ((known = take_if<Items>(reader, record, held[I], function) || known), ...);
+      ((known = take_if<Unknown, Items, I>(reader, record, rest_in_order, function) || known), ...);
       if (!known) pass_unknown<Unknown>(reader);
     }
-    (Items::settle(record, held[I], function), ...);
   }
 
-  template <typename Item, typename Record>
-  static bool take_if(ItemReader& reader, Record& record, std::uint32_t& held,
+  template <UnknownItem Unknown, typename Item, std::size_t I, typename Record>
+  static bool take_if(ItemReader& reader, Record& record, bool& rest_in_order,
                       const char* function) {
     if (reader.type() != Item::tag) return false;
     if (reader.length() == 0) {
-      // Most items are empty. Foreseeing that, the processor has the next header before this one.
-      Item::take({reader.value(), 0, 0}, record, held, function);
+      // Most items are empty. Expecting that, the processor has the next header before this one.
+      Item::take({reader.value(), 0, 0}, record);
       reader.pass_header();
-    } else {
-      Item::take(reader.item_value(), record, held, function);
-      reader.pass_item();
+      return true;
     }
+    if constexpr (Item::looks_ahead) {
+      rest_in_order = rest_in_order || holds_just(reader.body(), reader.end(), tags_behind<I>());
+      if (!rest_in_order) {
+        take_rest<Unknown>(reader.body(), reader.item(), record, function);
+        reader.move_to(reader.body().end());
+        return true;
+      }
+    }
+    Item::take(reader.item_value(), record);
+    copy_value<Item>(reader, record, function);
+    reader.pass_item();
     return true;
+  }
+
+  // Takes the items from `item` on, and copies them when all are taken. Goes twice through the rest
+  // of the body, however many items have to know what follows.
+  template <UnknownItem Unknown, typename Record>
+  [[gnu::noinline]] static void take_rest(Body body, const std::uint8_t* item, Record& record,
+                                          const char* function) {
+    const ItemReader reader(body, item, body.end());
+    for_each_item<Unknown>(
+        reader, [&]<typename Item>(const ItemReader& at) { Item::take(at.item_value(), record); });
+    for_each_item<Unknown>(reader, [&]<typename Item>(const ItemReader& at) {
+      if (at.length() != 0) copy_value<Item>(at, record, function);
+    });
+  }
+
+  template <UnknownItem Unknown, typename Visit>
+  static void for_each_item(ItemReader reader, Visit visit) {
+    while (reader.type() != ItemReader::no_item) {
+      if ((visit_if<Items>(reader, visit) || ...)) {
+        reader.pass_item();
+      } else {
+        pass_unknown<Unknown>(reader);
+      }
+    }
+  }
+
+  template <typename Item, typename Visit>
+  static bool visit_if(const ItemReader& reader, Visit visit) {
+    if (reader.type() != Item::tag) return false;
+    visit.template operator()<Item>(reader);
+    return true;
+  }
+
+  template <typename Item, typename Record>
+  static void copy_value(const ItemReader& reader, Record& record, const char* function) {
+    if constexpr (Item::owned) Item::copy(reader.item_value(), record, function);
   }
 
   template <UnknownItem Unknown>

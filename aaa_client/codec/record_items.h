@@ -2,11 +2,12 @@
 //
 //   value_size  how many bytes the encoder counts for its value,
 //   write       how it is written (its header's length is the low 16 bits of the size),
-//   take        what a decoder does with an item of the body,
-//   settle      what a decoder does when all items are taken,
-//   release     how a decoded copy is given back.
+//   take        what a decoder keeps of an item,
+//   copy        how a decoder copies an item that is not empty into a block of its own,
+//   release     how that copy is given back.
 //
-// `held` counts the bytes that the item's own block holds while a body is decoded.
+// No copy is shorter than the length that stands beside it in the decoded record. Where later items
+// of the body may change that length (`looks_ahead`), they are taken before the copy is made.
 #pragma once
 
 #include <algorithm>
@@ -19,6 +20,7 @@
 #include "codec/data_copy.h"
 #include "codec/item_reader.h"
 #include "codec/item_writer.h"
+#include "transport/memory.h"
 
 namespace aaa {
 
@@ -44,9 +46,7 @@ struct Item {
   static constexpr std::uint16_t fixed_size = 0;  // of the fixed block
   static constexpr bool gathered = false;         // moved into the arena
   static constexpr bool owned = false;            // has a block of its own
-
-  template <typename Record>
-  static void settle(Record&, std::uint32_t, const char*) {}
+  static constexpr bool looks_ahead = false;      // copied when all later items are taken
 };
 
 // The fixed block; ignored when its length is another one.
@@ -65,7 +65,7 @@ struct FixedBlock : Item<1> {
   }
 
   template <typename Record>
-  static void take(ItemValue value, Record& record, std::uint32_t&, const char*) {
+  static void take(ItemValue value, Record& record) {
     if (value.length != fixed_size) return;
     if (value.there == fixed_size) {
       Block::decode(value.bytes, Part::of(record));
@@ -81,6 +81,7 @@ struct FixedBlock : Item<1> {
     std::uint8_t padded[fixed_size];
     value.copy(padded);
     Block::decode(padded, Part::of(record));
+    wipe(padded, sizeof padded);
   }
 };
 
@@ -100,7 +101,7 @@ struct Value : Item<Tag> {
   }
 
   template <typename Record>
-  static void take(ItemValue value, Record& record, std::uint32_t&, const char*) {
+  static void take(ItemValue value, Record& record) {
     record.*Member = {Tag, value.length, value.bytes};
   }
 
@@ -110,20 +111,23 @@ struct Value : Item<Tag> {
   }
 };
 
-// A value that keeps pointing into the body after decoding, cut at the body's end.
+// A value that keeps pointing into the body after decoding, cut at the body's end; null when empty.
 template <std::uint16_t Tag, auto Member>
 struct BorrowedValue : Value<Tag, Member> {
   static constexpr bool gathered = false;
 
   template <typename Record>
-  static void take(ItemValue value, Record& record, std::uint32_t&, const char*) {
-    record.*Member = {Tag, value.there, value.bytes};
+  static void take(ItemValue value, Record& record) {
+    record.*Member = {Tag, value.there, value.there == 0 ? nullptr : value.bytes};
   }
 };
 
 template <std::uint16_t Tag, auto Member>
 struct OwnedItem : Item<Tag> {
   static constexpr bool owned = true;
+
+  template <typename Record>
+  static void take(ItemValue, Record&) {}
 
   template <typename Record>
   static void write(ItemWriter& writer, const Record& record, std::uint64_t size) {
@@ -145,75 +149,70 @@ struct Text : OwnedItem<Tag, Member> {
   }
 
   template <typename Record>
-  static void take(ItemValue value, Record& record, std::uint32_t&, const char* function) {
-    const std::uint8_t* copy = copy_value(value, 1, function);
+  static void copy(ItemValue value, Record& record, const char* function) {
+    const std::uint8_t* copy = copy_of(value, std::uint64_t{value.length} + 1, function);
     if (copy != nullptr) record.*Member = reinterpret_cast<const char*>(copy);
   }
 };
 
-// Opaque data whose length field is the item's own and is set to the length of the last item. The
-// decoded copy has a NUL behind it.
+// Opaque data whose length field is the item's own and is set to the length of the last item, also
+// when that one is empty or finds no memory. The decoded copy has a NUL behind it.
 template <std::uint16_t Tag, auto Member, auto Length>
 struct Data : OwnedItem<Tag, Member> {
+  static constexpr bool looks_ahead = true;
+
   template <typename Record>
   static std::uint64_t value_size(const Record& record) {
     return record.*Length;
   }
 
   template <typename Record>
-  static void take(ItemValue value, Record& record, std::uint32_t& held, const char* function) {
+  static void take(ItemValue value, Record& record) {
     record.*Length = value.length;
-    const std::uint8_t* copy = copy_value(value, 1, function);
-    if (copy == nullptr) return;
-    record.*Member = copy;
-    held = value.length;
   }
 
-  // A repeated item can leave a length that the last block falls short of.
   template <typename Record>
-  static void settle(Record& record, std::uint32_t held, const char* function) {
-    if (held == 0 || record.*Length <= held) return;
-    record.*Member = extend_copy(record.*Member, held, std::uint64_t{record.*Length} + 1, function);
-    if (record.*Member == nullptr) record.*Length = 0;
+  static void copy(ItemValue value, Record& record, const char* function) {
+    const std::uint64_t length = std::max<std::uint64_t>(value.length, record.*Length);
+    const std::uint8_t* copy = copy_of(value, length + 1, function);
+    if (copy != nullptr) record.*Member = copy;
   }
 };
 
-// The same, but the lengths of repeated items add up.
+// The same, but the lengths of repeated items add up, without those that find no memory.
 template <std::uint16_t Tag, auto Member, auto Length>
-struct GrowingData : Data<Tag, Member, Length> {
+struct GrowingData : OwnedItem<Tag, Member> {
   template <typename Record>
-  static void take(ItemValue value, Record& record, std::uint32_t& held, const char* function) {
-    const std::uint8_t* copy = copy_value(value, 1, function);
+  static std::uint64_t value_size(const Record& record) {
+    return record.*Length;
+  }
+
+  template <typename Record>
+  static void copy(ItemValue value, Record& record, const char* function) {
+    const std::uint64_t length = std::uint64_t{record.*Length} + value.length;
+    const std::uint8_t* copy = copy_of(value, length + 1, function);
     if (copy == nullptr) return;
     record.*Member = copy;
-    record.*Length += value.length;
-    held = value.length;
+    record.*Length = static_cast<std::uint32_t>(length);
   }
 };
 
-// Opaque data whose length travels in the fixed block and counts only with the pointer set. The
-// decoded copy is exactly as long as the item.
+// Opaque data whose length stands in the fixed block and counts only with the pointer set. The
+// decoded copy is as long as the item or, if that is more, as what the encoder carries of it.
 template <std::uint16_t Tag, auto Member, typename Length>
 struct BlockSizedData : OwnedItem<Tag, Member> {
+  static constexpr bool looks_ahead = true;
+
   template <typename Record>
   static std::uint64_t value_size(const Record& record) {
     return record.*Member != nullptr ? Length::of(record) : 0;
   }
 
   template <typename Record>
-  static void take(ItemValue value, Record& record, std::uint32_t& held, const char* function) {
-    const std::uint8_t* copy = copy_value(value, 0, function);
-    if (copy == nullptr) return;
-    record.*Member = copy;
-    held = value.length;
-  }
-
-  // An item shorter than the fixed block promises must not make the encoder read behind it.
-  template <typename Record>
-  static void settle(Record& record, std::uint32_t held, const char* function) {
-    const std::uint32_t promised = std::min<std::uint32_t>(Length::of(record), UINT16_MAX);
-    if (held == 0 || promised <= held) return;
-    record.*Member = extend_copy(record.*Member, held, promised, function);
+  static void copy(ItemValue value, Record& record, const char* function) {
+    const auto carried = static_cast<std::uint16_t>(Length::of(record));
+    const std::uint8_t* copy = copy_of(value, std::max(value.length, carried), function);
+    if (copy != nullptr) record.*Member = copy;
   }
 };
 

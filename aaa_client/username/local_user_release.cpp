@@ -1,4 +1,4 @@
-// Freeing what a local user record owns.
+// Freeing what a local user record owns: it may be passwords, so it is wiped before.
 #include "transport/memory.h"
 #include "username/user_list.h"
 #include "username_lib.h"
@@ -10,7 +10,7 @@ void free_entries(aaa_list& head) {
   while (!aaa::is_empty(head)) {
     aaa_list* const node = head.next;
     aaa::unlink_node(*node);
-    AAA_FREE(aaa::entry_of<Entry>(node));
+    aaa::wipe_and_free(aaa::entry_of<Entry>(node), sizeof(Entry));
   }
   aaa::make_empty(head);
 }

@@ -5,15 +5,19 @@
 
 #include "aaa_client.h"
 #include "api/request_body.h"
+#include "codec/borrowed_values.h"
+#include "codec/item_writer.h"
 #include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
+#include "transport/memory.h"
 #include "username_lib.h"
 
 namespace {
 
 constexpr std::size_t item_header_size = 4;
-constexpr std::size_t max_changed_text = 168;
+constexpr std::size_t password_change_size = 180;
+constexpr std::size_t max_changed_text = password_change_size - 3 * item_header_size;
 constexpr std::size_t max_grant_text1 = 64;
 constexpr std::size_t max_grant_text2 = 4096;
 
@@ -40,6 +44,7 @@ std::int32_t ask_for_result(const char* log_name, Record* record, aaa_msg_type t
     return -1;
   }
   if (aaa_parse_result_info(result, reply.body(), static_cast<std::int32_t>(reply.length())) != 0) {
+    aaa::forget_borrowed_values(**result);
     return 0;
   }
   AAA_DEBUG_LOG_AS(log_name, "Failed to parse result info.\r\n");
@@ -78,12 +83,14 @@ std::int32_t username_lib_chg_pwd(const char* s1, const char* s2, const char* s3
     AAA_DEBUG_LOG("Strings of %zu bytes are too long, at most %zu.\r\n", total, max_changed_text);
     return -1;
   }
-  aaa::RequestBody body(3 * item_header_size + total);
-  if (!body) return -5;
-  add_item(body, 1, s1, lengths[0]);
-  add_item(body, 2, s2, lengths[1]);
-  add_item(body, 3, s3, lengths[2]);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_CHANGE_PWD_REQ, body.data(), body.size()));
+  std::uint8_t body[password_change_size] = {};
+  aaa::ItemWriter items(body);
+  items.put(1, static_cast<std::uint16_t>(lengths[0]), s1);
+  items.put(2, static_cast<std::uint16_t>(lengths[1]), s2);
+  items.put(3, static_cast<std::uint16_t>(lengths[2]), s3);
+  const auto size = static_cast<std::int32_t>(3 * item_header_size + total);
+  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_CHANGE_PWD_REQ, body, size));
+  aaa::wipe(body, sizeof body);
   return reply ? static_cast<std::int32_t>(reply.word(0)) : -5;
 }
 

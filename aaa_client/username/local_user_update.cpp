@@ -98,11 +98,14 @@ char* allocate(std::uint64_t size) {
                           : static_cast<char*>(AAA_MALLOC(static_cast<std::uint32_t>(size)));
 }
 
+// Frees the buffer. What was not written is not wiped: the counts may have made the buffer large.
 aaa_ipc_header* exchange(const local_user_info& record, char* buffer, std::size_t size) {
   UserItemWriter items(buffer, size);
   put_record(items, record);
-  return aaalib_sr_ipc_msg(AAA_MSG_LOCAL_UPDATE_USER, buffer,
-                           static_cast<std::int32_t>(items.written()));
+  aaa_ipc_header* const reply = aaalib_sr_ipc_msg(AAA_MSG_LOCAL_UPDATE_USER, buffer,
+                                                  static_cast<std::int32_t>(items.written()));
+  wipe_and_free(buffer, items.written());
+  return reply;
 }
 
 }  // namespace
@@ -122,6 +125,5 @@ std::int32_t username_lib_update_user(const local_user_info* record) {
     return -3;
   }
   const aaa::Reply reply(aaa::exchange(*record, buffer, static_cast<std::size_t>(size)));
-  aaa::wipe_and_free(buffer, static_cast<std::size_t>(size));
   return reply ? -(reply.first_byte() ^ 1) : -3;
 }

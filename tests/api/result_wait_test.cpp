@@ -46,6 +46,33 @@ TEST_F(ResultWait, ReturnsTheResultOfTheSession) {
   EXPECT_STREQ("hello", static_cast<const char*>(result_->reply_message.value));
 }
 
+TEST_F(ResultWait, TheResultHoldsNoPointerIntoTheReleasedDatagram) {
+  result_info record = {};
+  record.sub.session_id = 9;
+  record.item_318 = {0, 5, "first"};
+  record.item_320 = {0, 5, "third"};
+  deliver(test::encoded_result(record));
+  ASSERT_EQ(0, wait_for(9));
+  EXPECT_EQ(nullptr, result_->item_318.value);
+  EXPECT_EQ(5, result_->item_318.len);
+  EXPECT_EQ(nullptr, result_->item_319.value);
+  EXPECT_EQ(0, result_->item_319.len);
+  EXPECT_EQ(nullptr, result_->item_320.value);
+  EXPECT_EQ(5, result_->item_320.len);
+}
+
+TEST_F(ResultWait, AResultThatItHandedOutIsEncodedWithZerosInTheirPlace) {
+  result_info record = {};
+  record.sub.session_id = 9;
+  record.item_318 = {0, 5, "first"};
+  deliver(test::encoded_result(record));
+  ASSERT_EQ(0, wait_for(9));
+  const std::string body = test::encoded_result(*result_);
+  // Behind the fixed block, ten empty items and the header.
+  EXPECT_EQ(test::hex("3e01 0500 0000000000 3f01 0000"), body.substr(1284 + 40, 13));
+  EXPECT_EQ(1365u, body.size());
+}
+
 TEST_F(ResultWait, NeedsNoRegistrationAndLogsNothingOnSuccess) {
   const test::OpenGate gate;
   const test::LogCapture log;

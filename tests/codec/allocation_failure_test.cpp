@@ -86,12 +86,15 @@ TYPED_TEST(AllocationFailure, OfARepeatedTailKeepsTheFirst) {
   Codec<TypeParam>::release(outcome.record);
 }
 
-TYPED_TEST(AllocationFailure, OfTheLongerTailDropsTheTail) {
-  const auto outcome =
-      this->decode(body_of<TypeParam>().item(299, "tail").item(299, "again").body(), 4);
+TYPED_TEST(AllocationFailure, OfOneOfSeveralTailsLeavesItsLengthOut) {
+  const Bytes body =
+      body_of<TypeParam>().item(299, "tail").item(299, "without memory").item(299, "end").body();
+  const auto outcome = this->decode(body, 3);
   ASSERT_EQ(outcome.result, 1U);
-  EXPECT_EQ(outcome.record->tail_len, 0U);
-  EXPECT_EQ(outcome.record->tail_data, nullptr);
+  EXPECT_EQ(outcome.record->tail_len, 7U);
+  EXPECT_EQ(text(outcome.record->tail_data, 8), std::string("end\0\0\0\0\0", 8));
+  EXPECT_EQ(this->heap_.size_of(outcome.record->tail_data), 8U);
+  EXPECT_EQ(this->counts_.allocated(), 4U) << "the record, two tails, the arena";
   Codec<TypeParam>::release(outcome.record);
   EXPECT_EQ(this->counts_.live(), 1U) << "the first copy is not freed";
   this->counts_ = BlockCounts();
@@ -128,16 +131,62 @@ TEST(ResultAllocationFailure, OfAText302KeepsItsLengthWithoutAPointer) {
   aaa_free_result_info(record);
 }
 
-TEST(ResultAllocationFailure, OfARepeatedText302LeavesNoLengthWithoutBytes) {
-  const TrackedHeap heap;
-  const Bytes body = body_of<result_info>().item(302, "one").item(302, "another").body();
-  result_info* record = nullptr;
-  {
+// Decodes with the third allocation failing, which is the second item's.
+class RepeatedResultData : public testing::TestWithParam<Data<result_info>> {
+ protected:
+  result_info* decode(const Bytes& body) {
+    result_info* record = nullptr;
     const FailMalloc failure(3);
     aaa_parse_result_info(&record, body.data(), static_cast<std::int32_t>(body.size()));
+    EXPECT_TRUE(failure.happened());
+    return record;
   }
+
+  TrackedHeap heap_;
+  BlockCounts counts_;
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    , RepeatedResultData,
+    testing::Values(Data<result_info>{302, &result_info::text_302, &result_info::text_302_len},
+                    Data<result_info>{303, &result_info::text_303, &result_info::text_303_len},
+                    Data<result_info>{321, &result_info::data_321, &result_info::data_321_len}),
+    [](const auto& data) { return std::to_string(data.param.tag); });
+
+TEST_P(RepeatedResultData, WithoutMemoryForTheSecondKeepsTheFirstAndTheSecondsLength) {
+  const auto& data = GetParam();
+  result_info* record =
+      decode(body_of<result_info>().item(data.tag, "one").item(data.tag, "another").body());
   ASSERT_NE(record, nullptr);
-  EXPECT_EQ(text(record->text_302, record->text_302_len), std::string("one\0\0\0\0", 7));
+  EXPECT_EQ(record->*data.length, 7U);
+  EXPECT_EQ(text(record->*data.data, 8), std::string("one\0\0\0\0\0", 8));
+  EXPECT_EQ(heap_.size_of(record->*data.data), 8U);
+  EXPECT_EQ(counts_.allocated(), 3U) << "the record, the first item, the arena";
+  aaa_free_result_info(record);
+  EXPECT_EQ(counts_.live(), 0U);
+}
+
+TEST_P(RepeatedResultData, WithoutMemoryForAShorterSecondKeepsTheFirstWhole) {
+  const auto& data = GetParam();
+  result_info* record =
+      decode(body_of<result_info>().item(data.tag, "first one").item(data.tag, "two").body());
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->*data.length, 3U);
+  EXPECT_EQ(text(record->*data.data, 10), std::string("first one\0", 10));
+  EXPECT_EQ(counts_.allocated(), 3U);
+  aaa_free_result_info(record);
+}
+
+TEST_P(RepeatedResultData, AnEmptyThirdSetsTheLengthTo0) {
+  const auto& data = GetParam();
+  result_info* record = decode(body_of<result_info>()
+                                   .item(data.tag, "one")
+                                   .item(data.tag, "another")
+                                   .item(data.tag, "")
+                                   .body());
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->*data.length, 0U);
+  EXPECT_EQ(text(record->*data.data, 4), std::string("one\0", 4));
   aaa_free_result_info(record);
 }
 

@@ -27,6 +27,17 @@ TYPED_TEST(InfoDecoding, EmptyItemsAreDecodedAsNull) {
   EXPECT_EQ(record->arena.size, C::arena_order.size());
 }
 
+TYPED_TEST(InfoDecoding, ADescriptorsTypeTellsWhetherItsItemCame) {
+  using C = Codec<TypeParam>;
+  const Decoded<TypeParam> without(body_of<TypeParam>().body());
+  auto empty = this->empty_record();
+  const Decoded<TypeParam> with(encoded(C::encode, empty));
+  for (const auto& descriptor : C::descriptors) {
+    EXPECT_EQ(((*without).*descriptor.member).type, 0) << descriptor.tag;
+    EXPECT_EQ(((*with).*descriptor.member).type, descriptor.tag);
+  }
+}
+
 TYPED_TEST(InfoDecoding, ArenaHoldsTheValuesInOrderEachWithANul) {
   using C = Codec<TypeParam>;
   auto sent = this->empty_record();
@@ -105,16 +116,37 @@ TYPED_TEST(InfoDecoding, RepeatedDescriptorThatIsEmptyEmptiesIt) {
 
 TYPED_TEST(InfoDecoding, RepeatedTailLeavesTheSumOfTheLengthsAndTheSecondBuffer) {
   const Bytes body = body_of<TypeParam>().item(299, "first one").item(299, "second").body();
-  const void* first = nullptr;
   {
     const Decoded<TypeParam> record(body);
     EXPECT_EQ(record->tail_len, 15U);
     EXPECT_EQ(text(record->tail_data, 16), "second" + std::string(10, '\0'));
-    first = record->tail_data;
+    EXPECT_EQ(this->heap_.size_of(record->tail_data), 16U);
+    EXPECT_EQ(this->counts_.allocated(), 4U) << "the record, one for each tail, the arena";
   }
-  EXPECT_NE(first, nullptr);
   EXPECT_EQ(this->counts_.live(), 1U) << "the first copy is not freed";
   this->counts_ = BlockCounts();
+}
+
+TYPED_TEST(InfoDecoding, EmptyTailBetweenOthersChangesNothing) {
+  const Bytes body = body_of<TypeParam>().item(299, "one").item(299, "").item(299, "second").body();
+  {
+    const Decoded<TypeParam> record(body);
+    EXPECT_EQ(record->tail_len, 9U);
+    EXPECT_EQ(text(record->tail_data, 10), std::string("second\0\0\0\0", 10));
+  }
+  this->counts_ = BlockCounts();
+}
+
+TEST(AcctInfoDecoding, RepeatedItem322LeavesTheSumOfTheLengthsAndTheSecondBuffer) {
+  const TrackedHeap heap;
+  const BlockCounts counts;
+  const Bytes body = body_of<acct_info>().item(322, "one").item(299, "t").item(322, "two!").body();
+  const Decoded<acct_info> record(body);
+  EXPECT_EQ(record->data_322_len, 7U);
+  EXPECT_EQ(text(record->data_322, 8), std::string("two!\0\0\0\0", 8));
+  EXPECT_EQ(heap.size_of(record->data_322), 8U);
+  EXPECT_EQ(record->tail_len, 1U);
+  EXPECT_EQ(counts.allocated(), 5U);
 }
 
 }  // namespace

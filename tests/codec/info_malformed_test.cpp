@@ -3,6 +3,7 @@
 #include <string>
 
 #include "codec/info_record_fixture.h"
+#include "support/own_stack.h"
 
 namespace test {
 namespace {
@@ -52,6 +53,22 @@ TYPED_TEST(InfoMalformed, FixedBlockCutByTheBodysEndIsFilledUpWithZeros) {
   Codec<TypeParam>::encode_block(block.data(), record.get());
   EXPECT_EQ(word32(block, 0), 0x01010101U);
   EXPECT_EQ(word32(block, size - 4), 0U);
+}
+
+TYPED_TEST(InfoMalformed, FixedBlockCutByTheBodysEndIsNotLeftOnTheStack) {
+  using C = Codec<TypeParam>;
+  constexpr std::uint32_t size = C::block_size;
+  OwnStack stack;
+  // The first call may leave registers on the stack while the dynamic linker looks for functions.
+  for (const char character : {'o', 's'}) {
+    const Bytes body = BodyBuilder().header(1, size).bytes(std::string(size - 4, character)).body();
+    TypeParam* record = nullptr;
+    std::uint32_t result = 0;
+    stack.run([&] { result = C::decode(&record, body.data(), size); });
+    EXPECT_EQ(result, 1U);
+    C::release(record);
+  }
+  EXPECT_FALSE(stack.holds("ssssssss"));
 }
 
 TYPED_TEST(InfoMalformed, BodyWhoseFirstItemIsNotTheFixedBlockStillDecodes) {

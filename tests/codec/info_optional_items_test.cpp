@@ -1,4 +1,4 @@
-// Items that some of the info records have: the text 301 and the data 298.
+// The text 301, which three of the info records have.
 #include <algorithm>
 #include <string>
 
@@ -68,71 +68,6 @@ TYPED_TEST(TextRecord, TextThatRunsPastTheBodysEndIsTerminated) {
   const Bytes body = body_of<TypeParam>().header(301, 500).bytes("abc").body();
   const Decoded<TypeParam> record(body);
   EXPECT_EQ(text(record->ext_text, 501), "abc" + std::string(498, '\0'));
-}
-
-template <typename Record>
-class ExtDataRecord : public InfoRecord<Record> {};
-using ExtDataRecords = testing::Types<authen_info, result_info>;
-TYPED_TEST_SUITE(ExtDataRecord, ExtDataRecords);
-
-TYPED_TEST(ExtDataRecord, ExtDataTravelsWithTheLengthInTheFixedBlock) {
-  using C = Codec<TypeParam>;
-  auto record = this->empty_record();
-  C::ext_data(record) = "ext data";
-  C::ext_data_len(record) = 8;
-  const Bytes body = encoded(C::encode, record);
-  EXPECT_EQ(body.size(), C::empty_size + 8);
-  EXPECT_THAT(items_of(body), testing::Contains(Item{298, "ext data"}));
-  const BlockCounts counts;
-  const Decoded<TypeParam> decoded(body);
-  EXPECT_EQ(text(C::ext_data(*decoded), C::ext_data_len(*decoded)), "ext data");
-  EXPECT_EQ(counts.allocated(), 3U) << "the record, the data, the arena";
-}
-
-TYPED_TEST(ExtDataRecord, ExtDataLengthWithoutAPointerIsNeitherCountedNorWritten) {
-  using C = Codec<TypeParam>;
-  auto record = this->empty_record();
-  C::ext_data_len(record) = 8;
-  const Bytes body = encoded(C::encode, record);
-  EXPECT_EQ(body.size(), C::empty_size);
-  EXPECT_THAT(items_of(body), testing::Contains(Item{298, ""}));
-}
-
-TYPED_TEST(ExtDataRecord, ExtDataOver65535BytesIsCountedInFull) {
-  using C = Codec<TypeParam>;
-  const std::string value(65538, 'v');
-  auto record = this->empty_record();
-  C::ext_data(record) = value.data();
-  C::ext_data_len(record) = 65538;
-  Bytes body = encoded(C::encode, record);
-  EXPECT_EQ(body.size(), C::empty_size + 65538);
-  body.resize(C::empty_size + 2);
-  EXPECT_THAT(items_of(body), testing::Contains(Item{298, "vv"}));
-}
-
-TYPED_TEST(ExtDataRecord, DecodingExtDataDoesNotSetItsLength) {
-  using C = Codec<TypeParam>;
-  const Bytes body = body_of<TypeParam>().item(298, "ext data").body();
-  const Decoded<TypeParam> record(body);
-  EXPECT_EQ(C::ext_data_len(*record), 0U);
-  EXPECT_EQ(text(C::ext_data(*record), 8), "ext data");
-}
-
-TYPED_TEST(ExtDataRecord, ExtDataShorterThanTheFixedBlockSaysIsFilledUpWithZeros) {
-  using C = Codec<TypeParam>;
-  for (const std::uint32_t promised : {20U, 100000U}) {
-    auto record = this->empty_record();
-    C::ext_data_len(record) = promised;
-    Bytes block(C::block_size);
-    C::encode_block(block.data(), &record);
-    const Bytes body =
-        BodyBuilder().item(1, text(block.data(), block.size())).item(298, "ext").body();
-    const Decoded<TypeParam> decoded(body);
-    const std::uint32_t readable = std::min(promised, 65535U);
-    EXPECT_EQ(text(C::ext_data(*decoded), readable), "ext" + std::string(readable - 3, '\0'));
-    EXPECT_EQ(C::ext_data_len(*decoded), promised);
-    EXPECT_EQ(encoded(C::encode, *decoded).size(), C::empty_size + promised);
-  }
 }
 
 }  // namespace

@@ -131,14 +131,14 @@ TEST(ResultInfo, UnknownItemOf2BytesTakes6) {
 
 TEST(ResultInfo, Items318To320KeepPointingIntoTheBody) {
   const Bytes body =
-      body_of<result_info>().item(318, "one").item(319, "").item(320, "three").body();
+      body_of<result_info>().item(318, "one").item(319, "2").item(320, "three").body();
   const Decoded<result_info> record(body);
   const std::uint8_t* items = body.data() + 4 + 1280;
   EXPECT_EQ(record->item_318.value, items + 4);
   EXPECT_EQ(record->item_318.len, 3);
   EXPECT_EQ(record->item_319.value, items + 11);
-  EXPECT_EQ(record->item_319.len, 0);
-  EXPECT_EQ(record->item_320.value, items + 15);
+  EXPECT_EQ(record->item_319.len, 1);
+  EXPECT_EQ(record->item_320.value, items + 16);
   EXPECT_EQ(record->item_320.len, 5);
   EXPECT_EQ(record->item_320.type, 320);
   EXPECT_EQ(record->arena.size, 10U) << "they take no room in the arena";
@@ -149,6 +149,20 @@ TEST(ResultInfo, Items318To320AreCutAtTheBodysEnd) {
   const Decoded<result_info> record(body);
   EXPECT_EQ(record->item_320.value, body.data() + 4 + 1280 + 4);
   EXPECT_EQ(record->item_320.len, 3);
+}
+
+TEST(ResultInfo, Items318To320AreNullWhenEmpty) {
+  const Bytes body = body_of<result_info>()
+                         .item(318, "")
+                         .item(319, "was here")
+                         .item(319, "")
+                         .header(320, 9)
+                         .body();
+  const Decoded<result_info> record(body);
+  for (const aaa_item& item : {record->item_318, record->item_319, record->item_320}) {
+    EXPECT_EQ(item.value, nullptr) << item.type;
+    EXPECT_EQ(item.len, 0) << item.type;
+  }
 }
 
 TEST(ResultInfo, RepeatedTextKeepsTheSecondAndItsLength) {

@@ -25,7 +25,7 @@ void touch_items(Record& record) {
       touch(C::ext_text(record), std::strlen(C::ext_text(record)));
   }
   if constexpr (test::has_ext_data<Record>) {
-    const std::size_t readable = std::min<std::size_t>(C::ext_data_len(record), 65535);
+    const std::size_t readable = C::ext_data_len(record) & 0xFFFF;
     if (C::ext_data(record) != nullptr) touch(C::ext_data(record), readable);
   }
   touch(record.arena);

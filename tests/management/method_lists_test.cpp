@@ -69,10 +69,19 @@ TEST_F(MethodLists, AnAnswerOfAnotherLengthGives0) {
     EXPECT_EQ(0u, existed(message_bytes(104, std::string(length, '\1')))) << length;
 }
 
-TEST_F(MethodLists, ANullNameGives0AndSendsAndCountsNothing) {
+TEST_F(MethodLists, ANullNameGives0AndIsCountedAsAQueryAlone) {
   const LibraryCounters counters;
   EXPECT_EQ(0u, aaa_mlist_existed(1, 2, 3, nullptr));
   EXPECT_TRUE(writes().empty());
+  for (std::size_t n = 0; n < LibraryCounters::kWords; ++n)
+    EXPECT_EQ(n == kQueries ? 1u : 0u, counters.grown(n)) << "counter " << n;
+  EXPECT_EQ(0u, counters.blocks_allocated());
+}
+
+TEST_F(MethodLists, ANullNameIsNotCountedWithoutARegistration) {
+  const LibraryCounters counters;
+  aaa::set_reg_state(AAA_REG_LOST);
+  EXPECT_EQ(0u, aaa_mlist_existed(1, 2, 3, nullptr));
   EXPECT_TRUE(counters.all_unchanged());
 }
 

@@ -3,6 +3,7 @@
 #include "session/client_state.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
+#include "support/own_stack.h"
 
 namespace {
 
@@ -110,6 +111,26 @@ TEST_F(Users, WithoutAFlagPointerTheWordAt344Is0) {
 TEST_F(Users, AHotBackupWithoutARecordIsZeros) {
   EXPECT_EQ(0, aaa_ha_user_syn(5, 0, nullptr, nullptr));
   EXPECT_EQ(std::string(392, '\0'), only_write().substr(16));
+}
+
+TEST_F(Users, NothingOfARestoredUserIsLeftOnTheStack) {
+  restore_user_info user = user_;
+  const std::string name(200, 'n');
+  const auto set_name = [&user](char character) { std::memset(user.chars253_a, character, 200); };
+  for (const bool hot_backup : {false, true}) {
+    test::OwnStack stack;
+    std::int32_t result = -1;
+    // The first call may leave registers on the stack while the dynamic linker looks for functions.
+    for (const char character : {'o', 'n'}) {
+      set_name(character);
+      stack.run([&] {
+        result = hot_backup ? aaa_ha_user_syn(5, 0, &user, nullptr) : aaa_restore_user(&user, 1);
+      });
+      EXPECT_EQ(0, result);
+    }
+    EXPECT_EQ(name, writes().back().substr(16 + 16, 200));
+    EXPECT_FALSE(stack.holds(name.substr(0, 8))) << (hot_backup ? "hot backup" : "restore");
+  }
 }
 
 }  // namespace

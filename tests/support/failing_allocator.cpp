@@ -1,6 +1,6 @@
 #include "support/failing_allocator.h"
 
-#include <unordered_set>
+#include <unordered_map>
 
 namespace {
 
@@ -8,7 +8,7 @@ thread_local std::uint32_t calls_until_failure = 0;  // 0: not armed
 thread_local bool failure_happened = false;
 thread_local bool tracking = false;
 thread_local std::size_t largest_size = SIZE_MAX;
-thread_local std::unordered_set<void*> live_blocks;
+thread_local std::unordered_map<const void*, std::size_t> live_blocks;
 
 bool must_fail(std::size_t size) {
   if (size > largest_size) return true;
@@ -28,7 +28,7 @@ extern "C" void __wrap_free(void* block);
 void* __wrap_malloc(std::size_t size) {
   if (must_fail(size)) return nullptr;
   void* block = __real_malloc(size);
-  if (tracking) live_blocks.insert(block);
+  if (tracking) live_blocks[block] = size;
   return block;
 }
 
@@ -60,9 +60,14 @@ TrackedHeap::TrackedHeap(std::size_t largest_block) {
 TrackedHeap::~TrackedHeap() {
   tracking = false;
   largest_size = SIZE_MAX;
-  for (void* block : live_blocks)
-    __real_free(block);
+  for (const auto& [block, size] : live_blocks)
+    __real_free(const_cast<void*>(block));
   live_blocks.clear();
+}
+
+std::size_t TrackedHeap::size_of(const void* block) {
+  const auto found = live_blocks.find(block);
+  return found == live_blocks.end() ? 0 : found->second;
 }
 
 }  // namespace test

@@ -28,6 +28,9 @@ class TrackedHeap {
   ~TrackedHeap();
   TrackedHeap(const TrackedHeap&) = delete;
   TrackedHeap& operator=(const TrackedHeap&) = delete;
+
+  // How many bytes a block was asked for with; 0 for one that was not allocated meanwhile.
+  static std::size_t size_of(const void* block);
 };
 
 }  // namespace test

@@ -124,6 +124,13 @@ TEST_F(FetchedPasswords, ReleasingTwiceOrNothingDoesNothing) {
   EXPECT_TRUE(test::is_empty(record_->passwords));
 }
 
+TEST_F(FetchedPasswords, AZeroedRecordHoldsNothingToRelease) {
+  local_user_info zeroed = {};
+  username_lib_release_user(&zeroed);
+  EXPECT_TRUE(test::is_empty(zeroed.passwords));
+  EXPECT_TRUE(test::is_empty(zeroed.blocks));
+}
+
 TEST_F(FetchedPasswords, ReleaseNeedsNoRegistration) {
   fetch(item(6, "A"));
   aaa::set_reg_state(AAA_REG_NOT_REGISTERED);

@@ -6,6 +6,7 @@
 #include "support/failing_block.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
+#include "support/own_stack.h"
 #include "username_lib.h"
 
 namespace {
@@ -94,6 +95,34 @@ TEST_F(LocalRequests, StringsOf169BytesTogetherAreRefusedWithOneLine) {
     EXPECT_EQ("username_lib_chg_pwd", log.lines()[0].function());
   }
   EXPECT_TRUE(writes().empty());
+}
+
+TEST_F(LocalRequests, APasswordChangeTakesNoBlockForItsBody) {
+  std::vector<std::size_t> blocks;
+  script({.malloc = [&](std::size_t size) -> std::optional<void*> {
+    blocks.push_back(size);
+    return std::nullopt;
+  }});
+  change(message_bytes(117, word_bytes(0)));
+  ASSERT_FALSE(blocks.empty());
+  EXPECT_EQ(16u + 23u, blocks[0]) << "the message, with its header";
+}
+
+TEST_F(LocalRequests, APasswordChangeLeavesNoPasswordOnTheStack) {
+  const std::string secrets(60, 's');
+  const std::string others(60, 'o');
+  test::OwnStack stack;
+  const auto change_to = [&](const std::string& password) {
+    aaad_answers(message_bytes(117, word_bytes(0)));
+    std::int32_t result = -1;
+    stack.run([&] { result = username_lib_chg_pwd("alice", password.c_str(), password.c_str()); });
+    EXPECT_EQ(0, result);
+  };
+  // The first call may leave registers on the stack while the dynamic linker looks for functions.
+  change_to(others);
+  change_to(secrets);
+  EXPECT_NE(std::string::npos, writes().back().find(secrets));
+  EXPECT_FALSE(stack.holds(secrets.substr(0, 8)));
 }
 
 TEST_F(LocalRequests, TheRegistrationIsAskedForBeforeTheLengths) {

@@ -121,6 +121,23 @@ TEST_P(ResultRequests, HandOutTheDecodedResult) {
   EXPECT_STREQ("hello", static_cast<const char*>(result_->reply_message.value));
 }
 
+TEST_P(ResultRequests, HandOutNoPointerIntoTheReleasedAnswer) {
+  result_info record = {};
+  record.item_318 = {0, 5, "first"};
+  record.item_319 = {0, 6, "second"};
+  record.item_320 = {0, 5, "third"};
+  void* body = nullptr;
+  const std::uint32_t length = aaa_encap_result_info(&record, &body);
+  aaad_answers(message_bytes(GetParam().type, test::take_block(body, length)));
+  ASSERT_EQ(0, call());
+  EXPECT_EQ(nullptr, result_->item_318.value);
+  EXPECT_EQ(5, result_->item_318.len);
+  EXPECT_EQ(nullptr, result_->item_319.value);
+  EXPECT_EQ(6, result_->item_319.len);
+  EXPECT_EQ(nullptr, result_->item_320.value);
+  EXPECT_EQ(5, result_->item_320.len);
+}
+
 TEST_P(ResultRequests, RefuseNullWithOneLineBeforeTheyAskForTheRegistration) {
   aaa::set_reg_state(AAA_REG_LOST);
   const test::OpenGate gate;
