@@ -194,6 +194,15 @@ TEST_F(ProgramTest, TellsItsVersion) {
   EXPECT_EQ(program.exit_status(), 0);
 }
 
+TEST_F(ProgramTest, HelpNamesItsConventionAndItsCommands) {
+  Program program({"--help"});
+  const std::string help = program.remaining_output();
+  EXPECT_THAT(help, HasSubstr("aaad-sim's convention for a result's sub.num_a: 0 accepted, "
+                              "1 rejected, 3 challenge.\n"));
+  EXPECT_THAT(help, HasSubstr("\nclients "));
+  EXPECT_EQ(program.exit_status(), 0);
+}
+
 TEST_F(ProgramTest, ListensBelowTmpdirUnlessADirectoryIsGiven) {
   Program program({}, directory_.path());
   EXPECT_EQ(program.output_line(), "aaad-sim: listening on " + socket_ + "\n");

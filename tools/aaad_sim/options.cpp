@@ -120,7 +120,10 @@ void describe_contents(CLI::App& app, Settings& settings, Texts& texts) {
 void describe_options(CLI::App& app, Options& options, Texts& texts) {
   Settings& settings = options.settings;
   app.description("Stands in for aaad, the daemon of the AAA client library.");
-  app.footer("With --control these commands are read from standard input:\n" + command_help());
+  app.footer(
+      "aaad-sim's convention for a result's sub.num_a: 0 accepted, 1 rejected, 3 challenge.\n\n"
+      "With --control these commands are read from standard input:\n" +
+      command_help());
   app.set_version_flag("--version", "aaad-sim " AAAD_SIM_VERSION, "Print the version and exit");
   app.add_option("--directory", texts.directory,
                  "Listen below this directory, the TMPDIR of the clients; TMPDIR unless given");
