@@ -4,25 +4,35 @@
  * A client that lives on an event loop of its own: the library's work runs there beside the
  * client's. Once a second it asks aaad whether the user may log in, and prints what the result
  * callback is told. It outlives restarts of aaad and ends on SIGINT or SIGTERM, or after so many
- * answers. Exit status: 0 when it was ended so, 1 when a user was rejected, 2 for anything else.
+ * acceptances. Exit status: 0 when it was ended so, 1 when a user was rejected, 2 for anything
+ * else.
  */
 #include <aaa_client.h>
 #include <signal.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 #include <zv_host.h>
 #include <zv_thread.h>
 
+#include "answers.h"
+#include "arguments.h"
+#include "work_directory.h"
+
 enum { ENDED = 0, REJECTED = 1, FAILED = 2 };
+
+/* A question is given up after so many seconds without its result. */
+enum { PATIENCE = 10 };
 
 static struct {
   struct zv_thread_master* loop;
   const char* user;
   const char* password;
   unsigned long answers_left; /* 0: no limit */
+  uint32_t session_id;        /* of the question whose result is to come; 0: none */
+  int seconds_waited;
+  int refused;
   int exit_status;
 } agent;
 
@@ -35,14 +45,32 @@ static void end_with(int exit_status) {
 
 static int on_event(uint32_t event) {
   if (event == AAA_EVENT_REGISTERED) puts("registered");
-  if (event == AAA_EVENT_CONNECTION_LOST) puts("not registered");
+  if (event == AAA_EVENT_CONNECTION_LOST) {
+    puts("not registered");
+    agent.session_id = 0;
+  }
   return 0;
 }
 
+/* Returns NULL for what is neither an acceptance nor a rejection. */
+static const char* decision_in(const result_info* result) {
+  if (result->sub.num_a == RESULT_ACCEPT) return "accepted";
+  return result->sub.num_a == RESULT_REJECT ? "rejected" : NULL;
+}
+
 static void on_result(result_info* result) {
-  const int accepted = result->sub.num_a == 0;
-  printf("%s: %s\n", agent.user, accepted ? "accepted" : "rejected");
-  if (!accepted) {
+  if (!is_result_of(result, agent.session_id)) {
+    puts("a result that nobody waits for");
+    return;
+  }
+  agent.session_id = 0;
+  const char* const decision = decision_in(result);
+  if (decision == NULL) {
+    printf("%s: result %u\n", agent.user, (unsigned)result->sub.num_a);
+    return;
+  }
+  printf("%s: %s\n", agent.user, decision);
+  if (result->sub.num_a == RESULT_REJECT) {
     end_with(REJECTED);
   } else if (agent.answers_left > 0 && --agent.answers_left == 0) {
     end_with(ENDED);
@@ -57,7 +85,23 @@ static void request_login(void) {
   (void)strncpy(authen.chars65_a, agent.user, sizeof authen.chars65_a - 1);
   authen.user_password.value = agent.password;
   authen.user_password.len = (uint16_t)strlen(agent.password);
-  (void)aaa_user_req_authen(&authen);
+  agent.session_id = authen.session_id;
+  agent.seconds_waited = 0;
+  if (aaa_user_req_authen(&authen) != 0) agent.session_id = 0;
+}
+
+static void tell_refusal(void) {
+  if (!agent.refused) puts("refused by aaad");
+  agent.refused = 1;
+}
+
+static void live_a_second(void) {
+  if (aaa_is_alive()) {
+    agent.refused = 0;
+    if (agent.session_id == 0 || ++agent.seconds_waited >= PATIENCE) request_login();
+  } else if (aaad_refuses()) {
+    tell_refusal();
+  }
 }
 
 static int on_tick(struct zv_thread* task);
@@ -69,7 +113,7 @@ static int start_tick(long seconds) {
 /* Tasks run once: whoever wants another turn asks for it. */
 static int on_tick(struct zv_thread* task) {
   (void)task;
-  if (aaa_is_alive()) request_login();
+  live_a_second();
   if (!start_tick(1)) end_with(FAILED);
   return 0;
 }
@@ -102,7 +146,7 @@ static int live(void) {
                                  .aaa_event_cb = on_event};
   if (!watch_signals() || !start_tick(0)) return FAILED;
   if (aaa_agent_init(&registration, agent.loop) != 0) {
-    fputs("agent: cannot register, is there a directory below TMPDIR to work in?\n", stderr);
+    print_registration_failure("agent");
     return FAILED;
   }
   if (zv_host_run(agent.loop) != 0) agent.exit_status = FAILED;
@@ -111,16 +155,26 @@ static int live(void) {
 }
 
 int main(int argc, char** argv) {
-  for (int option; (option = getopt(argc, argv, "n:")) != -1;) {
-    if (option == 'n') agent.answers_left = strtoul(optarg, NULL, 10);
-    if (option == '?') return FAILED;
-  }
-  if (argc - optind != 2 || strlen(argv[optind + 1]) > UINT16_MAX) {
-    fprintf(stderr, "usage: %s [-n ANSWERS] USER PASSWORD\n", argv[0]);
-    return FAILED;
-  }
+  const command_line line = {
+      .name = "agent",
+      .usage = "[-n ANSWERS] USER PASSWORD",
+      .help =
+          "Asks aaad once a second, on an event loop, whether a user may log in.\n"
+          "TMPDIR names the directory of aaad's socket.\n"
+          "  -n ANSWERS  end after so many acceptances; on SIGINT or SIGTERM unless given\n"
+          "Exit status: 0 ended so, 1 the user was rejected, 2 anything else.\n",
+      .operands = 2,
+      .letters = "n:h",
+      .numbers = {{'n', 1000000, &agent.answers_left}}};
+  const int parsed = parse_arguments(&line, argc, argv);
+  if (parsed != GO_ON) return parsed == HELPED ? 0 : FAILED;
   agent.user = argv[optind];
   agent.password = argv[optind + 1];
+  if (strlen(agent.user) >= sizeof((authen_info*)0)->chars65_a ||
+      strlen(agent.password) > UINT16_MAX) {
+    fputs("agent: the name or the password is too long\n", stderr);
+    return FAILED;
+  }
   (void)setvbuf(stdout, NULL, _IOLBF, 0);
   agent.loop = zv_host_create();
   const int exit_status = agent.loop != NULL ? live() : FAILED;

@@ -1,5 +1,5 @@
 /*
- * local_users USER PASSWORD
+ * local_users [-w SECONDS] USER PASSWORD
  *
  * Gives a local user another password: fetches the user, keeps the old password among the earlier
  * ones, counts the change in value_13, writes the user back, and fetches again to see that it is
@@ -10,6 +10,9 @@
 #include <stdio.h>
 #include <string.h>
 #include <username_lib.h>
+
+#include "arguments.h"
+#include "connection.h"
 
 enum { DONE = 0, REFUSED = 1, FAILED = 2 };
 
@@ -55,7 +58,7 @@ static int keep_password(local_user_info* user, const char* text) {
   return DONE;
 }
 
-/* aaad takes string_19 for the password. */
+/* What the plain fields mean is agreed with aaad; aaad-sim takes string_19 for the password. */
 static int change(local_user_info* user, const char* password) {
   if (keep_password(user, user->string_19) != DONE) {
     fputs("local_users: out of memory\n", stderr);
@@ -92,27 +95,35 @@ static int fetch_and_check(const char* name, const char* password) {
   return DONE;
 }
 
+static int renew(const char* name, const char* password) {
+  const int outcome = fetch_and_change(name, password);
+  return outcome == DONE ? fetch_and_check(name, password) : outcome;
+}
+
 int main(int argc, char** argv) {
-  if (argc != 3 || strlen(argv[1]) >= sizeof((local_user_info*)0)->user_name ||
-      strlen(argv[2]) >= sizeof((local_user_info*)0)->string_19) {
-    fprintf(stderr, "usage: %s USER PASSWORD\n", argv[0]);
+  unsigned long patience = 10;
+  const command_line line = {
+      .name = "local_users",
+      .usage = "[-w SECONDS] USER PASSWORD",
+      .help =
+          "Gives a user of aaad's local user database another password.\n"
+          "TMPDIR names the directory of aaad's socket.\n"
+          "  -w SECONDS  wait so long for aaad, 10 unless given\n"
+          "Exit status: 0 done, 1 no such user or refused by aaad, 2 anything else.\n",
+      .operands = 2,
+      .letters = "w:h",
+      .numbers = {{'w', 3600, &patience}}};
+  const int parsed = parse_arguments(&line, argc, argv);
+  if (parsed != GO_ON) return parsed == HELPED ? 0 : FAILED;
+  const char* const name = argv[optind];
+  const char* const password = argv[optind + 1];
+  if (strlen(name) >= sizeof((local_user_info*)0)->user_name ||
+      strlen(password) >= sizeof((local_user_info*)0)->string_19) {
+    fputs("local_users: the name or the password is too long\n", stderr);
     return FAILED;
   }
-  const reg_info registration = {.model_name = "local_users"};
-  if (aaa_svr_reg(&registration) != 0) {
-    fputs("local_users: cannot register, is there a directory below TMPDIR to work in?\n", stderr);
-    return FAILED;
-  }
-  int outcome = FAILED;
-  if (aaa_is_alive()) {
-    outcome = fetch_and_change(argv[1], argv[2]);
-    if (outcome == DONE) outcome = fetch_and_check(argv[1], argv[2]);
-  } else {
-    fputs("local_users: aaad does not run\n", stderr);
-  }
-  if (aaa_svr_dereg() != 0) {
-    fputs("local_users: aaad did not take the farewell\n", stderr);
-    outcome = FAILED;
-  }
-  return outcome;
+
+  if (!connect_to_aaad("local_users", patience)) return FAILED;
+  const int outcome = renew(name, password);
+  return disconnect_from_aaad("local_users") ? outcome : FAILED;
 }

@@ -1,28 +1,17 @@
 /*
  * login [-w SECONDS] [-t SECONDS] USER PASSWORD
  *
- * Asks aaad whether a user may log in. -w: how long to wait for aaad itself, 10 seconds unless told
- * otherwise; -t: how long to wait for its answer, 30 seconds. Exit status: 0 accepted, 1 rejected,
- * 2 anything else.
+ * Asks aaad whether a user may log in. Exit status: 0 accepted, 1 rejected, 2 anything else.
  */
 #include <aaa_client.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
+
+#include "answers.h"
+#include "arguments.h"
+#include "connection.h"
 
 enum { ACCEPTED = 0, REJECTED = 1, NO_DECISION = 2 };
-
-/* What aaad says in sub.num_a of a result. */
-enum { RESULT_ACCEPT = 0, RESULT_REJECT = 1, RESULT_LINK_LOST = 2, RESULT_CHALLENGE = 3 };
-
-static int wait_until_alive(unsigned long seconds) {
-  for (unsigned long tenths = 0; tenths < seconds * 10; ++tenths) {
-    if (aaa_is_alive()) return 1;
-    (void)usleep(100000);
-  }
-  return aaa_is_alive();
-}
 
 static void print_reply_message(const result_info* result) {
   if (result->reply_message.len == 0 || result->reply_message.value == NULL) return;
@@ -62,7 +51,12 @@ static int request_and_wait(authen_info* authen, uint32_t timeout) {
     (void)aaa_clear_req_user(authen->session_id);
     return NO_DECISION;
   }
-  const int outcome = print_outcome(result);
+  int outcome = NO_DECISION;
+  if (is_result_of(result, authen->session_id)) {
+    outcome = print_outcome(result);
+  } else {
+    fputs("login: a result of another session\n", stderr);
+  }
   aaa_free_result_info(result);
   return outcome;
 }
@@ -86,27 +80,22 @@ static int authenticate(const char* user, const char* password, uint32_t timeout
 int main(int argc, char** argv) {
   unsigned long patience = 10;
   unsigned long timeout = 30;
-  for (int option; (option = getopt(argc, argv, "w:t:")) != -1;) {
-    if (option == 'w') patience = strtoul(optarg, NULL, 10);
-    if (option == 't') timeout = strtoul(optarg, NULL, 10);
-    if (option == '?') return NO_DECISION;
-  }
-  if (argc - optind != 2) {
-    fprintf(stderr, "usage: %s [-w SECONDS] [-t SECONDS] USER PASSWORD\n", argv[0]);
-    return NO_DECISION;
-  }
+  const command_line line = {
+      .name = "login",
+      .usage = "[-w SECONDS] [-t SECONDS] USER PASSWORD",
+      .help =
+          "Asks aaad whether a user may log in. TMPDIR names the directory of aaad's socket.\n"
+          "  -w SECONDS  wait so long for aaad, 10 unless given\n"
+          "  -t SECONDS  wait so long for its result, at most 120, 30 unless given\n"
+          "Exit status: 0 accepted, 1 rejected, 2 anything else.\n",
+      .operands = 2,
+      .letters = "w:t:h",
+      .numbers = {{'w', 3600, &patience}, {'t', 120, &timeout}}};
+  const int parsed = parse_arguments(&line, argc, argv);
+  if (parsed != GO_ON) return parsed == HELPED ? 0 : NO_DECISION;
 
-  const reg_info registration = {.model_name = "login"};
-  if (aaa_svr_reg(&registration) != 0) {
-    fputs("login: cannot register, is there a directory below TMPDIR to work in?\n", stderr);
-    return NO_DECISION;
-  }
-  int outcome = NO_DECISION;
-  if (wait_until_alive(patience)) {
-    outcome = authenticate(argv[optind], argv[optind + 1], (uint32_t)timeout);
-  } else {
-    fprintf(stderr, "login: aaad does not answer within %lu seconds\n", patience);
-  }
-  if (aaa_svr_dereg() != 0) fputs("login: aaad did not take the farewell\n", stderr);
+  if (!connect_to_aaad("login", patience)) return NO_DECISION;
+  const int outcome = authenticate(argv[optind], argv[optind + 1], (uint32_t)timeout);
+  (void)disconnect_from_aaad("login");
   return outcome;
 }

@@ -1,39 +1,14 @@
 // The sample clients, run as their users run them.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "examples_fixture.h"
 
-#include "aaad_sim.h"
-#include "support/child_program.h"
-#include "support/temporary_directory.h"
+#include <chrono>
 
+namespace examples_test {
 namespace {
 
 using aaa_sim::AaadSim;
 using aaa_sim::received;
 using testing::HasSubstr;
-
-struct Outcome {
-  int exit_status;
-  std::string output;
-  std::string errors;
-};
-
-class ExamplesTest : public testing::Test {
- protected:
-  ExamplesTest() { sim_.start(); }
-
-  Outcome run(const std::string& name, std::vector<std::string> arguments) {
-    test::ChildProgram program(AAA_EXAMPLES_DIR + name, std::move(arguments), directory_.path());
-    Outcome outcome;
-    outcome.output = program.remaining_output();
-    outcome.errors = program.remaining_errors();
-    outcome.exit_status = program.exit_status();
-    return outcome;
-  }
-
-  test::TemporaryDirectory directory_;
-  AaadSim sim_{directory_.path()};
-};
 
 TEST_F(ExamplesTest, LoginIsAccepted) {
   sim_.add_user({.name = "alice", .password = "secret", .reply_message = "Welcome"});
@@ -59,11 +34,111 @@ TEST_F(ExamplesTest, LoginIsChallenged) {
   EXPECT_EQ(login.output, "challenge, 6 bytes of state\n");
 }
 
-TEST_F(ExamplesTest, LoginGivesUpWithoutAaad) {
-  sim_.stop();
-  const Outcome login = run("login", {"-w", "0", "alice", "secret"});
+// A result with these words in a fixed block of 1,280 bytes and no item behind it.
+aaa_sim::Answerer result_with(std::uint8_t num_a, std::uint8_t session_id) {
+  aaa_sim::Bytes body(4 + 1280);
+  body[0] = 1;  // the item's type, and its length
+  body[3] = 5;
+  body[4] = num_a;
+  body[4 + 572] = session_id;
+  return [body](const aaa_sim::Request& request) -> aaa_sim::Replies {
+    return {{aaa_sim::Role::event, 103, request.header.id, body}};
+  };
+}
+
+TEST_F(ExamplesTest, RecordOfZerosIsNoAcceptance) {
+  sim_.add_user({.name = "alice", .password = "secret"});
+  sim_.set_answer(5, result_with(0, 0));
+  sim_.set_answer(7, result_with(0, 0));
+  const Outcome login = run("login", {"-t", "1", "alice", "secret"});
   EXPECT_EQ(login.exit_status, 2);
-  EXPECT_THAT(login.errors, HasSubstr("aaad does not answer within 0 seconds"));
+  EXPECT_EQ(login.output, "");
+  EXPECT_EQ(login.errors, "login: no answer within 1 seconds\n");
+  const Outcome accounting = run("accounting", {"-t", "1", "alice", "4"});
+  EXPECT_EQ(accounting.exit_status, 2);
+  EXPECT_EQ(accounting.output, "");
+}
+
+// As the library writes it for a session that waits when the link is lost.
+TEST_F(ExamplesTest, LostLinkIsNoRejection) {
+  sim_.set_answer(5, result_with(2, 1));
+  sim_.set_answer(7, result_with(2, 101));
+  const Outcome login = run("login", {"alice", "secret"});
+  EXPECT_EQ(login.exit_status, 2);
+  EXPECT_EQ(login.output, "the link to aaad was lost\n");
+  const Outcome accounting = run("accounting", {"alice", "4"});
+  EXPECT_EQ(accounting.exit_status, 2);
+  EXPECT_EQ(accounting.errors, "accounting: the link to aaad was lost\n");
+}
+
+// The operands of each program that registers on a thread.
+const std::vector<std::pair<std::string, std::vector<std::string>>> kPrograms = {
+    {"login", {"alice", "secret"}},
+    {"accounting", {"alice", "4"}},
+    {"local_users", {"alice", "secret"}}};
+
+std::vector<std::string> waiting_a_second(std::vector<std::string> operands) {
+  operands.insert(operands.begin(), {"-w", "1"});
+  return operands;
+}
+
+TEST_F(ExamplesTest, ProgramsSayThatAaadDoesNotRun) {
+  sim_.stop();
+  for (const auto& [program, operands] : kPrograms) {
+    const Outcome outcome = run(program, waiting_a_second(operands));
+    EXPECT_EQ(outcome.exit_status, 2);
+    EXPECT_EQ(outcome.errors, program + ": aaad does not answer within 1 seconds\n");
+  }
+}
+
+TEST_F(ExamplesTest, WaitIsAsLongAsAskedForAlsoWhenAaadAcceptsAndIsSilent) {
+  using std::chrono::steady_clock;
+  sim_.change([](aaa_sim::Settings& settings) { settings.silent = true; });
+  for (const auto& [program, operands] : kPrograms) {
+    const auto start = steady_clock::now();
+    const Outcome outcome = run(program, waiting_a_second(operands));
+    // Registration alone takes more than 10 seconds.
+    EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(8));
+    EXPECT_EQ(outcome.exit_status, 2);
+    EXPECT_EQ(outcome.errors, program + ": aaad does not answer within 1 seconds\n");
+  }
+}
+
+TEST_F(ExamplesTest, RefusedClientSaysSo) {
+  sim_.change([](aaa_sim::Settings& settings) { settings.aaa_id = aaa_sim::kRefused; });
+  for (const auto& [program, operands] : kPrograms) {
+    const Outcome outcome = run(program, operands);
+    EXPECT_EQ(outcome.exit_status, 2);
+    EXPECT_EQ(outcome.errors, program + ": refused by aaad\n");
+  }
+}
+
+TEST_F(ExamplesTest, ProgramsExplainThemselves) {
+  for (const auto& [program, operands] : kPrograms) {
+    const Outcome help = run(program, {"--help"});
+    EXPECT_EQ(help.exit_status, 0);
+    EXPECT_THAT(help.output, testing::StartsWith("usage: " + program + " [-w SECONDS] "));
+    EXPECT_THAT(help.output, HasSubstr("Exit status: 0 "));
+    EXPECT_EQ(help.errors, "");
+    const Outcome misuse = run(program, {"alice"});
+    EXPECT_EQ(misuse.exit_status, 2);
+    EXPECT_THAT(misuse.errors, testing::StartsWith("usage: " + program + " [-w SECONDS] "));
+  }
+}
+
+TEST_F(ExamplesTest, NumbersAreCheckedToTheLastCharacter) {
+  for (const auto& [program, operands] : kPrograms) {
+    for (const std::string number :
+         {"1x", "", "0", "-1", "+1", " 1", "3601", "18446744073709551617"}) {
+      const Outcome outcome = run(program, {"-w", number, operands[0], operands[1]});
+      EXPECT_EQ(outcome.exit_status, 2);
+      EXPECT_EQ(outcome.errors,
+                program + ": -w: '" + number + "' is not a number from 1 to 3600\n");
+    }
+  }
+  // As long as the library waits.
+  EXPECT_EQ(run("login", {"-t", "121", "alice", "secret"}).errors,
+            "login: -t: '121' is not a number from 1 to 120\n");
 }
 
 TEST_F(ExamplesTest, AccountingSendsStartInterimAndStopOfOneSession) {
@@ -98,8 +173,8 @@ TEST_F(ExamplesTest, AccountingEndsWhenNoSessionIdIsGranted) {
 }
 
 TEST_F(ExamplesTest, AccountingExplainsItself) {
-  for (const char* cause : {"soon", "0", "4294967296", ""}) {
-    const Outcome accounting = run("accounting", {"alice", cause});
+  for (const char* cause : {"soon", "4x", "0", "-18446744073709551615", "4294967296", ""}) {
+    const Outcome accounting = run("accounting", {"--", "alice", cause});
     EXPECT_EQ(accounting.exit_status, 2);
     EXPECT_THAT(accounting.errors, HasSubstr("usage: "));
   }
@@ -142,10 +217,5 @@ TEST_F(ExamplesTest, RefusedChangeIsReported) {
   EXPECT_EQ(sim_.local_user("carol")->string_19, "rosebud");
 }
 
-TEST_F(ExamplesTest, ProgramsSayThatAaadDoesNotRun) {
-  sim_.stop();
-  EXPECT_THAT(run("accounting", {"alice", "4"}).errors, HasSubstr("aaad does not run"));
-  EXPECT_THAT(run("local_users", {"carol", "x"}).errors, HasSubstr("aaad does not run"));
-}
-
 }  // namespace
+}  // namespace examples_test

@@ -20,8 +20,9 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 struct Program : test::ChildProgram {
-  explicit Program(std::vector<std::string> arguments)
-      : ChildProgram(AAAD_SIM_PROGRAM, std::move(arguments), "") {}
+  // Without TMPDIR unless one is given.
+  explicit Program(std::vector<std::string> arguments, const std::string& tmpdir = "")
+      : ChildProgram(AAAD_SIM_PROGRAM, std::move(arguments), tmpdir) {}
 };
 
 class ProgramTest : public testing::Test {
@@ -31,14 +32,21 @@ class ProgramTest : public testing::Test {
     return options;
   }
 
-  void expect_one_error(std::vector<std::string> arguments, const std::string& part) {
-    Program program(std::move(arguments));
-    const std::string errors = program.remaining_errors();
+  void expect_one_error(std::vector<std::string> arguments, const std::string& part,
+                        const std::string& tmpdir = "") {
+    Program program(std::move(arguments), tmpdir);
+    const std::string errors = program.error_line();
     EXPECT_THAT(errors, StartsWith("aaad-sim: "));
     EXPECT_THAT(errors, HasSubstr(part));
-    EXPECT_EQ(std::ranges::count(errors, '\n'), 1) << errors;
     EXPECT_EQ(program.exit_status(), 2);
+    EXPECT_EQ(program.remaining_errors(), "");
     EXPECT_EQ(program.output_line(), "");
+  }
+
+  // A directory below the test's own whose name has `size` bytes.
+  std::string directory_of_size(std::size_t size) const {
+    const std::string base = directory_.path() + "/";
+    return base + std::string(size - base.size(), 'd');
   }
 
   test::TemporaryDirectory directory_;
@@ -161,7 +169,75 @@ TEST_F(ProgramTest, BadOptionIsOneLineAndStatus2) {
                    "--method-list: '1:default' is not KIND:NAME=STATE");
   expect_one_error(with({"--server-statistic", "4"}), "--server-statistic: '4' is not WORD=VALUE");
   expect_one_error(with({"--local-user", "carol"}), "--local-user: 'carol' is not NAME:PASSWORD");
-  expect_one_error({}, "--directory");
+}
+
+TEST_F(ProgramTest, NumbersAreCheckedToTheLastCharacter) {
+  for (const std::string option :
+       {"--aaa-id", "--first-session-id", "--session-ids", "--heartbeat-interval", "--delay"}) {
+    for (const std::string number : {"7x", "-1", "4294967296", "1e3", " 7", "+7", "", "0x"})
+      expect_one_error(with({option + "=" + number}), option);
+  }
+  expect_one_error(with({"--delay", "7x"}), "--delay: '7x' is not a number from 0 to 4294967295\n");
+}
+
+TEST_F(ProgramTest, LeadingZeroIsNoOctalNumber) {
+  Program program(with({"--quiet", "--aaa-id", "010"}));
+  program.output_line();
+  RawConnection request(socket_);
+  request.send(register_request());
+  EXPECT_EQ(word_at(request.receive(20), 16), 10u);
+}
+
+TEST_F(ProgramTest, TellsItsVersion) {
+  Program program({"--version"});
+  EXPECT_EQ(program.output_line(), "aaad-sim " AAAD_SIM_VERSION "\n");
+  EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST_F(ProgramTest, HelpNamesItsConventionAndItsCommands) {
+  Program program({"--help"});
+  const std::string help = program.remaining_output();
+  EXPECT_THAT(help, HasSubstr("aaad-sim's convention for a result's sub.num_a: 0 accepted, "
+                              "1 rejected, 3 challenge.\n"));
+  EXPECT_THAT(help, HasSubstr("\nclients "));
+  EXPECT_EQ(program.exit_status(), 0);
+}
+
+TEST_F(ProgramTest, ListensBelowTmpdirUnlessADirectoryIsGiven) {
+  Program program({}, directory_.path());
+  EXPECT_EQ(program.output_line(), "aaad-sim: listening on " + socket_ + "\n");
+}
+
+TEST_F(ProgramTest, NoDirectoryAtAllIsOneLineThatNamesBothWays) {
+  expect_one_error({}, "--directory is required when TMPDIR is not set\n");
+}
+
+TEST_F(ProgramTest, DirectoryOfAFormThatClientsRefuseIsRefused) {
+  for (const std::string directory : {"a/b", "../a", "~", " /tmp"}) {
+    expect_one_error({"--directory", directory},
+                     "--directory: '" + directory + "' must begin with / or ./\n");
+  }
+  expect_one_error({}, "TMPDIR: 'a/b' must begin with / or ./\n", "a/b");
+}
+
+TEST_F(ProgramTest, DirectoryThatLeavesNoRoomForSocketNamesIsRefused) {
+  for (const std::size_t size : {73, 76, 300}) {
+    expect_one_error(
+        {"--directory", directory_of_size(size)},
+        "is " + std::to_string(size) + " bytes long, socket names leave room for 69\n");
+  }
+  const std::string longest = directory_of_size(72);
+  Program program({"--directory", longest});
+  EXPECT_EQ(program.output_line(),
+            "aaad-sim: listening on " + longest + "/security/aaa/.aaa_domain_socket_fs\n");
+}
+
+TEST_F(ProgramTest, FileInPlaceOfTheDirectoryIsOneLineAndStatus1) {
+  const std::string file = directory_.path() + "/file";
+  std::ofstream(file) << "text";
+  Program program({"--directory", file});
+  EXPECT_EQ(program.error_line(), "aaad-sim: " + file + "/security/aaa: Not a directory\n");
+  EXPECT_EQ(program.exit_status(), 1);
 }
 
 TEST_F(ProgramTest, BadUserFileIsOneLineWithItsPlaceAndStatus2) {

@@ -11,8 +11,9 @@
 //   sim.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::silent);
 //   ASSERT_TRUE(sim.wait_for_message(received(AAA_MSG_AUTHEN_REQ)));
 //
-// Meaning given to the plain fields: a request's user name is authen_info.chars65_a and its
-// password the user_password item. A result's sub.num_a is 0 accept, 1 reject, 3 challenge, its
+// Clients and aaad agree on what the plain fields mean. This is aaad-sim's convention: a request's
+// user name is authen_info.chars65_a and its password the user_password item. A result's sub.num_a
+// is 0 accept, 1 reject, 3 challenge (2, a lost link, is written by the client library itself), its
 // sub.num_b the session timeout, its sub.chars65_a the user name. What is made of other messages
 // stands with their answers, in remembered.h, questions.h and local_user_requests.h, and with the
 // records, in local_user.h, directory.h and ldap_records.h. A body that cannot be read is answered

@@ -40,8 +40,10 @@ bool somebody_listens(const sockaddr_un& address) {
 
 // Programs of any user connect, and put their own sockets beside.
 void make_open_directory(const std::filesystem::path& directory) {
-  std::filesystem::create_directories(directory);
-  std::filesystem::permissions(directory, std::filesystem::perms::all);
+  std::error_code error;
+  std::filesystem::create_directories(directory, error);
+  if (!error) std::filesystem::permissions(directory, std::filesystem::perms::all, error);
+  if (error) fail(error.value(), directory);
 }
 
 }  // namespace

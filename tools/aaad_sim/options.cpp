@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "ldif_file.h"
 #include "setting_texts.h"
 #include "users_file.h"
+#include "work_directory.h"
 
 namespace aaa_sim {
 namespace {
@@ -27,12 +29,24 @@ struct Texts {
   std::vector<std::string> server_statistics;
   std::vector<std::string> local_users;
   std::string ldif;
+  std::optional<std::string> directory;
   std::uint32_t delay = 0;
   std::uint32_t heartbeat_interval = 0;
 };
 
 std::runtime_error bad(const char* option, const std::string& value, const char* wanted) {
   return std::runtime_error(std::string(option) + ": '" + value + "' is not " + wanted);
+}
+
+// TMPDIR unless the option is given.
+std::string directory_of(const std::optional<std::string>& option) {
+  const char* const variable = std::getenv("TMPDIR");
+  if (!option && variable == nullptr)
+    throw std::runtime_error("--directory is required when TMPDIR is not set");
+  const std::string directory = option ? *option : variable;
+  if (const auto fault = fault_of_directory(directory))
+    throw std::runtime_error((option ? "--directory: '" : "TMPDIR: '") + directory + "' " + *fault);
+  return directory;
 }
 
 // "NAME=VALUE" in two.
@@ -80,6 +94,17 @@ void apply_local_user(const std::string& text, Settings& settings) {
   settings.local_users.push_back(*user);
 }
 
+// A number as everywhere else, not as C writes it: 010 is ten.
+void add_number(CLI::App& app, const char* option, std::uint32_t& value,
+                const std::string& purpose) {
+  const auto read = [option, &value](const std::string& text) {
+    const auto number = parse_number(text);
+    if (!number) throw bad(option, text, "a number from 0 to 4294967295");
+    value = *number;
+  };
+  app.add_option_function<std::string>(option, read, purpose)->type_name("NUMBER");
+}
+
 void describe_contents(CLI::App& app, Settings& settings, Texts& texts) {
   app.add_option("--users", texts.users, "File with [[user]] tables: name, password, result, ...");
   app.add_option("--method-list", texts.method_lists, "KIND:NAME=STATE, a method list");
@@ -95,24 +120,28 @@ void describe_contents(CLI::App& app, Settings& settings, Texts& texts) {
 void describe_options(CLI::App& app, Options& options, Texts& texts) {
   Settings& settings = options.settings;
   app.description("Stands in for aaad, the daemon of the AAA client library.");
-  app.footer("With --control these commands are read from standard input:\n" + command_help());
-  app.add_option("--directory", options.directory, "Listen below this directory")
-      ->envname("TMPDIR")
-      ->required();
+  app.footer(
+      "aaad-sim's convention for a result's sub.num_a: 0 accepted, 1 rejected, 3 challenge.\n\n"
+      "With --control these commands are read from standard input:\n" +
+      command_help());
+  app.set_version_flag("--version", "aaad-sim " AAAD_SIM_VERSION, "Print the version and exit");
+  app.add_option("--directory", texts.directory,
+                 "Listen below this directory, the TMPDIR of the clients; TMPDIR unless given");
   describe_contents(app, settings, texts);
-  app.add_option("--aaa-id", settings.aaa_id, "Id that clients get; 255 refuses them");
+  add_number(app, "--aaa-id", settings.aaa_id, "Id that clients get; 255 refuses them");
   app.add_option("--status", texts.status, "WORD=VALUE, a status word by name or number");
-  app.add_option("--first-session-id", settings.next_session_id, "First session id; 0 grants none");
-  app.add_option("--session-ids", settings.session_ids, "Session ids in a block");
+  add_number(app, "--first-session-id", settings.next_session_id,
+             "First session id; 0 grants none");
+  add_number(app, "--session-ids", settings.session_ids, "Session ids in a block");
   app.add_flag("!--no-heartbeat", settings.answer_heartbeats, "Do not answer heartbeats");
-  app.add_option("--heartbeat-interval", texts.heartbeat_interval,
-                 "Send heartbeats by itself, in milliseconds");
+  add_number(app, "--heartbeat-interval", texts.heartbeat_interval,
+             "Send heartbeats by itself, in milliseconds");
   app.add_option("--fault", texts.faults,
                  "ROLE:TYPE=KIND, spoil the answers to messages of TYPE on the request or event "
                  "connection: silent, wrong-type, empty-body, short-body, close, close-after");
   app.add_flag("--silent", settings.silent, "Answer nothing");
   app.add_flag("--byte-wise", settings.byte_wise, "Write every byte by itself");
-  app.add_option("--delay", texts.delay, "Answer later, in milliseconds");
+  add_number(app, "--delay", texts.delay, "Answer later, in milliseconds");
   app.add_flag("--control", options.control, "Read commands from standard input");
   app.add_flag("--quiet", options.quiet, "Do not print the messages");
 }
@@ -150,10 +179,11 @@ std::optional<Options> parse_options(int argc, char** argv, int& exit_status) {
   describe_options(app, options, texts);
   try {
     app.parse(argc, argv);
+    options.directory = directory_of(texts.directory);
     apply_texts(texts, options.settings);
     return options;
-  } catch (const CLI::CallForHelp& help) {
-    exit_status = app.exit(help);
+  } catch (const CLI::Success& asked) {
+    exit_status = app.exit(asked);
   } catch (const std::exception& error) {
     exit_status = complain(error.what());
   }

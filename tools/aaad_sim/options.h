@@ -15,8 +15,8 @@ struct Options {
   Settings settings;
 };
 
-// What the command line says. When it asks for help or is wrong: prints that, and returns nothing
-// but the exit status.
+// What the command line says. When it asks for help or the version, or is wrong:
+// prints that, and returns nothing but the exit status.
 std::optional<Options> parse_options(int argc, char** argv, int& exit_status);
 
 }  // namespace aaa_sim

@@ -6,7 +6,7 @@
 
 namespace aaa_sim {
 
-// sub.num_a of a result.
+// sub.num_a of a result in aaad-sim's convention; 2 is the client library's own, for a lost link.
 enum class ResultCode : std::uint32_t { accept = 0, reject = 1, challenge = 3 };
 
 // The result of an authentication request with this body, encoded. Known users are judged by

@@ -1,0 +1,71 @@
+/* Reading a command line. */
+#ifndef EXAMPLES_ARGUMENTS_H
+#define EXAMPLES_ARGUMENTS_H
+
+#include <ctype.h>
+#include <errno.h>
+#include <getopt.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+/* An option with a number from 1 to `most`. */
+typedef struct number_option {
+  int letter;
+  unsigned long most;
+  unsigned long* value;
+} number_option;
+
+typedef struct command_line {
+  const char* name;
+  const char* usage; /* what stands behind the name */
+  const char* help;  /* lines that explain it */
+  int operands;
+  const char* letters;      /* of the options, as getopt() takes them, 'h' among them */
+  number_option numbers[2]; /* a letter of 0: none */
+} command_line;
+
+/* Reads decimal digits and nothing else. Returns 1, or 0 when it is no number of the range. */
+static inline int parse_number(const char* text, unsigned long least, unsigned long most,
+                               unsigned long* number) {
+  char* end = NULL;
+  if (!isdigit((unsigned char)*text)) return 0;
+  errno = 0;
+  *number = strtoul(text, &end, 10);
+  return errno == 0 && *end == '\0' && *number >= least && *number <= most;
+}
+
+static inline int take_option(const command_line* line, int letter) {
+  for (size_t i = 0; i < sizeof line->numbers / sizeof *line->numbers; ++i) {
+    const number_option* const option = &line->numbers[i];
+    if (option->letter != letter) continue;
+    if (parse_number(optarg, 1, option->most, option->value)) return 1;
+    fprintf(stderr, "%s: -%c: '%s' is not a number from 1 to %lu\n", line->name, letter, optarg,
+            option->most);
+    return 0;
+  }
+  return 0;
+}
+
+static inline void print_usage(const command_line* line, FILE* stream) {
+  fprintf(stream, "usage: %s %s\n", line->name, line->usage);
+}
+
+enum { GO_ON = 0, HELPED = 1, MISUSED = 2 };
+
+/* The operands begin at argv[optind] then. Anything but GO_ON has been printed. */
+static inline int parse_arguments(const command_line* line, int argc, char** argv) {
+  static const struct option long_options[] = {{"help", no_argument, NULL, 'h'}, {0}};
+  for (int letter; (letter = getopt_long(argc, argv, line->letters, long_options, NULL)) != -1;) {
+    if (letter == 'h') {
+      print_usage(line, stdout);
+      fputs(line->help, stdout);
+      return HELPED;
+    }
+    if (letter == '?' || !take_option(line, letter)) return MISUSED;
+  }
+  if (argc - optind == line->operands) return GO_ON;
+  print_usage(line, stderr);
+  return MISUSED;
+}
+
+#endif
