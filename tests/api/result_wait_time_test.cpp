@@ -1,5 +1,6 @@
 // How the time of a wait is used up: foreign results, interruptions, whole seconds.
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <signal.h>
 #include <time.h>
 
@@ -8,6 +9,7 @@
 #include "api/waiting_test.h"
 #include "support/expected_line.h"
 #include "support/intended_leak.h"
+#include "support/signal_handler.h"
 
 namespace {
 
@@ -154,10 +156,7 @@ TEST_F(ResultWaitTime, ADatagramThatSomebodyElseTookIsNotWaitedForInTheReceive) 
 }
 
 TEST_F(ResultWaitTime, ASignalDoesNotEndTheWait) {
-  struct sigaction interrupt = {};
-  struct sigaction before = {};
-  interrupt.sa_handler = [](int) {};
-  sigaction(SIGUSR1, &interrupt, &before);
+  test::handle_from_now_on(SIGUSR1, [](int) {});
   std::int32_t outcome = -1;
   std::thread waiter([&] { outcome = wait_for(9, 100); });
   EXPECT_TRUE(test::eventually([] { return test::published() == 9; })) << "nobody waits";
@@ -168,7 +167,6 @@ TEST_F(ResultWaitTime, ASignalDoesNotEndTheWait) {
   deliver(result_of(9));
   waiter.join();
   EXPECT_EQ(0, outcome);
-  sigaction(SIGUSR1, &before, nullptr);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "soak/thread_list.h"
+#include "support/signal_handler.h"
 
 namespace soak {
 namespace {
@@ -31,9 +32,7 @@ void print_own_stack(int) {
 void prepare_stacks() {
   void* frame = nullptr;
   backtrace(&frame, 1);
-  struct sigaction action = {};
-  action.sa_handler = print_own_stack;
-  sigaction(stack_signal(), &action, nullptr);
+  test::handle_from_now_on(stack_signal(), print_own_stack);
 }
 
 void print_stack(const Thread& thread) {

@@ -9,6 +9,7 @@
 
 #include "soak/link_events.h"
 #include "soak/random.h"
+#include "soak/recovery.h"
 #include "soak/sim_program.h"
 #include "soak/soak_test.h"
 #include "soak/steady_callers.h"
@@ -21,19 +22,15 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using testing::IsEmpty;
 
-// Time for an attempt to register and for a call on a machine that is busy.
 #ifdef __SANITIZE_THREAD__
-constexpr milliseconds kAttempt{4000};
 constexpr std::size_t kRoomToGrow = 64u << 20;
 #elif defined(__SANITIZE_ADDRESS__)
 // It keeps 256 MiB of freed memory aside.
-constexpr milliseconds kAttempt{1500};
 constexpr std::size_t kRoomToGrow = 512u << 20;
 #else
-constexpr milliseconds kAttempt{1500};
 constexpr std::size_t kRoomToGrow = 4u << 20;
 #endif
-constexpr milliseconds kRealPause{2000};
+constexpr milliseconds kShortPause{1};
 
 std::size_t resident_bytes() {
   std::size_t all = 0;
@@ -64,10 +61,11 @@ class KillCycles : public WatchedTest {
     EXPECT_THAT(link_event_complaints(), IsEmpty());
   }
 
-  void run(int cycles, milliseconds limit) {
+  void run(int cycles, milliseconds pause) {
     for (int n = 0; n < cycles && !HasFailure(); ++n) {
-      restart_sim();
-      expect_answers_within(limit);
+      const Outage outage = restart_sim(pause);
+      expect_answers_within(recovery_time(pause));
+      EXPECT_LE(outage.pauses_taken(), outage.most_pauses());
       // Memory has settled when the first cycles are over.
       if (n == cycles / 10) settled_bytes_ = resident_bytes();
     }
@@ -87,12 +85,15 @@ class KillCycles : public WatchedTest {
     return options;
   }
 
-  void restart_sim() {
+  Outage restart_sim(milliseconds pause) {
     std::this_thread::sleep_for(milliseconds(random_.below(40)));
+    Outage outage(clock_, pause);
     sim_.kill();
     EXPECT_THAT(sim_.disorder(), IsEmpty());
     std::this_thread::sleep_for(milliseconds(random_.below(40)));
     sim_.start();
+    outage.end();
+    return outage;
   }
 
   void expect_answers_within(milliseconds limit) {
@@ -122,11 +123,11 @@ class KillCycles : public WatchedTest {
 // The pause between two attempts takes a millisecond here, so that many cycles take minutes.
 TEST_F(KillCycles, EveryThreadHasAnAnswerAnAttemptAfterEachStart) {
   clock_.shorten_sleeps();
-  run(kill_cycles(8, 2000), kAttempt);
+  run(kill_cycles(8, 2000), kShortPause);
 }
 
 TEST_F(KillCycles, EveryThreadHasAnAnswerAPauseAndAnAttemptAfterEachStart) {
-  run(by_length(1, 20), kRealPause + kAttempt);
+  run(slow_kill_cycles(1, 20), kRetryPause);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include "soak/client_load.h"
 #include "soak/link_events.h"
+#include "soak/recovery.h"
 #include "soak/sim_program.h"
 #include "soak/soak_test.h"
 #include "soak/thread_list.h"
@@ -21,13 +22,7 @@ namespace {
 using std::chrono::milliseconds;
 using testing::IsEmpty;
 
-// The pause between two attempts, and time for an attempt on a machine that is busy.
-constexpr double kRetrySeconds = 2.0;
-#ifdef __SANITIZE_THREAD__
-constexpr double kAttemptSeconds = 4.0;
-#else
-constexpr double kAttemptSeconds = 1.5;
-#endif
+constexpr milliseconds kLimit = recovery_time(kRetryPause);
 
 SessionLedger* ledger_of_own_client = nullptr;
 
@@ -78,32 +73,34 @@ class Restart : public WatchedTest {
     load_.start();
   }
 
-  void expect_registered(const std::string& name, pid_t pid, double within) {
+  void expect_registered(const std::string& name, pid_t pid) {
     std::optional<double> seconds;
-    EXPECT_TRUE(test::eventually([&] {
-      return (seconds = sim_.registered_after(name)).has_value();
-    })) << name
-        << " did not register";
+    EXPECT_TRUE(test::eventually(
+        [&] { return (seconds = sim_.registered_after(name)).has_value(); }, 2 * kLimit))
+        << name << " did not register";
     if (seconds) {
-      EXPECT_LE(*seconds, within) << name;
+      EXPECT_LE(*seconds, std::chrono::duration<double>(kLimit).count()) << name;
       slowest_ = std::max(slowest_, *seconds);
     }
     EXPECT_TRUE(test::eventually([&] { return receive_threads_of(pid) == 1; }))
         << name << " has " << receive_threads_of(pid) << " receive threads";
   }
 
-  void expect_all_registered(double within) {
-    expect_registered("own/" + std::to_string(getpid()), getpid(), within);
+  void expect_all_registered() {
+    expect_registered("own/" + std::to_string(getpid()), getpid());
     for (const OtherClient& client : others_)
-      expect_registered(client.name(), client.process.pid(), within);
+      expect_registered(client.name(), client.process.pid());
   }
 
-  void restart_sim() {
+  Outage restart_sim() {
     std::this_thread::sleep_for(milliseconds(50 + random_.below(100)));
+    Outage outage(clock_, kRetryPause);
     sim_.kill();
     EXPECT_THAT(sim_.disorder(), IsEmpty());
     std::this_thread::sleep_for(milliseconds(random_.below(300)));
     sim_.start();
+    outage.end();
+    return outage;
   }
 
   void end_other_clients() {
@@ -120,6 +117,7 @@ class Restart : public WatchedTest {
     EXPECT_THAT(link_event_complaints(), IsEmpty());
   }
 
+  test::MovedClock clock_;
   SimProgram sim_{directory()};
   std::list<OtherClient> others_;
   SessionLedger ledger_{SimProgram::session_ids};
@@ -129,11 +127,12 @@ class Restart : public WatchedTest {
 };
 
 TEST_F(Restart, EveryClientIsRegisteredAgainAfterEachOne) {
-  const int restarts = by_length(6, 200);
-  expect_all_registered(kRetrySeconds + kAttemptSeconds);
+  const int restarts = slow_kill_cycles(6, 200);
+  expect_all_registered();
   for (int n = 0; n < restarts; ++n) {
-    restart_sim();
-    expect_all_registered(kRetrySeconds + kAttemptSeconds);
+    const Outage outage = restart_sim();
+    expect_all_registered();
+    EXPECT_LE(outage.pauses_taken(), outage.most_pauses());
     ASSERT_EQ(n + 1u, link_events(AAA_EVENT_CONNECTION_LOST));
     ASSERT_TRUE(test::eventually([&] { return link_events(AAA_EVENT_REREGISTERED) == n + 1u; }));
   }

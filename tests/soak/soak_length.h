@@ -1,6 +1,7 @@
 // The two lengths of a soak: a few seconds in every test run, and long when AAA_SOAK is "long".
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
@@ -20,6 +21,11 @@ Count by_length(Count in_short, Count in_long) {
 inline int kill_cycles(int in_short, int in_long) {
   const char* const wanted = std::getenv("AAA_SOAK_CYCLES");
   return wanted != nullptr ? std::atoi(wanted) : by_length(in_short, in_long);
+}
+
+// The same where each time takes seconds: no more than the length has.
+inline int slow_kill_cycles(int in_short, int in_long) {
+  return std::min(kill_cycles(in_short, in_long), by_length(in_short, in_long));
 }
 
 }  // namespace soak
