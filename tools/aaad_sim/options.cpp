@@ -43,7 +43,7 @@ std::string directory_of(const std::optional<std::string>& option) {
   const char* const variable = std::getenv("TMPDIR");
   if (!option && variable == nullptr)
     throw std::runtime_error("--directory is required when TMPDIR is not set");
-  const std::string directory = option ? *option : variable;
+  std::string directory = option ? *option : variable;
   if (const auto fault = fault_of_directory(directory))
     throw std::runtime_error((option ? "--directory: '" : "TMPDIR: '") + directory + "' " + *fault);
   return directory;
