@@ -643,7 +643,7 @@ AAA_API int32_t aaa_lib_client_connect(const char* prefix);
 /*
  * Opens whichever of the request and event sockets is not open, and puts it on record. Takes
  * aaa_lib_lock. Returns 0; or -1, and the event socket is not tried when the request socket failed.
- * On a request socket that it has opened, nothing is sent until it is registered.
+ * On a request socket that it has opened, nothing is sent before a register request.
  */
 AAA_API int32_t aaa_lib_client_connect_all(void);
 
@@ -687,7 +687,7 @@ AAA_API int32_t aaa_msg_recv(int32_t fd, void* buffer, int32_t length);
  * Frames a body with id 0 and writes it. One of the link's two sockets is written under that
  * socket's own lock, so that frames never mix; on another descriptor of the caller's no lock is
  * taken. Returns 0, ENOMEM, or as aaa_msg_send(): EBADF for a number that the library has closed,
- * EINVAL for a request socket that is not registered yet.
+ * EINVAL on a request socket that the library has opened and that waits for its register request.
  */
 AAA_API int32_t aaa_send_ipc_msg(int32_t fd, uint32_t type, const void* body, uint32_t body_length);
 /* The same with a debug line first. */

@@ -62,6 +62,7 @@ Preparation prepare(const reg_info& info, zv_thread_master* master) {
   store_callbacks(info);
   g_agent_master = master;
   if (info.use_send_buf != 0 && aaalib_init_send_buf_thread() != 0) {
+    end_agent_registration();
     undo_registration();
     return Preparation::failed;
   }

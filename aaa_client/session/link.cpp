@@ -6,7 +6,7 @@
 #include "session/locks.h"
 #include "transport/debug_log.h"
 #include "transport/framing.h"
-#include "transport/link_frames.h"
+#include "transport/link_sockets.h"
 #include "transport/memory.h"
 
 namespace aaa {
@@ -39,7 +39,8 @@ bool ask_to_register(LinkSocket socket) {
   }
   body[0] = socket == LinkSocket::request ? '1' : '2';
   std::memcpy(body + 1, model.text, name_size);
-  const std::int32_t error = send_register_request(socket, body, length);
+  const std::int32_t error =
+      aaalib_send_ipc_msg_print(load(field_of(socket)), AAA_MSG_REGISTER_REQ, body, length);
   if (error != 0) {
     AAA_DEBUG_LOG_AS(log_name, "send packet error with error %s.\r\n", std::strerror(error));
   }

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <cstring>
 
 #include "transport/debug_log.h"
 #include "transport/framing.h"
@@ -14,12 +15,28 @@ std::int32_t write_frame(std::int32_t fd, const void* frame, std::uint32_t lengt
   return aaa_msg_send(fd, frame, static_cast<std::int32_t>(length), MSG_WAITALL);
 }
 
+std::uint32_t type_of(const void* frame) {
+  aaa_ipc_header header;
+  std::memcpy(&header, frame, sizeof header);
+  return header.type;
+}
+
+// REQUIRES: the socket's write lock held.
+std::int32_t write_on_link(LinkSocket socket, LinkNumber link, const void* frame,
+                           std::uint32_t length) {
+  const bool registers = type_of(frame) == AAA_MSG_REGISTER_REQ;
+  const std::int32_t obstacle = obstacle_to_frame(socket, link, registers);
+  if (obstacle != 0) return obstacle;
+  const std::int32_t error = write_frame(load(field_of(socket)), frame, length);
+  if (error == 0 && registers && socket == LinkSocket::request) allow_frames();
+  return error;
+}
+
 std::int32_t send_on_socket_of_link(LinkSocket socket, std::int32_t fd, const void* frame,
                                     std::uint32_t length) {
   const ScopedLock lock(write_lock_of(socket));
   if (load(field_of(socket)) != fd) return EBADF;
-  const std::int32_t obstacle = obstacle_to_frame(socket, link_number());
-  return obstacle == 0 ? write_frame(fd, frame, length) : obstacle;
+  return write_on_link(socket, link_number(), frame, length);
 }
 
 // Frames a body and hands it to `write`, which returns 0 or an errno value.
@@ -46,9 +63,7 @@ void log_send(std::uint32_t type, std::uint32_t body_length, std::int32_t fd) {
 std::int32_t send_on_link(LinkSocket socket, LinkNumber link, const void* frame,
                           std::uint32_t length) {
   const ScopedLock lock(write_lock_of(socket));
-  const std::int32_t fd = load(field_of(socket));
-  const std::int32_t obstacle = obstacle_to_frame(socket, link);
-  return obstacle == 0 ? write_frame(fd, frame, length) : obstacle;
+  return write_on_link(socket, link, frame, length);
 }
 
 std::int32_t send_on_descriptor(std::int32_t fd, const void* frame, std::uint32_t length) {
@@ -67,18 +82,6 @@ std::int32_t send_message_on_link(LinkSocket socket, LinkNumber link, std::uint3
   return frame_and_write(type, body, body_length, [=](const void* frame, std::uint32_t length) {
     return send_on_link(socket, link, frame, length);
   });
-}
-
-std::int32_t send_register_request(LinkSocket socket, const void* body, std::uint32_t body_length) {
-  const std::int32_t fd = load(field_of(socket));
-  log_send(AAA_MSG_REGISTER_REQ, body_length, fd);
-  return frame_and_write(AAA_MSG_REGISTER_REQ, body, body_length,
-                         [=](const void* frame, std::uint32_t length) {
-                           const ScopedLock lock(write_lock_of(socket));
-                           const std::int32_t error = write_frame(fd, frame, length);
-                           if (error == 0 && socket == LinkSocket::request) allow_frames();
-                           return error;
-                         });
 }
 
 }  // namespace aaa

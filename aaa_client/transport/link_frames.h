@@ -10,8 +10,8 @@
 namespace aaa {
 
 // Writes a complete frame on the given link. Result as aaa_msg_send(); EBADF when that link has
-// ended or the library has closed the socket, EINVAL when there is none or its register request is
-// to come.
+// ended or the library has closed the socket, EINVAL when there is none or a register request must
+// come first. REQUIRES: the frame holds its header.
 std::int32_t send_on_link(LinkSocket socket, LinkNumber link, const void* frame,
                           std::uint32_t length);
 
@@ -22,8 +22,5 @@ std::int32_t send_on_descriptor(std::int32_t fd, const void* frame, std::uint32_
 // above.
 std::int32_t send_message_on_link(LinkSocket socket, LinkNumber link, std::uint32_t type,
                                   const void* body, std::uint32_t body_length);
-
-// The same for the register request, which lets other frames follow. REQUIRES: aaa_lib_lock held.
-std::int32_t send_register_request(LinkSocket socket, const void* body, std::uint32_t body_length);
 
 }  // namespace aaa

@@ -81,14 +81,14 @@ bool waits_for_register_request() {
   return unregistered.is_on(g_aaa_client_cb.sync_fd);
 }
 
-std::int32_t obstacle_to_frame(LinkSocket socket, LinkNumber link) {
+std::int32_t obstacle_to_frame(LinkSocket socket, LinkNumber link, bool is_register_request) {
   if (!link_lasts(link)) return EBADF;
   if (socket == LinkSocket::event) return 0;
   if (closed.is_on(g_aaa_client_cb.sync_fd)) {
     count_send_error(load(g_aaa_client_cb.sync_fd), EBADF);
     return EBADF;
   }
-  return unregistered.is_on(g_aaa_client_cb.sync_fd) ? EINVAL : 0;
+  return !is_register_request && unregistered.is_on(g_aaa_client_cb.sync_fd) ? EINVAL : 0;
 }
 
 bool request_number_is_closed() {

@@ -27,9 +27,10 @@ void allow_frames();
 bool waits_for_register_request();
 
 // Why a frame of the given link cannot be written on a socket: EBADF when that link has ended or
-// the library has closed the number on record, which counts as a failed send; EINVAL while the
-// register request is to come. 0 when it can. REQUIRES: the socket's write lock held.
-std::int32_t obstacle_to_frame(LinkSocket socket, LinkNumber link);
+// the library has closed the number on record, which counts as a failed send; EINVAL while a
+// register request must come first and the frame is none. 0 when it can. REQUIRES: the socket's
+// write lock held.
+std::int32_t obstacle_to_frame(LinkSocket socket, LinkNumber link, bool is_register_request);
 
 // Whether the number on record is one that close_request_socket() has closed.
 bool request_number_is_closed();

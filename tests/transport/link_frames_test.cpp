@@ -77,8 +77,7 @@ TEST_F(LinkFrames, FindNoRequestSocketBeforeTheRegisterRequest) {
   EXPECT_EQ(EINVAL, send(LinkSocket::request));
   EXPECT_EQ(EINVAL, aaa_send_ipc_msg(pair_.own(), 132, nullptr, 0));
   EXPECT_EQ(0u, pair_.waiting_for_peer());
-  const aaa::ScopedLock lock(aaa_lib_lock);
-  EXPECT_EQ(0, aaa::send_register_request(LinkSocket::request, "1test", 6));
+  EXPECT_EQ(0, aaa_send_ipc_msg(pair_.own(), 0, "1test", 6));
   EXPECT_FALSE(aaa::waits_for_register_request());
   EXPECT_EQ(0, send(LinkSocket::request));
   EXPECT_EQ(message_bytes(0, std::string("1test", 6)) + message_bytes(132, ""),
@@ -90,8 +89,7 @@ TEST_F(LinkFrames, GoOnWaitingWhenTheRegisterRequestCouldNotBeSent) {
   {
     const ScriptedCalls calls(
         {.send = [](int, const void*, std::size_t, int) { return test::fails(ENOBUFS); }});
-    const aaa::ScopedLock lock(aaa_lib_lock);
-    EXPECT_EQ(ENOBUFS, aaa::send_register_request(LinkSocket::request, "1test", 6));
+    EXPECT_EQ(ENOBUFS, aaa_send_ipc_msg(pair_.own(), 0, "1test", 6));
   }
   EXPECT_EQ(EINVAL, send(LinkSocket::request));
 }
