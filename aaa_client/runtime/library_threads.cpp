@@ -18,18 +18,15 @@ namespace {
 constexpr int end_limit_ms = 2000;
 constexpr int turn_limit_ms = 100;
 
-// What a running thread leaves behind when it ends.
+// What the calling thread is to the library, and leaves behind when it ends.
 struct ThreadLife {
-  bool is_counted;
-  ThreadRole role;
+  bool is_counted = false;  // started by the library
+  ThreadRole role = ThreadRole::flush;
   bool is_watched = false;
   bool has_turn = false;
+  unsigned takers = 0;  // counted among the takers; twice when a callback runs the loop again
 };
-
-// Of the calling thread; null for a thread that does no work of the library's own.
-constinit thread_local ThreadLife* own_life = nullptr;
-// How often the calling thread is counted among the takers: a callback may run the loop again.
-constinit thread_local unsigned own_takers = 0;
+constinit thread_local ThreadLife own_life;
 
 // The innermost of all locks; held for moments only, or given up while waiting.
 pthread_mutex_t register_lock = PTHREAD_MUTEX_INITIALIZER;
@@ -55,19 +52,17 @@ void make_condition() {
   threads.has_condition = true;
 }
 
-void end_life(void* ending) {
-  const auto* const life = static_cast<const ThreadLife*>(ending);
+void end_life(void*) {
   leave_watchdog();
-  own_life = nullptr;
-  own_takers = 0;
-  if (life->is_counted) thread_has_ended(life->role);
+  const ThreadLife ended = own_life;
+  own_life = {};
+  if (ended.is_counted) thread_has_ended(ended.role);
 }
 
-void live(ThreadLife life, void (*body)()) {
+void live(const ThreadLife& life, void (*body)()) {
   forbid_cancellation();
-  own_life = &life;
-  own_takers = life.is_counted && life.role == ThreadRole::receive ? 1 : 0;
-  pthread_cleanup_push(end_life, &life);
+  own_life = life;
+  pthread_cleanup_push(end_life, nullptr);
   body();
   pthread_cleanup_pop(1);
 }
@@ -103,10 +98,6 @@ bool wait_and_enter(unsigned& counter, unsigned own, unsigned entering, int limi
   return is_down;
 }
 
-bool is_library_thread() {
-  return own_life != nullptr && own_life->is_counted;
-}
-
 }  // namespace
 
 ThreadStart start_library_thread(ThreadRole role, pthread_t& thread, void* (*routine)(void*)) {
@@ -140,11 +131,11 @@ void thread_has_ended(ThreadRole role) {
 }
 
 void run_library_thread(ThreadRole role, void (*body)()) {
-  live({.is_counted = true, .role = role}, body);
+  live({.is_counted = true, .role = role, .takers = role == ThreadRole::receive ? 1U : 0U}, body);
 }
 
 void run_clients_thread(void (*body)()) {
-  live({.is_counted = false, .role = ThreadRole::flush}, body);
+  live({}, body);
 }
 
 void name_thread_after_process(const char* suffix) {
@@ -154,35 +145,35 @@ void name_thread_after_process(const char* suffix) {
 }
 
 void join_watchdog(const char* log_name) {
-  own_life->is_watched = true;
+  own_life.is_watched = true;
   if (aaa_reg_ham_client_notify() < 0) {
     AAA_DEBUG_LOG_AS(log_name, "ham_client_reg_thread_notify: %s\r\n", std::strerror(errno));
   }
 }
 
 void leave_watchdog() {
-  if (own_life->is_watched) aaa_dereg_ham_client_notify();
-  own_life->is_watched = false;
+  if (own_life.is_watched) aaa_dereg_ham_client_notify();
+  own_life.is_watched = false;
 }
 
 void wait_for_library_threads(unsigned staying) {
-  wait_and_enter(threads.living, staying + (is_library_thread() ? 1 : 0), 0, end_limit_ms);
+  wait_and_enter(threads.living, staying + (own_life.is_counted ? 1 : 0), 0, end_limit_ms);
 }
 
 bool wait_for_turn(int limit_ms) {
-  if (own_life == nullptr || own_life->has_turn) return true;
+  if (!own_life.is_counted || own_life.has_turn) return true;
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
-  own_life->has_turn = wait_and_enter(threads.takers, own_takers, 0, limit_ms);
-  return own_life->has_turn;
+  own_life.has_turn = wait_and_enter(threads.takers, own_life.takers, 0, limit_ms);
+  return own_life.has_turn;
 }
 
-TaskTurn::TaskTurn() : taken_(wait_and_enter(threads.takers, own_takers, 1, turn_limit_ms)) {
-  if (taken_) ++own_takers;
+TaskTurn::TaskTurn() : taken_(wait_and_enter(threads.takers, own_life.takers, 1, turn_limit_ms)) {
+  if (taken_) ++own_life.takers;
 }
 
 TaskTurn::~TaskTurn() {
   if (!taken_) return;
-  --own_takers;
+  --own_life.takers;
   const ScopedLock lock(register_lock);
   --threads.takers;
   if (threads.has_condition) pthread_cond_broadcast(&something_ended);
