@@ -7,11 +7,14 @@
 //   5. event_read_lock        one message's read from the event socket, or the socket's close
 //   6. link_number_lock       the end of a link, or a change that only its messages may make
 //
-// waiting_session_lock guards g_temp_sid alone and is never held together with another lock. Locks
-// 3 to 5 keep a descriptor number alive while it is used: nobody closes a socket, so that the host
-// process could get its number, between the moment a thread reads the number and the end of that
-// thread's system call. Whoever closes shuts the socket down first, which ends a blocked read or
-// write at once.
+// waiting_session_lock guards g_temp_sid alone and is never held together with another lock. The
+// register of threads (runtime/library_threads.cpp) has one that comes after all of these.
+// docs/architecture.md says what may wait under which lock.
+//
+// Locks 3 to 5 keep a descriptor number alive while it is used: nobody closes a socket, so that the
+// host process could get its number, between the moment a thread reads the number and the end of
+// that thread's system call. Whoever closes shuts the socket down first, which ends a blocked read
+// or write at once.
 #pragma once
 
 #include <pthread.h>

@@ -9,7 +9,7 @@
 
 namespace aaa {
 
-// Used under link_read_lock, except where said otherwise.
+// Used under event_read_lock, except where said otherwise.
 class ReadAhead {
  public:
   // Takes exactly `length` bytes, and from the socket as many more as it has. Result as
