@@ -26,6 +26,10 @@ std::vector<std::string> formats;
   return 0;
 }
 
+[[gnu::format(printf, 1, 2)]] int refuse(const char*, ...) {
+  return -1;
+}
+
 class MessageCounters : public test::LibraryTest {
  protected:
   void SetUp() override {
@@ -101,9 +105,18 @@ TEST_F(MessageCounters, TheSecondNameDoesTheSame) {
 }
 
 TEST_F(MessageCounters, NothingIsPrintedWithoutAFunction) {
-  aaa_show_msg_stat(nullptr);
-  aaalib_show_msg_stat(nullptr);
+  EXPECT_EQ(0, aaa_show_msg_stat(nullptr));
+  EXPECT_EQ(0, aaalib_show_msg_stat(nullptr));
   EXPECT_TRUE(printed.empty());
+}
+
+TEST_F(MessageCounters, ThePrinterReturnsZeroWhateverTheFunctionReturns) {
+  for (const std::uint32_t error : {0u, 32u}) {
+    g_aaa_msg_stat.last_error_errno = error;
+    EXPECT_EQ(0, aaa_show_msg_stat(print));
+    EXPECT_EQ(0, aaalib_show_msg_stat(print));
+    EXPECT_EQ(0, aaa_show_msg_stat(refuse));
+  }
 }
 
 TEST_F(MessageCounters, EachFailureCountsItsWordAndKeepsTheSocketAndTheError) {
