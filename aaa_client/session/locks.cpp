@@ -1,6 +1,7 @@
 #include "session/locks.h"
 
 #include <atomic>
+#include <cstring>
 
 // Valid from load on: a client may use the two exported ones before it registers.
 pthread_mutex_t aaa_lib_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
@@ -22,10 +23,12 @@ pthread_mutex_t init_lock = PTHREAD_MUTEX_INITIALIZER;
 pthread_mutex_t* const recursive_locks[] = {&aaa_lib_lock, &aaa_lib_send_buf_lock,
                                             &waiting_session_lock};
 
+const pthread_mutex_t as_at_load = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+
 // Whether a thread holds the mutex, the calling one included: no call of POSIX tells.
-bool is_held([[maybe_unused]] const pthread_mutex_t& mutex) {
+bool is_held([[maybe_unused]] const pthread_mutex_t* mutex) {
 #ifdef __GLIBC__
-  return __atomic_load_n(&mutex.__data.__owner, __ATOMIC_RELAXED) != 0;
+  return __atomic_load_n(&mutex->__data.__owner, __ATOMIC_RELAXED) != 0;
 #else
   return true;
 #endif
@@ -35,8 +38,8 @@ bool is_held([[maybe_unused]] const pthread_mutex_t& mutex) {
 // those after it, are valid as from load on.
 std::int32_t make_locks() {
   for (pthread_mutex_t* lock : recursive_locks) {
-    if (is_held(*lock) || aaa_lib_recursive_mutex_init(lock) == 0) continue;
-    *lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+    if (is_held(lock) || aaa_lib_recursive_mutex_init(lock) == 0) continue;
+    std::memcpy(lock, &as_at_load, sizeof as_at_load);
     return -1;
   }
   return 0;
