@@ -115,6 +115,7 @@ TEST_F(SharedReading, EveryMessageReachesOneOfTwoThreadsWhole) {
   EXPECT_TRUE(in_time) << of_client.count() << " messages for the client";
   sim_.close_connections();
   client_thread.join();
+  ASSERT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
   EXPECT_TRUE(eventually([&] { return of_client.count() + of_receive_thread.count() == last; }))
       << of_client.count() << " and " << of_receive_thread.count() << " of " << last;
   std::multiset<std::uint32_t> taken;
