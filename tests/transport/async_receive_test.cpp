@@ -1,5 +1,8 @@
 // A client that reads a message of the link itself: what the receive thread has received ahead
 // comes first, no message is cut, and nothing is taken that belongs to the next one.
+#include <sys/socket.h>
+#include <sys/time.h>
+
 #include "session/locks.h"
 #include "support/lock_check.h"
 #include "transport/pair_test.h"
@@ -12,11 +15,11 @@ class AsyncReceive : public PairTest {
  protected:
   void SetUp() override {
     PairTest::SetUp();
+    limit_reads();
     aaa::store(g_aaa_client_cb.async_fd, pair_.own());
   }
   void TearDown() override {
-    const aaa::ScopedLock lock(aaa::event_read_lock);
-    aaa::event_read_ahead.clear();
+    forget_what_was_received_ahead();
     PairTest::TearDown();
   }
 
@@ -39,6 +42,15 @@ class AsyncReceive : public PairTest {
   static std::string client_takes() { return taken(aaalib_recv_async_ipc_msg()); }
 
  private:
+  // As on a socket of the link: a read that finds nothing ends.
+  void limit_reads() {
+    const timeval second = {.tv_sec = 1, .tv_usec = 0};
+    ASSERT_EQ(0, ::setsockopt(pair_.own(), SOL_SOCKET, SO_RCVTIMEO, &second, sizeof second));
+  }
+  static void forget_what_was_received_ahead() {
+    const aaa::ScopedLock lock(aaa::event_read_lock);
+    aaa::event_read_ahead.clear();
+  }
   static int load_event_socket() { return aaa::load(g_aaa_client_cb.async_fd); }
 };
 
