@@ -53,7 +53,7 @@ void make_condition() {
 }
 
 void end_life(void*) {
-  begin_cleanup();
+  const CleanupScope cleanup;
   leave_watchdog();
   const ThreadLife ended = own_life;
   own_life = {};
@@ -81,7 +81,7 @@ timespec after(int limit_ms) {
 }
 
 void unlock_register(void*) {
-  begin_cleanup();
+  const CleanupScope cleanup;
   pthread_mutex_unlock(&register_lock);
 }
 

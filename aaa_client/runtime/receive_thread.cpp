@@ -101,7 +101,7 @@ bool keep_heartbeat(LinkNumber link) {
 
 // What a cancelled thread leaves behind in the middle of a message.
 void abandon_reading(void* message) {
-  begin_cleanup();
+  const CleanupScope cleanup;
   static_cast<InboundMessage*>(message)->release();
   pthread_mutex_unlock(&event_read_lock);
 }

@@ -11,6 +11,15 @@
 #include <cstddef>
 #endif
 
+#ifdef __SANITIZE_THREAD__
+extern "C" {
+void AnnotateIgnoreReadsBegin(const char* file, int line);
+void AnnotateIgnoreReadsEnd(const char* file, int line);
+void AnnotateIgnoreWritesBegin(const char* file, int line);
+void AnnotateIgnoreWritesEnd(const char* file, int line);
+}
+#endif
+
 namespace aaa {
 
 inline void forbid_cancellation() {
@@ -18,15 +27,30 @@ inline void forbid_cancellation() {
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &ignored);
 }
 
-// Called first by a cleanup handler. AddressSanitizer does not see that a cancelled thread leaves
-// its frames, and would take their marks on the stack for those of the handler's own.
-inline void begin_cleanup() {
-#ifdef __SANITIZE_ADDRESS__
-  constexpr std::size_t left_frames = 65536;
-  auto* const own_frame = static_cast<char*>(__builtin_frame_address(0));
-  __asan_unpoison_memory_region(own_frame - left_frames, left_frames);
+// Held by a cleanup handler. The sanitizers do not see that a cancelled thread leaves its frames:
+// AddressSanitizer would take their marks on the stack for those of the handler's own, and
+// ThreadSanitizer, which takes the thread to be in the call that was cancelled, misses its locks.
+class CleanupScope {
+ public:
+#if defined(__SANITIZE_ADDRESS__)
+  CleanupScope() {
+    constexpr std::size_t left_frames = 65536;
+    auto* const own_frame = static_cast<char*>(__builtin_frame_address(0));
+    __asan_unpoison_memory_region(own_frame - left_frames, left_frames);
+  }
+#elif defined(__SANITIZE_THREAD__)
+  CleanupScope() {
+    AnnotateIgnoreReadsBegin(__FILE__, __LINE__), AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
+  }
+  ~CleanupScope() {
+    AnnotateIgnoreWritesEnd(__FILE__, __LINE__), AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
+  }
+#else
+  CleanupScope() {}
 #endif
-}
+  CleanupScope(const CleanupScope&) = delete;
+  CleanupScope& operator=(const CleanupScope&) = delete;
+};
 
 // Sets the calling thread's cancellation state for a scope. The destructor is no cancellation
 // point, and a thread that is cancelled inside the scope does not come back to it.
