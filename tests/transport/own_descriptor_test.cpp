@@ -1,8 +1,10 @@
 // Messages on a client's own descriptor take none of the library's locks; those on a socket of the
 // link take that socket's write lock and no other.
 #include <atomic>
-#include <map>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "session/locks.h"
 #include "support/lock_check.h"
@@ -11,7 +13,8 @@
 namespace test {
 namespace {
 
-const std::map<std::string, pthread_mutex_t*> every_lock = {
+// In the order in which they are taken.
+const std::vector<std::pair<std::string, pthread_mutex_t*>> every_lock = {
     {"aaa_lib_lock", &aaa_lib_lock},
     {"aaa_lib_send_buf_lock", &aaa_lib_send_buf_lock},
     {"request_write_lock", &aaa::request_write_lock},
