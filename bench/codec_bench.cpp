@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "aaa_codec.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 namespace {
 

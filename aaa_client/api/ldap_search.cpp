@@ -2,11 +2,11 @@
 #include <cerrno>
 
 #include "aaa_client.h"
-#include "api/encoded_body.h"
+#include "api/request_body.h"
 #include "api/send_path.h"
-#include "session/client_state.h"
-#include "session/locks.h"
-#include "transport/cancellation.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
+#include "transport/base/cancellation.h"
 #include "transport/debug_log.h"
 
 namespace {

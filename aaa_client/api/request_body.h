@@ -1,11 +1,11 @@
-// The body of a request, written from front to back: on the heap, zeroed, wiped when released.
+// The body of a request: wiped when it is released, since it may hold a password.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 namespace aaa {
 
@@ -39,6 +39,24 @@ class RequestBody {
   char* bytes_;
   std::uint32_t size_;
   std::size_t written_ = 0;
+};
+
+class EncodedBody {
+ public:
+  template <class Record>
+  EncodedBody(std::uint32_t (*encode)(Record*, void**), Record* record)
+      : length_(encode(record, &bytes_)) {}
+  ~EncodedBody() { wipe_and_free(bytes_, length_); }
+  EncodedBody(const EncodedBody&) = delete;
+  EncodedBody& operator=(const EncodedBody&) = delete;
+
+  const void* bytes() const { return bytes_; }
+  // 0 when the record could not be encoded.
+  std::uint32_t length() const { return length_; }
+
+ private:
+  void* bytes_ = nullptr;
+  std::uint32_t length_;
 };
 
 }  // namespace aaa

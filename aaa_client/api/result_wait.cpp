@@ -8,14 +8,14 @@
 #include "aaa_client.h"
 #include "api/send_path.h"
 #include "codec/borrowed_values.h"
-#include "runtime/waiting_session.h"
-#include "session/locks.h"
-#include "transport/cancellation.h"
-#include "transport/clock.h"
+#include "runtime/send/waiting_session.h"
+#include "session/state/locks.h"
+#include "transport/base/cancellation.h"
+#include "transport/base/clock.h"
+#include "transport/base/memory.h"
+#include "transport/base/readiness.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
-#include "transport/memory.h"
-#include "transport/readiness.h"
+#include "transport/message_endpoints.h"
 
 namespace aaa {
 namespace {

@@ -3,12 +3,12 @@
 #include <cerrno>
 #include <cstring>
 
-#include "runtime/send_buffer.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "runtime/send/send_buffer.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "transport/debug_log.h"
-#include "transport/framing.h"
 #include "transport/link_frames.h"
+#include "transport/message.h"
 
 namespace aaa {
 namespace {

@@ -1,9 +1,9 @@
 #include "api/session_ids.h"
 
 #include "aaa_client.h"
-#include "runtime/statistics.h"
-#include "session/locks.h"
-#include "transport/atomic_word.h"
+#include "runtime/send/statistics.h"
+#include "session/state/locks.h"
+#include "transport/base/atomic_word.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
 

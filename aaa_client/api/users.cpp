@@ -5,9 +5,9 @@
 
 #include "aaa_client.h"
 #include "api/send_path.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
+#include "transport/base/memory.h"
 #include "transport/debug_log.h"
-#include "transport/memory.h"
 
 namespace {
 

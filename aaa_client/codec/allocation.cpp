@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 namespace aaa {
 

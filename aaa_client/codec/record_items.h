@@ -20,7 +20,7 @@
 #include "codec/data_copy.h"
 #include "codec/item_reader.h"
 #include "codec/item_writer.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 namespace aaa {
 

@@ -842,7 +842,8 @@ AAA_API int32_t aaalib_send_ipc_msg(uint32_t type, uint32_t id, const void* body
 /*
  * Submit a record under a message type of the caller's, with its session id as the message id. No
  * test whether the client is registered, no statistics. 0; -EINVAL for null, and for session id 0
- * with AAA_MSG_AUTHEN_REQ or AAA_MSG_AUTHOR_REQ respectively; -ENOMEM; or the negated error of the write.
+ * with AAA_MSG_AUTHEN_REQ or AAA_MSG_AUTHOR_REQ respectively; -ENOMEM; or the negated error of the
+ * write.
  */
 AAA_API int32_t aaa_user_req_authen_sub(authen_info* authen, uint32_t type);
 AAA_API int32_t aaa_user_req_author_sub(author_info* author, uint32_t type);

@@ -2,16 +2,16 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "runtime/library_threads.h"
-#include "runtime/receive_thread.h"
-#include "runtime/send_buffer.h"
-#include "session/agent_registration.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/library_threads.h"
+#include "runtime/send/send_buffer.h"
 #include "session/registration.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
+#include "transport/base/atomic_word.h"
 #include "transport/debug_log.h"
-#include "transport/framing.h"
 #include "transport/link_sockets.h"
+#include "transport/message.h"
 
 namespace aaa {
 namespace {
@@ -111,4 +111,10 @@ std::int32_t aaa_svr_dereg() {
   const std::int32_t result = deregister();
   wait_for_library_threads(threads_of_registration());
   return result;
+}
+
+void aaalib_ipc_msg_proc_dereg_response() {
+  const aaa::ScopedLock lock(aaa_lib_lock);
+  if (aaa::load(g_aaa_client_cb.async_fd) >= 1) aaa::close_socket(aaa::LinkSocket::event);
+  aaa::store(g_aaa_client_cb.async_fd, -1);
 }

@@ -5,14 +5,14 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "runtime/heartbeat.h"
-#include "runtime/receive_thread.h"
-#include "runtime/send_buffer.h"
-#include "session/agent_registration.h"
-#include "session/client_state.h"
-#include "session/link.h"
-#include "session/locks.h"
+#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/send_buffer.h"
+#include "session/link/connect.h"
 #include "session/registration.h"
+#include "session/state/client_state.h"
+#include "session/state/link_owner.h"
+#include "session/state/locks.h"
 #include "transport/debug_log.h"
 
 namespace aaa {

@@ -1,15 +1,8 @@
 #include "transport/debug_log.h"
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 namespace aaa {
 
 std::uint16_t g_aaalib_debug_count_curr = 0;
-
-std::int32_t thread_id() {
-  return static_cast<std::int32_t>(syscall(SYS_gettid));
-}
 
 }  // namespace aaa
 

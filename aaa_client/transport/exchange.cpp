@@ -5,14 +5,14 @@
 #include <cerrno>
 #include <cstring>
 
-#include "session/link_number.h"
-#include "transport/cancellation.h"
-#include "transport/clock.h"
+#include "session/state/link_number.h"
+#include "transport/base/cancellation.h"
+#include "transport/base/clock.h"
+#include "transport/base/readiness.h"
 #include "transport/debug_log.h"
-#include "transport/framing.h"
 #include "transport/link_sockets.h"
+#include "transport/message.h"
 #include "transport/read_ahead.h"
-#include "transport/readiness.h"
 
 namespace aaa {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "aaa_client.h"
-#include "transport/cancellation.h"
+#include "transport/base/cancellation.h"
 
 namespace aaa {
 

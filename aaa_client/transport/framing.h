@@ -1,5 +1,5 @@
-// Framed messages in memory: a 16-byte header and a body, as one block. Building, sending and
-// receiving them on any descriptor is declared in aaa_client.h.
+// The bytes of messages on any descriptor: what frames them, and the loops that receive them with a
+// deadline. Sending them is declared in aaa_client.h.
 #pragma once
 
 #include <cerrno>
@@ -16,13 +16,6 @@ static_assert(header_size == 16);
 
 // No message is longer: the socket loops count in signed 32-bit lengths.
 inline constexpr std::uint32_t max_body_length = INT32_MAX - header_size;
-
-// A message in memory: the header, then header->length bytes of body. Whoever receives one owns it
-// and releases it with free_message().
-inline void* message_body(aaa_ipc_header* message) {
-  return message + 1;
-}
-void free_message(aaa_ipc_header* message);
 
 // Errors of a socket call after which it is tried again.
 inline bool is_temporary(int error) {
@@ -42,9 +35,5 @@ using ReceiveExactly = std::int32_t (*)(std::int32_t fd, void* buffer, std::size
                                         std::size_t& received);
 std::int32_t receive_exactly(std::int32_t fd, void* buffer, std::size_t length,
                              std::size_t& received);
-
-// One message. Null, and a debug line, when it could not be read whole or no memory was left.
-aaa_ipc_header* aaalib_recv_ipc_msg_from_sd(std::int32_t fd,
-                                            ReceiveExactly receive = receive_exactly);
 
 }  // namespace aaa

@@ -8,12 +8,11 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "session/locks.h"
+#include "session/state/locks.h"
+#include "transport/base/local_socket.h"
+#include "transport/base/paths.h"
 #include "transport/debug_log.h"
 #include "transport/link_sockets.h"
-#include "transport/local_socket.h"
-#include "transport/paths.h"
-#include "transport/unix_address.h"
 
 namespace aaa {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "transport/debug_log.h"
-#include "transport/framing.h"
+#include "transport/message.h"
 
 namespace aaa {
 namespace {

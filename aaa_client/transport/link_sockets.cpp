@@ -7,7 +7,7 @@
 #include <initializer_list>
 
 #include "aaa_client.h"
-#include "session/number_mark.h"
+#include "transport/base/number_mark.h"
 #include "transport/message_counters.h"
 #include "transport/read_ahead.h"
 

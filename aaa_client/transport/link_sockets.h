@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 
-#include "session/link_number.h"
+#include "session/state/link_number.h"
 
 namespace aaa {
 

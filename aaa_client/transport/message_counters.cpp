@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "transport/atomic_word.h"
-#include "transport/memory.h"
+#include "transport/base/atomic_word.h"
+#include "transport/base/memory.h"
 
 aaa_msg_stat g_aaa_msg_stat = {};
 

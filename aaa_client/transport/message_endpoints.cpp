@@ -7,13 +7,12 @@
 #include <cstdio>
 #include <cstring>
 
-#include "session/locks.h"
-#include "session/number_mark.h"
+#include "session/state/locks.h"
+#include "transport/base/local_socket.h"
+#include "transport/base/number_mark.h"
+#include "transport/base/paths.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
-#include "transport/local_socket.h"
-#include "transport/paths.h"
-#include "transport/unix_address.h"
+#include "transport/message_endpoints.h"
 
 std::int32_t lib_msg_server_fd = -1;
 std::int32_t lib_msg_client_fd = -1;

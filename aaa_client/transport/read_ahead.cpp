@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "transport/base/memory.h"
 #include "transport/framing.h"
-#include "transport/memory.h"
 
 namespace aaa {
 

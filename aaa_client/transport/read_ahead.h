@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace aaa {
 

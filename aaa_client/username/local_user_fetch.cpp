@@ -5,9 +5,9 @@
 
 #include "aaa_client.h"
 #include "codec/item_reader.h"
+#include "transport/base/memory.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
-#include "transport/memory.h"
 #include "username/user_list.h"
 #include "username_lib.h"
 

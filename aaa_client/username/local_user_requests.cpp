@@ -7,10 +7,10 @@
 #include "api/request_body.h"
 #include "codec/borrowed_values.h"
 #include "codec/item_writer.h"
-#include "session/locks.h"
+#include "session/state/locks.h"
+#include "transport/base/memory.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
-#include "transport/memory.h"
 #include "username_lib.h"
 
 namespace {

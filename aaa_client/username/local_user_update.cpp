@@ -2,9 +2,9 @@
 #include <cstring>
 
 #include "aaa_client.h"
+#include "transport/base/memory.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
-#include "transport/memory.h"
 #include "username/user_list.h"
 #include "username_lib.h"
 

@@ -2,8 +2,8 @@
 
 #include <poll.h>
 
-#include "runtime/agent_tasks.h"
-#include "session/client_state.h"
+#include "runtime/agent/agent_tasks.h"
+#include "session/state/client_state.h"
 
 namespace test {
 namespace {

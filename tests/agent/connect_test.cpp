@@ -1,6 +1,6 @@
 // The task "aaa-connect".
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
+#include "runtime/agent/agent_tasks.h"
 #include "support/expected_line.h"
 
 namespace test {

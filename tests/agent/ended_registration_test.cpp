@@ -1,7 +1,7 @@
 // Tasks of an agent registration that has ended, while the client is registered in another way.
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "runtime/receive_thread.h"
+#include "runtime/agent/agent_tasks.h"
+#include "runtime/receive/receive_thread.h"
 
 namespace test {
 namespace {

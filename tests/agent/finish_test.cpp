@@ -2,8 +2,8 @@
 #include <cerrno>
 
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "runtime/send_buffer.h"
+#include "runtime/agent/agent_tasks.h"
+#include "runtime/send/send_buffer.h"
 #include "session/session_test.h"
 
 namespace test {

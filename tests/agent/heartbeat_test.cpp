@@ -1,11 +1,11 @@
 // The task "aaa-heartbeat".
-#include "runtime/heartbeat.h"
+#include "runtime/receive/heartbeat.h"
 
 #include <cerrno>
 
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "session/client_state.h"
+#include "runtime/agent/agent_tasks.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 
 namespace test {

@@ -6,12 +6,12 @@
 #include <filesystem>
 
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "runtime/heartbeat.h"
-#include "runtime/receive_thread.h"
-#include "runtime/send_buffer.h"
-#include "session/locks.h"
+#include "runtime/agent/agent_tasks.h"
+#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/send_buffer.h"
 #include "session/session_test.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/fresh_message_sockets.h"
 

@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "runtime/waiting_session.h"
+#include "runtime/agent/agent_tasks.h"
+#include "runtime/send/waiting_session.h"
 #include "session/session_test.h"
 #include "support/expected_line.h"
 

@@ -1,8 +1,8 @@
 // The task "aaa-reconnect".
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "runtime/agent/agent_tasks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
 
 namespace test {

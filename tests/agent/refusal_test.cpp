@@ -3,9 +3,9 @@
 #include <thread>
 
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "runtime/heartbeat.h"
-#include "session/locks.h"
+#include "runtime/agent/agent_tasks.h"
+#include "runtime/receive/heartbeat.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/lock_check.h"
 

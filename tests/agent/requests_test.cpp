@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "agent/agent_client.h"
-#include "runtime/send_buffer.h"
-#include "session/locks.h"
+#include "runtime/send/send_buffer.h"
+#include "session/state/locks.h"
 #include "support/login.h"
 
 namespace test {

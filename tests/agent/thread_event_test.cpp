@@ -1,7 +1,7 @@
 // aaa_lib_thread_event: how each task is scheduled.
 #include "agent/agent_client.h"
-#include "runtime/agent_tasks.h"
-#include "session/client_state.h"
+#include "runtime/agent/agent_tasks.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 
 namespace test {

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "agent_loop/loop_thread.h"
-#include "runtime/heartbeat.h"
+#include "runtime/receive/heartbeat.h"
 #include "support/login.h"
 #include "support/registered_test.h"
 

@@ -1,6 +1,6 @@
 // Telling aaad to forget a pending request.
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/linked_test.h"
 #include "support/lock_check.h"

@@ -1,6 +1,6 @@
 // Switching the control of interfaces.
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"

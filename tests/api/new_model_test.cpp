@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/linked_test.h"
 

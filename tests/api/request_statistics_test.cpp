@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "api/request_kinds.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/library_counters.h"
 
 namespace {

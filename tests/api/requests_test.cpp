@@ -1,7 +1,7 @@
 // Authentication, authorization and accounting requests: what they send and what they return.
 #include "api/request_kinds.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "support/lock_check.h"

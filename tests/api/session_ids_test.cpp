@@ -1,8 +1,8 @@
 // Session ids: blocks that aaad grants and the client hands out one by one.
 #include "api/session_ids.h"
 
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"

@@ -1,6 +1,6 @@
 // Records submitted under a message type of the caller's.
 #include "api/request_kinds.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
 

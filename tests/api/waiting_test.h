@@ -11,16 +11,16 @@
 #include <string>
 #include <vector>
 
-#include "runtime/waiting_session.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "runtime/send/waiting_session.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/library_counters.h"
 #include "support/library_test.h"
 #include "support/linked_test.h"
 #include "support/result.h"
 #include "support/scripted_calls.h"
-#include "transport/endpoints.h"
-#include "transport/paths.h"
+#include "transport/base/paths.h"
+#include "transport/message_endpoints.h"
 
 namespace test {
 

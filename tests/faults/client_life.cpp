@@ -6,8 +6,8 @@
 
 #include "faults/caller.h"
 #include "faults/life_requests.h"
-#include "runtime/waiting_session.h"
-#include "session/client_state.h"
+#include "runtime/send/waiting_session.h"
+#include "session/state/client_state.h"
 #include "soak/client_calls.h"
 #include "soak/link_events.h"
 #include "support/eventually.h"

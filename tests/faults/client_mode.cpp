@@ -7,7 +7,7 @@
 
 #include "agent/fake_loop.h"
 #include "faults/caller.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace faults {
 namespace {

@@ -11,13 +11,13 @@
 
 #include "aaa_client.h"
 #include "faults/caller.h"
-#include "runtime/receive_thread.h"
-#include "runtime/send_buffer.h"
-#include "runtime/waiting_session.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/send_buffer.h"
+#include "runtime/send/waiting_session.h"
 #include "support/eventually.h"
 #include "support/registered_test.h"
-#include "transport/atomic_word.h"
-#include "transport/cancellation.h"
+#include "transport/base/atomic_word.h"
+#include "transport/base/cancellation.h"
 
 namespace faults {
 namespace {

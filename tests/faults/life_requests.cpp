@@ -11,7 +11,7 @@
 #include "soak/link_events.h"
 #include "support/intended_leak.h"
 #include "support/library_test.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 #include "username_lib.h"
 
 namespace faults {

@@ -1,6 +1,6 @@
 #include "fuzz/touch_ldap.h"
 #include "support/failing_allocator.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const test::TrackedHeap heap(fuzz::kLargestLdapBlock);

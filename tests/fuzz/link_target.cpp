@@ -8,7 +8,7 @@
 #include "fuzz/touch.h"
 #include "hostile/intended_leftovers.h"
 #include "support/failing_allocator.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "soak/soak_length.h"
 #include "support/intended_leak.h"
 #include "support/library_test.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 namespace test {
 namespace {

@@ -7,7 +7,7 @@
 #include "hostile/golden_frames.h"
 #include "hostile/held_link.h"
 #include "hostile/variations.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "soak/hang_watch.h"
 #include "support/library_test.h"
 

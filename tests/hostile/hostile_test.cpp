@@ -5,9 +5,9 @@
 #include "fuzz/link/played_client.h"
 #include "hostile/golden_frames.h"
 #include "hostile/intended_leftovers.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "soak/soak_length.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 namespace test {
 namespace {

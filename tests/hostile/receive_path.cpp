@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "aaa_client.h"
-#include "runtime/inbound.h"
-#include "runtime/library_threads.h"
-#include "runtime/receive_thread.h"
-#include "transport/atomic_word.h"
-#include "transport/cancellation.h"
+#include "runtime/receive/inbound.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/library_threads.h"
+#include "transport/base/atomic_word.h"
+#include "transport/base/cancellation.h"
 
 namespace {
 

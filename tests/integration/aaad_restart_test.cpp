@@ -11,10 +11,10 @@
 #include <optional>
 #include <thread>
 
-#include "runtime/waiting_session.h"
-#include "session/locks.h"
+#include "runtime/send/waiting_session.h"
+#include "session/state/locks.h"
 #include "support/login.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // An aaad that is not there yet, refuses, answers wrongly or dies while the client registers.
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/login.h"
 
 namespace {

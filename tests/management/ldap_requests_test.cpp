@@ -2,8 +2,8 @@
 #include <future>
 
 #include "management/sample_records.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/failing_block.h"
 #include "support/library_counters.h"

@@ -2,7 +2,7 @@
 #include <chrono>
 #include <thread>
 
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
 

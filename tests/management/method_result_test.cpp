@@ -1,6 +1,6 @@
 // A result that the client produced.
 #include "management/sample_records.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/failing_block.h"
 #include "support/library_counters.h"

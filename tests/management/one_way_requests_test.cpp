@@ -1,7 +1,7 @@
 // The management requests that nobody answers, in what they have in common.
 #include "management/one_way_kinds.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/expected_line.h"
 #include "support/failing_block.h"
 #include "support/library_counters.h"

@@ -1,13 +1,13 @@
 // Password updates: those that the client asks for, and the answers to those that aaad asks for.
 #include <iterator>
 
-#include "runtime/password_update_handler.h"
-#include "session/client_state.h"
+#include "runtime/receive/password_update_handler.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/failing_block.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace {
 

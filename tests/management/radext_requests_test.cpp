@@ -1,6 +1,6 @@
 // RADIUS-extension messages and the results of those that aaad asked for.
 #include "management/sample_records.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/library_counters.h"
 
 namespace {

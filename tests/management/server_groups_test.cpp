@@ -1,5 +1,5 @@
 // Server groups: registering one, telling of its state.
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/linked_test.h"
 
 namespace {

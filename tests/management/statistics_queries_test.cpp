@@ -1,7 +1,7 @@
 // Statistics exchanged with aaad: of its servers, and of 802.1X.
 #include <climits>
 
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/linked_test.h"
 
 namespace {

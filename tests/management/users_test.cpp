@@ -1,6 +1,6 @@
 // Deleting, synchronising and restoring users.
 #include "management/sample_records.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "support/own_stack.h"

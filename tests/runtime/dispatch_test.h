@@ -8,7 +8,7 @@
 #include "lock_probe.h"
 #include "log_lines.h"
 #include "received_bytes.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/library_counters.h"
 #include "support/library_test.h"
 

@@ -7,8 +7,8 @@
 
 #include "bytes.h"
 #include "log_lines.h"
-#include "runtime/send_buffer.h"
-#include "session/locks.h"
+#include "runtime/send/send_buffer.h"
+#include "session/state/locks.h"
 #include "support/registered_test.h"
 
 namespace test {

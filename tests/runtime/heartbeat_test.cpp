@@ -1,5 +1,5 @@
 // The heartbeat in both directions.
-#include "runtime/heartbeat.h"
+#include "runtime/receive/heartbeat.h"
 
 #include <cerrno>
 

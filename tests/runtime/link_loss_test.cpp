@@ -8,7 +8,7 @@
 #include "lock_probe.h"
 #include "log_lines.h"
 #include "message_pair.h"
-#include "runtime/waiting_session.h"
+#include "runtime/send/waiting_session.h"
 #include "support/registered_test.h"
 
 namespace test {

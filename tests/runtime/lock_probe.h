@@ -4,7 +4,7 @@
 #include <atomic>
 #include <thread>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/eventually.h"
 #include "support/lock_check.h"
 

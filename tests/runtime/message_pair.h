@@ -5,9 +5,9 @@
 
 #include "bytes.h"
 #include "support/library_test.h"
-#include "transport/atomic_word.h"
-#include "transport/endpoints.h"
-#include "transport/paths.h"
+#include "transport/base/atomic_word.h"
+#include "transport/base/paths.h"
+#include "transport/message_endpoints.h"
 
 namespace test {
 

@@ -6,10 +6,10 @@
 
 #include "bytes.h"
 #include "log_lines.h"
-#include "runtime/receive_thread.h"
-#include "session/locks.h"
+#include "runtime/receive/receive_thread.h"
+#include "session/state/locks.h"
 #include "support/registered_test.h"
-#include "transport/endpoints.h"
+#include "transport/message_endpoints.h"
 
 namespace test {
 namespace {

@@ -6,10 +6,10 @@
 #include <thread>
 
 #include "log_lines.h"
-#include "runtime/library_threads.h"
-#include "runtime/receive_thread.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/library_threads.h"
 #include "support/registered_test.h"
-#include "transport/cancellation.h"
+#include "transport/base/cancellation.h"
 
 namespace test {
 namespace {

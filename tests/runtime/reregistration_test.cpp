@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "log_lines.h"
-#include "runtime/receive_thread.h"
+#include "runtime/receive/receive_thread.h"
 #include "support/registered_test.h"
 
 namespace test {

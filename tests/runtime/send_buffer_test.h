@@ -2,9 +2,9 @@
 #pragma once
 
 #include "received_bytes.h"
-#include "runtime/send_buffer.h"
+#include "runtime/send/send_buffer.h"
 #include "support/library_test.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace test {
 

@@ -2,9 +2,9 @@
 #include <atomic>
 
 #include "bytes.h"
-#include "runtime/heartbeat.h"
-#include "runtime/inbound.h"
-#include "session/link_number.h"
+#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/inbound.h"
+#include "session/state/link_number.h"
 #include "support/registered_test.h"
 
 namespace test {

@@ -1,5 +1,5 @@
 // The statistics record, by word number, and its timing slots.
-#include "runtime/statistics.h"
+#include "runtime/send/statistics.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 
 #include "bytes.h"
 #include "support/library_test.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace test {
 namespace {

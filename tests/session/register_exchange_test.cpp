@@ -1,5 +1,5 @@
 // Connecting and registering both sockets.
-#include "session/link.h"
+#include "session/link/connect.h"
 
 #include "session/session_test.h"
 

@@ -1,5 +1,5 @@
 // Register exchanges that go wrong.
-#include "session/link.h"
+#include "session/link/connect.h"
 #include "session/session_test.h"
 
 namespace {

@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
-#include "runtime/receive_thread.h"
-#include "runtime/send_buffer.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/send_buffer.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/library_test.h"
 #include "support/lock_check.h"
 #include "support/scripted_calls.h"
 #include "support/socket_pair.h"
-#include "transport/endpoints.h"
+#include "transport/message_endpoints.h"
 
 namespace test {
 

@@ -8,7 +8,7 @@
 #include "soak/query_answers.h"
 #include "soak/receive_thread_watch.h"
 #include "soak/soak_test.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace soak {
 namespace {

@@ -7,10 +7,10 @@
 #include <semaphore>
 #include <thread>
 
-#include "runtime/receive_thread.h"
-#include "runtime/send_buffer.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/send_buffer.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "soak/receive_thread_watch.h"
 #include "soak/soak_test.h"
 #include "soak/thread_list.h"

@@ -11,13 +11,13 @@
 #include <string>
 #include <string_view>
 
-#include "runtime/waiting_session.h"
-#include "session/locks.h"
+#include "runtime/send/waiting_session.h"
+#include "session/state/locks.h"
 #include "soak/cancellable_log.h"
 #include "soak/client_calls.h"
 #include "soak/stub_test.h"
 #include "support/lock_check.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace soak {
 namespace {

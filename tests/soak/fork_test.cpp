@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <thread>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "soak/client_load.h"
 #include "soak/soak_test.h"
 #include "soak/storm.h"

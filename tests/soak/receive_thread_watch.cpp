@@ -1,7 +1,7 @@
 #include "soak/receive_thread_watch.h"
 
-#include "runtime/receive_thread.h"
-#include "session/client_state.h"
+#include "runtime/receive/receive_thread.h"
+#include "session/state/client_state.h"
 #include "soak/short_timeouts.h"
 #include "support/eventually.h"
 

@@ -3,7 +3,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 
 namespace soak {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <sys/socket.h>
 
-#include "runtime/receive_thread.h"
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "runtime/receive/receive_thread.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "soak/short_timeouts.h"
 #include "support/lock_check.h"
 

@@ -6,8 +6,8 @@
 #include <ostream>
 #include <string>
 
-#include "session/client_state.h"
-#include "session/locks.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
 #include "support/failing_block.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"

@@ -6,9 +6,9 @@
 #include <thread>
 
 #include "support/eventually.h"
-#include "transport/atomic_word.h"
-#include "transport/endpoints.h"
-#include "transport/memory.h"
+#include "transport/base/atomic_word.h"
+#include "transport/base/memory.h"
+#include "transport/message_endpoints.h"
 
 namespace test {
 namespace {

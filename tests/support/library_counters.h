@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "aaa_client.h"
-#include "transport/atomic_word.h"
-#include "transport/memory.h"
+#include "transport/base/atomic_word.h"
+#include "transport/base/memory.h"
 
 namespace test {
 

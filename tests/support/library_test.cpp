@@ -5,9 +5,9 @@
 #include <mutex>
 
 #include "api/session_ids.h"
-#include "runtime/receive_thread.h"
-#include "runtime/send_buffer.h"
-#include "session/client_state.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/send_buffer.h"
+#include "session/state/client_state.h"
 #include "transport/debug_log.h"
 
 namespace test {

@@ -2,8 +2,8 @@
 
 #include <cerrno>
 
-#include "runtime/send_buffer.h"
-#include "session/client_state.h"
+#include "runtime/send/send_buffer.h"
+#include "session/state/client_state.h"
 
 namespace test {
 

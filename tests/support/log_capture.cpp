@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "printk_syslog_ext.h"
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/eventually.h"
 
 namespace test {

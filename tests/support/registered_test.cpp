@@ -9,7 +9,7 @@
 #include <memory>
 #include <thread>
 
-#include "transport/cancellation.h"
+#include "transport/base/cancellation.h"
 
 namespace test {
 

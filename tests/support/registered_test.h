@@ -7,7 +7,7 @@
 #include "message.h"
 #include "support/library_test.h"
 #include "support/scripted_calls.h"
-#include "transport/atomic_word.h"
+#include "transport/base/atomic_word.h"
 
 namespace test {
 

@@ -7,8 +7,8 @@
 #include <memory>
 #include <mutex>
 
-#include "runtime/library_threads.h"
-#include "runtime/receive_thread.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/library_threads.h"
 
 namespace test {
 namespace {

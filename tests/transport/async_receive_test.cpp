@@ -3,7 +3,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
 #include "transport/pair_test.h"
 #include "transport/read_ahead.h"

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "transport/endpoints.h"
+#include "transport/message_endpoints.h"
 #include "transport/pair_test.h"
 
 namespace test {

@@ -1,7 +1,7 @@
 // The exchange and other threads: its lock, the reply's words.
 #include <thread>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
 #include "transport/answering_peer.h"
 #include "transport/exchange.h"

@@ -3,7 +3,7 @@
 
 #include <sys/resource.h>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
 #include "transport/answering_peer.h"
 #include "transport/pair_test.h"

@@ -1,12 +1,12 @@
 // Whole messages on a socket.
-#include "transport/framing.h"
+#include "transport/message.h"
 
 #include <thread>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
+#include "transport/base/memory.h"
 #include "transport/exchange.h"
-#include "transport/memory.h"
 #include "transport/pair_test.h"
 
 namespace {

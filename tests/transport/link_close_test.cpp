@@ -1,7 +1,7 @@
 // Closing the request and event sockets, and the errors that mean a lost connection.
 #include <set>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
 #include "transport/endpoint_test.h"
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
 #include "transport/endpoint_test.h"
 

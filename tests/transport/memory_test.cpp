@@ -1,5 +1,5 @@
 // Counted heap blocks.
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 
 #include <cstring>
 #include <thread>

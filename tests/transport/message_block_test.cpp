@@ -2,7 +2,7 @@
 #include "support/library_test.h"
 #include "support/scripted_calls.h"
 #include "support/socket_pair.h"
-#include "transport/framing.h"
+#include "transport/message.h"
 
 namespace {
 using test::word_at;

@@ -5,7 +5,7 @@
 
 #include "aaa_client.h"
 #include "support/library_test.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 #include "transport/message_counters.h"
 
 namespace {

@@ -2,8 +2,8 @@
 #include <fstream>
 
 #include "support/fresh_message_sockets.h"
+#include "transport/base/local_socket.h"
 #include "transport/endpoint_test.h"
-#include "transport/local_socket.h"
 
 namespace {
 using test::fails;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "session/locks.h"
+#include "session/state/locks.h"
 #include "support/lock_check.h"
 #include "transport/pair_test.h"
 

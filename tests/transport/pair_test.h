@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/library_test.h"
 #include "support/scripted_calls.h"
 #include "support/socket_pair.h"

@@ -1,5 +1,5 @@
 // Paths and directories below TMPDIR.
-#include "transport/paths.h"
+#include "transport/base/paths.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 // Fetching a local user: the exchange, and what each item does to the record.
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "username/user_records.h"

@@ -1,5 +1,5 @@
 // The password list of a fetched local user, and its release.
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "username/user_records.h"
 

@@ -1,7 +1,7 @@
 // Single requests to aaad's local user database: what they send and what they make of the answer.
 #include <functional>
 
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/failing_block.h"
 #include "support/library_counters.h"

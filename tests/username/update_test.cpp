@@ -1,5 +1,5 @@
 // Writing a local user back: which items are sent, and in what order.
-#include "session/client_state.h"
+#include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/failing_block.h"
 #include "support/library_counters.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "support/linked_test.h"
-#include "transport/memory.h"
+#include "transport/base/memory.h"
 #include "username_lib.h"
 
 namespace test {

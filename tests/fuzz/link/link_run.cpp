@@ -5,13 +5,13 @@
 #include "api/session_ids.h"
 #include "fuzz/link/played_loop.h"
 #include "fuzz/touch.h"
-#include "runtime/receive_thread.h"
-#include "session/client_state.h"
-#include "session/locks.h"
-#include "transport/cancellation.h"
+#include "runtime/receive/receive_thread.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
+#include "transport/base/cancellation.h"
+#include "transport/base/memory.h"
 #include "transport/debug_log.h"
-#include "transport/endpoints.h"
-#include "transport/memory.h"
+#include "transport/message_endpoints.h"
 
 namespace fuzz {
 namespace {

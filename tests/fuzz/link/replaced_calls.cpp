@@ -15,8 +15,8 @@
 #include "fuzz/touch.h"
 #include "ham_client.h"
 #include "printk_syslog_ext.h"
-#include "runtime/library_threads.h"
-#include "runtime/receive_thread.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/library_threads.h"
 
 using fuzz::LocalPair;
 using fuzz::PlayedAaad;

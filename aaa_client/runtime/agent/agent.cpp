@@ -1,0 +1,120 @@
+// Agent mode: registering on the client's own event loop, and the end of it.
+#include "aaa_client.h"
+#include "runtime/agent/agent_tasks.h"
+#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/receive_thread.h"
+#include "runtime/send/library_threads.h"
+#include "runtime/send/send_buffer.h"
+#include "session/registration.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
+#include "transport/base/paths.h"
+#include "transport/debug_log.h"
+
+namespace aaa {
+namespace {
+
+constexpr char init_log_name[] = "aaa_agent_init";
+
+bool arguments_are_valid(const reg_info* info, zv_thread_master* master) {
+  if (info == nullptr || master == nullptr) {
+    AAA_DEBUG_LOG_AS(init_log_name, "invalid args reg_info(%p) or master(%p)\r\n",
+                     static_cast<const void*>(info), static_cast<const void*>(master));
+    return false;
+  }
+  if (info->model_name[0] == '\0') {
+    AAA_DEBUG_LOG_AS(init_log_name, "set model name(%s) failed\r\n", info->model_name);
+    return false;
+  }
+  if (!event_library_is_present()) {
+    AAA_DEBUG_LOG_AS(init_log_name, "the event-thread library is not linked\r\n");
+    return false;
+  }
+  return true;
+}
+
+// The mode of what exists already stays as it is.
+std::int32_t make_directory() {
+  char path[256];
+  return aaa_make_path(path, work_dir_suffix, sizeof path) == 0 ? -1 : aaa_make_dir(path);
+}
+
+void begin_registration() {
+  store(g_aaa_client_cb.aaa_id, 0);
+  rearm_heartbeat();
+  begin_agent_registration();
+}
+
+enum class Preparation { done, already_registered, already_trying, failed };
+
+// A second call that finds no connection takes the steps anew.
+Preparation prepare(const reg_info& info, zv_thread_master* master) {
+  const ScopedLock lock(aaa_lib_lock);
+  set_model_name(info.model_name);
+  if (has_registration_state() || receive_thread_exists()) {
+    AAA_DEBUG_LOG_AS(init_log_name, "already registered!\r\n");
+    store_callbacks(info);
+    return has_registration_state() ? Preparation::already_registered : Preparation::already_trying;
+  }
+  if (!prepare_endpoints(init_log_name, make_directory)) return Preparation::failed;
+  store_callbacks(info);
+  g_agent_master = master;
+  if (info.use_send_buf != 0 && aaalib_init_send_buf_thread() != 0) {
+    end_agent_registration();
+    undo_registration();
+    return Preparation::failed;
+  }
+  begin_registration();
+  return Preparation::done;
+}
+
+// Ends what a deregistration has left because aaad answered it wrongly or could not be told.
+bool end_registration() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!agent_mode_is_on()) return false;
+  aaalib_stop_send_buf_thread();
+  aaa_lib_client_close();
+  set_reg_state(AAA_REG_NOT_REGISTERED);
+  store(g_aaa_client_cb.aaa_id, -1);
+  end_agent_registration();
+  return true;
+}
+
+void forget_client() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!is_registered_or_trying()) clear_callbacks();
+}
+
+}  // namespace
+}  // namespace aaa
+
+std::int32_t aaa_agent_init(const reg_info* info, zv_thread_master* master) {
+  if (!aaa::arguments_are_valid(info, master)) return -1;
+  aaa_lib_mutex_init();
+  aaa_lib_send_buf_init();
+  switch (aaa::prepare(*info, master)) {
+    case aaa::Preparation::failed:
+      return -1;
+    case aaa::Preparation::already_registered:
+      aaa_lib_notify_aaa_event(AAA_EVENT_REGISTERED);
+      return 0;
+    case aaa::Preparation::already_trying:
+      return 0;
+    case aaa::Preparation::done:
+      break;
+  }
+  aaa::cancel_tasks();
+  aaa::schedule(aaa::LinkOwner::agent_task(), aaa::agent_connect, const_cast<reg_info*>(info));
+  return 0;
+}
+
+std::int32_t aaa_agent_finish() {
+  aaa_svr_dereg();
+  if (aaa::end_registration()) {
+    aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
+    aaa::wait_for_library_threads(0);
+  }
+  aaa::forget_client();
+  aaa::cancel_tasks();
+  return 0;
+}

@@ -1,0 +1,133 @@
+#include "runtime/agent/agent_tasks.h"
+
+#include <unistd.h>
+
+#include "aaa_client.h"
+#include "runtime/receive/recovery.h"
+#include "session/state/client_state.h"
+#include "transport/debug_log.h"
+
+// A client in thread mode does not load the event library at all.
+#pragma weak zv_thread_add_event_withname
+#pragma weak zv_thread_add_timer_withname
+#pragma weak zv_thread_add_read_high_withname
+#pragma weak zv_thread_cancel
+
+namespace aaa {
+
+zv_thread_master* g_agent_master = nullptr;
+zv_thread* g_agent_connect_ev = nullptr;
+zv_thread* g_agent_reconnect_tmr = nullptr;
+zv_thread* g_agent_read_ev = nullptr;
+zv_thread* g_agent_hbt_tmr = nullptr;
+zv_thread* g_agent_spare_ev = nullptr;
+
+namespace {
+
+constexpr char log_name[] = "aaa_lib_thread_event";
+constexpr long heartbeat_seconds = 60;
+
+void cancel(zv_thread*& handle) {
+  if (handle != nullptr) zv_thread_cancel(handle);
+  handle = nullptr;
+}
+
+// A task that is scheduled twice would have one handle too few to be cancelled.
+bool keep(zv_thread*& handle, zv_thread* task) {
+  if (task == nullptr) return false;
+  cancel(handle);
+  handle = task;
+  return true;
+}
+
+std::int32_t add_connect(void* argument) {
+  if (keep(g_agent_connect_ev, zv_thread_add_event_withname(g_agent_master, aaa_lib_agent_connect,
+                                                            argument, 0, "aaa-connect"))) {
+    return 0;
+  }
+  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_connect\r\n");
+  return -1;
+}
+
+std::int32_t add_reconnect() {
+  if (keep(g_agent_reconnect_tmr,
+           zv_thread_add_timer_withname(g_agent_master, aaa_lib_agent_reconnect, nullptr,
+                                        loop_rules.pause_seconds, "aaa-reconnect"))) {
+    return 0;
+  }
+  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_reconnect\r\n");
+  return -1;
+}
+
+std::int32_t add_read(std::int32_t fd) {
+  if (keep(g_agent_read_ev, zv_thread_add_read_high_withname(g_agent_master, aaa_lib_agent_read,
+                                                             nullptr, fd, "aaa-read"))) {
+    return 0;
+  }
+  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_read\r\n");
+  return -1;
+}
+
+std::int32_t add_heartbeat() {
+  if (keep(g_agent_hbt_tmr,
+           zv_thread_add_timer_withname(g_agent_master, aaa_lib_agent_heartbeat, nullptr,
+                                        heartbeat_seconds, "aaa-heartbeat"))) {
+    return 0;
+  }
+  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_heartbeat\r\n");
+  return -1;
+}
+
+}  // namespace
+
+bool event_library_is_present() {
+  return zv_thread_add_event_withname != nullptr && zv_thread_add_timer_withname != nullptr &&
+         zv_thread_add_read_high_withname != nullptr && zv_thread_cancel != nullptr;
+}
+
+void cancel_tasks() {
+  cancel(g_agent_connect_ev);
+  cancel(g_agent_reconnect_tmr);
+  cancel(g_agent_read_ev);
+  cancel(g_agent_spare_ev);
+  cancel(g_agent_hbt_tmr);
+}
+
+}  // namespace aaa
+
+std::int32_t aaa_lib_thread_event(std::int32_t event, void* argument, std::int32_t fd) {
+  if (aaa::g_agent_master == nullptr || !aaa::event_library_is_present()) return -1;
+  switch (event) {
+    case aaa::agent_connect:
+      return aaa::add_connect(argument);
+    case aaa::agent_reconnect:
+      return aaa::add_reconnect();
+    case aaa::agent_read:
+      return aaa::add_read(fd);
+    case aaa::agent_heartbeat:
+      return aaa::add_heartbeat();
+    default:
+      AAA_DEBUG_LOG("unknown lib thread event(%d).\r\n", event);
+      return 0;
+  }
+}
+
+namespace aaa {
+namespace {
+
+constexpr unsigned refused_pause_seconds = 2;
+
+// Without a socket there is nothing to watch: the client has closed it or has deregistered.
+bool is_wanted(const LinkOwner& owner, AgentEvent event) {
+  return owner.goes_on() && (event != agent_read || load(g_aaa_client_cb.async_fd) >= 0);
+}
+
+}  // namespace
+
+void schedule(const LinkOwner& owner, AgentEvent event, void* argument) {
+  while (is_wanted(owner, event) &&
+         aaa_lib_thread_event(event, argument, load(g_aaa_client_cb.async_fd)) != 0)
+    sleep(refused_pause_seconds);
+}
+
+}  // namespace aaa

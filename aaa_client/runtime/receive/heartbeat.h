@@ -1,0 +1,24 @@
+// The heartbeat: its two clocks, and the decisions that the receive thread and agent mode take.
+#pragma once
+
+#include <cstdint>
+
+#include "session/state/link_number.h"
+
+namespace aaa {
+
+// Heartbeats are kept only with an id in the range that aaad watches.
+bool heartbeat_is_kept();
+
+// Whether aaad has been silent for more than 180 seconds, whether the last heartbeat was sent more
+// than 60 seconds ago.
+bool aaad_is_silent(std::uint32_t now);
+bool heartbeat_is_due(std::uint32_t now);
+
+// Starts the silence anew from now, with no heartbeat sent yet.
+void rearm_heartbeat();
+
+// Sends a heartbeat on the given link and notes `now`; whether it could be written does not matter.
+void send_heartbeat(LinkNumber link, std::uint32_t now);
+
+}  // namespace aaa

@@ -1,0 +1,97 @@
+// A message of the event socket on its way to its handler.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "aaa_client.h"
+#include "session/state/link_number.h"
+#include "transport/message.h"
+
+namespace aaa {
+
+struct Inbound {
+  const aaa_ipc_header* header;
+  const void* body;  // null when it has none
+  LinkNumber link;   // the link that it was read on
+
+  // Whether the body is there and at least so long.
+  bool reaches(std::uint32_t length) const { return body != nullptr && header->length >= length; }
+
+  // The body's 32-bit word at a byte offset, which need not be aligned. REQUIRES: it reaches so
+  // far.
+  std::uint32_t word_at(std::size_t offset) const {
+    std::uint32_t word = 0;
+    std::memcpy(&word, static_cast<const char*>(body) + offset, sizeof word);
+    return word;
+  }
+
+  // The callback in a slot of the connection record. Null also when the link has ended meanwhile:
+  // asked after the slot was read, that keeps the message from a later registration's callback.
+  template <class Callback>
+  Callback callback(const Callback& slot) const {
+    const Callback found = acquire(slot);
+    return link_lasts(link) ? found : nullptr;
+  }
+};
+
+// A message that is being read from the event socket.
+class LinkMessage {
+ public:
+  // As read_message(). REQUIRES: event_read_lock held.
+  ReadOutcome read(std::int32_t fd, const MessageReader& reader) {
+    link_ = link_number();
+    return read_message(fd, reader, message_);
+  }
+  Inbound inbound() const { return {&message_.header, message_.body, link_}; }
+  void release() { message_.release(); }
+
+ private:
+  Message message_;
+  LinkNumber link_ = 0;
+};
+
+// The handlers by message type; runtime/receive/dispatch.cpp says which is whose.
+void handle_aaa_info_notify(const Inbound& message);
+void handle_notify_result(const Inbound& message);
+void handle_notify_del_msg(const Inbound& message);
+void handle_aaa_debug_info(const Inbound& message);
+void handle_authen_group_req(const Inbound& message);
+void handle_author_group_req(const Inbound& message);
+void handle_acct_group_req(const Inbound& message);
+void handle_gs_valid_req(const Inbound& message);
+void handle_get_online_info(const Inbound& message);
+void handle_enable_authen(const Inbound& message);
+void handle_mlist_change(const Inbound& message);
+void handle_del_msg_req(const Inbound& message);
+void handle_add_radext_result(const Inbound& message);
+void handle_notify_coa_req(const Inbound& message);
+void handle_localeap_authen(const Inbound& message);
+void handle_backend_update_user_pwd(const Inbound& message);
+void handle_heartbeat(const Inbound& message);
+void handle_ldap_search_entry_req(const Inbound& message);
+void handle_notify_ldap_search_entry_result(const Inbound& message);
+
+// Calls the handler of a message, unless its link has ended.
+void dispatch(const Inbound& message);
+
+struct GroupMessage {
+  char group_name[AAA_GROUP_NAME_SIZE] = {};
+  const void* record = nullptr;
+  std::int32_t record_length = 0;
+
+  // Returns false when the body is missing or shorter than its own name.
+  bool split(const Inbound& message) {
+    if (!message.reaches(2)) return false;
+    const auto* const bytes = static_cast<const std::uint8_t*>(message.body);
+    const std::uint32_t name_length = bytes[0];
+    if (!message.reaches(name_length + 1)) return false;
+    std::memcpy(group_name, bytes + 1, name_length);
+    record = bytes + 1 + name_length;
+    record_length = static_cast<std::int32_t>(message.header->length - 1 - name_length);
+    return true;
+  }
+};
+
+}  // namespace aaa

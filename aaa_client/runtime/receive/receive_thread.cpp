@@ -1,0 +1,267 @@
+#include "runtime/receive/receive_thread.h"
+
+#include <sched.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "aaa_client.h"
+#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/inbound.h"
+#include "runtime/receive/recovery.h"
+#include "runtime/send/client_events.h"
+#include "runtime/send/library_threads.h"
+#include "runtime/send/watchdog.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
+#include "transport/base/cancellation.h"
+#include "transport/base/clock.h"
+#include "transport/base/readiness.h"
+#include "transport/debug_log.h"
+#include "transport/read_ahead.h"
+
+namespace aaa {
+
+std::int32_t g_aaalib_bind_core_id = 0;
+
+namespace {
+
+constexpr char log_name[] = "aaa_lib_thread";
+constexpr int wait_ms = 5000;
+
+// What a pass of the main loop came to: the next one follows, or something failed with an errno
+// value, which is 0 when the connection is not to blame.
+struct PassResult {
+  bool failed;
+  std::int32_t error;
+};
+
+constexpr PassResult next_pass = {false, 0};
+constexpr PassResult failure(std::int32_t error) {
+  return {true, error};
+}
+
+void bind_to_core() {
+  const std::int32_t core = load(g_aaalib_bind_core_id);
+  if (core <= 0) return;
+  cpu_set_t cores;
+  CPU_ZERO(&cores);
+  if (core < CPU_SETSIZE) CPU_SET(static_cast<std::size_t>(core), &cores);
+  if (pthread_setaffinity_np(pthread_self(), sizeof cores, &cores) != 0) {
+    AAA_DEBUG_LOG_AS(log_name, "SET_AFFINITY\r\n");
+  }
+}
+
+// When the watchdog was last fed (uptime), and when a pass with messages at hand last asked.
+struct WatchdogStamp {
+  std::uint32_t fed_at;
+  std::uint32_t asked_at;
+};
+
+// Asking costs a system call: with messages at hand, passes ask once a second.
+void feed_watchdog(WatchdogStamp& stamp) {
+  if (event_read_ahead.holds_bytes()) {
+    const std::uint32_t now = monotonic_seconds();
+    if (now == stamp.asked_at) return;
+    stamp.asked_at = now;
+  }
+  aaa_check_reset_ham_client_notify(&stamp.fed_at);
+}
+
+int wait_for_message(std::int32_t fd) {
+  const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
+  if (!event_read_ahead.holds_bytes()) return wait_readable(fd, wait_ms);
+  pthread_testcancel();
+  return 1;
+}
+
+// Returns false when aaad has been silent for too long.
+bool keep_heartbeat(LinkNumber link) {
+  if (!heartbeat_is_kept()) {
+    rearm_heartbeat();
+    return true;
+  }
+  const std::uint32_t now = monotonic_seconds();
+  if (aaad_is_silent(now)) {
+    rearm_heartbeat();
+    AAA_DEBUG_LOG_AS(log_name, "aaalib heartbeat check fail!\r\n");
+    return false;
+  }
+  if (heartbeat_is_due(now)) send_heartbeat(link, now);
+  return true;
+}
+
+// What a cancelled thread leaves behind in the middle of a message.
+void abandon_reading(void* message) {
+  const CleanupScope cleanup;
+  static_cast<LinkMessage*>(message)->release();
+  pthread_mutex_unlock(&event_read_lock);
+}
+
+// Reads a message while nobody can close the socket. Returns false when somebody already has.
+bool read_exclusively(std::int32_t fd, LinkMessage& message, ReadOutcome& outcome) {
+  pthread_mutex_lock(&event_read_lock);
+  const bool is_ours = load(g_aaa_client_cb.async_fd) == fd && is_receive_thread();
+  pthread_cleanup_push(abandon_reading, &message);
+  if (is_ours) {
+    const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
+    outcome = message.read(fd, thread_rules.reader);
+  }
+  pthread_cleanup_pop(0);
+  pthread_mutex_unlock(&event_read_lock);
+  return is_ours;
+}
+
+PassResult after_reading(const ReadOutcome& outcome, const LinkMessage& message) {
+  switch (outcome.step) {
+    case ReadStep::done:
+      dispatch(message.inbound());
+      return next_pass;
+    case ReadStep::header:
+      AAA_DEBUG_LOG_AS(log_name, "receive error with error %s.\r\n", std::strerror(outcome.error));
+      return failure(outcome.error);
+    case ReadStep::marker:
+      AAA_UNGATED_LOG_AS(log_name, "aaa id not match.\r\n");
+      return failure(EPIPE);
+    case ReadStep::memory:
+      AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
+      return failure(EPIPE);
+    case ReadStep::body:
+      // Not taken for a lost connection: the next header is read from where the stream stands.
+      return failure(0);
+  }
+  return next_pass;
+}
+
+PassResult take_message(std::int32_t fd) {
+  LinkMessage message;
+  ReadOutcome outcome = {};
+  if (!read_exclusively(fd, message, outcome)) return next_pass;
+  const PassResult result = after_reading(outcome, message);
+  message.release();
+  return result;
+}
+
+PassResult take_pass(const Watched& watched, WatchdogStamp& stamp) {
+  feed_watchdog(stamp);
+  const int ready = wait_for_message(watched.fd);
+  const int wait_error = errno;
+  if (!is_receive_thread()) return next_pass;
+  if (!keep_heartbeat(watched.link)) return failure(ETIMEDOUT);
+  // A thread that has to wait for its turn goes on with its passes.
+  if (ready > 0) return wait_for_turn(wait_ms) ? take_message(watched.fd) : next_pass;
+  if (ready == 0 || wait_error == EINTR) return next_pass;
+  AAA_DEBUG_LOG_AS(log_name, "select error! errno:%d.\r\n", wait_error);
+  return failure(wait_error);
+}
+
+// Returns false when the thread must end: the client has deregistered.
+bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
+  switch (give_up_lost_link(LinkOwner::receive_thread(), watched, error)) {
+    case Damage::registration_ended:
+      return false;
+    case Damage::none:
+      return true;
+    case Damage::link_lost:
+      tell_client(AAA_EVENT_CONNECTION_LOST);
+      aaa_svr_rereg(&stamp);
+      return true;
+  }
+  return false;
+}
+
+void run_main_loop() {
+  WatchdogStamp stamp = {.fed_at = uptime_seconds(), .asked_at = 0};
+  while (is_receive_thread()) {
+    const Watched watched = watched_socket();
+    if (watched.fd < 0) {
+      AAA_DEBUG_LOG_AS(log_name, "aaa client async socket not created.\r\n");
+      return;
+    }
+    const PassResult result = take_pass(watched, stamp);
+    if (result.failed && !recover(watched, result.error, stamp.fed_at)) return;
+  }
+}
+
+void pause() {
+  const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
+  sleep(thread_rules.pause_seconds);
+}
+
+void feed(std::uint32_t* stamp) {
+  if (stamp != nullptr) aaa_check_reset_ham_client_notify(stamp);
+}
+
+// Returns false when the client deregistered meanwhile.
+bool retry_until_registered(std::uint32_t* stamp) {
+  for (;;) {
+    feed(stamp);
+    const Attempt attempt = try_again(LinkOwner::receive_thread());
+    if (attempt != Attempt::failed) return attempt == Attempt::registered;
+    pause();
+  }
+}
+
+void wait_for_registration() {
+  const ScopedLock lock(aaa_lib_lock);
+}
+
+void forget_thread() {
+  const ScopedLock lock(aaa_lib_lock);
+  if (is_receive_thread()) store(g_receive_msg_tid, pthread_t{0});
+}
+
+void keep_registered() {
+  wait_for_registration();
+  aaa_svr_rereg(nullptr);
+  if (reg_state() != AAA_REG_REGISTERED) {
+    AAA_DEBUG_LOG_AS(log_name, "aaa client not registered to aaad. exit thread.\r\n");
+    return;
+  }
+  name_thread_after_process("_aaalib_th");
+  join_watchdog(log_name);
+  bind_to_core();
+  run_main_loop();
+  leave_watchdog();
+}
+
+void live_as_receive_thread() {
+  keep_registered();
+  forget_thread();
+}
+
+}  // namespace
+
+void tell_client(aaa_client_event event) {
+  while (!wait_for_turn(wait_ms)) {
+  }
+  raise_event(event, is_receive_thread);
+}
+
+std::int32_t aaalib_init_main_thread() {
+  return start_library_thread(ThreadRole::receive, g_receive_msg_tid, aaa_lib_thread,
+                              {.starter = __func__, .thread = "main"});
+}
+
+bool aaalib_cancel_receive_thread() {
+  return stop_library_thread(g_receive_msg_tid);
+}
+
+void aaa_svr_rereg(std::uint32_t* stamp) {
+  if (reg_state() == AAA_REG_REGISTERED) {
+    AAA_DEBUG_LOG("aaa client is registered, not need register again.\r\n");
+    return;
+  }
+  AAA_DEBUG_LOG("aaa client start to try re-reg.\r\n");
+  if (!retry_until_registered(stamp)) return;
+  tell_client(thread_rules.event_after_success);
+  AAA_DEBUG_LOG("register aaa success.\r\n");
+}
+
+void* aaa_lib_thread(void*) {
+  run_library_thread(ThreadRole::receive, live_as_receive_thread);
+  return nullptr;
+}
+
+}  // namespace aaa

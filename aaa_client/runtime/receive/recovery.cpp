@@ -1,0 +1,98 @@
+#include "runtime/receive/recovery.h"
+
+#include "runtime/send/waiting_session.h"
+#include "session/link/connect.h"
+#include "session/state/client_state.h"
+#include "session/state/locks.h"
+#include "transport/read_ahead.h"
+
+namespace aaa {
+namespace {
+
+std::int32_t receive_ahead(std::int32_t fd, void* to, std::size_t length, std::size_t& received) {
+  return event_read_ahead.receive(fd, to, length, received);
+}
+
+const RecoveryRules& rules_of(const LinkOwner& owner) {
+  return owner.is_thread() ? thread_rules : loop_rules;
+}
+
+// Whether the client is still registered; if not, the state says so. REQUIRES: aaa_lib_lock held.
+bool confirm_registration(const LinkOwner& owner) {
+  if (!owner.goes_on()) return false;
+  if (!is_deregistered()) return true;
+  set_reg_state(AAA_REG_NOT_REGISTERED);
+  return false;
+}
+
+bool is_still_registered(const LinkOwner& owner) {
+  const ScopedLock lock(aaa_lib_lock);
+  return confirm_registration(owner);
+}
+
+// The state changes with the sockets: a deregistration comes before both or after both.
+Damage give_up_link(const LinkOwner& owner) {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!confirm_registration(owner)) return Damage::registration_ended;
+  aaa_lib_client_close();
+  set_reg_state(rules_of(owner).state_after_loss);
+  return Damage::link_lost;
+}
+
+// A receive thread that has slept may find the id gone. A task does not run after that.
+bool may_try(const LinkOwner& owner) {
+  return owner.goes_on() && !(owner.is_thread() && is_deregistered());
+}
+
+}  // namespace
+
+// The event loop learns from the socket that there is something to read, so it reads no further
+// than the message, and it does not check markers.
+constinit const RecoveryRules thread_rules = {
+    .reader = {MessageBlock::body_and_nul, true, receive_ahead},
+    .pause_seconds = 2,
+    .releases_waiter = true,
+    .state_after_loss = AAA_REG_LOST,
+    .event_after_success = AAA_EVENT_REREGISTERED,
+};
+constinit const RecoveryRules loop_rules = {
+    .reader = {MessageBlock::body_and_nul, false, receive_exactly},
+    .pause_seconds = 3,
+    .releases_waiter = false,
+    .state_after_loss = AAA_REG_NOT_REGISTERED,
+    .event_after_success = AAA_EVENT_REGISTERED,
+};
+
+// The number first: a socket that is replaced in between is then one of a later link.
+Watched watched_socket() {
+  const LinkNumber link = link_number();
+  return {.link = link, .fd = load(g_aaa_client_cb.async_fd)};
+}
+
+Damage give_up_lost_link(const LinkOwner& owner, const Watched& watched, std::int32_t error) {
+  const bool is_broken = aaa_lib_is_conn_broken_err(error) != 0;
+  if (is_broken) announce_link_loss(watched.link);
+  if (!is_still_registered(owner)) return Damage::registration_ended;
+  // A client that has closed the socket itself has not lost it.
+  if (load(g_aaa_client_cb.async_fd) != watched.fd) return Damage::none;
+  if (rules_of(owner).releases_waiter) aaa_notify_timeout(watched.link);
+  return is_broken ? give_up_link(owner) : Damage::none;
+}
+
+Attempt try_first_time(const LinkOwner& owner) {
+  const ScopedLock lock(aaa_lib_lock);
+  if (!may_try(owner)) return Attempt::registration_ended;
+  if (aaalib_connect_and_register_to_aaad() == 0) return Attempt::registered;
+  aaa_lib_client_close();
+  return Attempt::failed;
+}
+
+Attempt try_again(const LinkOwner& owner) {
+  const ScopedLock lock(aaa_lib_lock);
+  const Attempt attempt = try_first_time(owner);
+  if (attempt != Attempt::failed) return attempt;
+  if (owner.is_thread() || !is_deregistered()) set_reg_state(AAA_REG_LOST);
+  return is_deregistered() ? Attempt::registration_ended : Attempt::failed;
+}
+
+}  // namespace aaa

@@ -1,0 +1,204 @@
+#include "runtime/send/library_threads.h"
+
+#include <sys/prctl.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "aaa_client.h"
+#include "session/state/locks.h"
+#include "transport/base/cancellation.h"
+#include "transport/debug_log.h"
+
+namespace aaa {
+namespace {
+
+constexpr int end_limit_ms = 2000;
+constexpr int turn_limit_ms = 100;
+
+// What the calling thread is to the library, and leaves behind when it ends.
+struct ThreadLife {
+  bool is_counted = false;  // started by the library
+  ThreadRole role = ThreadRole::flush;
+  bool is_watched = false;
+  bool has_turn = false;
+  unsigned takers = 0;  // counted among the takers; twice when a callback runs the loop again
+};
+constinit thread_local ThreadLife own_life;
+
+// The innermost of all locks; held for moments only, or given up while waiting.
+pthread_mutex_t register_lock = PTHREAD_MUTEX_INITIALIZER;
+
+// Guarded by register_lock.
+struct ThreadRegister {
+  unsigned living = 0;  // threads that were started and have not ended
+  unsigned takers = 0;  // those of them, and event loop tasks, that take messages
+  bool has_condition = false;
+};
+ThreadRegister threads;
+
+// Told of every end; its waits are measured on the monotonic clock. Made with the first thread.
+pthread_cond_t something_ended;
+
+void make_condition() {
+  if (threads.has_condition) return;
+  pthread_condattr_t attributes;
+  pthread_condattr_init(&attributes);
+  pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+  pthread_cond_init(&something_ended, &attributes);
+  pthread_condattr_destroy(&attributes);
+  threads.has_condition = true;
+}
+
+void end_life(void*) {
+  const CleanupScope cleanup;
+  leave_watchdog();
+  const ThreadLife ended = own_life;
+  own_life = {};
+  if (ended.is_counted) thread_has_ended(ended.role);
+}
+
+void live(const ThreadLife& life, void (*body)()) {
+  forbid_cancellation();
+  own_life = life;
+  pthread_cleanup_push(end_life, nullptr);
+  body();
+  pthread_cleanup_pop(1);
+}
+
+timespec after(int limit_ms) {
+  timespec when = {};
+  clock_gettime(CLOCK_MONOTONIC, &when);
+  when.tv_sec += limit_ms / 1000;
+  when.tv_nsec += limit_ms % 1000 * 1000000L;
+  if (when.tv_nsec >= 1000000000L) {
+    when.tv_nsec -= 1000000000L;
+    ++when.tv_sec;
+  }
+  return when;
+}
+
+void unlock_register(void*) {
+  const CleanupScope cleanup;
+  pthread_mutex_unlock(&register_lock);
+}
+
+// Waits until `counter` is down to `own`, then adds `entering`. Returns whether it came to that.
+bool wait_and_enter(unsigned& counter, unsigned own, unsigned entering, int limit_ms) {
+  const timespec deadline = after(limit_ms);
+  bool is_down = false;
+  pthread_mutex_lock(&register_lock);
+  pthread_cleanup_push(unlock_register, nullptr);
+  while (counter > own &&
+         pthread_cond_timedwait(&something_ended, &register_lock, &deadline) != ETIMEDOUT) {
+  }
+  is_down = counter <= own;
+  if (is_down) counter += entering;
+  pthread_cleanup_pop(1);
+  return is_down;
+}
+
+}  // namespace
+
+std::int32_t start_library_thread(ThreadRole role, pthread_t& thread, void* (*routine)(void*),
+                                  const ThreadName& name) {
+  pthread_attr_t attributes;
+  if (pthread_attr_init(&attributes) != 0) {
+    AAA_DEBUG_LOG_AS(name.starter, "aaalib attr init failed\r\n");
+    return -1;
+  }
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  thread_will_start(role);
+  pthread_t started = {};
+  const int error = pthread_create(&started, &attributes, routine, nullptr);
+  pthread_attr_destroy(&attributes);
+  if (error != 0) {
+    thread_has_ended(role);
+    AAA_DEBUG_LOG_AS(name.starter, "aaalib create %s thread failed\r\n", name.thread);
+    return -1;
+  }
+  store(thread, started);
+  return 0;
+}
+
+bool stop_library_thread(pthread_t& thread) {
+  const pthread_t running = load(thread);
+  if (running == 0) return false;
+  pthread_cancel(running);
+  store(thread, pthread_t{0});
+  return true;
+}
+
+void thread_will_start(ThreadRole role) {
+  const ScopedLock lock(register_lock);
+  make_condition();
+  ++threads.living;
+  if (role == ThreadRole::receive) ++threads.takers;
+}
+
+void thread_has_ended(ThreadRole role) {
+  const ScopedLock lock(register_lock);
+  --threads.living;
+  if (role == ThreadRole::receive) --threads.takers;
+  pthread_cond_broadcast(&something_ended);
+}
+
+void run_library_thread(ThreadRole role, void (*body)()) {
+  live({.is_counted = true, .role = role, .takers = role == ThreadRole::receive ? 1U : 0U}, body);
+}
+
+void run_clients_thread(void (*body)()) {
+  live({}, body);
+}
+
+void name_thread_after_process(const char* suffix) {
+  char name[16] = {};
+  std::snprintf(name, sizeof name - 1, "%d%s", getpid(), suffix);
+  set_thread_name(name);
+}
+
+void join_watchdog(const char* log_name) {
+  own_life.is_watched = true;
+  if (aaa_reg_ham_client_notify() < 0) {
+    AAA_DEBUG_LOG_AS(log_name, "ham_client_reg_thread_notify: %s\r\n", std::strerror(errno));
+  }
+}
+
+void leave_watchdog() {
+  if (own_life.is_watched) aaa_dereg_ham_client_notify();
+  own_life.is_watched = false;
+}
+
+void wait_for_library_threads(unsigned staying) {
+  wait_and_enter(threads.living, staying + (own_life.is_counted ? 1 : 0), 0, end_limit_ms);
+}
+
+bool wait_for_turn(int limit_ms) {
+  if (!own_life.is_counted || own_life.has_turn) return true;
+  const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
+  own_life.has_turn = wait_and_enter(threads.takers, own_life.takers, 0, limit_ms);
+  return own_life.has_turn;
+}
+
+TaskTurn::TaskTurn() : taken_(wait_and_enter(threads.takers, own_life.takers, 1, turn_limit_ms)) {
+  if (taken_) ++own_life.takers;
+}
+
+TaskTurn::~TaskTurn() {
+  if (!taken_) return;
+  --own_life.takers;
+  const ScopedLock lock(register_lock);
+  --threads.takers;
+  if (threads.has_condition) pthread_cond_broadcast(&something_ended);
+}
+
+}  // namespace aaa
+
+void set_thread_name(char* name) {
+  if (name == nullptr) return;
+  prctl(PR_SET_NAME, name);
+  if (prctl(PR_GET_NAME, name) == 0) AAA_DEBUG_LOG("thread name: %s.\r\n", name);
+}

@@ -1,0 +1,48 @@
+// The connection record and aaad's status words: the state that the whole library shares.
+//
+//   model_name           written under aaa_lib_lock; read through ModelName
+//   sync_fd, async_fd    written under aaa_lib_lock and the link's own locks (session/locks.h)
+//   aaa_id, reg_state    written under aaa_lib_lock
+//   callback slots       written under aaa_lib_lock
+//   g_aaa_status         written by registration and by the thread that reads the event socket
+//
+// All of them may be read without a lock, as single words, with load() of transport/atomic_word.h.
+#pragma once
+
+#include <cstdint>
+
+#include "aaa_client.h"
+#include "transport/base/atomic_word.h"
+
+namespace aaa {
+
+// A copy of the client's model name as it is now.
+struct ModelName {
+  ModelName();
+  char text[AAA_MODEL_NAME_SIZE];
+};
+
+// Stores at most 63 characters of `name` and a NUL.
+void set_model_name(const char* name);
+
+void set_reg_state(aaa_reg_state state);
+inline std::int32_t reg_state() {
+  return load(g_aaa_client_cb.reg_state);
+}
+
+// Whether the client has deregistered: the loops that serve it end at this sign. Elsewhere than
+// under aaa_lib_lock this may change at once.
+inline bool is_deregistered() {
+  return load(g_aaa_client_cb.aaa_id) == -1;
+}
+
+// Stores the sixteen callbacks of a registration record.
+void store_callbacks(const reg_info& info);
+
+// Overwrites the ten status words.
+void store_status(const aaa_status& status);
+
+// Forgets all callbacks but those of LDAP searches, which outlive a registration.
+void clear_callbacks();
+
+}  // namespace aaa

@@ -1,0 +1,58 @@
+// Who serves the link, reads its messages and recovers it when it is lost: the receive thread, or
+// in agent mode the tasks of the client's event loop.
+#pragma once
+
+#include <pthread.h>
+
+#include <cstdint>
+
+#include "transport/base/atomic_word.h"
+
+namespace aaa {
+
+// Written under aaa_lib_lock.
+extern pthread_t g_receive_msg_tid;       // 0 while there is none
+extern std::uint32_t agent_registration;  // number of the one in force; 0 while there is none
+
+inline bool receive_thread_exists() {
+  return load(g_receive_msg_tid) != 0;
+}
+
+// Whether the caller is the receive thread, and has not been told to end.
+inline bool is_receive_thread() {
+  return pthread_equal(load(g_receive_msg_tid), pthread_self()) != 0;
+}
+
+inline bool agent_mode_is_on() {
+  return load(agent_registration) != 0;
+}
+
+// REQUIRES: aaa_lib_lock held.
+void begin_agent_registration();
+void end_agent_registration();
+
+class LinkOwner {
+ public:
+  // The calling receive thread, or the calling task in the agent registration that is in force.
+  static LinkOwner receive_thread() { return LinkOwner(true, 0); }
+  static LinkOwner agent_task() { return LinkOwner(false, load(agent_registration)); }
+
+  bool is_thread() const { return is_thread_; }
+
+  // Whether the registration that it belongs to is still in force. A callback of the client or
+  // another thread may end it at any moment, or begin another one: the owner then leaves everything
+  // alone.
+  bool goes_on() const {
+    if (is_thread_) return is_receive_thread();
+    return registration_ != 0 && load(agent_registration) == registration_;
+  }
+
+ private:
+  LinkOwner(bool is_thread, std::uint32_t registration)
+      : is_thread_(is_thread), registration_(registration) {}
+
+  bool is_thread_;
+  std::uint32_t registration_;
+};
+
+}  // namespace aaa

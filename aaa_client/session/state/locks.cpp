@@ -1,0 +1,108 @@
+#include "session/state/locks.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+#include "aaa_client.h"
+#include "transport/base/ungated_log.h"
+
+// Valid from load on: a client may use the two exported ones before it registers.
+pthread_mutex_t aaa_lib_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+pthread_mutex_t aaa_lib_send_buf_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+
+namespace aaa {
+
+pthread_mutex_t waiting_session_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+pthread_mutex_t request_write_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t event_write_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t event_read_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t link_number_lock = PTHREAD_MUTEX_INITIALIZER;
+
+std::uint8_t g_mutex_init = 0;
+
+namespace {
+
+pthread_mutex_t init_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t* const recursive_locks[] = {&aaa_lib_lock, &aaa_lib_send_buf_lock,
+                                            &waiting_session_lock};
+
+const pthread_mutex_t as_at_load = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+
+// Whether a thread holds the mutex, the calling one included: no call of POSIX tells.
+bool is_held([[maybe_unused]] const pthread_mutex_t* mutex) {
+#ifdef __GLIBC__
+  return __atomic_load_n(&mutex->__data.__owner, __ATOMIC_RELAXED) != 0;
+#else
+  return true;
+#endif
+}
+
+// A lock that is held stays as it is, which is as good as new. One that cannot be made anew, and
+// those after it, are valid as from load on.
+std::int32_t make_locks() {
+  for (pthread_mutex_t* lock : recursive_locks) {
+    if (is_held(lock) || aaa_lib_recursive_mutex_init(lock) == 0) continue;
+    std::memcpy(lock, &as_at_load, sizeof as_at_load);
+    return -1;
+  }
+  return 0;
+}
+
+bool locks_are_made() {
+  return std::atomic_ref<std::uint8_t>(g_mutex_init).load(std::memory_order_acquire) != 0;
+}
+
+bool is_recursive(const pthread_mutex_t& mutex) {
+  for (const pthread_mutex_t* lock : recursive_locks)
+    if (lock == &mutex) return true;
+  return false;
+}
+
+}  // namespace
+
+// Making the locks anew before the library takes one for the first time is what keeps a thread of
+// the library from holding one of them meanwhile.
+ScopedLock::ScopedLock(pthread_mutex_t& mutex)
+    : no_cancellation_(PTHREAD_CANCEL_DISABLE), mutex_(mutex) {
+  if (!locks_are_made() && is_recursive(mutex)) aaa_lib_mutex_init();
+  pthread_mutex_lock(&mutex_);
+}
+
+ScopedLock::~ScopedLock() {
+  pthread_mutex_unlock(&mutex_);
+}
+
+}  // namespace aaa
+
+std::int32_t aaa_lib_mutex_init() {
+  using namespace aaa;
+  if (locks_are_made()) return 0;
+  const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
+  pthread_mutex_lock(&init_lock);
+  std::int32_t result = 0;
+  if (!locks_are_made()) {
+    result = make_locks();
+    if (result == 0) {
+      std::atomic_ref<std::uint8_t>(g_mutex_init).store(1, std::memory_order_release);
+    }
+  }
+  pthread_mutex_unlock(&init_lock);
+  return result;
+}
+
+std::int32_t aaa_lib_recursive_mutex_init(pthread_mutex_t* mutex) {
+  if (mutex == nullptr) return EINVAL;
+  pthread_mutexattr_t attributes;
+  const int attributes_error = pthread_mutexattr_init(&attributes);
+  if (attributes_error != 0) return attributes_error;
+  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+  const int error = pthread_mutex_init(mutex, &attributes);
+  pthread_mutexattr_destroy(&attributes);
+  if (error != 0) {
+    printk_syslog_ext(aaa::log_priority, "UNKNOW_MODULE", "DEBUG", aaa::log_kind_ungated,
+                      "pthread_mutex_init fail return %d error %s exit.\n", error,
+                      std::strerror(error));
+  }
+  return error;
+}
