@@ -16,14 +16,14 @@ namespace {
 
 constexpr char log_name[] = "aaa_get_session_id";
 
-std::uint32_t take_from_block() {
+std::uint32_t take_from_block() REQUIRES(aaa_lib_lock) {
   const std::uint32_t next = g_session_id + 1;
   if (g_session_id == 0 || next >= g_session_id_max) return 0;
   g_session_id = next;
   return next;
 }
 
-std::uint32_t fetch_block() {
+std::uint32_t fetch_block() REQUIRES(aaa_lib_lock) {
   const std::uint32_t request[2] = {0, 0};
   const Reply reply(aaalib_sr_ipc_msg(AAA_MSG_GET_SESSION_ID, request, sizeof request));
   if (!reply) {

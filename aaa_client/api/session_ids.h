@@ -1,14 +1,16 @@
-// The block of session ids that is being handed out. Guarded by aaa_lib_lock; it outlives the
-// registration in which it was granted.
+// The block of session ids that is being handed out. It outlives the registration in which it was
+// granted.
 #pragma once
 
 #include <cstdint>
 
+#include "session/state/locks.h"
+
 namespace aaa {
 
 // The last id handed out; 0 while there is no block.
-extern std::uint32_t g_session_id;
+extern std::uint32_t g_session_id GUARDED_BY(aaa_lib_lock);
 // One past the last id of the block.
-extern std::uint32_t g_session_id_max;
+extern std::uint32_t g_session_id_max GUARDED_BY(aaa_lib_lock);
 
 }  // namespace aaa

@@ -34,7 +34,7 @@ bool send_deregister_request(std::int32_t fd) {
 }
 
 // Tells aaad that the client leaves. A silent aaad does not keep it registered.
-std::int32_t aaa_client_dereg(std::int32_t fd) {
+std::int32_t aaa_client_dereg(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   if (!send_deregister_request(fd)) return report_error();
   aaa_ipc_header response;
   if (aaa_msg_recv(fd, &response, header_size) != 0) {
@@ -51,7 +51,7 @@ std::int32_t aaa_client_dereg(std::int32_t fd) {
   return report_error();
 }
 
-std::int32_t tear_down() {
+std::int32_t tear_down() REQUIRES(aaa_lib_lock) {
   if (aaalib_cancel_receive_thread()) {
     AAA_DEBUG_LOG_AS(log_name, "cancel receive msg thread.\r\n");
   }
@@ -67,7 +67,7 @@ std::int32_t tear_down() {
   aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
   // The client may have registered anew in its callback.
   if (!is_registered_or_trying()) {
-    store(g_aaa_client_cb.aaa_id, -1);
+    set_aaa_id(-1);
     clear_callbacks();
   }
   AAA_DEBUG_LOG_AS(log_name, "deregister to aaad success!\r\n");
@@ -76,9 +76,9 @@ std::int32_t tear_down() {
 
 // While aaad is away there is no connection to close. The receive thread finds the id gone before
 // its next attempt, and ends; so do tasks of the client's event loop.
-void stop_trying() {
+void stop_trying() REQUIRES(aaa_lib_lock) {
   if (receive_thread_exists() || agent_mode_is_on()) {
-    store(g_aaa_client_cb.aaa_id, -1);
+    set_aaa_id(-1);
     set_reg_state(AAA_REG_NOT_REGISTERED);
     end_agent_registration();
   }

@@ -1,6 +1,7 @@
 // aaa_svr_reg: the first call of a client.
 #include <unistd.h>
 
+#include <cassert>
 #include <cstdlib>
 #include <cstring>
 
@@ -18,11 +19,13 @@
 namespace aaa {
 
 bool has_registration_state() {
+  assert(is_held(aaa_lib_lock));
   const bool both_open = load(g_aaa_client_cb.sync_fd) > 0 && load(g_aaa_client_cb.async_fd) > 0;
   return both_open || reg_state() != AAA_REG_NOT_REGISTERED;
 }
 
 bool is_registered_or_trying() {
+  assert(is_held(aaa_lib_lock));
   return has_registration_state() || receive_thread_exists() || agent_mode_is_on();
 }
 
@@ -44,6 +47,7 @@ void log_directory(const char* log_name) {
 }  // namespace
 
 bool prepare_endpoints(const char* log_name, std::int32_t (*make_work_dir)()) {
+  assert(is_held(aaa_lib_lock));
   if (make_work_dir() != 0) {
     AAA_DEBUG_LOG_AS(log_name, "agent_init make directory failed\r\n");
     log_directory(log_name);
@@ -58,8 +62,9 @@ bool prepare_endpoints(const char* log_name, std::int32_t (*make_work_dir)()) {
 }
 
 void undo_registration() {
+  assert(is_held(aaa_lib_lock));
   aaa_lib_client_close();
-  store(g_aaa_client_cb.aaa_id, 0);
+  set_aaa_id(0);
   clear_callbacks();
   set_reg_state(AAA_REG_NOT_REGISTERED);
 }
@@ -71,14 +76,14 @@ constexpr char log_name[] = "aaa_svr_reg";
 constexpr useconds_t start_pause_us = 100000;
 
 // An aaad that cannot be reached is no failure: the receive thread goes on trying.
-void connect_first_time() {
-  store(g_aaa_client_cb.aaa_id, 0);
+void connect_first_time() REQUIRES(aaa_lib_lock) {
+  set_aaa_id(0);
   if (aaalib_connect_and_register_to_aaad() == 0) return;
   set_reg_state(AAA_REG_NOT_REGISTERED);
   aaa_lib_client_close();
 }
 
-bool start_threads(const reg_info& info) {
+bool start_threads(const reg_info& info) REQUIRES(aaa_lib_lock) {
   if (info.use_send_buf != 0 && aaalib_init_send_buf_thread() != 0) {
     undo_registration();
     AAA_DEBUG_LOG_AS(log_name, "init send buf thread failed\r\n");
@@ -96,7 +101,7 @@ bool start_threads(const reg_info& info) {
 enum class Outcome { registered, already_registered, failed };
 
 // A thread that has yet to notice that its client had left.
-void dismiss_leaving_thread() {
+void dismiss_leaving_thread() REQUIRES(aaa_lib_lock) {
   if (is_deregistered() && reg_state() == AAA_REG_NOT_REGISTERED) aaalib_cancel_receive_thread();
 }
 

@@ -3,21 +3,21 @@
 
 #include <cstdint>
 
+#include "session/state/locks.h"
+
 namespace aaa {
 
 // Whether both sockets are open or the state is another one than not registered.
-// REQUIRES: aaa_lib_lock held.
-bool has_registration_state();
+bool has_registration_state() REQUIRES(aaa_lib_lock);
 
-// The same, or somebody tries to connect. REQUIRES: aaa_lib_lock held.
-bool is_registered_or_trying();
+// The same, or somebody tries to connect.
+bool is_registered_or_trying() REQUIRES(aaa_lib_lock);
 
 // Makes the work directory and the datagram pair. A failure is logged under `log_name`.
-// REQUIRES: aaa_lib_lock held.
-bool prepare_endpoints(const char* log_name, std::int32_t (*make_work_dir)());
+bool prepare_endpoints(const char* log_name, std::int32_t (*make_work_dir)())
+    REQUIRES(aaa_lib_lock);
 
 // Returns the connection record to its unregistered state after a thread could not be started.
-// REQUIRES: aaa_lib_lock held.
-void undo_registration();
+void undo_registration() REQUIRES(aaa_lib_lock);
 
 }  // namespace aaa

@@ -20,7 +20,7 @@ namespace {
 // Throws away what an earlier exchange left unread. Returns 0 when nothing is left; EPIPE when the
 // peer or the socket has gone, or the loss of the link is announced and no byte comes; ETIMEDOUT at
 // the deadline.
-std::int32_t drain(std::int32_t fd, int& cleared) {
+std::int32_t drain(std::int32_t fd, int& cleared) REQUIRES(aaa_lib_lock) {
   if (request_number_is_closed()) return EPIPE;
   const std::uint32_t start = monotonic_seconds();
   while (wait_readable(fd, 0) != 0) {
@@ -36,7 +36,7 @@ std::int32_t drain(std::int32_t fd, int& cleared) {
   return 0;
 }
 
-std::int32_t aaalib_socket_buf_clear(std::int32_t fd) {
+std::int32_t aaalib_socket_buf_clear(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   if (fd < 0) {
     AAA_DEBUG_LOG("input sd err,sd: %d\r\n", fd);
     return 0;
@@ -60,8 +60,8 @@ aaa_ipc_header* drain_send_receive(std::uint32_t type, const void* body, std::ui
   return aaalib_recv_ipc_msg_from_sd(fd);
 }
 
-std::int32_t receive_ahead(std::int32_t fd, void* buffer, std::size_t length,
-                           std::size_t& received) {
+std::int32_t receive_ahead(std::int32_t fd, void* buffer, std::size_t length, std::size_t& received)
+    REQUIRES(event_read_lock) {
   return event_read_ahead.receive_no_further(fd, buffer, length, received);
 }
 

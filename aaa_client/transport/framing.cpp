@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cerrno>
 
 #include "transport/base/clock.h"
@@ -23,6 +24,7 @@ std::int32_t error_at_deadline() {
 
 std::int32_t receive_between(std::int32_t fd, void* buffer, std::size_t least, std::size_t most,
                              std::size_t& received) {
+  assert(received < least && least <= most);
   if (fd < 0) return EINVAL;
   const std::uint32_t start = monotonic_seconds();
   do {

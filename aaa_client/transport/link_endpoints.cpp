@@ -58,20 +58,20 @@ bool socket_is_open(LinkSocket socket) {
 }
 
 // Opens a socket unless it is open. Returns false when it could not be opened.
-bool open_socket(LinkSocket socket, const char* prefix) {
+bool open_socket(LinkSocket socket, const char* prefix) REQUIRES(aaa_lib_lock) {
   if (socket_is_open(socket)) return true;
   record_socket(socket, aaa_lib_client_connect(prefix));
   return load(field_of(socket)) >= 0;
 }
 
-std::int32_t close_once(std::int32_t fd) {
+std::int32_t close_once(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   if (!is_open(fd)) return 0;
   AAA_DEBUG_LOG_AS("aaa_lib_client_close", "socket equal %d, close once\r\n", fd);
   return is_gone(close_both_at_once()) ? 0 : -1;
 }
 
 // Both are shut down first: the close of one waits for whoever reads from the other.
-std::int32_t close_each() {
+std::int32_t close_each() REQUIRES(aaa_lib_lock) {
   shut_down(LinkSocket::request);
   shut_down(LinkSocket::event);
   int errors = 0;

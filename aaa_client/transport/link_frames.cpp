@@ -21,14 +21,13 @@ std::uint32_t type_of(const void* frame) {
   return header.type;
 }
 
-// REQUIRES: the socket's write lock held.
 std::int32_t write_on_link(LinkSocket socket, LinkNumber link, const void* frame,
-                           std::uint32_t length) {
+                           std::uint32_t length) REQUIRES(write_lock_of(socket)) {
   const bool registers = type_of(frame) == AAA_MSG_REGISTER_REQ;
   const std::int32_t obstacle = obstacle_to_frame(socket, link, registers);
   if (obstacle != 0) return obstacle;
   const std::int32_t error = write_frame(load(field_of(socket)), frame, length);
-  if (error == 0 && registers && socket == LinkSocket::request) allow_frames();
+  if (error == 0 && registers) allow_frames(socket);
   return error;
 }
 

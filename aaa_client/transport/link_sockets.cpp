@@ -3,8 +3,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cerrno>
-#include <initializer_list>
 
 #include "aaa_client.h"
 #include "transport/base/number_mark.h"
@@ -14,7 +14,7 @@
 namespace aaa {
 namespace {
 
-// Of the number in sync_fd. Guarded by request_write_lock.
+// Of the number in sync_fd. Changed under request_write_lock.
 constinit NumberMark unregistered;
 constinit NumberMark closed;
 
@@ -22,36 +22,40 @@ int close_descriptor(std::int32_t fd) {
   return close(fd) == 0 ? 0 : errno;
 }
 
-// REQUIRES: the locks of the socket held.
-void forget_number(LinkSocket socket) {
-  store(field_of(socket), -1);
-  if (socket == LinkSocket::event) {
-    event_read_ahead.clear();
-    return;
-  }
+// The number on record may have been closed already.
+int close_request_descriptor() REQUIRES(request_write_lock) {
+  const std::int32_t fd = load(g_aaa_client_cb.sync_fd);
+  return closed.is_on(g_aaa_client_cb.sync_fd) ? EBADF : close_descriptor(fd);
+}
+
+void forget_request_number() REQUIRES(aaa_lib_lock, request_write_lock) {
+  store(g_aaa_client_cb.sync_fd, -1);
   unregistered.clear();
   closed.clear();
 }
 
-// REQUIRES: the locks of the sockets held.
-int close_and_forget(std::int32_t fd, std::initializer_list<LinkSocket> sockets) {
-  const int error = closed.is_on(fd) ? EBADF : close_descriptor(fd);
+void forget_event_number() REQUIRES(aaa_lib_lock, event_write_lock, event_read_lock) {
+  store(g_aaa_client_cb.async_fd, -1);
+  event_read_ahead.clear();
+}
+
+int close_request() REQUIRES(aaa_lib_lock) {
+  const ScopedLock no_write(request_write_lock);
+  const int error = close_request_descriptor();
   if (!is_gone(error)) return error;
-  for (const LinkSocket socket : sockets)
-    forget_number(socket);
+  forget_request_number();
   end_link();
   return error;
 }
 
-int close_held_request_socket(std::int32_t fd) {
-  const ScopedLock no_write(request_write_lock);
-  return close_and_forget(fd, {LinkSocket::request});
-}
-
-int close_held_event_socket(std::int32_t fd) {
+int close_event() REQUIRES(aaa_lib_lock) {
   const ScopedLock no_write(event_write_lock);
   const ScopedLock no_read(event_read_lock);
-  return close_and_forget(fd, {LinkSocket::event});
+  const int error = close_descriptor(load(g_aaa_client_cb.async_fd));
+  if (!is_gone(error)) return error;
+  forget_event_number();
+  end_link();
+  return error;
 }
 
 }  // namespace
@@ -60,11 +64,12 @@ std::int32_t& field_of(LinkSocket socket) {
   return socket == LinkSocket::request ? g_aaa_client_cb.sync_fd : g_aaa_client_cb.async_fd;
 }
 
-pthread_mutex_t& write_lock_of(LinkSocket socket) {
+Mutex& write_lock_of(LinkSocket socket) {
   return socket == LinkSocket::request ? request_write_lock : event_write_lock;
 }
 
 void record_socket(LinkSocket socket, std::int32_t fd) {
+  assert(is_held(aaa_lib_lock));
   const ScopedLock no_write(write_lock_of(socket));
   store(field_of(socket), fd);
   if (socket == LinkSocket::event) return;
@@ -72,8 +77,9 @@ void record_socket(LinkSocket socket, std::int32_t fd) {
   unregistered.set(g_aaa_client_cb.sync_fd);
 }
 
-void allow_frames() {
-  unregistered.clear();
+void allow_frames(LinkSocket socket) {
+  assert(is_held(write_lock_of(socket)));
+  if (socket == LinkSocket::request) unregistered.clear();
 }
 
 bool waits_for_register_request() {
@@ -82,6 +88,7 @@ bool waits_for_register_request() {
 }
 
 std::int32_t obstacle_to_frame(LinkSocket socket, LinkNumber link, bool is_register_request) {
+  assert(is_held(write_lock_of(socket)));
   if (!link_lasts(link)) return EBADF;
   if (socket == LinkSocket::event) return 0;
   if (closed.is_on(g_aaa_client_cb.sync_fd)) {
@@ -96,6 +103,7 @@ bool request_number_is_closed() {
 }
 
 void shut_down(LinkSocket socket) {
+  assert(is_held(aaa_lib_lock));
   const std::int32_t fd = load(field_of(socket));
   if (fd >= 1 && (socket == LinkSocket::event || !request_number_is_closed())) {
     shutdown(fd, SHUT_RDWR);
@@ -103,21 +111,27 @@ void shut_down(LinkSocket socket) {
 }
 
 int close_socket(LinkSocket socket) {
+  assert(is_held(aaa_lib_lock));
   shut_down(socket);
-  const std::int32_t fd = load(field_of(socket));
-  return socket == LinkSocket::request ? close_held_request_socket(fd)
-                                       : close_held_event_socket(fd);
+  return socket == LinkSocket::request ? close_request() : close_event();
 }
 
 int close_both_at_once() {
+  assert(is_held(aaa_lib_lock));
   shut_down(LinkSocket::request);
   const ScopedLock no_request(request_write_lock);
   const ScopedLock no_event(event_write_lock);
   const ScopedLock no_read(event_read_lock);
-  return close_and_forget(load(g_aaa_client_cb.sync_fd), {LinkSocket::request, LinkSocket::event});
+  const int error = close_request_descriptor();
+  if (!is_gone(error)) return error;
+  forget_request_number();
+  forget_event_number();
+  end_link();
+  return error;
 }
 
 int close_request_socket() {
+  assert(is_held(aaa_lib_lock));
   shut_down(LinkSocket::request);
   const ScopedLock no_write(request_write_lock);
   const int error = close_descriptor(load(g_aaa_client_cb.sync_fd));

@@ -105,9 +105,9 @@ bool make_client(const Names& names) {
 }
 
 // The server socket that a call left open because no path could be built; -1 when there is none.
-std::int32_t left_open = -1;
+std::int32_t left_open GUARDED_BY(aaa_lib_lock) = -1;
 
-void close_left_open() {
+void close_left_open() REQUIRES(aaa_lib_lock) {
   if (left_open >= 0) close(left_open);
   left_open = -1;
 }

@@ -1,6 +1,7 @@
 #include "transport/read_ahead.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 
 #include "transport/base/memory.h"
@@ -12,6 +13,7 @@ constinit ReadAhead event_read_ahead = {};
 
 std::int32_t ReadAhead::receive(std::int32_t fd, void* to, std::size_t length,
                                 std::size_t& received) {
+  assert(is_held(event_read_lock));
   received = take(to, length);
   const std::size_t missing = length - received;
   if (missing == 0) return 0;
@@ -23,11 +25,13 @@ std::int32_t ReadAhead::receive(std::int32_t fd, void* to, std::size_t length,
 
 std::int32_t ReadAhead::receive_no_further(std::int32_t fd, void* to, std::size_t length,
                                            std::size_t& received) {
+  assert(is_held(event_read_lock));
   received = take(to, length);
   return received == length ? 0 : receive_between(fd, to, length, length, received);
 }
 
 void ReadAhead::clear() {
+  assert(is_held(event_read_lock));
   wipe(bytes_, sizeof bytes_);
   store(held_, 0U);
 }

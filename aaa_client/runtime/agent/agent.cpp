@@ -39,8 +39,8 @@ std::int32_t make_directory() {
   return aaa_make_path(path, work_dir_suffix, sizeof path) == 0 ? -1 : aaa_make_dir(path);
 }
 
-void begin_registration() {
-  store(g_aaa_client_cb.aaa_id, 0);
+void begin_registration() REQUIRES(aaa_lib_lock) {
+  set_aaa_id(0);
   rearm_heartbeat();
   begin_agent_registration();
 }
@@ -75,7 +75,7 @@ bool end_registration() {
   aaalib_stop_send_buf_thread();
   aaa_lib_client_close();
   set_reg_state(AAA_REG_NOT_REGISTERED);
-  store(g_aaa_client_cb.aaa_id, -1);
+  set_aaa_id(-1);
   end_agent_registration();
   return true;
 }

@@ -1,12 +1,14 @@
 // A message of the event socket on its way to its handler.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "aaa_client.h"
 #include "session/state/link_number.h"
+#include "session/state/locks.h"
 #include "transport/message.h"
 
 namespace aaa {
@@ -39,8 +41,9 @@ struct Inbound {
 // A message that is being read from the event socket.
 class LinkMessage {
  public:
-  // As read_message(). REQUIRES: event_read_lock held.
-  ReadOutcome read(std::int32_t fd, const MessageReader& reader) {
+  // As read_message().
+  ReadOutcome read(std::int32_t fd, const MessageReader& reader) REQUIRES(event_read_lock) {
+    assert(is_held(event_read_lock));
     link_ = link_number();
     return read_message(fd, reader, message_);
   }

@@ -3,6 +3,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 
@@ -93,15 +94,15 @@ bool keep_heartbeat(LinkNumber link) {
 }
 
 // What a cancelled thread leaves behind in the middle of a message.
-void abandon_reading(void* message) {
+void abandon_reading(void* message) RELEASE(event_read_lock) {
   const CleanupScope cleanup;
   static_cast<LinkMessage*>(message)->release();
-  pthread_mutex_unlock(&event_read_lock);
+  unlock(event_read_lock);
 }
 
 // Reads a message while nobody can close the socket. Returns false when somebody already has.
 bool read_exclusively(std::int32_t fd, LinkMessage& message, ReadOutcome& outcome) {
-  pthread_mutex_lock(&event_read_lock);
+  lock(event_read_lock);
   const bool is_ours = load(g_aaa_client_cb.async_fd) == fd && is_receive_thread();
   pthread_cleanup_push(abandon_reading, &message);
   if (is_ours) {
@@ -109,7 +110,7 @@ bool read_exclusively(std::int32_t fd, LinkMessage& message, ReadOutcome& outcom
     outcome = message.read(fd, thread_rules.reader);
   }
   pthread_cleanup_pop(0);
-  pthread_mutex_unlock(&event_read_lock);
+  unlock(event_read_lock);
   return is_ours;
 }
 
@@ -240,11 +241,13 @@ void tell_client(aaa_client_event event) {
 }
 
 std::int32_t aaalib_init_main_thread() {
+  assert(is_held(aaa_lib_lock));
   return start_library_thread(ThreadRole::receive, g_receive_msg_tid, aaa_lib_thread,
                               {.starter = __func__, .thread = "main"});
 }
 
 bool aaalib_cancel_receive_thread() {
+  assert(is_held(aaa_lib_lock));
   return stop_library_thread(g_receive_msg_tid);
 }
 

@@ -6,18 +6,19 @@
 
 #include "aaa_client.h"
 #include "session/state/link_owner.h"
+#include "session/state/locks.h"
 
 namespace aaa {
 
 // The processor that the receive thread is bound to; not bound when 0 or below.
 extern std::int32_t g_aaalib_bind_core_id;
 
-// Starts the receive thread. Returns 0 or -1. REQUIRES: aaa_lib_lock held.
-std::int32_t aaalib_init_main_thread();
+// Starts the receive thread. Returns 0 or -1.
+std::int32_t aaalib_init_main_thread() REQUIRES(aaa_lib_lock);
 
 // Cancels the receive thread, if there is one, and returns whether there was. It may go on until
-// its next wait, but reads no message and touches no state any more. REQUIRES: aaa_lib_lock held.
-bool aaalib_cancel_receive_thread();
+// its next wait, but reads no message and touches no state any more.
+bool aaalib_cancel_receive_thread() REQUIRES(aaa_lib_lock);
 
 // Raises an event on the receive thread, in its turn; not if it has been told to end meanwhile.
 void tell_client(aaa_client_event event);

@@ -9,7 +9,8 @@
 namespace aaa {
 namespace {
 
-std::int32_t receive_ahead(std::int32_t fd, void* to, std::size_t length, std::size_t& received) {
+std::int32_t receive_ahead(std::int32_t fd, void* to, std::size_t length, std::size_t& received)
+    REQUIRES(event_read_lock) {
   return event_read_ahead.receive(fd, to, length, received);
 }
 
@@ -17,8 +18,8 @@ const RecoveryRules& rules_of(const LinkOwner& owner) {
   return owner.is_thread() ? thread_rules : loop_rules;
 }
 
-// Whether the client is still registered; if not, the state says so. REQUIRES: aaa_lib_lock held.
-bool confirm_registration(const LinkOwner& owner) {
+// Whether the client is still registered; if not, the state says so.
+bool confirm_registration(const LinkOwner& owner) REQUIRES(aaa_lib_lock) {
   if (!owner.goes_on()) return false;
   if (!is_deregistered()) return true;
   set_reg_state(AAA_REG_NOT_REGISTERED);

@@ -30,20 +30,19 @@ struct ThreadLife {
 constinit thread_local ThreadLife own_life;
 
 // The innermost of all locks; held for moments only, or given up while waiting.
-pthread_mutex_t register_lock = PTHREAD_MUTEX_INITIALIZER;
+Mutex register_lock = PTHREAD_MUTEX_INITIALIZER;
 
-// Guarded by register_lock.
 struct ThreadRegister {
   unsigned living = 0;  // threads that were started and have not ended
   unsigned takers = 0;  // those of them, and event loop tasks, that take messages
   bool has_condition = false;
 };
-ThreadRegister threads;
+ThreadRegister threads GUARDED_BY(register_lock);
 
 // Told of every end; its waits are measured on the monotonic clock. Made with the first thread.
 pthread_cond_t something_ended;
 
-void make_condition() {
+void make_condition() REQUIRES(register_lock) {
   if (threads.has_condition) return;
   pthread_condattr_t attributes;
   pthread_condattr_init(&attributes);
@@ -81,22 +80,23 @@ timespec after(int limit_ms) {
   return when;
 }
 
-void unlock_register(void*) {
+void unlock_register(void*) RELEASE(register_lock) {
   const CleanupScope cleanup;
-  pthread_mutex_unlock(&register_lock);
+  unlock(register_lock);
 }
 
 // Waits until `counter` is down to `own`, then adds `entering`. Returns whether it came to that.
-bool wait_and_enter(unsigned& counter, unsigned own, unsigned entering, int limit_ms) {
+bool wait_and_enter(unsigned ThreadRegister::*counter, unsigned own, unsigned entering,
+                    int limit_ms) NO_THREAD_SAFETY_ANALYSIS {
   const timespec deadline = after(limit_ms);
   bool is_down = false;
-  pthread_mutex_lock(&register_lock);
+  lock(register_lock);
   pthread_cleanup_push(unlock_register, nullptr);
-  while (counter > own &&
+  while (threads.*counter > own &&
          pthread_cond_timedwait(&something_ended, &register_lock, &deadline) != ETIMEDOUT) {
   }
-  is_down = counter <= own;
-  if (is_down) counter += entering;
+  is_down = threads.*counter <= own;
+  if (is_down) threads.*counter += entering;
   pthread_cleanup_pop(1);
   return is_down;
 }
@@ -173,17 +173,18 @@ void leave_watchdog() {
 }
 
 void wait_for_library_threads(unsigned staying) {
-  wait_and_enter(threads.living, staying + (own_life.is_counted ? 1 : 0), 0, end_limit_ms);
+  wait_and_enter(&ThreadRegister::living, staying + (own_life.is_counted ? 1 : 0), 0, end_limit_ms);
 }
 
 bool wait_for_turn(int limit_ms) {
   if (!own_life.is_counted || own_life.has_turn) return true;
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
-  own_life.has_turn = wait_and_enter(threads.takers, own_life.takers, 0, limit_ms);
+  own_life.has_turn = wait_and_enter(&ThreadRegister::takers, own_life.takers, 0, limit_ms);
   return own_life.has_turn;
 }
 
-TaskTurn::TaskTurn() : taken_(wait_and_enter(threads.takers, own_life.takers, 1, turn_limit_ms)) {
+TaskTurn::TaskTurn()
+    : taken_(wait_and_enter(&ThreadRegister::takers, own_life.takers, 1, turn_limit_ms)) {
   if (taken_) ++own_life.takers;
 }
 

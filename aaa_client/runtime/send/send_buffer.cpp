@@ -18,17 +18,17 @@ namespace {
 
 constexpr std::uint32_t max_messages = 16;
 
-void flush_and_reset() {
+void flush_and_reset() REQUIRES(aaa_lib_send_buf_lock) {
   aaa_lib_send_buf();
   aaa_lib_send_buf_reset();
 }
 
-bool fits(std::uint32_t length) {
+bool fits(std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock) {
   return g_send_buf_msg_cnt < max_messages &&
          length + aaalib_send_buf.header.length < AAA_SEND_BUF_BODY_SIZE;
 }
 
-void append(const void* message, std::uint32_t length) {
+void append(const void* message, std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock) {
   std::memcpy(aaalib_send_buf.body + aaalib_send_buf.header.length, message, length);
   aaalib_send_buf.header.length += length;
   ++g_send_buf_msg_cnt;
@@ -39,7 +39,7 @@ std::int32_t send(const void* message, std::uint32_t length) {
 }
 
 // Past the buffer, behind what it holds.
-void send_directly(const void* message, std::uint32_t length) {
+void send_directly(const void* message, std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock) {
   flush_and_reset();
   const std::int32_t error = send(message, length);
   if (error != 0) {

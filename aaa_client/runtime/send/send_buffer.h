@@ -3,6 +3,12 @@
 #pragma once
 
 #include "aaa_client.h"
+#include "session/state/locks.h"
+
+// As in aaa_client.h.
+extern "C" aaa_send_buf aaalib_send_buf GUARDED_BY(aaa_lib_send_buf_lock);
+extern "C" std::uint32_t g_send_buf_msg_cnt GUARDED_BY(aaa_lib_send_buf_lock);
+extern "C" std::uint8_t g_send_buf_init GUARDED_BY(aaa_lib_send_buf_lock);
 
 namespace aaa {
 

@@ -4,11 +4,12 @@
 #include <cstdint>
 
 #include "session/state/link_number.h"
+#include "session/state/locks.h"
 
 namespace aaa {
 
-// 0 when nobody waits. Guarded by waiting_session_lock.
-extern std::uint32_t g_temp_sid;
+// 0 when nobody waits.
+extern std::uint32_t g_temp_sid GUARDED_BY(waiting_session_lock);
 
 void set_waiting_session(std::uint32_t session_id);
 

@@ -68,9 +68,9 @@ bool receive_response(std::int32_t fd, Message& response) {
   return true;
 }
 
-std::int32_t accept_id(const Message& response) {
+std::int32_t accept_id(const Message& response) REQUIRES(aaa_lib_lock) {
   const auto id = value_of<std::int32_t>(response);
-  store(g_aaa_client_cb.aaa_id, id);
+  set_aaa_id(id);
   if (id != refused_id) return 0;
   AAA_DEBUG_LOG_AS(log_name, "model %s has been registered or tag is used up\r\n",
                    ModelName().text);
@@ -79,7 +79,7 @@ std::int32_t accept_id(const Message& response) {
   return -1;
 }
 
-std::int32_t accept_response(const Message& response, LinkSocket socket) {
+std::int32_t accept_response(const Message& response, LinkSocket socket) REQUIRES(aaa_lib_lock) {
   if (socket == LinkSocket::request && response.header.type == AAA_MSG_REGISTER_RESP) {
     return accept_id(response);
   }
@@ -91,7 +91,7 @@ std::int32_t accept_response(const Message& response, LinkSocket socket) {
   return -1;
 }
 
-std::int32_t aaa_lib_client_reg(LinkSocket socket) {
+std::int32_t aaa_lib_client_reg(LinkSocket socket) REQUIRES(aaa_lib_lock) {
   if (!ask_to_register(socket)) return -1;
   Message response;
   if (!receive_response(load(field_of(socket)), response)) return -1;
@@ -100,8 +100,7 @@ std::int32_t aaa_lib_client_reg(LinkSocket socket) {
   return result;
 }
 
-std::int32_t aaalib_register_to_aaad() {
-  const ScopedLock lock(aaa_lib_lock);
+std::int32_t aaalib_register_to_aaad() REQUIRES(aaa_lib_lock) {
   const std::int32_t sync_fd = load(g_aaa_client_cb.sync_fd);
   const std::int32_t async_fd = load(g_aaa_client_cb.async_fd);
   if (sync_fd == async_fd) {
@@ -115,6 +114,7 @@ std::int32_t aaalib_register_to_aaad() {
 }  // namespace
 
 std::int32_t aaalib_connect_and_register_to_aaad() {
+  const ScopedLock lock(aaa_lib_lock);
   set_reg_state(AAA_REG_CONNECTING);
   if (aaa_lib_client_connect_all() != 0) {
     AAA_DEBUG_LOG("connect to aaad failed\r\n");

@@ -1,5 +1,6 @@
 #include "session/state/client_state.h"
 
+#include <cassert>
 #include <cstddef>
 
 aaa_client_cb g_aaa_client_cb = {
@@ -38,6 +39,7 @@ ModelName::ModelName() {
 }
 
 void set_model_name(const char* name) {
+  assert(is_held(aaa_lib_lock));
   bool ended = false;
   for (std::size_t i = 0; i < AAA_MODEL_NAME_SIZE; ++i) {
     ended = ended || i == AAA_MODEL_NAME_SIZE - 1 || name[i] == '\0';
@@ -46,10 +48,17 @@ void set_model_name(const char* name) {
 }
 
 void set_reg_state(aaa_reg_state state) {
+  assert(is_held(aaa_lib_lock));
   store(g_aaa_client_cb.reg_state, static_cast<std::int32_t>(state));
 }
 
+void set_aaa_id(std::int32_t id) {
+  assert(is_held(aaa_lib_lock));
+  store(g_aaa_client_cb.aaa_id, id);
+}
+
 void store_callbacks(const reg_info& info) {
+  assert(is_held(aaa_lib_lock));
   release(g_aaa_client_cb.notify_result_cb, info.notify_result_cb);
   release(g_aaa_client_cb.notify_del_msg_cb, info.notify_del_msg_cb);
   release(g_aaa_client_cb.notify_coa_req_cb, info.notify_coa_req_cb);

@@ -1,17 +1,19 @@
 // The connection record and aaad's status words: the state that the whole library shares.
 //
 //   model_name           written under aaa_lib_lock; read through ModelName
-//   sync_fd, async_fd    written under aaa_lib_lock and the link's own locks (session/locks.h)
-//   aaa_id, reg_state    written under aaa_lib_lock
-//   callback slots       written under aaa_lib_lock
-//   g_aaa_status         written by registration and by the thread that reads the event socket
+//   sync_fd, async_fd    written under aaa_lib_lock and the link's own locks
+//   (session/state/locks.h) aaa_id, reg_state    written under aaa_lib_lock callback slots written
+//   under aaa_lib_lock g_aaa_status         written by registration and by the thread that reads
+//   the event socket
 //
-// All of them may be read without a lock, as single words, with load() of transport/atomic_word.h.
+// All of them may be read without a lock, as single words, with load() of
+// transport/base/atomic_word.h.
 #pragma once
 
 #include <cstdint>
 
 #include "aaa_client.h"
+#include "session/state/locks.h"
 #include "transport/base/atomic_word.h"
 
 namespace aaa {
@@ -23,9 +25,10 @@ struct ModelName {
 };
 
 // Stores at most 63 characters of `name` and a NUL.
-void set_model_name(const char* name);
+void set_model_name(const char* name) REQUIRES(aaa_lib_lock);
 
-void set_reg_state(aaa_reg_state state);
+// The one setter of the registration state.
+void set_reg_state(aaa_reg_state state) REQUIRES(aaa_lib_lock);
 inline std::int32_t reg_state() {
   return load(g_aaa_client_cb.reg_state);
 }
@@ -36,13 +39,15 @@ inline bool is_deregistered() {
   return load(g_aaa_client_cb.aaa_id) == -1;
 }
 
+void set_aaa_id(std::int32_t id) REQUIRES(aaa_lib_lock);
+
 // Stores the sixteen callbacks of a registration record.
-void store_callbacks(const reg_info& info);
+void store_callbacks(const reg_info& info) REQUIRES(aaa_lib_lock);
 
 // Overwrites the ten status words.
 void store_status(const aaa_status& status);
 
 // Forgets all callbacks but those of LDAP searches, which outlive a registration.
-void clear_callbacks();
+void clear_callbacks() REQUIRES(aaa_lib_lock);
 
 }  // namespace aaa

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "session/state/locks.h"
 #include "transport/base/atomic_word.h"
 
 namespace aaa {
@@ -27,9 +28,8 @@ inline bool agent_mode_is_on() {
   return load(agent_registration) != 0;
 }
 
-// REQUIRES: aaa_lib_lock held.
-void begin_agent_registration();
-void end_agent_registration();
+void begin_agent_registration() REQUIRES(aaa_lib_lock);
+void end_agent_registration() REQUIRES(aaa_lib_lock);
 
 class LinkOwner {
  public:

@@ -8,41 +8,42 @@
 #include "transport/base/ungated_log.h"
 
 // Valid from load on: a client may use the two exported ones before it registers.
-pthread_mutex_t aaa_lib_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
-pthread_mutex_t aaa_lib_send_buf_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+aaa::Mutex aaa_lib_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+aaa::Mutex aaa_lib_send_buf_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 namespace aaa {
 
-pthread_mutex_t waiting_session_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
-pthread_mutex_t request_write_lock = PTHREAD_MUTEX_INITIALIZER;
-pthread_mutex_t event_write_lock = PTHREAD_MUTEX_INITIALIZER;
-pthread_mutex_t event_read_lock = PTHREAD_MUTEX_INITIALIZER;
-pthread_mutex_t link_number_lock = PTHREAD_MUTEX_INITIALIZER;
+Mutex waiting_session_lock = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+Mutex request_write_lock = PTHREAD_MUTEX_INITIALIZER;
+Mutex event_write_lock = PTHREAD_MUTEX_INITIALIZER;
+Mutex event_read_lock = PTHREAD_MUTEX_INITIALIZER;
+Mutex link_number_lock = PTHREAD_MUTEX_INITIALIZER;
 
 std::uint8_t g_mutex_init = 0;
 
 namespace {
 
-pthread_mutex_t init_lock = PTHREAD_MUTEX_INITIALIZER;
-pthread_mutex_t* const recursive_locks[] = {&aaa_lib_lock, &aaa_lib_send_buf_lock,
-                                            &waiting_session_lock};
+Mutex init_lock = PTHREAD_MUTEX_INITIALIZER;
+Mutex* const recursive_locks[] = {&aaa_lib_lock, &aaa_lib_send_buf_lock, &waiting_session_lock};
 
-const pthread_mutex_t as_at_load = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+const Mutex as_at_load = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
-// Whether a thread holds the mutex, the calling one included: no call of POSIX tells.
-bool is_held([[maybe_unused]] const pthread_mutex_t* mutex) {
+// The thread that holds the mutex, 0 when none does: no call of POSIX tells.
 #ifdef __GLIBC__
-  return __atomic_load_n(&mutex->__data.__owner, __ATOMIC_RELAXED) != 0;
-#else
-  return true;
-#endif
+std::int32_t owner_of(const Mutex& mutex) {
+  return __atomic_load_n(&mutex.__data.__owner, __ATOMIC_RELAXED);
 }
+#else
+std::int32_t owner_of(const Mutex&) {
+  return thread_id();
+}
+#endif
 
 // A lock that is held stays as it is, which is as good as new. One that cannot be made anew, and
 // those after it, are valid as from load on.
 std::int32_t make_locks() {
-  for (pthread_mutex_t* lock : recursive_locks) {
-    if (is_held(lock) || aaa_lib_recursive_mutex_init(lock) == 0) continue;
+  for (Mutex* lock : recursive_locks) {
+    if (owner_of(*lock) != 0 || aaa_lib_recursive_mutex_init(lock) == 0) continue;
     std::memcpy(lock, &as_at_load, sizeof as_at_load);
     return -1;
   }
@@ -53,18 +54,28 @@ bool locks_are_made() {
   return std::atomic_ref<std::uint8_t>(g_mutex_init).load(std::memory_order_acquire) != 0;
 }
 
-bool is_recursive(const pthread_mutex_t& mutex) {
-  for (const pthread_mutex_t* lock : recursive_locks)
+bool is_recursive(const Mutex& mutex) {
+  for (const Mutex* lock : recursive_locks)
     if (lock == &mutex) return true;
   return false;
 }
 
 }  // namespace
 
+bool is_held(const Mutex& mutex) {
+  return owner_of(mutex) == thread_id();
+}
+
+void lock(Mutex& mutex) NO_THREAD_SAFETY_ANALYSIS {
+  pthread_mutex_lock(&mutex);
+}
+void unlock(Mutex& mutex) NO_THREAD_SAFETY_ANALYSIS {
+  pthread_mutex_unlock(&mutex);
+}
+
 // Making the locks anew before the library takes one for the first time is what keeps a thread of
 // the library from holding one of them meanwhile.
-ScopedLock::ScopedLock(pthread_mutex_t& mutex)
-    : no_cancellation_(PTHREAD_CANCEL_DISABLE), mutex_(mutex) {
+ScopedLock::ScopedLock(Mutex& mutex) : no_cancellation_(PTHREAD_CANCEL_DISABLE), mutex_(mutex) {
   if (!locks_are_made() && is_recursive(mutex)) aaa_lib_mutex_init();
   pthread_mutex_lock(&mutex_);
 }

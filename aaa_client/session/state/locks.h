@@ -22,31 +22,50 @@
 #include <cstdint>
 
 #include "aaa_client.h"
+#include "session/state/thread_annotations.h"
 #include "transport/base/cancellation.h"
 
 namespace aaa {
 
-extern pthread_mutex_t waiting_session_lock;
-extern pthread_mutex_t request_write_lock;
-extern pthread_mutex_t event_write_lock;
-extern pthread_mutex_t event_read_lock;
-extern pthread_mutex_t link_number_lock;
+// A mutex that the analysis follows. Functions that say REQUIRES() are called with it held.
+typedef pthread_mutex_t CAPABILITY("mutex") Mutex;
+
+}  // namespace aaa
+
+// As in aaa_client.h.
+extern "C" aaa::Mutex aaa_lib_lock;
+extern "C" aaa::Mutex aaa_lib_send_buf_lock;
+
+namespace aaa {
+
+extern Mutex waiting_session_lock;
+extern Mutex request_write_lock;
+extern Mutex event_write_lock;
+extern Mutex event_read_lock;
+extern Mutex link_number_lock;
 
 // 1 once aaa_lib_mutex_init() has made the three recursive locks anew.
 extern std::uint8_t g_mutex_init;
 
+// Whether the calling thread holds a mutex, for assertions; true where that cannot be asked.
+bool is_held(const Mutex& mutex);
+
+// For code that may be cancelled while it holds a lock: its cleanup handler releases the lock.
+void lock(Mutex& mutex) ACQUIRE(mutex);
+void unlock(Mutex& mutex) RELEASE(mutex);
+
 // Holds one of the locks. The thread cannot be cancelled meanwhile, so that no lock is ever left
 // behind.
-class ScopedLock {
+class SCOPED_CAPABILITY ScopedLock {
  public:
-  explicit ScopedLock(pthread_mutex_t& mutex);
-  ~ScopedLock();
+  explicit ScopedLock(Mutex& mutex) ACQUIRE(mutex);
+  ~ScopedLock() RELEASE();
   ScopedLock(const ScopedLock&) = delete;
   ScopedLock& operator=(const ScopedLock&) = delete;
 
  private:
   CancellationScope no_cancellation_;
-  pthread_mutex_t& mutex_;
+  Mutex& mutex_;
 };
 
 }  // namespace aaa
