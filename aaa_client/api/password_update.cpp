@@ -4,7 +4,7 @@
 #include "aaa_client.h"
 #include "api/request_body.h"
 #include "api/send_path.h"
-#include "runtime/receive/password_update_handler.h"
+#include "runtime/receive/inbound.h"
 #include "transport/base/atomic_word.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"

@@ -12,8 +12,8 @@
 #include "session/state/locks.h"
 #include "transport/base/cancellation.h"
 #include "transport/base/clock.h"
+#include "transport/base/descriptors.h"
 #include "transport/base/memory.h"
-#include "transport/base/readiness.h"
 #include "transport/debug_log.h"
 #include "transport/message_endpoints.h"
 

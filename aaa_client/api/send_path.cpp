@@ -7,7 +7,7 @@
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
 #include "transport/debug_log.h"
-#include "transport/link_frames.h"
+#include "transport/link_sockets.h"
 #include "transport/message.h"
 
 namespace aaa {

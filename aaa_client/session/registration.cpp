@@ -12,7 +12,7 @@
 #include "session/link/connect.h"
 #include "session/registration.h"
 #include "session/state/client_state.h"
-#include "session/state/link_owner.h"
+#include "session/state/link.h"
 #include "session/state/locks.h"
 #include "transport/debug_log.h"
 

@@ -5,10 +5,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "session/state/link_number.h"
+#include "session/state/link.h"
 #include "transport/base/cancellation.h"
 #include "transport/base/clock.h"
-#include "transport/base/readiness.h"
+#include "transport/base/descriptors.h"
 #include "transport/debug_log.h"
 #include "transport/link_sockets.h"
 #include "transport/message.h"

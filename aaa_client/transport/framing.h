@@ -22,7 +22,7 @@ inline bool is_temporary(int error) {
   return error == EINTR || error == EAGAIN;
 }
 
-// The three read from a descriptor with the deadline and the results of aaa_msg_recv(). `received`
+// The two read from a descriptor with the deadline and the results of aaa_msg_recv(). `received`
 // is at any time how many bytes stand at `buffer`, also when the thread is cancelled inside.
 
 // Adds to the bytes that are there until they are at least `least`; takes up to `most` where more
@@ -35,5 +35,11 @@ using ReceiveExactly = std::int32_t (*)(std::int32_t fd, void* buffer, std::size
                                         std::size_t& received);
 std::int32_t receive_exactly(std::int32_t fd, void* buffer, std::size_t length,
                              std::size_t& received);
+
+// Each counts a failed socket call; all but the last note the socket and the error.
+void count_send_error(std::int32_t fd, int error);
+void count_send_again(std::int32_t fd, int error);
+void count_recv_failure(std::int32_t fd, int error);
+void count_send_discard();
 
 }  // namespace aaa

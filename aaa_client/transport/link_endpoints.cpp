@@ -9,7 +9,7 @@
 
 #include "aaa_client.h"
 #include "session/state/locks.h"
-#include "transport/base/local_socket.h"
+#include "transport/base/descriptors.h"
 #include "transport/base/paths.h"
 #include "transport/debug_log.h"
 #include "transport/link_sockets.h"

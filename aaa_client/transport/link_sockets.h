@@ -1,5 +1,7 @@
 // The link's two sockets as the connection record has them: putting one on record, what is known of
-// its number, and closing it.
+// its number, whole frames on it, closing it. A frame is written under the write lock of its
+// socket, so that frames of several threads never mix and none reaches a descriptor that was closed
+// meanwhile.
 #pragma once
 
 #include <pthread.h>
@@ -7,7 +9,8 @@
 #include <cerrno>
 #include <cstdint>
 
-#include "session/state/link_number.h"
+#include "aaa_client.h"
+#include "session/state/link.h"
 #include "session/state/locks.h"
 
 namespace aaa {
@@ -18,18 +21,11 @@ std::int32_t& field_of(LinkSocket socket);
 Mutex& write_lock_of(LinkSocket socket);
 
 // Puts a new connection's socket on record. On the request socket no other frame is written until
-// allow_frames() tells that the register request has been.
+// the register request has been.
 void record_socket(LinkSocket socket, std::int32_t fd) REQUIRES(aaa_lib_lock);
-void allow_frames(LinkSocket socket) REQUIRES(write_lock_of(socket));
 
 // Whether a request socket is on record that waits for its register request.
 bool waits_for_register_request();
-
-// Why a frame of the given link cannot be written on a socket: EBADF when that link has ended or
-// the library has closed the number on record, which counts as a failed send; EINVAL while a
-// register request must come first and the frame is none. 0 when it can.
-std::int32_t obstacle_to_frame(LinkSocket socket, LinkNumber link, bool is_register_request)
-    REQUIRES(write_lock_of(socket));
 
 // Whether the number on record is one that close_request_socket() has closed.
 bool request_number_is_closed();
@@ -55,5 +51,19 @@ int close_both_at_once() REQUIRES(aaa_lib_lock);
 // the field has held another value: nothing is written to it and it is not closed again. The link
 // goes on with its event socket.
 int close_request_socket() REQUIRES(aaa_lib_lock);
+
+// Writes a complete frame on the given link. Result as aaa_msg_send(); EBADF when that link has
+// ended or the library has closed the socket, EINVAL when there is none or a register request must
+// come first. REQUIRES: the frame holds its header.
+std::int32_t send_on_link(LinkSocket socket, LinkNumber link, const void* frame,
+                          std::uint32_t length);
+
+// The same with a descriptor: one of the link is written as above, any other one without a lock.
+std::int32_t send_on_descriptor(std::int32_t fd, const void* frame, std::uint32_t length);
+
+// Frames a body with id 0 and writes it on the given link, with a debug line first. ENOMEM, or as
+// above.
+std::int32_t send_message_on_link(LinkSocket socket, LinkNumber link, std::uint32_t type,
+                                  const void* body, std::uint32_t body_length);
 
 }  // namespace aaa

@@ -8,8 +8,7 @@
 #include <cstring>
 
 #include "session/state/locks.h"
-#include "transport/base/local_socket.h"
-#include "transport/base/number_mark.h"
+#include "transport/base/descriptors.h"
 #include "transport/base/paths.h"
 #include "transport/debug_log.h"
 #include "transport/message_endpoints.h"

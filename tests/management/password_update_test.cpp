@@ -1,7 +1,7 @@
 // Password updates: those that the client asks for, and the answers to those that aaad asks for.
 #include <iterator>
 
-#include "runtime/receive/password_update_handler.h"
+#include "runtime/receive/inbound.h"
 #include "session/state/client_state.h"
 #include "support/expected_line.h"
 #include "support/failing_block.h"

@@ -1,5 +1,5 @@
 // aaad asks for a password update: 128.
-#include "runtime/receive/password_update_handler.h"
+#include "runtime/receive/inbound.h"
 
 #include "dispatch_test.h"
 #include "support/scripted_calls.h"

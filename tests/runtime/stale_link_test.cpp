@@ -4,7 +4,7 @@
 #include "bytes.h"
 #include "runtime/receive/heartbeat.h"
 #include "runtime/receive/inbound.h"
-#include "session/state/link_number.h"
+#include "session/state/link.h"
 #include "support/registered_test.h"
 
 namespace test {

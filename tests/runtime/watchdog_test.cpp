@@ -6,7 +6,7 @@
 #include <cerrno>
 
 #include "aaa_client.h"
-#include "runtime/send/watchdog.h"
+#include "runtime/send/library_threads.h"
 #include "support/library_test.h"
 #include "support/moved_clock.h"
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-#include "session/state/link_number.h"
+#include "session/state/link.h"
 #include "support/lock_check.h"
 #include "transport/exchange.h"
 #include "transport/link_sockets.h"

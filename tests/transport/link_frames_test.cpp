@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "support/lock_check.h"
-#include "transport/link_frames.h"
+#include "transport/link_sockets.h"
 #include "transport/pair_test.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "aaa_client.h"
 #include "support/library_test.h"
 #include "transport/base/memory.h"
-#include "transport/message_counters.h"
+#include "transport/framing.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <fstream>
 
 #include "support/fresh_message_sockets.h"
-#include "transport/base/local_socket.h"
+#include "transport/base/descriptors.h"
 #include "transport/endpoint_test.h"
 
 namespace {

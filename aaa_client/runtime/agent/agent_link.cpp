@@ -7,7 +7,6 @@
 #include "runtime/receive/heartbeat.h"
 #include "runtime/receive/inbound.h"
 #include "runtime/receive/recovery.h"
-#include "runtime/send/client_events.h"
 #include "runtime/send/library_threads.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"

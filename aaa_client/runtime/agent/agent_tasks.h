@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "session/state/link_owner.h"
+#include "session/state/link.h"
 #include "zv_thread.h"
 
 namespace aaa {

@@ -152,3 +152,8 @@ void aaalib_ipc_msg_proc_notify_ldap_search_entry_result(const aaa_ipc_header* h
                                                          const void* body) {
   aaa::handle_notify_ldap_search_entry_result({header, body, aaa::link_number()});
 }
+
+std::int32_t aaa_lib_notify_aaa_event(std::uint32_t event) {
+  const aaa_event_fn callback = aaa::load(g_aaa_client_cb.aaa_event_cb);
+  return callback != nullptr ? callback(event) : static_cast<std::int32_t>(event);
+}

@@ -2,7 +2,7 @@
 
 #include "session/state/client_state.h"
 #include "transport/base/clock.h"
-#include "transport/link_frames.h"
+#include "transport/link_sockets.h"
 
 std::uint32_t aaalib_hbt_last_send = 0;
 std::uint32_t aaalib_hbt_last_recv = 0;

@@ -1,4 +1,4 @@
-// A message of the event socket on its way to its handler.
+// A message of the event socket on its way to its handler, and the events that are raised for it.
 #pragma once
 
 #include <cassert>
@@ -7,8 +7,9 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "session/state/link_number.h"
+#include "session/state/link.h"
 #include "session/state/locks.h"
+#include "transport/base/atomic_word.h"
 #include "transport/message.h"
 
 namespace aaa {
@@ -79,6 +80,7 @@ void handle_notify_ldap_search_entry_result(const Inbound& message);
 // Calls the handler of a message, unless its link has ended.
 void dispatch(const Inbound& message);
 
+// A body that begins with a group name: a length byte, the name, then an encoded record.
 struct GroupMessage {
   char group_name[AAA_GROUP_NAME_SIZE] = {};
   const void* record = nullptr;
@@ -96,5 +98,16 @@ struct GroupMessage {
     return true;
   }
 };
+
+// Raises an event of a registration that may end at any moment: `is_meant` is asked once the
+// callback has been read, which is then not a later registration's.
+template <class IsMeant>
+void raise_event(aaa_client_event event, IsMeant is_meant) {
+  const aaa_event_fn callback = acquire(g_aaa_client_cb.aaa_event_cb);
+  if (callback != nullptr && is_meant()) callback(static_cast<std::uint32_t>(event));
+}
+
+// The handler for password updates that aaad asks for; null while the client has set none.
+extern aaa_user_pwd_update_fn g_aaa_user_pwd_update_req_handle;
 
 }  // namespace aaa

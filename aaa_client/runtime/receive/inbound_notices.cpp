@@ -3,7 +3,6 @@
 
 #include "aaa_client.h"
 #include "runtime/receive/inbound.h"
-#include "runtime/send/client_events.h"
 #include "session/state/client_state.h"
 #include "transport/base/clock.h"
 #include "transport/debug_log.h"

@@ -4,7 +4,6 @@
 #include "aaa_client.h"
 #include "codec/item_reader.h"
 #include "runtime/receive/inbound.h"
-#include "runtime/receive/password_update_handler.h"
 #include "transport/base/atomic_word.h"
 #include "transport/base/memory.h"
 #include "transport/debug_log.h"

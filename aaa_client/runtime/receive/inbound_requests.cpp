@@ -6,7 +6,7 @@
 #include "runtime/receive/inbound.h"
 #include "session/state/locks.h"
 #include "transport/debug_log.h"
-#include "transport/link_frames.h"
+#include "transport/link_sockets.h"
 
 namespace aaa {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "aaa_client.h"
-#include "session/state/link_owner.h"
+#include "session/state/link.h"
 #include "session/state/locks.h"
 
 namespace aaa {

@@ -5,8 +5,7 @@
 #include <cstdint>
 
 #include "aaa_client.h"
-#include "session/state/link_number.h"
-#include "session/state/link_owner.h"
+#include "session/state/link.h"
 #include "transport/message.h"
 
 namespace aaa {

@@ -1,4 +1,5 @@
-// The library's threads: starting them, what they leave behind, and waiting for their end.
+// The library's threads: starting them, naming and watching them, what they leave behind, and
+// waiting for their end.
 #pragma once
 
 #include <pthread.h>
@@ -72,5 +73,8 @@ class TaskTurn {
  private:
   bool taken_ = false;
 };
+
+// The system's uptime in seconds.
+std::uint32_t uptime_seconds();
 
 }  // namespace aaa

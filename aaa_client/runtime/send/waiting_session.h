@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "session/state/link_number.h"
+#include "session/state/link.h"
 #include "session/state/locks.h"
 
 namespace aaa {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "aaa_client.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
 #include "transport/base/memory.h"
@@ -132,3 +133,9 @@ std::int32_t aaalib_connect_and_register_to_aaad() {
 }
 
 }  // namespace aaa
+
+std::int32_t aaa_is_alive() {
+  if (aaa::reg_state() == AAA_REG_REGISTERED) return 1;
+  AAA_DEBUG_LOG("already unregistered or not registered or is connecting!\r\n");
+  return 0;
+}

@@ -1,5 +1,7 @@
-// Who serves the link, reads its messages and recovers it when it is lost: the receive thread, or
-// in agent mode the tasks of the client's event loop.
+// The link: its number, its loss, and who serves it. A link is what the client and aaad have from
+// one connection to its end; its number tells what belongs to it from what an earlier one has left:
+// messages that a thread had read, answers that a callback gives late. The receive thread serves
+// it, or in agent mode the tasks of the client's event loop.
 #pragma once
 
 #include <pthread.h>
@@ -10,6 +12,30 @@
 #include "transport/base/atomic_word.h"
 
 namespace aaa {
+
+using LinkNumber = std::uint32_t;
+
+// The number of the present link, or of the next one while there is none.
+LinkNumber link_number();
+inline bool link_lasts(LinkNumber link) {
+  return link == link_number();
+}
+
+// Called by whoever closes one of the link's sockets, under the locks of that socket.
+void end_link();
+
+// Makes a change that only the given link's messages may make, unless that link has ended. Its end
+// waits for the change.
+template <class Change>
+void while_link_lasts(LinkNumber link, Change change) {
+  const ScopedLock lock(link_number_lock);
+  if (link_lasts(link)) change();
+}
+
+// Whoever owns the event socket announces a loss before it waits for aaa_lib_lock, so that an
+// exchange that holds the lock and drains a dead socket ends.
+void announce_link_loss(LinkNumber link);
+bool link_is_lost();
 
 // Written under aaa_lib_lock.
 extern pthread_t g_receive_msg_tid;       // 0 while there is none

@@ -1,12 +1,18 @@
-#include "session/state/link_number.h"
+#include "session/state/link.h"
 
 #include <atomic>
+#include <cassert>
 
 namespace aaa {
+
+pthread_t g_receive_msg_tid = 0;
+std::uint32_t agent_registration = 0;
+
 namespace {
 
 LinkNumber number = 1;
 LinkNumber lost = 0;
+std::uint32_t latest_registration GUARDED_BY(aaa_lib_lock) = 0;
 
 }  // namespace
 
@@ -24,6 +30,15 @@ void announce_link_loss(LinkNumber link) {
 }
 bool link_is_lost() {
   return load(lost) == link_number();
+}
+
+void begin_agent_registration() {
+  assert(is_held(aaa_lib_lock));
+  store(agent_registration, ++latest_registration);
+}
+void end_agent_registration() {
+  assert(is_held(aaa_lib_lock));
+  store(agent_registration, 0U);
 }
 
 }  // namespace aaa

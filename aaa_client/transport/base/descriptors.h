@@ -1,4 +1,5 @@
-// Local sockets: opening one, and addresses.
+// Descriptors: opening a local socket and its address, waiting until one can be read, and marks on
+// the numbers that a field holds.
 #pragma once
 
 #include <sys/socket.h>
@@ -7,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#include "transport/base/atomic_word.h"
 
 namespace aaa {
 
@@ -34,6 +37,32 @@ class UnixAddress {
  private:
   sockaddr_un address_ = {};
   std::size_t length_ = 0;
+};
+
+// As select() for reading on one descriptor, for descriptors of any size: 1 when it is readable
+// (data, end of stream or an error to fetch), 0 after `timeout_ms`, -1 with errno set otherwise
+// (EINTR, EBADF for a descriptor that is not open). A cancellation point.
+int wait_readable(int fd, int timeout_ms);
+
+// A mark on the number of a descriptor that a field holds. It counts for that field until the field
+// has been seen with another value.
+class NumberMark {
+ public:
+  // Marks the number that `field` holds.
+  void set(const std::int32_t& field) { store(number_, load(field)); }
+  void clear() { store(number_, none); }
+
+  bool is_on(const std::int32_t& field) {
+    const std::int32_t number = load(number_);
+    if (number == none) return false;
+    if (number == load(field)) return true;
+    clear();
+    return false;
+  }
+
+ private:
+  static constexpr std::int32_t none = -1;
+  std::int32_t number_ = none;
 };
 
 }  // namespace aaa
