@@ -33,7 +33,7 @@ bool send_deregister_request(std::int32_t fd) {
   return false;
 }
 
-// Tells aaad that the client leaves. A silent aaad does not keep it registered.
+// Sends the deregister request. No response from aaad counts as success.
 std::int32_t aaa_client_dereg(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   if (!send_deregister_request(fd)) return report_error();
   aaa_ipc_header response;
@@ -65,7 +65,7 @@ std::int32_t tear_down() REQUIRES(aaa_lib_lock) {
   set_reg_state(AAA_REG_NOT_REGISTERED);
   end_agent_registration();
   aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
-  // The client may have registered anew in its callback.
+  // The client may have registered again in its callback.
   if (!is_registered_or_trying()) {
     set_aaa_id(-1);
     clear_callbacks();
@@ -74,8 +74,8 @@ std::int32_t tear_down() REQUIRES(aaa_lib_lock) {
   return 0;
 }
 
-// While aaad is away there is no connection to close. The receive thread finds the id gone before
-// its next attempt, and ends; so do tasks of the client's event loop.
+// While aaad is away there is no connection to close. Before its next attempt the receive thread
+// sees that the id is gone and ends; so do the tasks of agent mode.
 void stop_trying() REQUIRES(aaa_lib_lock) {
   if (receive_thread_exists() || agent_mode_is_on()) {
     set_aaa_id(-1);
@@ -97,7 +97,7 @@ std::int32_t deregister() {
   return tear_down();
 }
 
-// Those of a registration that goes on, or that the client has made in its callback.
+// Of a registration that continues, or that the client has made in its callback.
 unsigned threads_of_registration() {
   if (is_deregistered()) return 0;
   return (receive_thread_exists() ? 1U : 0U) + (send_buffer_is_used() ? 1U : 0U);

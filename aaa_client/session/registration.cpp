@@ -31,7 +31,7 @@ bool is_registered_or_trying() {
 
 namespace {
 
-// What the limit is depends on the longest of the socket names that are built.
+// The limit follows from the longest socket name.
 void log_directory(const char* log_name) {
   const char* const directory = std::getenv("TMPDIR");
   if (directory == nullptr) {
@@ -72,10 +72,10 @@ void undo_registration() {
 namespace {
 
 constexpr char log_name[] = "aaa_svr_reg";
-// After the start of the threads, and before the client is told of it.
+// Between the start of the threads and event 1.
 constexpr useconds_t start_pause_us = 100000;
 
-// An aaad that cannot be reached is no failure: the receive thread goes on trying.
+// An unreachable aaad is no failure: the receive thread keeps trying.
 void connect_first_time() REQUIRES(aaa_lib_lock) {
   set_aaa_id(0);
   if (aaalib_connect_and_register_to_aaad() == 0) return;
@@ -100,7 +100,7 @@ bool start_threads(const reg_info& info) REQUIRES(aaa_lib_lock) {
 
 enum class Outcome { registered, already_registered, failed };
 
-// A thread that has yet to notice that its client had left.
+// A receive thread that has not yet noticed that the client deregistered.
 void dismiss_leaving_thread() REQUIRES(aaa_lib_lock) {
   if (is_deregistered() && reg_state() == AAA_REG_NOT_REGISTERED) aaalib_cancel_receive_thread();
 }

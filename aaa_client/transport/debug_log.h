@@ -19,8 +19,8 @@ inline bool debug_log_is_open() {
 
 }  // namespace aaa
 
-// A debug line. `message` is a literal with its own line end; nothing is evaluated while the gate
-// is closed.
+// A debug line. `message` is a literal with its own line end; no argument is evaluated while the
+// gate is closed.
 #define AAA_DEBUG_LOG_AS(function_name, message, ...)                                       \
   do {                                                                                      \
     if (::aaa::debug_log_is_open()) {                                                       \

@@ -17,9 +17,9 @@
 namespace aaa {
 namespace {
 
-// Throws away what an earlier exchange left unread. Returns 0 when nothing is left; EPIPE when the
-// peer or the socket has gone, or the loss of the link is announced and no byte comes; ETIMEDOUT at
-// the deadline.
+// Discards unread bytes of an earlier exchange. Returns 0 when nothing is left; EPIPE when the peer
+// or the socket is gone, or when no byte arrives and the link is known to be lost; ETIMEDOUT at the
+// deadline.
 std::int32_t drain(std::int32_t fd, int& cleared) REQUIRES(aaa_lib_lock) {
   if (request_number_is_closed()) return EPIPE;
   const std::uint32_t start = monotonic_seconds();
@@ -47,7 +47,7 @@ std::int32_t aaalib_socket_buf_clear(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   return error;
 }
 
-// A drain that was cut leaves what belongs to another question: nothing is sent, nothing is read.
+// After an incomplete drain the next bytes belong to another request: nothing is sent or read.
 aaa_ipc_header* drain_send_receive(std::uint32_t type, const void* body, std::uint32_t length) {
   const ScopedLock lock(aaa_lib_lock);
   const std::int32_t fd = load(g_aaa_client_cb.sync_fd);

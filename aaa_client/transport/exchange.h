@@ -8,7 +8,7 @@
 
 namespace aaa {
 
-// A reply that releases itself. The thread cannot be cancelled while it has one.
+// Owns a reply. The thread cannot be cancelled while one exists.
 class Reply {
  public:
   explicit Reply(aaa_ipc_header* message) : message_(message) {}
@@ -21,7 +21,7 @@ class Reply {
   std::uint32_t length() const { return message_->length; }
   const void* body() const { return message_ + 1; }
 
-  // The n-th word and the first byte of the body; what the body is too short for reads as zero.
+  // The n-th word and the first byte of the body; missing bytes read as zero.
   std::uint32_t word(std::uint32_t n) const;
   std::uint8_t first_byte() const;
 

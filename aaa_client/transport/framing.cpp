@@ -25,7 +25,7 @@ void keep_last_error(std::int32_t fd, int error) {
 constexpr int max_send_tries = 49;
 constexpr useconds_t send_pause_us = 100000;
 
-// At the deadline a loop reports why the last attempt did not finish; never success.
+// At the deadline a loop returns the error of its last attempt, never 0.
 std::int32_t error_at_deadline() {
   return errno != 0 ? errno : EAGAIN;
 }

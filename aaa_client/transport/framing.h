@@ -1,5 +1,5 @@
-// The bytes of messages on any descriptor: what frames them, and the loops that receive them with a
-// deadline. Sending them is declared in aaa_client.h.
+// Message headers, and the loops that receive bytes with a deadline. The sending loop is
+// aaa_msg_send() in aaa_client.h.
 #pragma once
 
 #include <cerrno>
@@ -14,19 +14,19 @@ inline constexpr std::uint32_t header_marker = 0x01010101;
 inline constexpr std::uint32_t header_size = sizeof(aaa_ipc_header);
 static_assert(header_size == 16);
 
-// No message is longer: the socket loops count in signed 32-bit lengths.
+// The socket loops count in signed 32-bit lengths.
 inline constexpr std::uint32_t max_body_length = INT32_MAX - header_size;
 
-// Errors of a socket call after which it is tried again.
+// Errors after which a socket call is repeated.
 inline bool is_temporary(int error) {
   return error == EINTR || error == EAGAIN;
 }
 
-// The two read from a descriptor with the deadline and the results of aaa_msg_recv(). `received`
-// is at any time how many bytes stand at `buffer`, also when the thread is cancelled inside.
+// The two receive with the deadline and results of aaa_msg_recv(). `received` is at any time the
+// number of bytes at `buffer`, also when the thread is cancelled inside.
 
-// Adds to the bytes that are there until they are at least `least`; takes up to `most` where more
-// have come. REQUIRES: received < least <= most.
+// Receives until there are at least `least` bytes, and up to `most` when more have arrived.
+// REQUIRES: received < least <= most.
 std::int32_t receive_between(std::int32_t fd, void* buffer, std::size_t least, std::size_t most,
                              std::size_t& received);
 

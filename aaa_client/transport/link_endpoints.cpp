@@ -35,7 +35,7 @@ bool bind_to(std::int32_t fd, const char* path) {
 
 bool connect_to(std::int32_t fd, const char* path) {
   const UnixAddress address(path);
-  // An aaad that is stopped with a full queue of connections must not block its clients for ever.
+  // Or connect() would block for ever on an aaad that is stopped and whose backlog is full.
   set_timeout(fd, SO_SNDTIMEO);
   if (connect(fd, address.get(), address.length_of_path()) == 0) return true;
   AAA_DEBUG_LOG_AS("aaa_lib_client_connect", "connect to (%s) failed, %s\r\n", path,
@@ -70,7 +70,7 @@ std::int32_t close_once(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   return is_gone(close_both_at_once()) ? 0 : -1;
 }
 
-// Both are shut down first: the close of one waits for whoever reads from the other.
+// Shuts down both first: closing one may wait for a thread that reads from the other.
 std::int32_t close_each() REQUIRES(aaa_lib_lock) {
   shut_down(LinkSocket::request);
   shut_down(LinkSocket::event);

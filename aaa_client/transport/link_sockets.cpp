@@ -17,7 +17,7 @@
 namespace aaa {
 namespace {
 
-// Of the number in sync_fd. Changed under request_write_lock.
+// Marks on the number in sync_fd, changed under request_write_lock.
 constinit NumberMark unregistered;
 constinit NumberMark closed;
 
@@ -25,7 +25,7 @@ int close_descriptor(std::int32_t fd) {
   return close(fd) == 0 ? 0 : errno;
 }
 
-// The number on record may have been closed already.
+// The number may have been closed already.
 int close_request_descriptor() REQUIRES(request_write_lock) {
   const std::int32_t fd = load(g_aaa_client_cb.sync_fd);
   return closed.is_on(g_aaa_client_cb.sync_fd) ? EBADF : close_descriptor(fd);
@@ -61,15 +61,15 @@ int close_event() REQUIRES(aaa_lib_lock) {
   return error;
 }
 
-// After the register request.
+// Called when the register request has been written.
 void allow_frames(LinkSocket socket) REQUIRES(write_lock_of(socket)) {
   assert(is_held(write_lock_of(socket)));
   if (socket == LinkSocket::request) unregistered.clear();
 }
 
-// Why a frame of the given link cannot be written on a socket: EBADF when that link has ended or
-// the library has closed the number on record, which counts as a failed send; EINVAL while a
-// register request must come first and the frame is none. 0 when it can.
+// Why a frame of the given link cannot be written: EBADF when that link has ended or the library
+// has closed the number in the field, which counts as a failed send; EINVAL for another frame than
+// the register request while that must come first. 0 when it can.
 std::int32_t obstacle_to_frame(LinkSocket socket, LinkNumber link, bool is_register_request)
     REQUIRES(write_lock_of(socket)) {
   assert(is_held(write_lock_of(socket)));

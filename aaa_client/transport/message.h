@@ -1,5 +1,5 @@
-// A message in memory, and the one reader of messages: of exchanges, of the registration, of the
-// receive thread and of the client's event loop.
+// A message in memory, and the reader of messages for exchanges, registration, the receive thread
+// and agent mode.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace aaa {
 
-// A message as one block: the header, then header->length bytes of body. Whoever gets one owns it
-// and releases it with free_message().
+// A message as one block: the header, then header->length bytes of body. The caller owns it and
+// releases it with free_message().
 inline void* message_body(aaa_ipc_header* message) {
   return message + 1;
 }
@@ -31,14 +31,14 @@ struct Message {
   void* body = nullptr;    // in the block; null when it has none
   std::size_t filled = 0;  // bytes of the body that have been read, and that are wiped
 
-  // Wipes what was written and frees the block. The rest of the block was never touched: wiping it
-  // would make memory of any claimed size resident.
+  // Wipes the bytes that were received and frees the block. The rest was never written; wiping it
+  // would make a block of any claimed size resident.
   void release();
 };
 
 enum class ReadStep { done, header, marker, memory, body };
 
-// Where the reading ended, and the errno value with which it failed there.
+// The step at which reading ended, and its error.
 struct ReadOutcome {
   ReadStep step;
   std::int32_t error;
@@ -50,12 +50,12 @@ struct MessageReader {
   ReceiveExactly receive;
 };
 
-// Reads one message; on failure it holds no block. A cancellation point where the thread allows
-// cancellation: the caller then sees to it that `message` is released.
+// Reads one message; on failure it owns no block. A cancellation point if the thread has enabled
+// cancellation: the caller's cleanup handler then releases the message.
 ReadOutcome read_message(std::int32_t fd, const MessageReader& reader, Message& message);
 
-// One message as one block. Null, and a debug line, when it could not be read whole or no memory
-// was left.
+// Reads one message as one block. Null, after a debug line, when it could not be read completely or
+// there was no memory.
 aaa_ipc_header* aaalib_recv_ipc_msg_from_sd(std::int32_t fd,
                                             ReceiveExactly receive = receive_exactly);
 

@@ -1,4 +1,3 @@
-// The pair of datagram sockets inside the process.
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -24,7 +23,7 @@ namespace {
 
 constexpr char log_name[] = "aaa_lib_msg_socket_init";
 
-// Of the number in lib_msg_client_fd.
+// A mark on the number in lib_msg_client_fd.
 constinit NumberMark closed_client;
 
 struct Names {
@@ -83,7 +82,7 @@ bool make_server(const Names& names) {
   return false;
 }
 
-// The number stays where a client may look for it.
+// The field keeps its number, which a client may read.
 void close_client() {
   close(lib_msg_client_fd);
   closed_client.set(lib_msg_client_fd);
@@ -103,7 +102,7 @@ bool make_client(const Names& names) {
   return made;
 }
 
-// The server socket that a call left open because no path could be built; -1 when there is none.
+// The server socket of a call that failed because no path could be built; -1 when there is none.
 std::int32_t left_open GUARDED_BY(aaa_lib_lock) = -1;
 
 void close_left_open() REQUIRES(aaa_lib_lock) {

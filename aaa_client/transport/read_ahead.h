@@ -1,5 +1,5 @@
-// Bytes of the event socket that were received before the message that they belong to was asked
-// for: one system call then takes many messages. They belong to the connection and end with it.
+// Bytes read from the event socket beyond the current message, so that one system call receives
+// many messages. They belong to the connection and are dropped with it.
 #pragma once
 
 #include <cstddef>
@@ -12,20 +12,20 @@ namespace aaa {
 
 class ReadAhead {
  public:
-  // Takes exactly `length` bytes, and from the socket as many more as it has. Result as
-  // aaa_msg_recv(); a failed call loses the bytes that it took. `received` is at any time how many
-  // bytes have been written at `to`. A cancellation point.
+  // Delivers exactly `length` bytes and reads ahead what the socket has. Result as aaa_msg_recv();
+  // a failed call loses the bytes it consumed. `received` is at any time the number of bytes
+  // written at `to`. A cancellation point.
   std::int32_t receive(std::int32_t fd, void* to, std::size_t length, std::size_t& received)
       REQUIRES(event_read_lock);
 
-  // The same, but takes no more from the socket than it was asked for.
+  // The same without reading ahead.
   std::int32_t receive_no_further(std::int32_t fd, void* to, std::size_t length,
                                   std::size_t& received) REQUIRES(event_read_lock);
 
-  // Whether something is left to take. Without a lock, and then only a hint.
+  // Whether bytes are left. Needs no lock; without one it is only a hint.
   bool holds_bytes() const { return load(held_) != 0; }
 
-  // Forgets and wipes everything: the connection has ended.
+  // Drops and wipes everything: the connection has ended.
   void clear() REQUIRES(event_read_lock);
 
  private:
@@ -39,8 +39,8 @@ class ReadAhead {
   std::uint32_t held_;  // written under event_read_lock
 };
 
-// Of the event socket, as the receive thread reads it. The client's event loop, which is told when
-// the socket is readable, reads message by message instead.
+// Of the event socket, for the receive thread. The client's event loop polls the socket, so agent
+// mode reads message by message.
 extern ReadAhead event_read_ahead;
 
 }  // namespace aaa

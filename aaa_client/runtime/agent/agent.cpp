@@ -1,4 +1,4 @@
-// Agent mode: registering on the client's own event loop, and the end of it.
+// Agent mode: registering and deregistering on the client's own event loop.
 #include "aaa_client.h"
 #include "runtime/agent/agent_tasks.h"
 #include "runtime/receive/heartbeat.h"
@@ -33,7 +33,7 @@ bool arguments_are_valid(const reg_info* info, zv_thread_master* master) {
   return true;
 }
 
-// The mode of what exists already stays as it is.
+// Unlike thread mode, changes no mode of existing directories.
 std::int32_t make_directory() {
   char path[256];
   return aaa_make_path(path, work_dir_suffix, sizeof path) == 0 ? -1 : aaa_make_dir(path);
@@ -47,7 +47,7 @@ void begin_registration() REQUIRES(aaa_lib_lock) {
 
 enum class Preparation { done, already_registered, already_trying, failed };
 
-// A second call that finds no connection takes the steps anew.
+// A second call before the first connection repeats the steps.
 Preparation prepare(const reg_info& info, zv_thread_master* master) {
   const ScopedLock lock(aaa_lib_lock);
   set_model_name(info.model_name);
@@ -68,7 +68,7 @@ Preparation prepare(const reg_info& info, zv_thread_master* master) {
   return Preparation::done;
 }
 
-// Ends what a deregistration has left because aaad answered it wrongly or could not be told.
+// Ends a registration that survived aaa_svr_dereg(): wrong answer, or no request could be sent.
 bool end_registration() {
   const ScopedLock lock(aaa_lib_lock);
   if (!agent_mode_is_on()) return false;

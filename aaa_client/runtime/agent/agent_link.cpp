@@ -40,8 +40,8 @@ void start_reconnecting(const LinkOwner& owner, const char* log_name) {
   if (becomes_unregistered(owner)) schedule(owner, agent_reconnect);
 }
 
-// Gives up what the error has broken. An error that is not the connection's leaves the socket
-// unwatched until the heartbeat fails.
+// After an error that is not the connection's, the socket stays unwatched until the heartbeat
+// fails.
 void recover(const LinkOwner& owner, const Watched& watched, std::int32_t error,
              const char* log_name) {
   if (give_up_lost_link(owner, watched, error) != Damage::link_lost) return;
@@ -49,13 +49,13 @@ void recover(const LinkOwner& owner, const Watched& watched, std::int32_t error,
   start_reconnecting(owner, log_name);
 }
 
-// A callback of an earlier registration still runs on another thread: the task is scheduled again.
+// A callback of an earlier registration is still running on another thread.
 int come_back(const LinkOwner& owner, AgentEvent event) {
   schedule(owner, event);
   return 0;
 }
 
-// Reads a message while nobody can close the socket. Returns false when somebody already has.
+// Reads a message with the socket protected from being closed. False when it was closed before.
 bool read_exclusively(const Watched& watched, LinkMessage& message, ReadOutcome& outcome) {
   const ScopedLock no_close(event_read_lock);
   if (!link_lasts(watched.link)) return false;

@@ -32,7 +32,7 @@ void cancel(zv_thread*& handle) {
   handle = nullptr;
 }
 
-// A task that is scheduled twice would have one handle too few to be cancelled.
+// A task must not be scheduled twice: it has one handle to cancel it by.
 bool keep(zv_thread*& handle, zv_thread* task) {
   if (task == nullptr) return false;
   cancel(handle);
@@ -117,7 +117,7 @@ namespace {
 
 constexpr unsigned refused_pause_seconds = 2;
 
-// Without a socket there is nothing to watch: the client has closed it or has deregistered.
+// Without a socket there is nothing to read: the client has closed it or has deregistered.
 bool is_wanted(const LinkOwner& owner, AgentEvent event) {
   return owner.goes_on() && (event != agent_read || load(g_aaa_client_cb.async_fd) >= 0);
 }

@@ -1,5 +1,4 @@
-// The tasks of agent mode on the client's event loop: their handles, the registration that each
-// belongs to, and how each is scheduled.
+// The tasks of agent mode on the client's event loop: their handles, and how they are scheduled.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +15,8 @@ enum AgentEvent : std::int32_t {
   agent_heartbeat = 3
 };
 
-// Set when the task is scheduled, cleared by the task when it runs, cancelled and cleared on
-// shutdown. Touched on the loop's thread, or while the loop does not run.
+// Set when a task is scheduled, cleared when it runs or is cancelled. Used on the loop's thread, or
+// while the loop does not run.
 extern zv_thread_master* g_agent_master;
 extern zv_thread* g_agent_connect_ev;
 extern zv_thread* g_agent_reconnect_tmr;
@@ -25,7 +24,7 @@ extern zv_thread* g_agent_read_ev;
 extern zv_thread* g_agent_hbt_tmr;
 extern zv_thread* g_agent_spare_ev;
 
-// The tasks themselves, in runtime/agent_link.cpp. The loop ignores what they return.
+// The tasks themselves, in runtime/agent/agent_link.cpp. The loop ignores what they return.
 int aaa_lib_agent_connect(zv_thread* task);
 int aaa_lib_agent_reconnect(zv_thread* task);
 int aaa_lib_agent_read(zv_thread* task);
@@ -37,8 +36,8 @@ bool event_library_is_present();
 // Cancels whatever is scheduled.
 void cancel_tasks();
 
-// Schedules a task, every 2 seconds until the event library accepts it or there is nothing to
-// schedule it for any more.
+// Schedules a task, retrying every 2 seconds until the event library accepts it or the task is no
+// longer wanted.
 void schedule(const LinkOwner& owner, AgentEvent event, void* argument = nullptr);
 
 }  // namespace aaa

@@ -1,4 +1,4 @@
-// Every message that aaad sends on the event socket, and who handles it.
+// The messages that aaad sends on the event socket, and their handlers.
 #include "runtime/receive/inbound.h"
 #include "transport/debug_log.h"
 
@@ -34,7 +34,7 @@ constexpr Route routes[] = {
     {AAA_MSG_NOTIFY_LDAP_SEARCH_RESULT, handle_notify_ldap_search_entry_result},
 };
 
-// The same by message type; null where nobody handles the type.
+// Indexed by message type; null for types without a handler.
 struct RouteTable {
   static constexpr std::size_t size = AAA_MSG_NOTIFY_LDAP_SEARCH_RESULT + 1;
   Handler handlers[size] = {};
@@ -70,7 +70,7 @@ void dispatch(const Inbound& message) {
 
 }  // namespace aaa
 
-// What a client passes to the functions below belongs to the link of that moment.
+// A message that a client passes in belongs to the link of that moment.
 
 void aaa_lib_async_msg_proc(const aaa_ipc_header* header, const void* body) {
   aaa::dispatch({header, body, aaa::link_number()});

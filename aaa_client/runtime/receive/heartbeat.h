@@ -7,7 +7,7 @@
 
 namespace aaa {
 
-// Heartbeats are kept only with an id in the range that aaad watches.
+// Heartbeats are exchanged only with an id in the range that aaad monitors.
 bool heartbeat_is_kept();
 
 // Whether aaad has been silent for more than 180 seconds, whether the last heartbeat was sent more
@@ -15,10 +15,10 @@ bool heartbeat_is_kept();
 bool aaad_is_silent(std::uint32_t now);
 bool heartbeat_is_due(std::uint32_t now);
 
-// Starts the silence anew from now, with no heartbeat sent yet.
+// Restarts the silence limit from now, with no heartbeat sent yet.
 void rearm_heartbeat();
 
-// Sends a heartbeat on the given link and notes `now`; whether it could be written does not matter.
+// Sends a heartbeat on the given link and notes `now`. A failed write is ignored.
 void send_heartbeat(LinkNumber link, std::uint32_t now);
 
 }  // namespace aaa

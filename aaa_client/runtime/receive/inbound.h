@@ -19,19 +19,18 @@ struct Inbound {
   const void* body;  // null when it has none
   LinkNumber link;   // the link that it was read on
 
-  // Whether the body is there and at least so long.
+  // Whether there is a body of at least `length` bytes.
   bool reaches(std::uint32_t length) const { return body != nullptr && header->length >= length; }
 
-  // The body's 32-bit word at a byte offset, which need not be aligned. REQUIRES: it reaches so
-  // far.
+  // The 32-bit word at a byte offset, which need not be aligned. REQUIRES: reaches(offset + 4).
   std::uint32_t word_at(std::size_t offset) const {
     std::uint32_t word = 0;
     std::memcpy(&word, static_cast<const char*>(body) + offset, sizeof word);
     return word;
   }
 
-  // The callback in a slot of the connection record. Null also when the link has ended meanwhile:
-  // asked after the slot was read, that keeps the message from a later registration's callback.
+  // The callback in a slot of the connection record; null also when the link has ended. The link is
+  // checked after the slot is read, so this is never the callback of a later registration.
   template <class Callback>
   Callback callback(const Callback& slot) const {
     const Callback found = acquire(slot);
@@ -56,7 +55,7 @@ class LinkMessage {
   LinkNumber link_ = 0;
 };
 
-// The handlers by message type; runtime/receive/dispatch.cpp says which is whose.
+// The handlers; runtime/receive/dispatch.cpp maps message types to them.
 void handle_aaa_info_notify(const Inbound& message);
 void handle_notify_result(const Inbound& message);
 void handle_notify_del_msg(const Inbound& message);
@@ -99,12 +98,12 @@ struct GroupMessage {
   }
 };
 
-// Raises an event of a registration that may end at any moment: `is_meant` is asked once the
-// callback has been read, which is then not a later registration's.
-template <class IsMeant>
-void raise_event(aaa_client_event event, IsMeant is_meant) {
+// Raises an event on behalf of a registration that may end at any time. `is_current` is called
+// after the callback is read, so this is never the callback of a later registration.
+template <class IsCurrent>
+void raise_event(aaa_client_event event, IsCurrent is_current) {
   const aaa_event_fn callback = acquire(g_aaa_client_cb.aaa_event_cb);
-  if (callback != nullptr && is_meant()) callback(static_cast<std::uint32_t>(event));
+  if (callback != nullptr && is_current()) callback(static_cast<std::uint32_t>(event));
 }
 
 // The handler for password updates that aaad asks for; null while the client has set none.

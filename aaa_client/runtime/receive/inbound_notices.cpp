@@ -1,4 +1,4 @@
-// What aaad tells: its settings, the debug switch, method lists, the heartbeat, notices of users.
+// Notices from aaad: its settings, the debug switch, method lists, the heartbeat, users.
 #include <cstring>
 
 #include "aaa_client.h"
@@ -18,7 +18,7 @@ void tell(const Inbound& message, aaa_client_event event) {
   raise_event(event, [&] { return link_lasts(message.link); });
 }
 
-// A status word whose change the client is told of.
+// A status word whose change raises an event.
 class Watched {
  public:
   Watched(std::uint32_t aaa_status::*word, aaa_client_event event)

@@ -16,14 +16,13 @@ namespace {
 
 constexpr std::int64_t first_string_offset = 8;
 
-// A string of the body, copied and terminated. No longer than what is there, whatever its length
-// field says.
+// A string of the body, copied and terminated; never longer than the bytes that are there.
 struct Text {
   char* text = nullptr;
   std::uint32_t length = 0;
 
-  // Copies the string whose length field is at *offset, and moves on to what follows it. Returns
-  // false when there is no memory.
+  // Copies the string whose length field is at *offset and advances *offset past it. Returns false
+  // when there is no memory.
   bool copy(const Body& body, std::int64_t* offset) {
     std::uint32_t claimed = 0;
     body.copy(&claimed, body.at(*offset), sizeof claimed);

@@ -1,5 +1,5 @@
-// What aaad asks of its client: server groups, the two questions that are answered in any case,
-// authentication work.
+// Requests from aaad to its client: server groups, the two questions that are always answered,
+// authentication.
 #include <cstdint>
 
 #include "aaa_client.h"
@@ -47,7 +47,7 @@ namespace {
 constexpr std::uint32_t min_gs_question = 396;
 constexpr std::size_t gs_word_offset = 392;
 
-// A callback may come back after its link has ended: aaad then no longer waits for the answer.
+// A callback may return after its link has ended; aaad no longer waits for that answer.
 void answer(const Inbound& message, aaa_msg_type type, const void* body, std::uint32_t length) {
   const ScopedLock lock(aaa_lib_lock);
   if (!link_lasts(message.link)) return;

@@ -29,8 +29,8 @@ namespace {
 constexpr char log_name[] = "aaa_lib_thread";
 constexpr int wait_ms = 5000;
 
-// What a pass of the main loop came to: the next one follows, or something failed with an errno
-// value, which is 0 when the connection is not to blame.
+// The result of an iteration of the main loop: continue, or an error to recover from, which is 0
+// for one that is not the connection's.
 struct PassResult {
   bool failed;
   std::int32_t error;
@@ -52,13 +52,13 @@ void bind_to_core() {
   }
 }
 
-// When the watchdog was last fed (uptime), and when a pass with messages at hand last asked.
+// When the watchdog was last fed (uptime), and when the uptime was last read (monotonic seconds).
 struct WatchdogStamp {
   std::uint32_t fed_at;
   std::uint32_t asked_at;
 };
 
-// Asking costs a system call: with messages at hand, passes ask once a second.
+// Reading the uptime is a system call: under load, with buffered messages, once a second is enough.
 void feed_watchdog(WatchdogStamp& stamp) {
   if (event_read_ahead.holds_bytes()) {
     const std::uint32_t now = monotonic_seconds();
@@ -91,14 +91,14 @@ bool keep_heartbeat(LinkNumber link) {
   return true;
 }
 
-// What a cancelled thread leaves behind in the middle of a message.
+// Cleanup handler of a thread that is cancelled in the middle of a message.
 void abandon_reading(void* message) RELEASE(event_read_lock) {
   const CleanupScope cleanup;
   static_cast<LinkMessage*>(message)->release();
   unlock(event_read_lock);
 }
 
-// Reads a message while nobody can close the socket. Returns false when somebody already has.
+// Reads a message with the socket protected from being closed. False when it was closed before.
 bool read_exclusively(std::int32_t fd, LinkMessage& message, ReadOutcome& outcome) {
   lock(event_read_lock);
   const bool is_ours = load(g_aaa_client_cb.async_fd) == fd && is_receive_thread();
@@ -127,7 +127,7 @@ PassResult after_reading(const ReadOutcome& outcome, const LinkMessage& message)
       AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
       return failure(EPIPE);
     case ReadStep::body:
-      // Not taken for a lost connection: the next header is read from where the stream stands.
+      // Not treated as a lost connection: the next header is read from the current position.
       return failure(0);
   }
   return next_pass;
@@ -148,14 +148,14 @@ PassResult take_pass(const Watched& watched, WatchdogStamp& stamp) {
   const int wait_error = errno;
   if (!is_receive_thread()) return next_pass;
   if (!keep_heartbeat(watched.link)) return failure(ETIMEDOUT);
-  // A thread that has to wait for its turn goes on with its passes.
+  // While it waits for its turn, the thread keeps its heartbeat.
   if (ready > 0) return wait_for_turn(wait_ms) ? take_message(watched.fd) : next_pass;
   if (ready == 0 || wait_error == EINTR) return next_pass;
   AAA_DEBUG_LOG_AS(log_name, "select error! errno:%d.\r\n", wait_error);
   return failure(wait_error);
 }
 
-// Returns false when the thread must end: the client has deregistered.
+// Returns false when the client has deregistered and the thread must end.
 bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
   switch (give_up_lost_link(LinkOwner::receive_thread(), watched, error)) {
     case Damage::registration_ended:

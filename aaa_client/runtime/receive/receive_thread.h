@@ -1,5 +1,5 @@
-// The receive thread: owns the event socket, runs the client's callbacks, keeps the heartbeat, and
-// registers again when the connection is lost.
+// The receive thread: reads the event socket, runs the client's callbacks, keeps the heartbeat, and
+// registers again after a loss.
 #pragma once
 
 #include <cstdint>
@@ -16,19 +16,19 @@ extern std::int32_t g_aaalib_bind_core_id;
 // Starts the receive thread. Returns 0 or -1.
 std::int32_t aaalib_init_main_thread() REQUIRES(aaa_lib_lock);
 
-// Cancels the receive thread, if there is one, and returns whether there was. It may go on until
-// its next wait, but reads no message and touches no state any more.
+// Cancels the receive thread, if there is one, and returns whether there was. It may run until its
+// next wait, but reads no more messages and touches no state.
 bool aaalib_cancel_receive_thread() REQUIRES(aaa_lib_lock);
 
-// Raises an event on the receive thread, in its turn; not if it has been told to end meanwhile.
+// Raises an event on the receive thread, in its turn, unless the thread has been cancelled.
 void tell_client(aaa_client_event event);
 
 // The start routine of the receive thread. Returns null.
 void* aaa_lib_thread(void* unused);
 
-// Connects and registers again, every 2 seconds until it succeeds or the client deregisters.
-// `stamp` is the calling thread's watchdog stamp, null when it has no watchdog to feed. Runs on the
-// receive thread.
+// Connects and registers, retrying every 2 seconds until it succeeds or the client deregisters.
+// Runs on the receive thread. `stamp` is its watchdog stamp, null before it has joined the
+// watchdog.
 void aaa_svr_rereg(std::uint32_t* stamp);
 
 }  // namespace aaa

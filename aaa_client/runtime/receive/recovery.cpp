@@ -18,7 +18,7 @@ const RecoveryRules& rules_of(const LinkOwner& owner) {
   return owner.is_thread() ? thread_rules : loop_rules;
 }
 
-// Whether the client is still registered; if not, the state says so.
+// Whether the client is still registered. Sets the state when it is not.
 bool confirm_registration(const LinkOwner& owner) REQUIRES(aaa_lib_lock) {
   if (!owner.goes_on()) return false;
   if (!is_deregistered()) return true;
@@ -31,7 +31,7 @@ bool is_still_registered(const LinkOwner& owner) {
   return confirm_registration(owner);
 }
 
-// The state changes with the sockets: a deregistration comes before both or after both.
+// State and sockets change under one lock: a deregistration happens before or after both.
 Damage give_up_link(const LinkOwner& owner) {
   const ScopedLock lock(aaa_lib_lock);
   if (!confirm_registration(owner)) return Damage::registration_ended;
@@ -40,15 +40,14 @@ Damage give_up_link(const LinkOwner& owner) {
   return Damage::link_lost;
 }
 
-// A receive thread that has slept may find the id gone. A task does not run after that.
+// The id may have gone while the receive thread slept. Agent tasks are stopped by goes_on().
 bool may_try(const LinkOwner& owner) {
   return owner.goes_on() && !(owner.is_thread() && is_deregistered());
 }
 
 }  // namespace
 
-// The event loop learns from the socket that there is something to read, so it reads no further
-// than the message, and it does not check markers.
+// The client's loop polls the socket, so agent mode must not read ahead.
 constinit const RecoveryRules thread_rules = {
     .reader = {MessageBlock::body_and_nul, true, receive_ahead},
     .pause_seconds = 2,
@@ -64,7 +63,7 @@ constinit const RecoveryRules loop_rules = {
     .event_after_success = AAA_EVENT_REGISTERED,
 };
 
-// The number first: a socket that is replaced in between is then one of a later link.
+// The number is read first: if the socket is replaced in between, the number is already stale.
 Watched watched_socket() {
   const LinkNumber link = link_number();
   return {.link = link, .fd = load(g_aaa_client_cb.async_fd)};
@@ -74,7 +73,7 @@ Damage give_up_lost_link(const LinkOwner& owner, const Watched& watched, std::in
   const bool is_broken = aaa_lib_is_conn_broken_err(error) != 0;
   if (is_broken) announce_link_loss(watched.link);
   if (!is_still_registered(owner)) return Damage::registration_ended;
-  // A client that has closed the socket itself has not lost it.
+  // Closed by the client itself.
   if (load(g_aaa_client_cb.async_fd) != watched.fd) return Damage::none;
   if (rules_of(owner).releases_waiter) aaa_notify_timeout(watched.link);
   return is_broken ? give_up_link(owner) : Damage::none;

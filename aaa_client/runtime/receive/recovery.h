@@ -1,5 +1,5 @@
-// The recovery of a lost link: the same steps for the receive thread, which sleeps between its
-// attempts, and for agent mode, whose tasks the client's loop schedules.
+// The recovery of a lost link, with two drivers: the receive thread, which sleeps between attempts,
+// and agent mode, which schedules tasks on the client's loop.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace aaa {
 
-// What differs between the two.
+// What differs between the drivers.
 struct RecoveryRules {
   MessageReader reader;
   unsigned pause_seconds;                // between two attempts
@@ -21,7 +21,7 @@ struct RecoveryRules {
 extern const RecoveryRules thread_rules;
 extern const RecoveryRules loop_rules;
 
-// The event socket as its owner found it.
+// The event socket as seen at the start of an iteration or task.
 struct Watched {
   LinkNumber link;
   std::int32_t fd;
@@ -29,21 +29,21 @@ struct Watched {
 Watched watched_socket();
 
 enum class Damage {
-  link_lost,           // and given up: it is to be built anew
-  none,                // the owner goes on
-  registration_ended,  // the owner does nothing more
+  link_lost,           // and closed: connect and register again
+  none,                // continue
+  registration_ended,  // stop, touching nothing
 };
 
-// Begins the recovery after reading failed, or aaad was silent, with an errno value that decides
-// what is lost. 0 stands for a failure that is not the connection's.
+// Closes the link if `error` means that it is lost. Called when reading has failed or aaad is
+// silent; 0 is a failure that is not the connection's.
 Damage give_up_lost_link(const LinkOwner& owner, const Watched& watched, std::int32_t error);
 
 enum class Attempt { registered, failed, registration_ended };
 
-// One attempt to connect and register. Both hold aaa_lib_lock throughout, so that an attempt cannot
-// cross a deregistration.
+// One attempt to connect and register. Both hold aaa_lib_lock throughout, so that no deregistration
+// can come in between.
 Attempt try_first_time(const LinkOwner& owner);
-// The same after a loss: a failure leaves state 5, unless the client has deregistered.
+// The same after a loss: sets state 5 on failure, unless the client has deregistered.
 Attempt try_again(const LinkOwner& owner);
 
 }  // namespace aaa

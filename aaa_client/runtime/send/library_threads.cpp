@@ -21,27 +21,27 @@ namespace {
 constexpr int end_limit_ms = 2000;
 constexpr int turn_limit_ms = 100;
 
-// What the calling thread is to the library, and leaves behind when it ends.
+// The calling thread's state, undone when it ends.
 struct ThreadLife {
   bool is_counted = false;  // started by the library
   ThreadRole role = ThreadRole::flush;
   bool is_watched = false;
   bool has_turn = false;
-  unsigned takers = 0;  // counted among the takers; twice when a callback runs the loop again
+  unsigned takers = 0;  // its share of ThreadTable::takers; 2 when a callback runs the loop again
 };
 constinit thread_local ThreadLife own_life;
 
-// The innermost of all locks; held for moments only, or given up while waiting.
+// The innermost lock.
 Mutex register_lock = PTHREAD_MUTEX_INITIALIZER;
 
-struct ThreadRegister {
-  unsigned living = 0;  // threads that were started and have not ended
-  unsigned takers = 0;  // those of them, and event loop tasks, that take messages
+struct ThreadTable {
+  unsigned living = 0;  // started and not ended
+  unsigned takers = 0;  // receive threads and event loop tasks that dispatch messages
   bool has_condition = false;
 };
-ThreadRegister threads GUARDED_BY(register_lock);
+ThreadTable threads GUARDED_BY(register_lock);
 
-// Told of every end; its waits are measured on the monotonic clock. Made with the first thread.
+// Signalled at every end; waits use the monotonic clock. Initialised with the first thread.
 pthread_cond_t something_ended;
 
 void make_condition() REQUIRES(register_lock) {
@@ -87,8 +87,8 @@ void unlock_register(void*) RELEASE(register_lock) {
   unlock(register_lock);
 }
 
-// Waits until `counter` is down to `own`, then adds `entering`. Returns whether it came to that.
-bool wait_and_enter(unsigned ThreadRegister::*counter, unsigned own, unsigned entering,
+// Waits until `counter` is down to `own`, then adds `entering`. Returns false at the time limit.
+bool wait_and_enter(unsigned ThreadTable::*counter, unsigned own, unsigned entering,
                     int limit_ms) NO_THREAD_SAFETY_ANALYSIS {
   const timespec deadline = after(limit_ms);
   bool is_down = false;
@@ -175,18 +175,18 @@ void leave_watchdog() {
 }
 
 void wait_for_library_threads(unsigned staying) {
-  wait_and_enter(&ThreadRegister::living, staying + (own_life.is_counted ? 1 : 0), 0, end_limit_ms);
+  wait_and_enter(&ThreadTable::living, staying + (own_life.is_counted ? 1 : 0), 0, end_limit_ms);
 }
 
 bool wait_for_turn(int limit_ms) {
   if (!own_life.is_counted || own_life.has_turn) return true;
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
-  own_life.has_turn = wait_and_enter(&ThreadRegister::takers, own_life.takers, 0, limit_ms);
+  own_life.has_turn = wait_and_enter(&ThreadTable::takers, own_life.takers, 0, limit_ms);
   return own_life.has_turn;
 }
 
 TaskTurn::TaskTurn()
-    : taken_(wait_and_enter(&ThreadRegister::takers, own_life.takers, 1, turn_limit_ms)) {
+    : taken_(wait_and_enter(&ThreadTable::takers, own_life.takers, 1, turn_limit_ms)) {
   if (taken_) ++own_life.takers;
 }
 

@@ -45,7 +45,7 @@ std::int32_t send(const void* message, std::uint32_t length) {
   return aaa::send_on_link(aaa::LinkSocket::request, aaa::link_number(), message, length);
 }
 
-// Past the buffer, behind what it holds.
+// After what the buffer holds, so that the order is kept.
 void send_directly(const void* message, std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock) {
   flush_and_reset();
   const std::int32_t error = send(message, length);
@@ -106,7 +106,7 @@ bool wait_one_period() {
   return select(1, nullptr, nullptr, nullptr, &timeout) >= 0;
 }
 
-// While the link is being set up, what the buffer holds waits for the next period.
+// While the link is being set up, the buffer is kept for the next period.
 void flush() {
   const ScopedLock lock(aaa_lib_send_buf_lock);
   if (g_send_buf_msg_cnt != 0 && waits_for_register_request()) return;
@@ -114,8 +114,8 @@ void flush() {
   aaa_lib_send_buf_reset();
 }
 
-// A thread that was told to end, but has not met a cancellation point yet, is no longer on record:
-// it must not flush what belongs to the next registration.
+// A cancelled thread that has not reached a cancellation point yet must not flush messages of the
+// next registration.
 void flush_while_on_record() {
   const ScopedLock lock(aaa_lib_send_buf_lock);
   if (pthread_equal(load(g_send_buf_tid), pthread_self()) != 0) flush();

@@ -1,5 +1,5 @@
-// The send buffer, which gathers requests into one message, and its flush thread. The functions
-// that work on the buffer are declared in aaa_client.h.
+// The send buffer, which batches requests into one message, and its flush thread. The functions on
+// the buffer are declared in aaa_client.h.
 #pragma once
 
 #include "aaa_client.h"
@@ -12,11 +12,10 @@ extern "C" std::uint8_t g_send_buf_init GUARDED_BY(aaa_lib_send_buf_lock);
 
 namespace aaa {
 
-// Whether requests go into the buffer.
+// Whether requests are queued in the buffer.
 bool send_buffer_is_used();
 
-// Cancels the flush thread, if there is one, and drops what the buffer holds. Returns whether there
-// was one.
+// Cancels the flush thread, if there is one, and empties the buffer. Returns whether there was one.
 bool aaalib_stop_send_buf_thread();
 
 }  // namespace aaa

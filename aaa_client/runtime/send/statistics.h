@@ -16,7 +16,7 @@ enum TimingSlot : std::uint32_t {
   timing_mlist = 3
 };
 
-// Times a scope into a slot.
+// Adds the duration of a scope to a slot.
 class ScopedTiming {
  public:
   explicit ScopedTiming(TimingSlot slot) : slot_(slot) { gettimeofday(&start_, nullptr); }

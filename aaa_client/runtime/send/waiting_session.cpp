@@ -34,7 +34,7 @@ void set_waiting_session(std::uint32_t session_id) {
 
 void aaa_notify_timeout(LinkNumber link) {
   const std::uint32_t session_id = waiting_session();
-  // Read before the link was seen to last: nobody waits in a later registration yet.
+  // The session was read before this check, so it is not one of a later registration.
   if (session_id == 0 || !link_lasts(link)) return;
   result_info result = {};
   result.sub.session_id = session_id;

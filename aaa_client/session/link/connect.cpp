@@ -18,7 +18,7 @@ constexpr std::int32_t refused_id = 255;
 
 constexpr MessageReader response_reader = {MessageBlock::body, false, receive_exactly};
 
-// What the answer to a register request carries. What a short body lacks reads as zero.
+// The value in a register response. Bytes missing from a short body read as zero.
 template <class Value>
 Value value_of(const Message& response) {
   Value value = {};

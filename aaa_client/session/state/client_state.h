@@ -1,13 +1,12 @@
-// The connection record and aaad's status words: the state that the whole library shares.
+// The connection record and aaad's status words: state that the whole library shares.
 //
-//   model_name           written under aaa_lib_lock; read through ModelName
-//   sync_fd, async_fd    written under aaa_lib_lock and the link's own locks
-//   (session/state/locks.h) aaa_id, reg_state    written under aaa_lib_lock callback slots written
-//   under aaa_lib_lock g_aaa_status         written by registration and by the thread that reads
-//   the event socket
+//   model_name          written under aaa_lib_lock, read through ModelName
+//   sync_fd, async_fd   written under aaa_lib_lock and the socket's own locks
+//   aaa_id, reg_state   written under aaa_lib_lock
+//   callback slots      written under aaa_lib_lock
+//   g_aaa_status        written by registration and by the thread that reads the event socket
 //
-// All of them may be read without a lock, as single words, with load() of
-// transport/base/atomic_word.h.
+// Each word may be read without a lock, with load() of transport/base/atomic_word.h.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +17,7 @@
 
 namespace aaa {
 
-// A copy of the client's model name as it is now.
+// A copy of the current model name.
 struct ModelName {
   ModelName();
   char text[AAA_MODEL_NAME_SIZE];
@@ -27,14 +26,14 @@ struct ModelName {
 // Stores at most 63 characters of `name` and a NUL.
 void set_model_name(const char* name) REQUIRES(aaa_lib_lock);
 
-// The one setter of the registration state.
+// The only setter of the registration state.
 void set_reg_state(aaa_reg_state state) REQUIRES(aaa_lib_lock);
 inline std::int32_t reg_state() {
   return load(g_aaa_client_cb.reg_state);
 }
 
-// Whether the client has deregistered: the loops that serve it end at this sign. Elsewhere than
-// under aaa_lib_lock this may change at once.
+// Whether the client has deregistered. The loops that serve it check this flag and end. Without
+// aaa_lib_lock the answer may be stale.
 inline bool is_deregistered() {
   return load(g_aaa_client_cb.aaa_id) == -1;
 }
@@ -47,7 +46,7 @@ void store_callbacks(const reg_info& info) REQUIRES(aaa_lib_lock);
 // Overwrites the ten status words.
 void store_status(const aaa_status& status);
 
-// Forgets all callbacks but those of LDAP searches, which outlive a registration.
+// Clears all callbacks except the two for LDAP searches, which outlive a registration.
 void clear_callbacks() REQUIRES(aaa_lib_lock);
 
 }  // namespace aaa

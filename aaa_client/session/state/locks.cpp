@@ -28,7 +28,7 @@ Mutex* const recursive_locks[] = {&aaa_lib_lock, &aaa_lib_send_buf_lock, &waitin
 
 const Mutex as_at_load = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
-// The thread that holds the mutex, 0 when none does: no call of POSIX tells.
+// The thread that holds the mutex, 0 when none does. POSIX has no call for this.
 #ifdef __GLIBC__
 std::int32_t owner_of(const Mutex& mutex) {
   return __atomic_load_n(&mutex.__data.__owner, __ATOMIC_RELAXED);
@@ -39,8 +39,8 @@ std::int32_t owner_of(const Mutex&) {
 }
 #endif
 
-// A lock that is held stays as it is, which is as good as new. One that cannot be made anew, and
-// those after it, are valid as from load on.
+// A lock that is held stays as it is. When an initialisation fails, that lock and the following
+// ones keep their static initialisation.
 std::int32_t make_locks() {
   for (Mutex* lock : recursive_locks) {
     if (owner_of(*lock) != 0 || aaa_lib_recursive_mutex_init(lock) == 0) continue;
@@ -73,8 +73,8 @@ void unlock(Mutex& mutex) NO_THREAD_SAFETY_ANALYSIS {
   pthread_mutex_unlock(&mutex);
 }
 
-// Making the locks anew before the library takes one for the first time is what keeps a thread of
-// the library from holding one of them meanwhile.
+// The locks are initialised before the library takes one of them for the first time, so no thread
+// of the library can hold one at that moment.
 ScopedLock::ScopedLock(Mutex& mutex) : no_cancellation_(PTHREAD_CANCEL_DISABLE), mutex_(mutex) {
   if (!locks_are_made() && is_recursive(mutex)) aaa_lib_mutex_init();
   pthread_mutex_lock(&mutex_);

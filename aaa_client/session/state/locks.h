@@ -5,16 +5,15 @@
 //   3. request_write_lock     one frame's write on the request socket, or the socket's close
 //   4. event_write_lock       one frame's write on the event socket, or the socket's close
 //   5. event_read_lock        one message's read from the event socket, or the socket's close
-//   6. link_number_lock       the end of a link, or a change that only its messages may make
+//   6. link_number_lock       the end of a link, or a change made by one of its messages
 //
-// waiting_session_lock guards g_temp_sid alone and is never held together with another lock. The
-// register of threads (runtime/library_threads.cpp) has one that comes after all of these.
-// docs/architecture.md says what may wait under which lock.
+// waiting_session_lock guards g_temp_sid and is never held together with another lock. The table of
+// threads in runtime/send/library_threads.cpp has a lock of its own, innermost of all.
+// docs/architecture.md says what may block under which lock.
 //
-// Locks 3 to 5 keep a descriptor number alive while it is used: nobody closes a socket, so that the
-// host process could get its number, between the moment a thread reads the number and the end of
-// that thread's system call. Whoever closes shuts the socket down first, which ends a blocked read
-// or write at once.
+// Locks 3 to 5 keep a descriptor valid while it is in use: no socket is closed, and its number
+// reused by the host process, between the moment a thread reads the number and the end of that
+// thread's system call. A close shuts the socket down first, which ends a blocked read or write.
 #pragma once
 
 #include <pthread.h>
@@ -27,7 +26,7 @@
 
 namespace aaa {
 
-// A mutex that the analysis follows. Functions that say REQUIRES() are called with it held.
+// A mutex known to the analysis. A function that says REQUIRES() is called with the lock held.
 typedef pthread_mutex_t CAPABILITY("mutex") Mutex;
 
 }  // namespace aaa
@@ -44,18 +43,17 @@ extern Mutex event_write_lock;
 extern Mutex event_read_lock;
 extern Mutex link_number_lock;
 
-// 1 once aaa_lib_mutex_init() has made the three recursive locks anew.
+// 1 once aaa_lib_mutex_init() has initialised the three recursive locks.
 extern std::uint8_t g_mutex_init;
 
-// Whether the calling thread holds a mutex, for assertions; true where that cannot be asked.
+// Whether the calling thread holds a mutex; for assertions. True where the C library cannot tell.
 bool is_held(const Mutex& mutex);
 
-// For code that may be cancelled while it holds a lock: its cleanup handler releases the lock.
+// For code that can be cancelled while it holds a lock and has a cleanup handler to release it.
 void lock(Mutex& mutex) ACQUIRE(mutex);
 void unlock(Mutex& mutex) RELEASE(mutex);
 
-// Holds one of the locks. The thread cannot be cancelled meanwhile, so that no lock is ever left
-// behind.
+// Holds a lock for a scope. The thread cannot be cancelled in it, so no lock is left locked.
 class SCOPED_CAPABILITY ScopedLock {
  public:
   explicit ScopedLock(Mutex& mutex) ACQUIRE(mutex);

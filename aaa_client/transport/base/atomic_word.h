@@ -1,5 +1,5 @@
-// Access to words that several threads share without a lock. They are plain fields of the
-// interface; every access from inside the library goes through these.
+// Access to words that threads share without a lock. They are plain fields of the interface; inside
+// the library every access uses these functions.
 #pragma once
 
 #include <atomic>
@@ -16,7 +16,7 @@ inline void store(Word& word, Word value) {
   std::atomic_ref<Word>(word).store(value, std::memory_order_relaxed);
 }
 
-// A word behind which another one is read: whoever reads it sees what was written before it.
+// A reader that acquires a word sees everything written before it was released.
 template <class Word>
 inline Word acquire(const Word& word) {
   return std::atomic_ref<Word>(const_cast<Word&>(word)).load(std::memory_order_acquire);
@@ -26,13 +26,13 @@ inline void release(Word& word, Word value) {
   std::atomic_ref<Word>(word).store(value, std::memory_order_release);
 }
 
-// Counters that must be exact: a full barrier on both sides.
+// For exact counters.
 template <class Word>
 inline void add(Word& word, Word amount) {
   std::atomic_ref<Word>(word).fetch_add(amount, std::memory_order_seq_cst);
 }
 
-// Counters that may be approximate: concurrent increments may be lost.
+// For approximate counters: concurrent increments may be lost.
 template <class Word>
 inline void add_approximately(Word& word, Word amount) {
   store(word, static_cast<Word>(load(word) + amount));

@@ -1,7 +1,7 @@
-// Where a thread may be cancelled. The library's own threads run with cancellation disabled, and
-// enable it around one wait at a time, in which they hold and own nothing that a cleanup handler
-// does not give back. In its client's threads the library disables cancellation while it holds a
-// lock or owns a block, and lets the client's own setting stand around its waits.
+// Where a thread can be cancelled. The library's threads run with cancellation disabled and enable
+// it around single waits, in which everything they own or hold is released by a cleanup handler. In
+// a client's thread the library disables cancellation while it holds a lock or owns a block, and
+// keeps the thread's own setting around its waits.
 #pragma once
 
 #include <pthread.h>
@@ -27,9 +27,9 @@ inline void forbid_cancellation() {
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &ignored);
 }
 
-// Held by a cleanup handler. The sanitizers do not see that a cancelled thread leaves its frames:
-// AddressSanitizer would take their marks on the stack for those of the handler's own, and
-// ThreadSanitizer, which takes the thread to be in the call that was cancelled, misses its locks.
+// For the body of a cleanup handler. The sanitizers do not notice that a cancelled thread has left
+// its stack frames: AddressSanitizer would apply their poisoned areas to the handler's frames, and
+// ThreadSanitizer believes the thread to be in the cancelled call and misses the handler's locks.
 class CleanupScope {
  public:
 #if defined(__SANITIZE_ADDRESS__)
@@ -53,7 +53,7 @@ class CleanupScope {
 };
 
 // Sets the calling thread's cancellation state for a scope. The destructor is no cancellation
-// point, and a thread that is cancelled inside the scope does not come back to it.
+// point; a thread that is cancelled inside the scope never reaches it.
 class CancellationScope {
  public:
   explicit CancellationScope(int state) { pthread_setcancelstate(state, &before_); }

@@ -13,8 +13,8 @@ inline std::uint32_t monotonic_seconds() {
   return static_cast<std::uint32_t>(now.tv_sec);
 }
 
-// Framed sends, receives and drains give up after 10 seconds: once more than 9 whole seconds of the
-// clock have passed.
+// The 10-second deadline of sends, receives and drains: they give up once the clock's whole seconds
+// have advanced by more than 9.
 inline bool is_before_deadline(std::uint32_t start) {
   constexpr std::uint32_t deadline_seconds = 9;
   return monotonic_seconds() - start <= deadline_seconds;

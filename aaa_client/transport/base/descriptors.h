@@ -1,5 +1,5 @@
-// Descriptors: opening a local socket and its address, waiting until one can be read, and marks on
-// the numbers that a field holds.
+// Descriptors: opening a local socket, its address, waiting for input, and marks on the number in a
+// field.
 #pragma once
 
 #include <sys/socket.h>
@@ -14,7 +14,7 @@
 namespace aaa {
 
 // Opens an AF_UNIX socket of a type, close-on-exec. Returns its descriptor, or -1 with errno set.
-// Never 0, which counts as not open: a host process without standard input would otherwise get it.
+// Never 0, which means not open and is what a process without standard input would get.
 std::int32_t open_local_socket(int type);
 
 class UnixAddress {
@@ -44,11 +44,11 @@ class UnixAddress {
 // (EINTR, EBADF for a descriptor that is not open). A cancellation point.
 int wait_readable(int fd, int timeout_ms);
 
-// A mark on the number of a descriptor that a field holds. It counts for that field until the field
-// has been seen with another value.
+// A mark on the descriptor number in a field. It is valid until the field has been seen with
+// another value.
 class NumberMark {
  public:
-  // Marks the number that `field` holds.
+  // Marks the number in `field`.
   void set(const std::int32_t& field) { store(number_, load(field)); }
   void clear() { store(number_, none); }
 

@@ -1,5 +1,5 @@
-// Counted heap blocks: aaa_malloc and aaa_free of the public header, their counters, and the
-// wiping of blocks that may have held a password.
+// Counted heap blocks (aaa_malloc and aaa_free) and the wiping of memory that may contain a
+// password.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 #include "aaa_client.h"
 
-// Live blocks are g_aaa_malloc_times - g_aaa_free_times. Changed by atomic adds only.
+// There are g_aaa_malloc_times - g_aaa_free_times live blocks. Changed by atomic adds only.
 extern "C" std::uint32_t g_aaa_malloc_times;
 extern "C" std::uint32_t g_aaa_malloc_fail_times;
 extern "C" std::uint32_t g_aaa_free_times;
@@ -17,7 +17,7 @@ extern "C" std::uint32_t g_aaa_free_times;
 
 namespace aaa {
 
-// Overwrites memory in a way that the compiler keeps.
+// Overwrites memory; the compiler does not remove it.
 void wipe(void* memory, std::size_t size);
 
 // Wipes a block of `size` bytes and frees it; null is ignored.

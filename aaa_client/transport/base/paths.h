@@ -1,4 +1,4 @@
-// What stands below the directory that TMPDIR names.
+// Paths below the directory in TMPDIR.
 #pragma once
 
 namespace aaa {

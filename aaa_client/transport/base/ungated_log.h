@@ -20,7 +20,7 @@ inline std::int32_t thread_id() {
 
 }  // namespace aaa
 
-// The source line comes last, where no conversion prints it.
+// The source line is a surplus argument: no conversion prints it.
 #define AAA_UNGATED_LOG_AS(function_name, message, ...)                                           \
   do {                                                                                            \
     _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wformat-extra-args\"")      \
