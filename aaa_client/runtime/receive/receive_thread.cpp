@@ -31,13 +31,13 @@ constexpr int wait_ms = 5000;
 
 // The result of an iteration of the main loop: continue, or an error to recover from, which is 0
 // for one that is not the connection's.
-struct PassResult {
+struct Iteration {
   bool failed;
   std::int32_t error;
 };
 
-constexpr PassResult next_pass = {false, 0};
-constexpr PassResult failure(std::int32_t error) {
+constexpr Iteration keep_running = {false, 0};
+constexpr Iteration failure(std::int32_t error) {
   return {true, error};
 }
 
@@ -55,15 +55,15 @@ void bind_to_core() {
 // When the watchdog was last fed (uptime), and when the uptime was last read (monotonic seconds).
 struct WatchdogStamp {
   std::uint32_t fed_at;
-  std::uint32_t asked_at;
+  std::uint32_t read_at;
 };
 
 // Reading the uptime is a system call: under load, with buffered messages, once a second is enough.
 void feed_watchdog(WatchdogStamp& stamp) {
   if (event_read_ahead.holds_bytes()) {
     const std::uint32_t now = monotonic_seconds();
-    if (now == stamp.asked_at) return;
-    stamp.asked_at = now;
+    if (now == stamp.read_at) return;
+    stamp.read_at = now;
   }
   aaa_check_reset_ham_client_notify(&stamp.fed_at);
 }
@@ -112,11 +112,11 @@ bool read_exclusively(std::int32_t fd, LinkMessage& message, ReadOutcome& outcom
   return is_ours;
 }
 
-PassResult after_reading(const ReadOutcome& outcome, const LinkMessage& message) {
+Iteration after_reading(const ReadOutcome& outcome, const LinkMessage& message) {
   switch (outcome.step) {
     case ReadStep::done:
       dispatch(message.inbound());
-      return next_pass;
+      return keep_running;
     case ReadStep::header:
       AAA_DEBUG_LOG_AS(log_name, "receive error with error %s.\r\n", std::strerror(outcome.error));
       return failure(outcome.error);
@@ -130,27 +130,27 @@ PassResult after_reading(const ReadOutcome& outcome, const LinkMessage& message)
       // Not treated as a lost connection: the next header is read from the current position.
       return failure(0);
   }
-  return next_pass;
+  return keep_running;
 }
 
-PassResult take_message(std::int32_t fd) {
+Iteration take_message(std::int32_t fd) {
   LinkMessage message;
   ReadOutcome outcome = {};
-  if (!read_exclusively(fd, message, outcome)) return next_pass;
-  const PassResult result = after_reading(outcome, message);
+  if (!read_exclusively(fd, message, outcome)) return keep_running;
+  const Iteration result = after_reading(outcome, message);
   message.release();
   return result;
 }
 
-PassResult take_pass(const Watched& watched, WatchdogStamp& stamp) {
+Iteration run_iteration(const Watched& watched, WatchdogStamp& stamp) {
   feed_watchdog(stamp);
   const int ready = wait_for_message(watched.fd);
   const int wait_error = errno;
-  if (!is_receive_thread()) return next_pass;
+  if (!is_receive_thread()) return keep_running;
   if (!keep_heartbeat(watched.link)) return failure(ETIMEDOUT);
   // While it waits for its turn, the thread keeps its heartbeat.
-  if (ready > 0) return wait_for_turn(wait_ms) ? take_message(watched.fd) : next_pass;
-  if (ready == 0 || wait_error == EINTR) return next_pass;
+  if (ready > 0) return wait_for_turn(wait_ms) ? take_message(watched.fd) : keep_running;
+  if (ready == 0 || wait_error == EINTR) return keep_running;
   AAA_DEBUG_LOG_AS(log_name, "select error! errno:%d.\r\n", wait_error);
   return failure(wait_error);
 }
@@ -171,14 +171,14 @@ bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
 }
 
 void run_main_loop() {
-  WatchdogStamp stamp = {.fed_at = uptime_seconds(), .asked_at = 0};
+  WatchdogStamp stamp = {.fed_at = uptime_seconds(), .read_at = 0};
   while (is_receive_thread()) {
     const Watched watched = watched_socket();
     if (watched.fd < 0) {
       AAA_DEBUG_LOG_AS(log_name, "aaa client async socket not created.\r\n");
       return;
     }
-    const PassResult result = take_pass(watched, stamp);
+    const Iteration result = run_iteration(watched, stamp);
     if (result.failed && !recover(watched, result.error, stamp.fed_at)) return;
   }
 }
