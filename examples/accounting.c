@@ -1,9 +1,9 @@
 /*
  * accounting [-w SECONDS] [-t SECONDS] USER CAUSE
  *
- * Accounts one session of a user to aaad: its start, an interim report, and its stop for a
- * terminate cause, by its code. Exit status: 0 aaad took every report, 1 it refused one, 2 anything
- * else.
+ * Sends aaad the accounting of one session: start, an interim report, and stop with a terminate
+ * cause, given by its code. Exit status: 0 aaad accepted every report, 1 it refused one, 2 any
+ * other failure.
  */
 #include <aaa_client.h>
 #include <stdio.h>
@@ -16,8 +16,8 @@
 enum { TAKEN = 0, REFUSED = 1, FAILED = 2 };
 
 /*
- * What the plain fields of a report mean is agreed with aaad, too; here, code_a is the kind as in
- * RADIUS, num_b the seconds, num_c and num_d the bytes in and out, num_e the terminate cause.
+ * The meaning of the generic fields is agreed with aaad, too. Here code_a is the kind of report, as
+ * in RADIUS, num_b the seconds, num_c and num_d the bytes in and out, num_e the terminate cause.
  */
 enum { ACCT_START = 1, ACCT_STOP = 2, ACCT_INTERIM = 3 };
 
@@ -100,11 +100,11 @@ int main(int argc, char** argv) {
       .name = "accounting",
       .usage = "[-w SECONDS] [-t SECONDS] USER CAUSE",
       .help =
-          "Accounts a session of a user: start, interim report, stop for a terminate cause.\n"
-          "TMPDIR names the directory of aaad's socket.\n"
-          "  -w SECONDS  wait so long for aaad, 10 unless given\n"
-          "  -t SECONDS  wait so long for each result, at most 120, 30 unless given\n"
-          "Exit status: 0 aaad took every report, 1 it refused one, 2 anything else.\n",
+          "Sends the accounting of a session: start, interim report, stop with a terminate cause.\n"
+          "TMPDIR is the directory that aaad uses.\n"
+          "  -w SECONDS  time limit for registering with aaad, default 10\n"
+          "  -t SECONDS  time limit for each result, at most 120, default 30\n"
+          "Exit status: 0 aaad accepted every report, 1 it refused one, 2 any other failure.\n",
       .operands = 2,
       .letters = "w:t:h",
       .numbers = {{'w', 3600, &patience}, {'t', 120, &timeout}}};

@@ -1,11 +1,10 @@
 /*
  * agent [-n ANSWERS] USER PASSWORD
  *
- * A client that lives on an event loop of its own: the library's work runs there beside the
- * client's. Once a second it asks aaad whether the user may log in, and prints what the result
- * callback is told. It outlives restarts of aaad and ends on SIGINT or SIGTERM, or after so many
- * acceptances. Exit status: 0 when it was ended so, 1 when a user was rejected, 2 for anything
- * else.
+ * A client with an event loop of its own, on which the library's tasks run too. Once a second it
+ * asks aaad whether the user may log in, and prints the result in the result callback. It keeps
+ * running when aaad restarts, and ends on SIGINT or SIGTERM, or after ANSWERS acceptances. Exit
+ * status: 0 ended so, 1 the user was rejected, 2 any other failure.
  */
 #include <aaa_client.h>
 #include <signal.h>
@@ -22,7 +21,7 @@
 
 enum { ENDED = 0, REJECTED = 1, FAILED = 2 };
 
-/* A question is given up after so many seconds without its result. */
+/* Seconds after which a request without a result is abandoned. */
 enum { PATIENCE = 10 };
 
 static struct {
@@ -30,7 +29,7 @@ static struct {
   const char* user;
   const char* password;
   unsigned long answers_left; /* 0: no limit */
-  uint32_t session_id;        /* of the question whose result is to come; 0: none */
+  uint32_t session_id;        /* of the pending request; 0: none */
   int seconds_waited;
   int refused;
   int exit_status;
@@ -41,7 +40,7 @@ static void end_with(int exit_status) {
   zv_host_stop(agent.loop);
 }
 
-/* ---- What the library tells. It all runs on the loop. --------------------------------------- */
+/* ---- Callbacks; they run on the loop. ------------------------------------------------------- */
 
 static int on_event(uint32_t event) {
   if (event == AAA_EVENT_REGISTERED) puts("registered");
@@ -52,7 +51,7 @@ static int on_event(uint32_t event) {
   return 0;
 }
 
-/* Returns NULL for what is neither an acceptance nor a rejection. */
+/* Returns NULL if the result is neither an acceptance nor a rejection. */
 static const char* decision_in(const result_info* result) {
   if (result->sub.num_a == RESULT_ACCEPT) return "accepted";
   return result->sub.num_a == RESULT_REJECT ? "rejected" : NULL;
@@ -77,7 +76,7 @@ static void on_result(result_info* result) {
   }
 }
 
-/* ---- What the client does itself. ---------------------------------------------------------- */
+/* ---- The client's own tasks. ---------------------------------------------------------------- */
 
 static void request_login(void) {
   authen_info authen = {.session_id = aaa_get_session_id()};
@@ -110,7 +109,7 @@ static int start_tick(long seconds) {
   return zv_thread_add_timer_withname(agent.loop, on_tick, NULL, seconds, "tick") != NULL;
 }
 
-/* Tasks run once: whoever wants another turn asks for it. */
+/* A task runs once, so it schedules itself again. */
 static int on_tick(struct zv_thread* task) {
   (void)task;
   live_a_second();
@@ -127,7 +126,7 @@ static int on_signal(struct zv_thread* task) {
   return 0;
 }
 
-/* Blocked before the library starts a thread: every thread inherits it. */
+/* Must run before the library starts a thread: threads inherit the signal mask. */
 static int watch_signals(void) {
   sigset_t ending;
   sigemptyset(&ending);
@@ -160,9 +159,9 @@ int main(int argc, char** argv) {
       .usage = "[-n ANSWERS] USER PASSWORD",
       .help =
           "Asks aaad once a second, on an event loop, whether a user may log in.\n"
-          "TMPDIR names the directory of aaad's socket.\n"
-          "  -n ANSWERS  end after so many acceptances; on SIGINT or SIGTERM unless given\n"
-          "Exit status: 0 ended so, 1 the user was rejected, 2 anything else.\n",
+          "TMPDIR is the directory that aaad uses.\n"
+          "  -n ANSWERS  end after this number of acceptances; default: on SIGINT or SIGTERM\n"
+          "Exit status: 0 ended so, 1 the user was rejected, 2 any other failure.\n",
       .operands = 2,
       .letters = "n:h",
       .numbers = {{'n', 1000000, &agent.answers_left}}};

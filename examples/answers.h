@@ -1,4 +1,4 @@
-/* What aaad answers. */
+/* The result codes of aaad. */
 #ifndef EXAMPLES_ANSWERS_H
 #define EXAMPLES_ANSWERS_H
 
@@ -6,24 +6,24 @@
 #include <stdint.h>
 
 /*
- * The meaning of sub.num_a is agreed between aaad and its clients. The library carries it, and
- * writes one value itself: 2, when the link was lost before the result came. The other values are
- * aaad-sim's convention: put those of your aaad in their place.
+ * The meaning of sub.num_a is agreed between aaad and its clients. The library itself sets only one
+ * value: 2, when the connection was lost before the result arrived. The others are those of
+ * aaad-sim: replace them by those of your aaad.
  */
 enum { RESULT_ACCEPT = 0, RESULT_REJECT = 1, RESULT_LINK_LOST = 2, RESULT_CHALLENGE = 3 };
 
 /*
- * To be asked before sub.num_a is believed. A body that cannot be read decodes to a record of
- * zeros, and 0 may mean an acceptance; but no session has the id 0.
+ * Check this before sub.num_a. A body that cannot be parsed decodes to a record of zeros, and 0 can
+ * mean accepted, but no session has the id 0.
  */
 static inline int is_result_of(const result_info* result, uint32_t session_id) {
   return session_id != 0 && result->sub.session_id == session_id;
 }
 
-/* The id that a refused client gets. The library goes on asking for another every 2 seconds. */
+/* The id of a client that aaad refuses. The library tries to register again every 2 seconds. */
 enum { REFUSED_ID = 255 };
 
-/* Read as the library's threads write it. */
+/* An atomic read, because the library's threads write the word. */
 static inline int aaad_refuses(void) {
   return __atomic_load_n(&g_aaa_client_cb.aaa_id, __ATOMIC_RELAXED) == REFUSED_ID;
 }

@@ -1,4 +1,4 @@
-/* Reading a command line. */
+/* Command line parsing. */
 #ifndef EXAMPLES_ARGUMENTS_H
 #define EXAMPLES_ARGUMENTS_H
 
@@ -8,7 +8,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* An option with a number from 1 to `most`. */
+/* An option whose argument is a number from 1 to `most`. */
 typedef struct number_option {
   int letter;
   unsigned long most;
@@ -17,14 +17,14 @@ typedef struct number_option {
 
 typedef struct command_line {
   const char* name;
-  const char* usage; /* what stands behind the name */
-  const char* help;  /* lines that explain it */
+  const char* usage; /* options and operands */
+  const char* help;  /* printed after the usage line by --help */
   int operands;
-  const char* letters;      /* of the options, as getopt() takes them, 'h' among them */
-  number_option numbers[2]; /* a letter of 0: none */
+  const char* letters;      /* option string of getopt(), with 'h' */
+  number_option numbers[2]; /* unused elements have the letter 0 */
 } command_line;
 
-/* Reads decimal digits and nothing else. Returns 1, or 0 when it is no number of the range. */
+/* Parses decimal digits only. Returns 1; 0 for anything else or a number out of range. */
 static inline int parse_number(const char* text, unsigned long least, unsigned long most,
                                unsigned long* number) {
   char* end = NULL;
@@ -52,7 +52,7 @@ static inline void print_usage(const command_line* line, FILE* stream) {
 
 enum { GO_ON = 0, HELPED = 1, MISUSED = 2 };
 
-/* The operands begin at argv[optind] then. Anything but GO_ON has been printed. */
+/* On GO_ON the operands begin at argv[optind]; otherwise a message has been printed. */
 static inline int parse_arguments(const command_line* line, int argc, char** argv) {
   static const struct option long_options[] = {{"help", no_argument, NULL, 'h'}, {0}};
   for (int letter; (letter = getopt_long(argc, argv, line->letters, long_options, NULL)) != -1;) {

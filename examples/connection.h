@@ -1,4 +1,4 @@
-/* Getting a connection to aaad within a time, and giving it up. */
+/* Registers with a time limit, and deregisters. */
 #ifndef EXAMPLES_CONNECTION_H
 #define EXAMPLES_CONNECTION_H
 
@@ -21,7 +21,7 @@ static inline long long now_ms(void) {
 
 enum { STILL_REGISTERING = 1 };
 
-/* Of the process: the thread goes on when nobody waits for it any more. */
+/* Static, because the thread can outlive the wait for it. */
 static struct {
   reg_info record;
   atomic_int result; /* of aaa_svr_reg() */
@@ -33,7 +33,7 @@ static inline void* register_in_thread(void* unused) {
   return NULL;
 }
 
-/* aaa_svr_reg() takes up to 24 seconds when aaad accepts connections and says nothing. */
+/* In a thread, because aaa_svr_reg() blocks for long when aaad accepts but does not answer. */
 static inline int start_registering(const char* model_name) {
   pthread_t thread;
   (void)strncpy(registration.record.model_name, model_name, AAA_MODEL_NAME_SIZE - 1);
@@ -73,8 +73,8 @@ static inline void print_missing_connection(const char* program, connection reac
 }
 
 /*
- * Registers under the name of the program. Returns 1 once aaad has answered, or 0 after one line
- * that says why it has not; the process is to end then.
+ * Registers under the name of the program. Returns 1 when aaad has answered. Returns 0, after
+ * printing the reason, when it has not: the process must then exit.
  */
 static inline int connect_to_aaad(const char* program, unsigned long seconds) {
   if (!start_registering(program)) {
@@ -87,7 +87,7 @@ static inline int connect_to_aaad(const char* program, unsigned long seconds) {
   return 0;
 }
 
-/* Returns 1, or 0 after a line when aaad did not confirm it. */
+/* Returns 1; 0, with a message, when aaad did not confirm. */
 static inline int disconnect_from_aaad(const char* program) {
   if (aaa_svr_dereg() == 0) return 1;
   fprintf(stderr, "%s: aaad did not confirm the deregistration\n", program);

@@ -1,9 +1,9 @@
 /*
  * local_users [-w SECONDS] USER PASSWORD
  *
- * Gives a local user another password: fetches the user, keeps the old password among the earlier
- * ones, counts the change in value_13, writes the user back, and fetches again to see that it is
- * there. Exit status: 0 done, 1 there is no such user or aaad refuses the change, 2 anything else.
+ * Changes the password of a local user: fetches the user, adds the old password to the list of
+ * earlier ones, counts the change in value_13, sends the user back, and fetches it again to verify
+ * the change. Exit status: 0 done, 1 no such user or refused by aaad, 2 any other failure.
  */
 #include <aaa_client.h>
 #include <stddef.h>
@@ -20,7 +20,7 @@ static local_user_password* password_of(aaa_list* links) {
   return (local_user_password*)((char*)links - offsetof(local_user_password, links));
 }
 
-/* A fetched list has the latest password in front. */
+/* In a fetched list the latest password is first. */
 static void print_user(local_user_info* user) {
   printf("%s: %u changes of password\n", user->user_name, (unsigned)user->value_13);
   for (aaa_list* at = user->passwords.next; at != &user->passwords; at = at->next)
@@ -43,7 +43,7 @@ static int fetch(local_user_info* user, const char* name) {
   }
 }
 
-/* Entries are released by the library, so they come from its memory. */
+/* The library frees the entries, so they are allocated with aaa_malloc(). */
 static int keep_password(local_user_info* user, const char* text) {
   if (*text == '\0') return DONE;
   local_user_password* entry = aaa_malloc(__LINE__, __func__, sizeof *entry);
@@ -58,7 +58,7 @@ static int keep_password(local_user_info* user, const char* text) {
   return DONE;
 }
 
-/* What the plain fields mean is agreed with aaad; aaad-sim takes string_19 for the password. */
+/* The meaning of the fields is agreed with aaad; for aaad-sim string_19 is the password. */
 static int change(local_user_info* user, const char* password) {
   if (keep_password(user, user->string_19) != DONE) {
     fputs("local_users: out of memory\n", stderr);
@@ -106,10 +106,10 @@ int main(int argc, char** argv) {
       .name = "local_users",
       .usage = "[-w SECONDS] USER PASSWORD",
       .help =
-          "Gives a user of aaad's local user database another password.\n"
-          "TMPDIR names the directory of aaad's socket.\n"
-          "  -w SECONDS  wait so long for aaad, 10 unless given\n"
-          "Exit status: 0 done, 1 no such user or refused by aaad, 2 anything else.\n",
+          "Changes the password of a user in aaad's local user database.\n"
+          "TMPDIR is the directory that aaad uses.\n"
+          "  -w SECONDS  time limit for registering with aaad, default 10\n"
+          "Exit status: 0 done, 1 no such user or refused by aaad, 2 any other failure.\n",
       .operands = 2,
       .letters = "w:h",
       .numbers = {{'w', 3600, &patience}}};

@@ -1,7 +1,7 @@
 /*
  * login [-w SECONDS] [-t SECONDS] USER PASSWORD
  *
- * Asks aaad whether a user may log in. Exit status: 0 accepted, 1 rejected, 2 anything else.
+ * Asks aaad whether a user may log in. Exit status: 0 accepted, 1 rejected, 2 any other outcome.
  */
 #include <aaa_client.h>
 #include <stdio.h>
@@ -84,10 +84,10 @@ int main(int argc, char** argv) {
       .name = "login",
       .usage = "[-w SECONDS] [-t SECONDS] USER PASSWORD",
       .help =
-          "Asks aaad whether a user may log in. TMPDIR names the directory of aaad's socket.\n"
-          "  -w SECONDS  wait so long for aaad, 10 unless given\n"
-          "  -t SECONDS  wait so long for its result, at most 120, 30 unless given\n"
-          "Exit status: 0 accepted, 1 rejected, 2 anything else.\n",
+          "Asks aaad whether a user may log in. TMPDIR is the directory that aaad uses.\n"
+          "  -w SECONDS  time limit for registering with aaad, default 10\n"
+          "  -t SECONDS  time limit for the result, at most 120, default 30\n"
+          "Exit status: 0 accepted, 1 rejected, 2 any other outcome.\n",
       .operands = 2,
       .letters = "w:t:h",
       .numbers = {{'w', 3600, &patience}, {'t', 120, &timeout}}};

@@ -1,4 +1,4 @@
-/* Why a client cannot work in the directory that TMPDIR names. */
+/* Finds out why a client cannot use the directory that TMPDIR names. */
 #ifndef EXAMPLES_WORK_DIRECTORY_H
 #define EXAMPLES_WORK_DIRECTORY_H
 
@@ -11,13 +11,13 @@
 #include <unistd.h>
 
 /*
- * Sizes of TMPDIR in bytes. The name of a socket has 107 bytes at most: those of clients stay whole
- * up to the first size. From the second one on aaad's has no room, from the third one on no client
- * can register.
+ * Lengths of TMPDIR in bytes. A socket address has at most 107 bytes. Up to the first length the
+ * names of client sockets fit; from the second one on aaad's name does not, from the third one on
+ * no client can register.
  */
 enum { TMPDIR_WHOLE_NAMES = 69, TMPDIR_WITHOUT_AAAD = 73, TMPDIR_REFUSED = 76 };
 
-/* A relative name is completed with the current directory, which is read into so many bytes. */
+/* Size of the buffer for the current directory, which completes a relative path. */
 enum { CURRENT_DIRECTORY_SIZE = 128 };
 
 static inline int tmpdir_is_at_least(size_t size) {
@@ -36,12 +36,12 @@ typedef struct work_path {
 
 static inline work_path work_path_below(const char* root) {
   work_path path;
-  /* With the last slash a file is not taken for a directory. */
+  /* The trailing slash makes the checks fail if it is a file. */
   (void)snprintf(path.text, sizeof path.text, "%s/security/aaa/", root);
   return path;
 }
 
-/* "/a/b" to "/a" to "/". Returns 0 when there is nothing above. */
+/* Removes the last component: "/a/b", "/a", "/". Returns 0 when there is no parent. */
 static inline int go_up(char* path) {
   char* const slash = strrchr(path, '/');
   if (slash == NULL || strcmp(path, "/") == 0) return 0;
@@ -49,7 +49,7 @@ static inline int go_up(char* path) {
   return 1;
 }
 
-/* What is not there yet is made in the nearest directory that is. */
+/* Missing directories are created in the nearest one that exists. */
 static inline int print_unwritable(const char* program, work_path path) {
   while (faccessat(AT_FDCWD, path.text, W_OK | X_OK, AT_EACCESS) != 0) {
     const int error = errno;
@@ -60,7 +60,7 @@ static inline int print_unwritable(const char* program, work_path path) {
   return 0;
 }
 
-/* Its mode is set at every registration, which only its owner may. */
+/* Registration sets the mode of the directory, which only its owner may do. */
 static inline int print_foreign(const char* program, work_path path) {
   struct stat found;
   if (geteuid() == 0 || stat(path.text, &found) != 0 || found.st_uid == geteuid()) return 0;
@@ -68,7 +68,7 @@ static inline int print_foreign(const char* program, work_path path) {
   return 1;
 }
 
-/* The name counts as it is used, with "/security/aaa" behind it. */
+/* Checks TMPDIR with "/security/aaa" appended, as the library does. */
 static inline int has_taken_form(const char* root) {
   return *root == '/' || *root == '\0' || strcmp(root, ".") == 0 || strncmp(root, "./", 2) == 0;
 }
@@ -78,7 +78,7 @@ static inline int current_directory_fits(const char* root) {
   return *root != '.' || getcwd(current, sizeof current) != NULL;
 }
 
-/* One line, for a client that aaa_svr_reg() or aaa_agent_init() has answered with -1. */
+/* Prints why aaa_svr_reg() or aaa_agent_init() has returned -1, in one line. */
 static inline void print_registration_failure(const char* program) {
   const char* const root = getenv("TMPDIR");
   if (root == NULL) {

@@ -7,7 +7,7 @@
 
 #include "ham_client.h"
 
-/* `lock` guards the rest. The first `used` entries are the registered threads. */
+/* `lock` guards the other members. The first `used` entries are the registered threads. */
 static struct {
   pthread_mutex_t lock;
   ham_host_entry entries[HAM_HOST_CAPACITY];
@@ -28,7 +28,7 @@ static void clear_locked(void) {
   table.registration_error = 0;
 }
 
-/* The threads in the table stayed behind in the parent. */
+/* The threads in the table do not exist in the child. */
 static void start_child(void) {
   clear_locked();
   unlock_table();

@@ -33,7 +33,7 @@ static host_log_destination current_destination(void) {
 }
 
 void host_log_to(host_log_destination destination) {
-  /* Read first: the first line must not undo a choice that came before it. */
+  /* The environment is read first, so that the first line does not override this call. */
   pthread_once(&environment_read, choose_from_environment);
   atomic_store(&chosen, (int)destination);
 }
@@ -57,7 +57,7 @@ static void make_one_line(char* text) {
   }
 }
 
-/* One write a line, so that the lines of several threads and processes do not mix. */
+/* One write per line, so that lines of several threads and processes do not interleave. */
 static void write_line(const char* module, const char* submodule, const char* message) {
   char line[LINE_SIZE];
   const int length = snprintf(line, sizeof line, "%.24s/%.24s: %s\n", module, submodule, message);

@@ -19,7 +19,7 @@ struct zv_thread_master {
 };
 
 struct zv_thread {
-  TAILQ_ENTRY(zv_thread) neighbours; /* in the master's list, until the task runs */
+  TAILQ_ENTRY(zv_thread) neighbours; /* in the master's list until the task runs */
   struct zv_thread_master* master;
   struct event* event; /* null once the task runs */
   zv_thread_fn callback;
@@ -72,7 +72,7 @@ static int start_waiting(struct zv_thread* task, int fd, short what, int priorit
   return 0;
 }
 
-/* Returns the task once it waits for its moment, or releases it and returns null. */
+/* Returns the scheduled task; on failure frees it and returns null. */
 static struct zv_thread* schedule(struct zv_thread* task, int fd, short what, int priority,
                                   const struct timeval* delay) {
   if (task == NULL) return NULL;
@@ -87,7 +87,7 @@ static struct zv_thread* schedule(struct zv_thread* task, int fd, short what, in
 struct zv_thread* zv_thread_add_event_withname(struct zv_thread_master* master,
                                                zv_thread_fn callback, void* argument, int value,
                                                const char* name) {
-  /* Through the timers: an event that schedules itself again lets everything else have its turn. */
+  /* A timer, so that an event that schedules itself again does not starve other tasks. */
   const struct timeval now = {0, 0};
   return schedule(make_task(master, callback, argument, value, name), -1, 0, NORMAL_PRIORITY, &now);
 }

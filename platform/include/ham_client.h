@@ -9,9 +9,9 @@ extern "C" {
 #endif
 
 /*
- * A thread registers, then resets its watch from time to time, then leaves. `interval` and
- * `tolerance` belong to the watchdog. All return 0 or more for success and a negative value, with
- * errno set, for failure.
+ * Register a thread, report that it is alive, unregister it. The watchdog defines the meaning of
+ * `interval` and `tolerance`. Return 0 or more on success; a negative value on failure, with errno
+ * set. Any thread may call.
  */
 int32_t ham_client_reg_thread_notify(int32_t pid, int32_t tid, uint32_t interval,
                                      uint32_t tolerance);

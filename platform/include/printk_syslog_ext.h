@@ -7,8 +7,8 @@ extern "C" {
 #endif
 
 /*
- * Writes one line. `priority` is a syslog(3) level; `module` and `submodule` name the source;
- * `kind` belongs to the platform. Lines bring their own line end. May be called on any thread.
+ * Writes one line, whose line end is part of the format. `priority` is a syslog(3) level; `module`
+ * and `submodule` name the source; the platform defines `kind`. Any thread may call.
  */
 void printk_syslog_ext(int priority, const char* module, const char* submodule, int kind,
                        const char* format, ...) __attribute__((format(printf, 5, 6)));

@@ -1,4 +1,4 @@
-/* Where a development host's log lines go: printk_syslog_ext() of printk_syslog_ext.h. */
+/* The log of a development host, an implementation of printk_syslog_ext.h. */
 #ifndef PLATFORM_HOST_LOG_H
 #define PLATFORM_HOST_LOG_H
 
@@ -13,16 +13,16 @@ typedef enum host_log_destination {
 } host_log_destination;
 
 /*
- * The first line that is logged reads the environment variable AAA_HOST_LOG: "stderr", "syslog" or
- * "none"; standard error without it or with another value. Whatever line end a message brings is
- * replaced by the destination's own, and line ends inside it by spaces: one message, one line.
- * A message is cut at 2,000 bytes. Logging keeps errno and is never cut short by cancellation.
+ * Selects the destination. Any thread may call it. Without a call the first line reads the
+ * environment variable AAA_HOST_LOG: "stderr" (the default), "syslog" or "none".
  *
- * This call overrides the environment. Any thread may call it.
+ * One message is one line: its line end is replaced by the destination's, line ends inside it by
+ * spaces, and it is truncated to 2,000 bytes. Logging preserves errno and is not a cancellation
+ * point.
  */
 void host_log_to(host_log_destination destination);
 
-/* Reads AAA_HOST_LOG again. No thread may change the environment meanwhile. */
+/* Reads AAA_HOST_LOG again. No thread may change the environment during the call. */
 void host_log_from_environment(void);
 
 #ifdef __cplusplus

@@ -1,14 +1,13 @@
 /*
- * The event loop of a development host, which stands behind zv_thread.h. It rests on libevent and
- * is a library of its own, platform_host_events: a client without a loop loads neither.
+ * The event loop of a development host, an implementation of zv_thread.h on libevent. It is a
+ * separate library, platform_host_events, so a client without a loop loads neither.
  *
- * A loop belongs to one thread: its tasks run there, and every function here and in zv_thread.h is
- * called there, also from inside a task, or while the loop does not run.
+ * Call all functions of this header and of zv_thread.h on the loop's thread, from inside a task
+ * too, or while the loop does not run.
  *
- * A task runs once and its handle lives until it has returned. zv_thread_cancel() takes the handle
- * of a task that is still to run, and lets a task that is running finish. A read of high priority
- * runs ahead of events and timers: while one is ready, they wait. A watched descriptor may be
- * closed before its read is cancelled, as long as its number is not watched again meanwhile.
+ * A task runs once. Its handle is valid until the task has returned; zv_thread_cancel() has no
+ * effect on a running task. A ready read runs before events and timers. A watched descriptor may be
+ * closed before its read is cancelled, unless its number is watched again meanwhile.
  */
 #ifndef PLATFORM_ZV_HOST_H
 #define PLATFORM_ZV_HOST_H
@@ -22,26 +21,26 @@ extern "C" {
 struct zv_thread_master;
 struct zv_thread;
 
-/* A loop without tasks, or null when there is no memory or no descriptor for it. */
+/* Returns a loop without tasks; null when memory or descriptors are exhausted. */
 struct zv_thread_master* zv_host_create(void);
 
-/* Releases the loop, with the tasks that have not run; not from inside a task. Null is ignored. */
+/* Frees the loop and the tasks that have not run. Not from inside a task. Null is ignored. */
 void zv_host_destroy(struct zv_thread_master* master);
 
 /*
- * Runs tasks until one of them calls zv_host_stop(), or none is left. Returns 0, or -1 when the
- * system refuses to wait. May be called again; not from inside a task.
+ * Runs tasks until one calls zv_host_stop() or none is left. Returns 0; -1 when waiting fails. Can
+ * be called again. Not from inside a task.
  */
 int zv_host_run(struct zv_thread_master* master);
 
-/* From inside a task: the loop ends when this task returns, and the others stay scheduled. */
+/* Call from inside a task: the loop ends when this task returns; other tasks stay scheduled. */
 void zv_host_stop(struct zv_thread_master* master);
 
-/* What a task was added with, for the task itself. The value of a read is its descriptor. */
+/* The argument and value that a task was scheduled with. The value of a read is its descriptor. */
 void* zv_host_argument(const struct zv_thread* task);
 int zv_host_value(const struct zv_thread* task);
 
-/* The tasks of a name that have not begun to run; of any name when it is null. */
+/* Number of scheduled tasks with this name that have not started; null: with any name. */
 size_t zv_host_scheduled(const struct zv_thread_master* master, const char* name);
 
 #ifdef __cplusplus
