@@ -8,8 +8,8 @@
 #include <thread>
 #include <utility>
 
-#include "journal.h"
-#include "server.h"
+#include "backend/answers.h"
+#include "server/server.h"
 
 namespace aaa_sim {
 namespace {
@@ -21,7 +21,7 @@ Predicate matcher(Direction direction, std::uint32_t type, Role role) {
   };
 }
 
-// Threads started meanwhile take no signals.
+// Threads started in its lifetime inherit a mask that blocks all signals.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
@@ -50,10 +50,7 @@ Predicate sent(std::uint32_t type, Role role) {
 class AaadSim::Impl {
  public:
   Impl(std::string path, Settings settings, Output output)
-      : path_(std::move(path)),
-        settings_(std::move(settings)),
-        local_users_(settings_.local_users_file),
-        journal_(std::move(output)) {}
+      : path_(std::move(path)), journal_(std::move(output)), backend_(std::move(settings)) {}
 
   const std::string& path() const { return path_; }
   Journal& journal() { return journal_; }
@@ -62,77 +59,75 @@ class AaadSim::Impl {
     const std::lock_guard lock(mutex_);
     if (server_) return;
     open_local_users();
-    server_ = std::make_unique<Server>(path_, world(), journal_);
+    server_.emplace(loop_, path_, backend_.settings, journal_,
+                    [this](const Request& request, const Respond& respond) {
+                      answer(backend_, request, respond);
+                    });
     const SignalsBlocked blocked;
-    thread_ = std::thread([server = server_.get()] { server->run(); });
+    thread_ = std::thread([this] { loop_.run(); });
     ::pthread_setname_np(thread_.native_handle(), "aaad_sim");
   }
 
   void stop() {
     const std::lock_guard lock(mutex_);
     if (!server_) return;
-    server_->post([this] { server_->quit(); });
+    loop_.post([this] { loop_.quit(); });
     thread_.join();
     server_.reset();
   }
 
   void change(const std::function<void(Settings&)>& edit) {
     const std::lock_guard lock(mutex_);
-    run_in_turn([&] {
-      edit(settings_);
+    run_on_loop([&] {
+      edit(backend_.settings);
       if (server_) server_->apply_settings();
     });
   }
 
-  void with_world(const std::function<void(World&)>& action) {
+  void with_backend(const std::function<void(Backend&)>& action) {
     const std::lock_guard lock(mutex_);
-    run_in_turn([&] {
-      World all = world();
-      action(all);
-    });
+    run_on_loop([&] { action(backend_); });
   }
 
-  // What `action` makes of the server; 0 when it does not run.
+  // The result of `action`; 0 when the server does not run.
   std::size_t with_server(const std::function<std::size_t(Server&)>& action) {
     const std::lock_guard lock(mutex_);
     std::size_t result = 0;
-    run_in_turn([&] {
+    run_on_loop([&] {
       if (server_) result = action(*server_);
     });
     return result;
   }
 
  private:
-  World world() { return {settings_, memory_, local_users_}; }
-
-  // A file is opened even when nobody asks for a user: mistakes show at the start.
+  // Looks up a user even if there is none to add, so that a bad file is reported at the start.
   void open_local_users() {
-    if (!settings_.local_users_file.empty()) local_users_.find("");
-    for (const LocalUser& user : settings_.local_users) {
-      if (!local_users_.find(user.name)) local_users_.put(user);
+    LocalUsers& local_users = backend_.local_users;
+    if (!backend_.settings.local_users_file.empty()) local_users.find("");
+    for (const LocalUser& user : backend_.settings.local_users) {
+      if (!local_users.find(user.name)) local_users.put(user);
     }
   }
 
-  // While the server runs, all it uses belongs to its thread: the task runs there, and what it
-  // throws is thrown here. REQUIRES: mutex_ is held.
-  void run_in_turn(const std::function<void()>& task) {
+  // Runs the task on the loop's thread while the server runs, else here. Throws what the task
+  // throws. REQUIRES: mutex_ is held.
+  void run_on_loop(const std::function<void()>& task) {
     if (!server_) return task();
     const auto shared = std::make_shared<std::packaged_task<void()>>(task);
     std::future<void> done = shared->get_future();
-    server_->post([shared] { (*shared)(); });
+    loop_.post([shared] { (*shared)(); });
     done.get();
   }
 
   const std::string path_;
-  // Of the server's thread while it runs, else guarded by mutex_.
-  Settings settings_;
-  Memory memory_;
-  LocalUsers local_users_;
   Journal journal_;
 
-  std::mutex mutex_;  // never taken by the server's thread
-  std::unique_ptr<Server> server_;
+  std::mutex mutex_;  // never locked on the loop's thread
   std::thread thread_;
+  EventLoop loop_;
+  // Used on the loop's thread while the server runs, else guarded by mutex_.
+  Backend backend_;
+  std::optional<Server> server_;
 };
 
 AaadSim::AaadSim(const std::string& directory, Settings settings, Output output)
@@ -170,7 +165,7 @@ void AaadSim::add_user(User user) {
 }
 
 void AaadSim::put_local_user(const LocalUser& user) {
-  impl_->with_world([&](World& world) { world.local_users.put(user); });
+  impl_->with_backend([&](Backend& backend) { backend.local_users.put(user); });
 }
 
 void AaadSim::set_answer(std::uint32_t type, Answerer answerer) {
@@ -205,22 +200,22 @@ std::size_t AaadSim::close_connections(const ClientName& client, Role role) {
 }
 
 std::vector<ClientName> AaadSim::clients() {
-  return impl_->journal().presence().clients;
+  return impl_->journal().connected().clients;
 }
 
-bool AaadSim::wait_for_clients(std::size_t count, Milliseconds patience) {
-  return impl_->journal().wait_for_presence(
-      [=](const Journal::Presence& presence) { return presence.clients.size() == count; },
-      patience);
+bool AaadSim::wait_for_clients(std::size_t count, Milliseconds timeout) {
+  return impl_->journal().wait_for_connected(
+      [=](const Journal::Connected& connected) { return connected.clients.size() == count; },
+      timeout);
 }
 
-bool AaadSim::wait_for_connections(std::size_t count, Milliseconds patience) {
-  return impl_->journal().wait_for_presence(
-      [=](const Journal::Presence& presence) { return presence.connections == count; }, patience);
+bool AaadSim::wait_for_connections(std::size_t count, Milliseconds timeout) {
+  return impl_->journal().wait_for_connected(
+      [=](const Journal::Connected& connected) { return connected.open == count; }, timeout);
 }
 
 std::size_t AaadSim::accepted_connections() {
-  return impl_->journal().presence().accepted;
+  return impl_->journal().connected().accepted;
 }
 
 std::vector<Message> AaadSim::messages() {
@@ -231,24 +226,24 @@ std::size_t AaadSim::count(const Predicate& predicate) {
   return impl_->journal().count(predicate);
 }
 
-std::optional<Message> AaadSim::wait_for_message(const Predicate& predicate, Milliseconds patience,
+std::optional<Message> AaadSim::wait_for_message(const Predicate& predicate, Milliseconds timeout,
                                                  std::size_t skip) {
-  return impl_->journal().wait_for_message(predicate, skip, patience);
+  return impl_->journal().wait_for_message(predicate, skip, timeout);
 }
 
-bool AaadSim::wait_for_note(const std::string& text, Milliseconds patience) {
-  return impl_->journal().wait_for_note(text, patience);
+bool AaadSim::wait_for_note(const std::string& text, Milliseconds timeout) {
+  return impl_->journal().wait_for_note(text, timeout);
 }
 
-Memory AaadSim::memory() {
-  Memory copy;
-  impl_->with_world([&](World& world) { copy = world.memory; });
+Reports AaadSim::reports() {
+  Reports copy;
+  impl_->with_backend([&](Backend& backend) { copy = backend.reports; });
   return copy;
 }
 
 std::optional<LocalUser> AaadSim::local_user(const std::string& name) {
   std::optional<LocalUser> user;
-  impl_->with_world([&](World& world) { user = world.local_users.find(name); });
+  impl_->with_backend([&](Backend& backend) { user = backend.local_users.find(name); });
   return user;
 }
 
