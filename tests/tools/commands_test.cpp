@@ -1,5 +1,5 @@
 // Commands typed at a running simulator.
-#include "commands.h"
+#include "program/commands.h"
 
 #include "sim_fixture.h"
 

@@ -1,5 +1,5 @@
 // LDAP searches in both directions.
-#include "directory.h"
+#include "backend/directory.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // The messages that the simulator sends by itself, and the commands that send them.
-#include "event_messages.h"
+#include "wire/event_messages.h"
 
-#include "commands.h"
+#include "program/commands.h"
 #include "sim_fixture.h"
 
 namespace aaa_sim_test {

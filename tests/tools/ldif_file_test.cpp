@@ -1,5 +1,5 @@
 // Directories in files.
-#include "ldif_file.h"
+#include "backend/ldif_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "file_descriptor.h"
-#include "message.h"
+#include "server/file_descriptor.h"
+#include "wire/message.h"
 
 namespace aaa_sim_test {
 

@@ -1,5 +1,5 @@
 // Files of users.
-#include "users_file.h"
+#include "backend/users_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
