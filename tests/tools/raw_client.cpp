@@ -1,4 +1,4 @@
-#include "raw_connection.h"
+#include "tools/raw_client.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -11,30 +11,26 @@
 namespace aaa_sim_test {
 namespace {
 
-constexpr std::chrono::milliseconds kPatience{5000};
+constexpr std::chrono::milliseconds kTimeout{5000};
 
 }  // namespace
 
-Bytes hex(std::string_view text) {
+Bytes hex(std::string_view digits) {
+  std::string dense(digits);
+  std::erase(dense, ' ');
   Bytes bytes;
-  std::string digits;
-  for (const char character : text) {
-    if (character == ' ') continue;
-    digits += character;
-    if (digits.size() < 2) continue;
-    bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits, nullptr, 16)));
-    digits.clear();
-  }
+  for (std::size_t at = 0; at < dense.size(); at += 2)
+    bytes.push_back(static_cast<std::uint8_t>(std::stoi(dense.substr(at, 2), nullptr, 16)));
   return bytes;
+}
+
+Bytes text(std::string_view characters) {
+  return Bytes(characters.begin(), characters.end());
 }
 
 Bytes operator+(Bytes left, const Bytes& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
-}
-
-Bytes text(std::string_view characters) {
-  return Bytes(characters.begin(), characters.end());
 }
 
 Bytes framed(std::uint8_t type, const Bytes& body, std::uint8_t id) {
@@ -46,8 +42,7 @@ Bytes framed(std::uint8_t type, const Bytes& body, std::uint8_t id) {
 std::uint32_t word_at(const Bytes& bytes, std::size_t offset) {
   std::uint32_t word = 0;
   EXPECT_LE(offset + sizeof word, bytes.size());
-  if (offset + sizeof word > bytes.size()) return word;
-  std::memcpy(&word, bytes.data() + offset, sizeof word);
+  if (offset + sizeof word <= bytes.size()) std::memcpy(&word, bytes.data() + offset, sizeof word);
   return word;
 }
 
@@ -55,7 +50,7 @@ RawConnection::RawConnection(const std::string& path)
     : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
   const auto* generic = reinterpret_cast<const sockaddr*>(&address);
   EXPECT_EQ(::connect(socket_.get(), generic, sizeof address), 0) << path;
 }
@@ -66,14 +61,14 @@ void RawConnection::send(const Bytes& bytes) {
 }
 
 Bytes RawConnection::receive(std::size_t size) {
-  Bytes bytes;
-  while (bytes.size() < size && wait_readable(kPatience)) {
-    Bytes chunk(size - bytes.size());
-    const ssize_t got = ::recv(socket_.get(), chunk.data(), chunk.size(), 0);
+  Bytes bytes(size);
+  std::size_t used = 0;
+  while (used < size && wait_readable(kTimeout)) {
+    const ssize_t got = ::recv(socket_.get(), bytes.data() + used, size - used, 0);
     if (got <= 0) break;
-    chunk.resize(static_cast<std::size_t>(got));
-    bytes = std::move(bytes) + chunk;
+    used += static_cast<std::size_t>(got);
   }
+  bytes.resize(used);
   return bytes;
 }
 
@@ -82,8 +77,7 @@ Bytes RawConnection::receive_message() {
   if (header.size() != 16) return {};
   const std::size_t length = word_at(header, 12);
   const Bytes body = receive(length);
-  if (body.size() != length) return {};
-  return std::move(header) + body;
+  return body.size() == length ? std::move(header) + body : Bytes{};
 }
 
 std::size_t RawConnection::available() const {
@@ -97,24 +91,24 @@ bool RawConnection::stays_silent(std::chrono::milliseconds duration) {
 }
 
 bool RawConnection::is_closed_by_peer() {
-  while (wait_readable(kPatience)) {
+  while (wait_readable(kTimeout)) {
     char chunk[256];
     if (::recv(socket_.get(), chunk, sizeof chunk, 0) <= 0) return true;
   }
   return false;
 }
 
-bool RawConnection::wait_readable(std::chrono::milliseconds patience) {
+bool RawConnection::wait_readable(std::chrono::milliseconds timeout) {
   pollfd wait{socket_.get(), POLLIN, 0};
-  return ::poll(&wait, 1, static_cast<int>(patience.count())) == 1;
+  return ::poll(&wait, 1, static_cast<int>(timeout.count())) == 1;
 }
 
 Bytes register_request(std::string_view model) {
-  return hex("01010101 00000000 00000000 06000000") + text("1") + text(model) + hex("00");
+  return framed(0, text("1") + text(model) + hex("00"));
 }
 
 Bytes register_event(std::string_view model) {
-  return hex("01010101 00000000 00000000 06000000") + text("2") + text(model) + hex("00");
+  return framed(0, text("2") + text(model) + hex("00"));
 }
 
 RawClient::RawClient(const std::string& path, std::string_view model) : request(path), event(path) {
