@@ -57,30 +57,27 @@ class AaadSim::Impl {
 
   void start() {
     const std::lock_guard lock(mutex_);
-    if (server_) return;
+    if (running_) return;
     open_local_users();
-    server_.emplace(loop_, path_, backend_.settings, journal_,
-                    [this](const Request& request, const Respond& respond) {
-                      answer(backend_, request, respond);
-                    });
+    running_ = std::make_unique<Running>(path_, backend_, journal_);
     const SignalsBlocked blocked;
-    thread_ = std::thread([this] { loop_.run(); });
+    thread_ = std::thread([loop = &running_->loop] { loop->run(); });
     ::pthread_setname_np(thread_.native_handle(), "aaad_sim");
   }
 
   void stop() {
     const std::lock_guard lock(mutex_);
-    if (!server_) return;
-    loop_.post([this] { loop_.quit(); });
+    if (!running_) return;
+    running_->loop.post([this] { running_->loop.quit(); });
     thread_.join();
-    server_.reset();
+    running_.reset();
   }
 
   void change(const std::function<void(Settings&)>& edit) {
     const std::lock_guard lock(mutex_);
     run_on_loop([&] {
       edit(backend_.settings);
-      if (server_) server_->apply_settings();
+      if (running_) running_->server.apply_settings();
     });
   }
 
@@ -89,17 +86,29 @@ class AaadSim::Impl {
     run_on_loop([&] { action(backend_); });
   }
 
-  // The result of `action`; 0 when the server does not run.
+  // The result of `action`; 0 when no server runs.
   std::size_t with_server(const std::function<std::size_t(Server&)>& action) {
     const std::lock_guard lock(mutex_);
     std::size_t result = 0;
     run_on_loop([&] {
-      if (server_) result = action(*server_);
+      if (running_) result = action(running_->server);
     });
     return result;
   }
 
  private:
+  // What exists between start() and stop().
+  struct Running {
+    Running(const std::string& path, Backend& backend, Journal& journal)
+        : server(loop, path, backend.settings, journal,
+                 [&backend](const Request& request, const Respond& respond) {
+                   answer(backend, request, respond);
+                 }) {}
+
+    EventLoop loop;
+    Server server;
+  };
+
   // Looks up a user even if there is none to add, so that a bad file is reported at the start.
   void open_local_users() {
     LocalUsers& local_users = backend_.local_users;
@@ -109,13 +118,13 @@ class AaadSim::Impl {
     }
   }
 
-  // Runs the task on the loop's thread while the server runs, else here. Throws what the task
-  // throws. REQUIRES: mutex_ is held.
+  // Runs the task on the loop's thread while it runs, else here. Throws what the task throws.
+  // REQUIRES: mutex_ is held.
   void run_on_loop(const std::function<void()>& task) {
-    if (!server_) return task();
+    if (!running_) return task();
     const auto shared = std::make_shared<std::packaged_task<void()>>(task);
     std::future<void> done = shared->get_future();
-    loop_.post([shared] { (*shared)(); });
+    running_->loop.post([shared] { (*shared)(); });
     done.get();
   }
 
@@ -124,10 +133,9 @@ class AaadSim::Impl {
 
   std::mutex mutex_;  // never locked on the loop's thread
   std::thread thread_;
-  EventLoop loop_;
-  // Used on the loop's thread while the server runs, else guarded by mutex_.
+  // Used on the loop's thread while it runs, else guarded by mutex_.
   Backend backend_;
-  std::optional<Server> server_;
+  std::unique_ptr<Running> running_;
 };
 
 AaadSim::AaadSim(const std::string& directory, Settings settings, Output output)

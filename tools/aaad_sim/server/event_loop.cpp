@@ -24,7 +24,6 @@ void EventLoop::post(Task task) {
 }
 
 void EventLoop::run() {
-  quit_ = false;
   while (!quit_) {
     // One event at a time: a handler may close any descriptor, also one with a pending event.
     epoll_event event{};

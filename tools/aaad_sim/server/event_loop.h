@@ -21,7 +21,7 @@ class EventLoop {
   // Any thread. Tasks run on the loop's thread, in order.
   void post(Task task);
 
-  // Until quit(); may be called again after that.
+  // Until quit().
   void run();
 
   // On the loop's thread only, or while no thread runs the loop.
