@@ -1,4 +1,4 @@
-#include "support/contender.h"
+#include "support/workload.h"
 
 #include <sched.h>
 #include <sys/resource.h>
@@ -33,45 +33,43 @@ void stay_on(std::size_t processor) {
   if (sched_setaffinity(0, sizeof one, &one) != 0) throw std::runtime_error("no such processor");
 }
 
-// A thread that is woken waits until the running one blocks. Otherwise the scheduler's mood decides
-// how often the threads of a round trip interrupt each other, and that costs more than what is
-// measured.
-void wait_for_turns() {
+// A woken thread does not preempt the running one. Otherwise the number of preemptions in a round
+// trip varies from run to run, and they cost more than what is measured.
+void use_batch_policy() {
   const sched_param none = {};
   if (sched_setscheduler(0, SCHED_BATCH, &none) != 0) throw std::runtime_error("no batch policy");
 }
 
-// Those that the program's threads bring about by waiting; others come from the rest of the
-// machine.
+// The voluntary ones; others come from the rest of the machine.
 long context_switches() {
   rusage usage = {};
   getrusage(RUSAGE_SELF, &usage);
   return usage.ru_nvcsw;
 }
 
-void run_and_report(Contender& contender, std::size_t operations) {
+void run_and_report(Workload& workload, std::size_t operations) {
   const long switches_before = context_switches();
   const std::chrono::nanoseconds time_before = processor_time();
-  contender.run(operations);
+  workload.run(operations);
   const std::chrono::nanoseconds taken = processor_time() - time_before;
   std::cout << taken.count() << ' ' << context_switches() - switches_before << std::endl;
 }
 
-void run_as_told(Contender& contender) {
+void run_on_request(Workload& workload) {
   for (std::size_t operations = 0; std::cin >> operations;)
-    run_and_report(contender, operations);
+    run_and_report(workload, operations);
 }
 
-int run_contender(const Options& options, const MakeContender& make) {
+int run(const Options& options, const MakeWorkload& make) {
   stay_on(options.number("processor", static_cast<std::size_t>(last_processor())));
-  wait_for_turns();
-  const std::unique_ptr<Contender> contender = make(options);
+  use_batch_policy();
+  const std::unique_ptr<Workload> workload = make(options);
   if (options.has("operations")) {
-    run_and_report(*contender, options.number("operations", 1));
+    run_and_report(*workload, options.number("operations", 1));
   } else {
-    run_as_told(*contender);
+    run_on_request(*workload);
   }
-  // Threads may still wait on their sockets: they end with the process.
+  // Threads may still wait on their sockets: no destructors.
   std::_Exit(EXIT_SUCCESS);
 }
 
@@ -90,9 +88,9 @@ std::size_t Options::number(const std::string& name, std::size_t fallback) const
   return found == numbers_.end() ? fallback : found->second;
 }
 
-int contend(int argc, char** argv, const MakeContender& make) {
+int run_main(int argc, char** argv, const MakeWorkload& make) {
   try {
-    return run_contender(Options(argc, argv), make);
+    return run(Options(argc, argv), make);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
     return EXIT_FAILURE;

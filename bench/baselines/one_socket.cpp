@@ -1,15 +1,15 @@
-// Ping-pong on one stream socket: header and body there, header and body back. --bytes: of both
-// bodies. --reads 1: the answer in one read.
+// A request and its answer on one stream socket, without a thread. --bytes: of each body. --reads
+// 1: one read for the answer.
 #include <vector>
 
-#include "support/contender.h"
 #include "support/fast_peer.h"
 #include "support/server_process.h"
 #include "support/sockets.h"
+#include "support/workload.h"
 
 namespace {
 
-class OneSocket : public bench::Contender {
+class OneSocket : public bench::Workload {
  public:
   explicit OneSocket(const bench::Options& options)
       : request_(bench::blank_frame(AAA_MSG_GET_SESSION_ID, options.number("bytes", 8))),
@@ -45,7 +45,7 @@ class OneSocket : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     return std::make_unique<OneSocket>(options);
   });
 }

@@ -1,7 +1,7 @@
-"""The measured programs, run in turns.
+"""Runs the measured programs in turns.
 
-A machine that does other work too gives other times every minute. What stays is the ratio of two
-programs that take turns in short rounds: each round gives one ratio, and the middle one counts.
+On a busy machine times vary from minute to minute. The ratio of two programs that take turns in
+short rounds does not: each round gives a ratio, and the result is their median.
 """
 
 import os
@@ -24,8 +24,8 @@ def command(directory, text):
     return [str(Path(directory) / name), *options]
 
 
-class Contender:
-    """A running program that waits for the number of operations of its next round."""
+class Program:
+    """A running program. It waits for the number of operations of the next round."""
 
     def __init__(self, directory, text):
         self.text = text
@@ -38,7 +38,7 @@ class Contender:
         )
 
     def run(self, operations):
-        """Returns nanoseconds and context switches of an operation."""
+        """Returns nanoseconds and context switches per operation."""
         self.process.stdin.write(f"{operations}\n")
         self.process.stdin.flush()
         line = self.process.stdout.readline()
@@ -52,7 +52,7 @@ class Contender:
 
 
 class Rounds:
-    """What came out: per program, the figures of all rounds in their order."""
+    """For each program the figures of all rounds, in order."""
 
     def __init__(self, figures):
         self.figures = figures
@@ -67,23 +67,23 @@ class Rounds:
         return sorted(a[0] / b[0] for a, b in zip(self.figures[text], self.figures[other]))
 
 
-def take_turns(directory, texts, rounds=ROUNDS):
+def run_in_turns(directory, texts, rounds=ROUNDS):
     """Runs the programs in turns, the same number of operations each."""
-    contenders = [Contender(directory, text) for text in dict.fromkeys(texts)]
+    programs = [Program(directory, text) for text in dict.fromkeys(texts)]
     try:
-        slowest = max(trial(contender) for contender in contenders)
+        slowest = max(trial(program) for program in programs)
         operations = max(TRIAL_OPERATIONS, int(ROUND_NS / slowest))
-        figures = {contender.text: [] for contender in contenders}
+        figures = {program.text: [] for program in programs}
         for turn in range(rounds):
-            first = turn % len(contenders)
-            for contender in contenders[first:] + contenders[:first]:
-                figures[contender.text].append(contender.run(operations))
+            first = turn % len(programs)
+            for program in programs[first:] + programs[:first]:
+                figures[program.text].append(program.run(operations))
         return Rounds(figures)
     finally:
-        for contender in contenders:
-            contender.close()
+        for program in programs:
+            program.close()
 
 
-def trial(contender):
-    contender.run(TRIAL_OPERATIONS)
-    return contender.run(TRIAL_OPERATIONS)[0]
+def trial(program):
+    program.run(TRIAL_OPERATIONS)
+    return program.run(TRIAL_OPERATIONS)[0]

@@ -1,17 +1,17 @@
-// Messages that the daemon sends, taken with a poll, a read of the header and a read of the body
-// each. --bytes: of a body. --reads 1: all that is there in one read.
+// Messages of the daemon, received with poll, a read of the header and a read of the body each.
+// --bytes: of a body. --reads 1: one read for all that has arrived. --pause: as in library_inbound.
 #include <semaphore.h>
 
-#include "floors/receiver.h"
-#include "support/contender.h"
+#include "baselines/two_sockets.h"
 #include "support/event_source.h"
 #include "support/records.h"
 #include "support/server_process.h"
 #include "support/sockets.h"
+#include "support/workload.h"
 
 namespace {
 
-class Events : public bench::Contender {
+class Events : public bench::Workload {
  public:
   explicit Events(const bench::Options& options) {
     sem_init(&all_taken_, 0, 0);
@@ -42,6 +42,6 @@ class Events : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<Events>(options); });
 }

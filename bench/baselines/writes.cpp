@@ -1,14 +1,15 @@
-// Encoded requests, written as they are, until the peer has read all of them. --together N: so many
-// in one write. --framed 1: each is framed in a block of its own first. --bytes: of a body.
+// Requests, encoded by the library and written, until the peer has read them. --together N: N
+// requests in one write. --framed 1: each is first copied into a block of its own with its header.
+// --bytes: of a body.
 #include <cstdlib>
 #include <cstring>
 
-#include "floors/two_sockets.h"
-#include "support/contender.h"
+#include "baselines/two_sockets.h"
+#include "support/workload.h"
 
 namespace {
 
-class Writes : public bench::Contender {
+class Writes : public bench::Workload {
  public:
   explicit Writes(const bench::Options& options)
       : record_(bench::typical_request(options.number("bytes", bench::usual_body))),
@@ -77,6 +78,6 @@ class Writes : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<Writes>(options); });
 }

@@ -1,14 +1,13 @@
-// The same as two_sockets_callback, but the thread hands the body over through a datagram pair, and
-// the requesting thread waits there. --bytes: of both bodies. --reads 1: as there.
+// As two_sockets_callback, but the thread sends the body to the requesting thread through a pair of
+// datagram sockets. Same options.
 #include <sys/socket.h>
 
-#include "floors/receiver.h"
-#include "floors/two_sockets.h"
-#include "support/contender.h"
+#include "baselines/two_sockets.h"
+#include "support/workload.h"
 
 namespace {
 
-class TwoSocketsDatagram : public bench::Contender {
+class TwoSocketsDatagram : public bench::Workload {
  public:
   explicit TwoSocketsDatagram(const bench::Options& options)
       : request_(
@@ -42,7 +41,7 @@ class TwoSocketsDatagram : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     return std::make_unique<TwoSocketsDatagram>(options);
   });
 }

@@ -1,11 +1,11 @@
-// A request on one socket, its answer on a second one, read by a thread that calls back. --bytes:
-// of both bodies. --reads 1: the thread reads all that is there.
-#include "floors/raw_callback_requests.h"
-#include "support/contender.h"
+// A request on one socket, its answer on a second one, where a thread receives it and calls back.
+// --bytes: of each body. --reads 1: one read for all that has arrived.
+#include "baselines/two_sockets.h"
+#include "support/workload.h"
 
 namespace {
 
-class TwoSocketsCallback : public bench::Contender {
+class TwoSocketsCallback : public bench::Workload {
  public:
   TwoSocketsCallback(std::size_t body_length, std::size_t reads)
       : requests_(bench::start_peer({.result_length = body_length}), body_length, reads) {}
@@ -22,7 +22,7 @@ class TwoSocketsCallback : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     return std::make_unique<TwoSocketsCallback>(options.number("bytes", bench::usual_body),
                                                 options.number("reads", 2));
   });

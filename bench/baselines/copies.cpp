@@ -1,18 +1,17 @@
-// The least that encoding and decoding of a record could do: as many allocations, and the body
-// copied once each way. --bytes: of the body. --items N: the body and the allocations of a record
-// with so many items of 24 bytes and nothing else that is allocated. --counted 1: the allocations
-// are the library's, which counts them.
+// As many allocations as encoding and decoding of a record make, and one copy of the body each way.
+// --bytes: of the body. --items N: body and allocations of a record with N items of 24 bytes.
+// --counted 1: with the library's allocator, which counts.
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
-#include "support/contender.h"
 #include "support/records.h"
+#include "support/workload.h"
 
 namespace {
 
 constexpr std::size_t small_block = 64;
-// The record, the block of its values, and two values with blocks of their own.
+// The record, the block of its values, and two separate values.
 constexpr std::size_t blocks_of_typical_record = 4;
 constexpr std::size_t blocks_of_items = 2;
 constexpr std::size_t first_item = 4 + AAA_AUTHEN_BLOCK_SIZE;
@@ -29,12 +28,12 @@ constexpr Heap counted = {
     [](void* block) { aaa_free(0, "", block); },
 };
 
-// So that the compiler leaves blocks and copies in place.
+// Keeps the compiler from removing blocks and copies.
 void use(void* block) {
   asm volatile("" : : "r"(block) : "memory");
 }
 
-class Copies : public bench::Contender {
+class Copies : public bench::Workload {
  public:
   explicit Copies(const bench::Options& options)
       : heap_(options.number("counted", 0) != 0 ? counted : plain),
@@ -68,6 +67,6 @@ class Copies : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<Copies>(options); });
 }

@@ -1,9 +1,9 @@
-// The round trips of two_sockets_callback in many processes that share one peer. --clients: how
-// many.
+// The round trips of two_sockets_callback in several processes with one peer. --clients: how many.
 #include <vector>
 
-#include "floors/raw_callback_requests.h"
+#include "baselines/two_sockets.h"
 #include "support/many_clients.h"
+#include "support/server_process.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ Connections connect(std::size_t clients) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     const std::size_t clients = options.number("clients", 1);
     Connections connections = connect(clients);
     bench::start_server([&] { bench::serve_together(connections.of_peer); });
