@@ -1,5 +1,5 @@
-// A request and its answer on one stream socket, without a thread. --bytes: of each body. --reads
-// 1: one read for the answer.
+// A request and its answer on one stream socket, without a thread. --bytes: of each body.
+// --reads 1: one read for the answer.
 #include <vector>
 
 #include "support/fast_peer.h"

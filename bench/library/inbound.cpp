@@ -1,6 +1,5 @@
-// Messages of the daemon. --bytes: of a body; below 1,433 a message of type 123, otherwise a
-// result.
-// --pause N: one message every N microseconds.
+// Messages of the daemon. --bytes: of a body; from 1,433 on it is a result, below a message of type
+// 123. --pause N: one message every N microseconds.
 #include <semaphore.h>
 
 #include <atomic>

@@ -7,7 +7,8 @@
 
 namespace bench {
 
-// Holds both ends of the control socket. Construct it before the server process.
+// Holds both ends of the control socket. Construct it before the server process
+// starts.
 class EventSource {
  public:
   EventSource();

@@ -6,7 +6,7 @@
 
 namespace bench {
 
-// Construct it before the server process.
+// Construct it before the server process starts.
 class Tally {
  public:
   Tally();
