@@ -19,7 +19,8 @@ OTHERS = ["libdbus-1.so.3", "libsystemd.so.0"]
 
 
 def output(*words):
-    return subprocess.run(words, env=environment(), check=True, text=True, capture_output=True).stdout
+    run = subprocess.run(words, env=environment(), check=True, text=True, capture_output=True)
+    return run.stdout
 
 
 def stripped_size(library):

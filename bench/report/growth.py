@@ -24,7 +24,8 @@ class Growth:
 
 GROWTHS = [
     Growth("clients", "round trip with the result callback, clients on one peer", "clients",
-           [1, 2, 4, 8, 16, 32, 64], {"library": "library_clients", "two sockets, callback": "baseline_clients"}, True),
+           [1, 2, 4, 8, 16, 32, 64],
+           {"library": "library_clients", "two sockets, callback": "baseline_clients"}, True),
     Growth("threads", "request, threads that send at the same time", "threads",
            [1, 2, 4, 8, 16, 32], {"direct": DIRECT, "batched": BATCHED}, True),
     Growth("items", "encode and decode an authentication record, items of 24 bytes", "items",
