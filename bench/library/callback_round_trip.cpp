@@ -1,12 +1,11 @@
-// A request and its result, handed to the result callback. --bytes: of both bodies.
-#include "library/callback_requests.h"
-#include "library/registered_client.h"
-#include "support/contender.h"
+// A request, and its result in the result callback. --bytes: of each body.
+#include "library/client.h"
 #include "support/fast_peer.h"
+#include "support/workload.h"
 
 namespace {
 
-class CallbackRoundTrip : public bench::Contender {
+class CallbackRoundTrip : public bench::Workload {
  public:
   explicit CallbackRoundTrip(const bench::Options& options)
       : requests_(options.number("bytes", bench::usual_body)) {
@@ -30,7 +29,7 @@ class CallbackRoundTrip : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     return std::make_unique<CallbackRoundTrip>(options);
   });
 }

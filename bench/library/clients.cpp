@@ -1,6 +1,5 @@
-// Round trips with the result callback in many processes that share one peer. --clients: how many.
-#include "library/callback_requests.h"
-#include "library/registered_client.h"
+// Round trips with the result callback in several processes with one peer. --clients: how many.
+#include "library/client.h"
 #include "support/fast_peer.h"
 #include "support/many_clients.h"
 #include "support/registrar.h"
@@ -27,7 +26,7 @@ bench::ManyClients::Operation register_client(std::size_t) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     const std::size_t clients = options.number("clients", 1);
     const bench::Registrar registrar;
     bench::start_server([&] { serve(registrar, clients); });

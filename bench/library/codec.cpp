@@ -1,10 +1,10 @@
-// Encoding and decoding of an authentication record. --bytes: of its body. --items N: instead of
-// the typical ones, so many items of 24 bytes, at most 14.
+// Encoding and decoding of an authentication record. --bytes: of its body. --items N: N items of 24
+// bytes, at most 14, instead of the typical items.
 #include <string>
 
 #include "aaa_client.h"
-#include "support/contender.h"
 #include "support/records.h"
+#include "support/workload.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ authen_info record_of(const bench::Options& options) {
   return bench::typical_request(options.number("bytes", bench::codec_body));
 }
 
-class Codec : public bench::Contender {
+class Codec : public bench::Workload {
  public:
   explicit Codec(const bench::Options& options) : record_(record_of(options)) {}
 
@@ -66,6 +66,6 @@ class Codec : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<Codec>(options); });
 }

@@ -1,14 +1,14 @@
-// The synchronous exchange: 8 bytes there and 8 bytes back. The peer grants one session id at a
-// time, so that every call asks it.
+// The synchronous exchange, 8 bytes each way. The peer grants one session id at a time, so that
+// every call asks it.
 #include <stdexcept>
 
-#include "library/registered_client.h"
-#include "support/contender.h"
+#include "library/client.h"
 #include "support/fast_peer.h"
+#include "support/workload.h"
 
 namespace {
 
-class Exchange : public bench::Contender {
+class Exchange : public bench::Workload {
  public:
   Exchange() {
     bench::register_with_peer({}, [](int request_socket, int event_socket) {
@@ -26,6 +26,6 @@ class Exchange : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv,
-                        [](const bench::Options&) { return std::make_unique<Exchange>(); });
+  return bench::run_main(argc, argv,
+                         [](const bench::Options&) { return std::make_unique<Exchange>(); });
 }

@@ -1,7 +1,6 @@
-// What a process grows by when it loads the library, named by the argument, and registers, with
-// both threads of the library running: prints kilobytes of resident memory after loading, after
-// registering, and then mapping by mapping. The program has no libgcc_s of its own, like a C
-// program.
+// Growth of resident memory, in kilobytes, when a process loads the library (the argument) and
+// registers with both threads running: after loading, after registering, and by mapping. The
+// program is linked without libgcc_s, like a C program.
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -29,7 +28,7 @@ long resident() {
   throw std::runtime_error("no resident memory");
 }
 
-// The same by the name of what is mapped.
+// The same by the name of the mapping.
 std::map<std::string, long> resident_by_mapping() {
   std::map<std::string, long> sizes;
   std::string name;

@@ -1,13 +1,13 @@
-// Messages that the daemon sends. --bytes: of a body; below 1,433 it is three words of a type 123
-// message, otherwise a result. --pause N: one by one, N microseconds apart.
+// Messages of the daemon. --bytes: of a body; from 1,433 on it is a result, below a message of type
+// 123. --pause N: one message every N microseconds.
 #include <semaphore.h>
 
 #include <atomic>
 
-#include "library/registered_client.h"
-#include "support/contender.h"
+#include "library/client.h"
 #include "support/event_source.h"
 #include "support/records.h"
+#include "support/workload.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ bench::Bytes message_of(std::size_t body_length) {
   return bench::frame(AAA_MSG_NOTIFY_RESULT, 1, body.data(), body.size());
 }
 
-class Inbound : public bench::Contender {
+class Inbound : public bench::Workload {
  public:
   explicit Inbound(const bench::Options& options) {
     sem_init(&all_taken, 0, 0);
@@ -60,6 +60,6 @@ class Inbound : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<Inbound>(options); });
 }

@@ -1,16 +1,16 @@
-// Requests one way, until the peer has read all of them. --batched 1: through the send buffer.
+// Requests without results, until the peer has read them. --batched 1: through the send buffer.
 // --bytes: of a body. --threads: how many send at the same time.
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
-#include "library/registered_client.h"
-#include "support/contender.h"
+#include "library/client.h"
 #include "support/fast_peer.h"
+#include "support/workload.h"
 
 namespace {
 
-class Requests : public bench::Contender {
+class Requests : public bench::Workload {
  public:
   explicit Requests(const bench::Options& options)
       : body_length_(options.number("bytes", bench::usual_body)),
@@ -52,7 +52,7 @@ class Requests : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     return std::make_unique<Requests>(options);
   });
 }

@@ -1,15 +1,15 @@
-// A request and its result, which the requesting thread waits for. --bytes: of both bodies.
+// A request, and its result for the waiting thread. --bytes: of each body.
 #include <stdexcept>
 
-#include "library/registered_client.h"
-#include "support/contender.h"
+#include "library/client.h"
 #include "support/fast_peer.h"
+#include "support/workload.h"
 
 namespace {
 
 constexpr std::uint32_t limit_seconds = 10;
 
-class WaitedRoundTrip : public bench::Contender {
+class WaitedRoundTrip : public bench::Workload {
  public:
   explicit WaitedRoundTrip(const bench::Options& options)
       : request_(bench::typical_request(options.number("bytes", bench::usual_body))) {
@@ -38,7 +38,7 @@ class WaitedRoundTrip : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv, [](const bench::Options& options) {
+  return bench::run_main(argc, argv, [](const bench::Options& options) {
     return std::make_unique<WaitedRoundTrip>(options);
   });
 }

@@ -1,5 +1,5 @@
-// A method call with 1,500 bytes and its answer with as many, over libdbus without a bus between.
-// The caller waits for the answer itself, without a receive thread. --bytes: of both.
+// A method call with 1,500 bytes each way over libdbus, peer to peer. The caller waits for the
+// reply itself, without a receive thread. --bytes: of each body.
 #include <dbus/dbus.h>
 #include <poll.h>
 #include <unistd.h>
@@ -7,9 +7,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "support/contender.h"
 #include "support/records.h"
 #include "support/server_process.h"
+#include "support/workload.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ void serve(DBusServer* server, bench::Bytes body) {
   }
 }
 
-// In the abstract namespace: no file is left behind.
+// In the abstract namespace: there is no file to remove.
 DBusServer* listen() {
   const std::string address = "unix:abstract=aaa-bench-dbus-" + std::to_string(getpid());
   DBusServer* const server = dbus_server_listen(address.c_str(), nullptr);
@@ -73,7 +73,7 @@ DBusServer* listen() {
   return server;
 }
 
-class Dbus : public bench::Contender {
+class Dbus : public bench::Workload {
  public:
   explicit Dbus(const bench::Options& options) : body_(options.number("bytes", bench::usual_body)) {
     DBusServer* const server = listen();
@@ -109,6 +109,6 @@ class Dbus : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<Dbus>(options); });
 }

@@ -1,8 +1,8 @@
-// Encoding and decoding of an authentication record with FlatBuffers: decoding is the check of the
-// buffer and a look at every value in place, without a copy.
+// Encoding and decoding of an authentication record with FlatBuffers. Decoding verifies the buffer
+// and reads every value in place, without a copy.
 #include "authentication_generated.h"
 #include "peers/record.h"
-#include "support/contender.h"
+#include "support/workload.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ OctetsOffsets add(FlatBufferBuilder& builder, const std::vector<std::string>& va
   return offsets;
 }
 
-class FlatBuffers : public bench::Contender {
+class FlatBuffers : public bench::Workload {
  public:
   void run(std::size_t operations) override {
     for (std::size_t i = 0; i < operations; i++) {
@@ -60,6 +60,6 @@ class FlatBuffers : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv,
-                        [](const bench::Options&) { return std::make_unique<FlatBuffers>(); });
+  return bench::run_main(argc, argv,
+                         [](const bench::Options&) { return std::make_unique<FlatBuffers>(); });
 }

@@ -5,11 +5,11 @@
 
 #include "authentication.pb.h"
 #include "peers/record.h"
-#include "support/contender.h"
+#include "support/workload.h"
 
 namespace {
 
-class Protobuf : public bench::Contender {
+class Protobuf : public bench::Workload {
  public:
   void run(std::size_t operations) override {
     for (std::size_t i = 0; i < operations; i++)
@@ -43,6 +43,6 @@ class Protobuf : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(argc, argv,
-                        [](const bench::Options&) { return std::make_unique<Protobuf>(); });
+  return bench::run_main(argc, argv,
+                         [](const bench::Options&) { return std::make_unique<Protobuf>(); });
 }

@@ -1,5 +1,5 @@
-// The contents of an authentication record, for the peers to carry: as many numbers and as many
-// arrays of the same lengths as the library's record has, and the same items.
+// The contents of an authentication record for the peers: as many numbers as the library's record
+// has, arrays of the same lengths, and the same items.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,7 @@ inline Record typical_record() {
           strings_of({32, 64, 6}), strings_of({24, 40, 40, 24, 24, 40})};
 }
 
-// A decoder that hands out values in place has read nothing yet: this reads every value.
+// Reads every value, which a decoder without copies has not done yet.
 class Reading {
  public:
   void number(std::uint64_t value) { sum_ += value; }

@@ -1,13 +1,13 @@
-// A method call with 1,500 bytes and its answer with as many, over sd-bus without a bus between.
-// The caller waits for the answer itself, without a receive thread. --bytes: of both.
+// A method call with 1,500 bytes each way over sd-bus, peer to peer. The caller waits for the reply
+// itself, without a receive thread. --bytes: of each body.
 #include <systemd/sd-bus.h>
 
 #include <stdexcept>
 
-#include "support/contender.h"
 #include "support/records.h"
 #include "support/server_process.h"
 #include "support/sockets.h"
+#include "support/workload.h"
 
 namespace {
 
@@ -53,7 +53,7 @@ void serve(int fd, bench::Bytes body) {
   }
 }
 
-class SdBus : public bench::Contender {
+class SdBus : public bench::Workload {
  public:
   explicit SdBus(const bench::Options& options)
       : body_(options.number("bytes", bench::usual_body)) {
@@ -89,6 +89,6 @@ class SdBus : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<SdBus>(options); });
 }

@@ -1,14 +1,14 @@
-// A request of 1,500 bytes and its reply of as many on ZeroMQ's request and reply sockets, through
-// a Unix socket. --bytes: of both.
+// A request with 1,500 bytes each way over ZeroMQ's request and reply sockets on a Unix socket.
+// --bytes: of each body.
 #include <unistd.h>
 #include <zmq.h>
 
 #include <stdexcept>
 #include <string>
 
-#include "support/contender.h"
 #include "support/records.h"
 #include "support/server_process.h"
+#include "support/workload.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ void serve(const std::string& address, const bench::Bytes& body) {
     zmq_send(socket, body.data(), body.size(), 0);
 }
 
-class ZeroMq : public bench::Contender {
+class ZeroMq : public bench::Workload {
  public:
   explicit ZeroMq(const bench::Options& options)
       : body_(options.number("bytes", bench::usual_body)), reply_(body_.size()) {
@@ -46,6 +46,6 @@ class ZeroMq : public bench::Contender {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return bench::contend(
+  return bench::run_main(
       argc, argv, [](const bench::Options& options) { return std::make_unique<ZeroMq>(options); });
 }

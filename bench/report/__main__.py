@@ -1,6 +1,8 @@
-"""Prints the table; script/bench calls it."""
+"""Measures and prints the table for script/bench."""
 
 import argparse
+import datetime
+import subprocess
 import sys
 from pathlib import Path
 
@@ -13,10 +15,10 @@ END = "<!-- end of what was measured -->\n"
 def arguments():
     parser = argparse.ArgumentParser(prog="script/bench")
     parser.add_argument("--build", required=True, type=Path, help=argparse.SUPPRESS)
-    parser.add_argument("--compare", action="store_true", help="add what peers take")
-    parser.add_argument("--quick", action="store_true", help="times only")
+    parser.add_argument("--compare", action="store_true", help="also measure other libraries")
+    parser.add_argument("--quick", action="store_true", help="measure times only")
     parser.add_argument("--docs", action="store_true",
-                        help="put the table and the plots into docs/")
+                        help="write the table and the plots to docs/")
     return parser.parse_args()
 
 
@@ -38,6 +40,12 @@ def measure(build, compare, quick):
     return "\n".join(table.lines(rows)) + "\n"
 
 
+def origin():
+    head = subprocess.run(["git", "rev-parse", "--short", "HEAD"], check=True, text=True,
+                          capture_output=True).stdout.strip()
+    return f"Measured on {datetime.date.today()} at commit {head}."
+
+
 def put_into(page, text):
     before, rest = page.read_text().split(BEGIN)
     _, after = rest.split(END)
@@ -49,7 +57,7 @@ def main():
     text = measure(options.build, options.compare, options.quick)
     print(text, end="")
     if options.docs:
-        put_into(Path("docs/performance.md"), text)
+        put_into(Path("docs/performance.md"), f"{origin()}\n\n{text}")
         say("growth")
         growth.draw_all(options.build / "bench", "docs/performance")
 

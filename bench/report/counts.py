@@ -1,6 +1,6 @@
-"""The measures that repeat exactly: system calls, allocations, instructions, context switches.
+"""The measures that are exact: system calls, allocations, instructions, context switches.
 
-Each comes from two runs of different length, so that what a program does once does not count.
+Each is the difference of two runs of different length, without what a program does once.
 """
 
 import functools
@@ -11,18 +11,18 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Callable
 
-from report.contender import command, environment, take_turns
+from report.programs import command, environment, run_in_turns
 from report.speed import BATCHED, CALLBACK, CODEC, DIRECT, EXCHANGE, INBOUND, WAIT
 from report.table import Row, answer
 
 SHORT = 200
 LONG = 700
-# The server ends with the program; its first system call says so.
+# The first system call of the server process.
 SERVER_MARK = "PR_SET_PDEATHSIG"
 
 
 def slope(count, directory, text):
-    """What one operation adds to a count."""
+    """The count per operation."""
     return (count(directory, text, LONG) - count(directory, text, SHORT)) / (LONG - SHORT)
 
 
@@ -37,7 +37,7 @@ def run(prefix, directory, text, operations):
 
 
 def traces(directory, text, operations):
-    """What strace says of every thread of the program, the first thread first."""
+    """The output of strace for every thread of the program, the first thread first."""
     with tempfile.TemporaryDirectory() as folder:
         run(["strace", "-ff", "-o", f"{folder}/trace"], directory, text, operations)
         found = [path.read_text(errors="replace") for path in Path(folder).iterdir()]
@@ -59,7 +59,7 @@ def system_calls_of_first_thread(directory, text, operations):
 
 @functools.cache
 def profile(directory, text, operations):
-    """What callgrind says of the program."""
+    """The output of callgrind."""
     with tempfile.TemporaryDirectory() as folder:
         options = ["--tool=callgrind", f"--callgrind-out-file={folder}/out.%p"]
         process = run(["valgrind", *options], directory, text, operations)
@@ -72,7 +72,7 @@ def instructions(directory, text, operations):
 
 
 def allocations(directory, text, operations):
-    """Calls of malloc(); a function's name stands where it is named first, later its number."""
+    """Calls of malloc(). Callgrind gives a function's name once, later only its number."""
     names, called, total = {}, None, 0
     for line in profile(directory, text, operations).splitlines():
         named = re.match(r"(c?)fn=(\(\d+\))(?: (.*))?", line)
@@ -110,15 +110,15 @@ def below(number):
 IDLE = " --pause 1000"
 SYSTEM_CALLS = [
     Count("system calls, request", system_calls, DIRECT,
-          "encode, write", "floor_writes", **exactly(1)),
+          "encode, write", "baseline_writes", **exactly(1)),
     Count("system calls, batched request (requesting thread)", system_calls_of_first_thread,
-          BATCHED, "encode, write five at once", "floor_writes --together 5", **at_most(0.2)),
+          BATCHED, "encode, write five at once", "baseline_writes --together 5", **at_most(0.2)),
     Count("system calls, inbound message, idle", system_calls, INBOUND + IDLE,
-          "poll, two reads a message", "floor_events" + IDLE, **at_most(4)),
+          "poll, two reads a message", "baseline_events" + IDLE, **at_most(4)),
     Count("system calls, inbound message, under load", system_calls, INBOUND,
-          "poll, two reads a message", "floor_events", **below(1)),
+          "poll, two reads a message", "baseline_events", **below(1)),
     Count("system calls, exchange", system_calls, EXCHANGE,
-          "one socket, header and body read", "floor_one_socket"),
+          "one socket, header and body read", "baseline_one_socket"),
 ]
 ALLOCATIONS = [
     Count("allocations, request", allocations, DIRECT, **exactly(2)),
@@ -126,16 +126,16 @@ ALLOCATIONS = [
     Count("allocations, round trip with a waiting thread", allocations, WAIT, **exactly(8)),
     Count("allocations, exchange", allocations, EXCHANGE, **exactly(2)),
     Count("allocations, encode and decode", allocations, CODEC,
-          "memcpy", "floor_copies", **exactly(5)),
+          "memcpy", "baseline_copies", **exactly(5)),
 ]
 INSTRUCTIONS = [
     Count("instructions in user mode, request", instructions, DIRECT,
-          "encode, write", "floor_writes"),
+          "encode, write", "baseline_writes"),
     Count("instructions in user mode, inbound result", instructions, INBOUND,
-          "poll, two reads a message", "floor_events"),
+          "poll, two reads a message", "baseline_events"),
     Count("instructions in user mode, exchange", instructions, EXCHANGE,
-          "one socket, header and body read", "floor_one_socket"),
-    Count("instructions, encode and decode", instructions, CODEC, "memcpy", "floor_copies"),
+          "one socket, header and body read", "baseline_one_socket"),
+    Count("instructions, encode and decode", instructions, CODEC, "memcpy", "baseline_copies"),
 ]
 
 
@@ -160,15 +160,15 @@ def figure(number):
 
 
 def switches(directory):
-    """Context switches of a round trip: as many as those of the least that works."""
+    """Context switches of a round trip."""
     rows = []
     for measure_name, library, name, counterpart in [
         ("context switches, round trip, result callback", CALLBACK,
-         "two sockets, callback", "floor_two_sockets_callback"),
+         "two sockets, callback", "baseline_two_sockets_callback"),
         ("context switches, round trip, waiting thread", WAIT,
-         "two sockets, datagram pair", "floor_two_sockets_datagram"),
+         "two sockets, datagram pair", "baseline_two_sockets_datagram"),
     ]:
-        rounds = take_turns(directory, [library, counterpart])
+        rounds = run_in_turns(directory, [library, counterpart])
         ours, least = rounds.switches(library), rounds.switches(counterpart)
         rows.append(Row(measure_name, figure(ours), f"{name}: {figure(least)}",
                         f"{ours / least:.2f}", f"= {figure(least)}",

@@ -1,4 +1,4 @@
-"""What the library takes: bytes on disk, other libraries, resident memory."""
+"""The footprint of the library: file size, libraries it needs, resident memory."""
 
 import re
 import statistics
@@ -6,20 +6,21 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-from report.contender import command, environment
+from report.programs import command, environment
 from report.table import Row, answer
 
 SIZE_GOAL = 96_000
 MEMORY_GOAL_KB = 300
 MEMORY_RUNS = 9
 NEEDED_GOAL = {"libc", "libgcc_s"}
-# The platform's own, on a device and on a development host.
+# Of the development host; a device has its own.
 PLATFORM = "libplatform_host"
 OTHERS = ["libdbus-1.so.3", "libsystemd.so.0"]
 
 
 def output(*words):
-    return subprocess.run(words, env=environment(), check=True, text=True, capture_output=True).stdout
+    run = subprocess.run(words, env=environment(), check=True, text=True, capture_output=True)
+    return run.stdout
 
 
 def stripped_size(library):
@@ -40,7 +41,7 @@ def needed(library):
 
 
 def memory(directory, library):
-    """Kilobytes that a process grows by when it loads the library, and when it registers too."""
+    """Growth of a process in kilobytes after loading the library, and after registering."""
     runs = []
     for _ in range(MEMORY_RUNS):
         lines = output(*command(directory, "library_footprint"), str(library)).splitlines()

@@ -1,10 +1,10 @@
-"""How cost grows with the number of clients, threads, items and bytes: figures and plots."""
+"""Plots of time against the number of clients, threads, items and bytes."""
 
 import subprocess
 from dataclasses import dataclass
 from pathlib import Path
 
-from report.contender import take_turns
+from report.programs import run_in_turns
 from report.speed import BATCHED, CALLBACK, CODEC, COPIES, DIRECT
 
 ROUNDS = 5
@@ -12,7 +12,7 @@ ROUNDS = 5
 
 @dataclass
 class Growth:
-    """One plot: each line is a program, started with each of the numbers."""
+    """A plot: each line is a program, run with each of the numbers."""
 
     name: str
     title: str
@@ -24,7 +24,8 @@ class Growth:
 
 GROWTHS = [
     Growth("clients", "round trip with the result callback, clients on one peer", "clients",
-           [1, 2, 4, 8, 16, 32, 64], {"library": "library_clients", "two sockets, callback": "floor_clients"}, True),
+           [1, 2, 4, 8, 16, 32, 64],
+           {"library": "library_clients", "two sockets, callback": "baseline_clients"}, True),
     Growth("threads", "request, threads that send at the same time", "threads",
            [1, 2, 4, 8, 16, 32], {"direct": DIRECT, "batched": BATCHED}, True),
     Growth("items", "encode and decode an authentication record, items of 24 bytes", "items",
@@ -35,18 +36,18 @@ GROWTHS = [
            {"library": CODEC, "memcpy, as many allocations": COPIES}),
     Growth("bytes", "round trip with the result callback, bytes of each body", "bytes",
            [1500, 2048, 4096, 8192, 16384],
-           {"library": CALLBACK, "two sockets, callback": "floor_two_sockets_callback"}),
+           {"library": CALLBACK, "two sockets, callback": "baseline_two_sockets_callback"}),
 ]
 
 
 def measure(directory, growth):
-    """Nanoseconds of an operation: per line, one figure for each number."""
+    """Nanoseconds per operation: for each line one figure for each number."""
     figures = {label: [] for label in growth.lines}
     for number in growth.numbers:
         texts = {
             label: f"{text} --{growth.option} {number}" for label, text in growth.lines.items()
         }
-        rounds = take_turns(directory, list(texts.values()), ROUNDS)
+        rounds = run_in_turns(directory, list(texts.values()), ROUNDS)
         for label, text in texts.items():
             figures[label].append(rounds.median(text))
     return figures

@@ -1,18 +1,18 @@
-"""The measures that are times: the library and its counterparts, in turns."""
+"""The measures that are times: the library and its counterparts."""
 
 from dataclasses import dataclass
 from statistics import median, quantiles
 
-from report.contender import take_turns
+from report.programs import run_in_turns
 from report.table import Row, answer
 
 
 @dataclass
 class Speed:
-    """What is measured, the counterpart, and the goal for the ratio of the two.
+    """A measure, its counterpart, and the goal for the ratio of the two.
 
-    Times are compared as they are, and the goal is an upper bound; rates (`is_rate`) as operations
-    in a second, and the goal is a lower bound.
+    The goal is an upper bound for a ratio of times and, with `is_rate`, a lower bound for a ratio
+    of operations per second.
     """
 
     measure: str
@@ -33,49 +33,49 @@ CODEC = "library_codec"
 
 ROUND_TRIPS = [
     Speed("round trip, result callback", CALLBACK,
-          "two sockets, callback", "floor_two_sockets_callback", 1.15),
+          "two sockets, callback", "baseline_two_sockets_callback", 1.15),
     Speed("round trip, result callback (stretch)", CALLBACK,
-          "two sockets, callback, one read", "floor_two_sockets_callback --reads 1", 1.15),
+          "two sockets, callback, one read", "baseline_two_sockets_callback --reads 1", 1.15),
     Speed("round trip, result callback", CALLBACK,
-          "one socket, no thread", "floor_one_socket --bytes 1500", None),
+          "one socket, no thread", "baseline_one_socket --bytes 1500", None),
     Speed("round trip, waiting thread", WAIT,
-          "two sockets, datagram pair", "floor_two_sockets_datagram", 1.15),
+          "two sockets, datagram pair", "baseline_two_sockets_datagram", 1.15),
     Speed("round trip, waiting thread (stretch)", WAIT,
-          "two sockets, datagram pair, one read", "floor_two_sockets_datagram --reads 1", 1.15),
+          "two sockets, datagram pair, one read", "baseline_two_sockets_datagram --reads 1", 1.15),
 ]
 EXCHANGES = [
     Speed("exchange of 8 and 8 bytes", EXCHANGE,
-          "one socket, header and body read", "floor_one_socket", 1.15),
+          "one socket, header and body read", "baseline_one_socket", 1.15),
     Speed("exchange of 8 and 8 bytes (stretch)", EXCHANGE,
-          "one socket, one read", "floor_one_socket --reads 1", 1.15),
+          "one socket, one read", "baseline_one_socket --reads 1", 1.15),
 ]
 REQUESTS = [
-    Speed("requests, direct", DIRECT, "encode, write", "floor_writes", 0.85, True),
+    Speed("requests, direct", DIRECT, "encode, write", "baseline_writes", 0.85, True),
     Speed("requests, direct", DIRECT,
-          "encode, frame in a block, write", "floor_writes --framed 1", None, True),
+          "encode, frame in a block, write", "baseline_writes --framed 1", None, True),
     Speed("requests, batched", BATCHED, "requests, direct", DIRECT, 1.8, True),
     Speed("requests, batched", BATCHED,
-          "encode, write five at once", "floor_writes --together 5", None, True),
+          "encode, write five at once", "baseline_writes --together 5", None, True),
     Speed("requests, batched", BATCHED, "encode, frame in a block, write five at once",
-          "floor_writes --together 5 --framed 1", None, True),
+          "baseline_writes --together 5 --framed 1", None, True),
 ]
 MESSAGES = [
     Speed("inbound results under load, 1,500 bytes", INBOUND,
-          "poll, two reads a message", "floor_events", 2.0, True),
+          "poll, two reads a message", "baseline_events", 2.0, True),
     Speed("inbound notices under load, 12 bytes", INBOUND + " --bytes 12",
-          "poll, two reads a message", "floor_events --bytes 12", 2.0, True),
+          "poll, two reads a message", "baseline_events --bytes 12", 2.0, True),
 ]
-COPIES = "floor_copies --counted 1"
+COPIES = "baseline_copies --counted 1"
 CODECS = [
     Speed("encode and decode, authentication", CODEC,
           "memcpy, as many counted allocations", COPIES, 1.8),
     Speed("encode and decode, authentication (stretch)", CODEC,
           "memcpy, as many counted allocations", COPIES, 1.6),
     Speed("encode and decode, authentication", CODEC,
-          "memcpy, as many plain allocations", "floor_copies", None),
+          "memcpy, as many plain allocations", "baseline_copies", None),
 ]
 
-# Measured together, in turns with each other.
+# The programs of a group run in turns.
 GROUPS = [ROUND_TRIPS, EXCHANGES, REQUESTS, MESSAGES, CODECS]
 
 PEER_ROUND_TRIPS = [
@@ -84,7 +84,6 @@ PEER_ROUND_TRIPS = [
         ("sd-bus, peer to peer", "sd_bus"),
         ("libdbus, peer to peer", "dbus"),
         ("ZeroMQ", "zeromq"),
-        ("gRPC, Unix socket", "grpc"),
     ]
 ]
 PEER_CODECS = [
@@ -92,15 +91,13 @@ PEER_CODECS = [
     for name, program in [
         ("Protocol Buffers, arena", "protobuf"),
         ("FlatBuffers", "flatbuffers"),
-        ("Cap'n Proto", "capnp"),
-        ("MessagePack", "msgpack"),
     ]
 ]
 PEER_GROUPS = [PEER_ROUND_TRIPS, PEER_CODECS]
 
 
 def installed(directory, groups):
-    """Those whose counterpart was built."""
+    """Without measures whose counterpart was not built."""
     return [
         [speed for speed in group if (directory / speed.counterpart.split()[0]).exists()]
         for group in groups
@@ -116,12 +113,12 @@ def measure_groups(directory, groups):
 
 def measure(directory, group):
     texts = [text for speed in group for text in (speed.library, speed.counterpart)]
-    rounds = take_turns(directory, texts)
+    rounds = run_in_turns(directory, texts)
     return [row(speed, rounds) for speed in group]
 
 
 def row(speed, rounds):
-    # Of rates the ratio is turned round.
+    # Rates are inverse times.
     pair = (speed.library, speed.counterpart)
     ratios = rounds.ratios(*(reversed(pair) if speed.is_rate else pair))
     low, _, high = quantiles(ratios, n=4)

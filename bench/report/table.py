@@ -1,4 +1,4 @@
-"""One table: a row for each measure, aligned, in Markdown."""
+"""The table in Markdown."""
 
 from dataclasses import dataclass
 

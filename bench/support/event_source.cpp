@@ -1,12 +1,9 @@
 #include "support/event_source.h"
 
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
-
-#include "support/sockets.h"
 
 namespace bench {
 namespace {
@@ -37,18 +34,18 @@ void send_one_by_one(int event_socket, const Bytes& message, std::size_t message
 
 EventSource::EventSource() {
   const SocketPair pair = make_pair(SOCK_STREAM);
-  asking_ = pair.client;
-  asked_ = pair.server;
+  client_ = pair.client;
+  server_ = pair.server;
 }
 
 void EventSource::ask_for(std::size_t messages) const {
   const std::uint64_t count = messages;
-  send_all(asking_, &count, sizeof count);
+  send_all(client_, &count, sizeof count);
 }
 
 void EventSource::serve(int event_socket, const Bytes& message, std::size_t pause_us) const {
   std::uint64_t count = 0;
-  while (receive_all(asked_, &count, sizeof count)) {
+  while (receive_all(server_, &count, sizeof count)) {
     if (pause_us == 0) {
       send_in_large_writes(event_socket, message, count);
     } else {

@@ -1,27 +1,28 @@
-// A daemon that sends so many messages on the event socket as it is asked for.
+// A daemon that sends messages on the event socket on demand.
 #pragma once
 
 #include <cstddef>
 
-#include "support/frames.h"
+#include "support/sockets.h"
 
 namespace bench {
 
-// Both ends of the way in which the client asks; made before the server is started.
+// Holds both ends of the control socket. Construct it before the server process
+// starts.
 class EventSource {
  public:
   EventSource();
 
-  // The client: asks for messages.
+  // In the client: requests that many messages.
   void ask_for(std::size_t messages) const;
 
-  // The server: sends what is asked for until the client has gone. Without a pause many messages
-  // go in one write, so that the receiving side is what costs; with one they go one by one.
+  // In the server: sends what is requested until the client has closed. Without a pause one write
+  // has many messages, so that mainly the receiver is measured; with a pause it has one.
   void serve(int event_socket, const Bytes& message, std::size_t pause_us) const;
 
  private:
-  int asking_;
-  int asked_;
+  int client_;
+  int server_;
 };
 
 }  // namespace bench

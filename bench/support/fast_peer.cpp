@@ -1,19 +1,16 @@
 #include "support/fast_peer.h"
 
 #include <sys/epoll.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <cstring>
-
-#include "support/sockets.h"
 
 namespace bench {
 namespace {
 
 constexpr std::size_t buffer_size = 1 << 18;
 
-// The first of them is the session id, the second the number of ids: the next call asks again.
+// First session id and number of ids: with one id the next call asks again.
 Bytes reply_of(std::size_t length) {
   Bytes reply = blank_frame(AAA_MSG_GET_SESSION_ID, length);
   const std::uint32_t words[2] = {1, 1};
@@ -34,45 +31,28 @@ FastPeer::FastPeer(int request_socket, int event_socket, const PeerSettings& set
       result_(result_of(settings.result_length)),
       reply_(reply_of(settings.reply_length)),
       tally_(settings.tally),
-      buffer_(buffer_size) {}
+      input_(buffer_size) {}
 
 void FastPeer::serve() {
-  while (take_some()) {
+  while (serve_once()) {
   }
 }
 
-bool FastPeer::take_some() {
-  std::uint8_t* const next = buffer_.data() + kept_;
-  const ssize_t received = recv(request_socket_, next, buffer_.size() - kept_, 0);
-  if (received <= 0) return false;
-  const std::size_t size = kept_ + static_cast<std::size_t>(received);
-  const std::size_t taken = take_messages(buffer_.data(), size);
-  kept_ = size - taken;
-  std::memmove(buffer_.data(), buffer_.data() + taken, kept_);
-  return true;
+bool FastPeer::serve_once() {
+  return input_.read(request_socket_, [this](const aaa_ipc_header& header,
+                                             const std::uint8_t* body) { handle(header, body); });
 }
 
-// Returns the bytes of the whole messages.
-std::size_t FastPeer::take_messages(const std::uint8_t* bytes, std::size_t size) {
-  std::size_t taken = 0;
-  aaa_ipc_header header;
-  while (size - taken >= header_size) {
-    std::memcpy(&header, bytes + taken, header_size);
-    const std::size_t length = header_size + header.length;
-    if (size - taken < length) break;
-    take(header, bytes + taken + header_size);
-    taken += length;
-  }
-  return taken;
-}
-
-void FastPeer::take(const aaa_ipc_header& header, const std::uint8_t* body) {
+void FastPeer::handle(const aaa_ipc_header& header, const std::uint8_t* body) {
   switch (header.type) {
     case AAA_MSG_AUTHEN_REQ:
       answer(header.id);
       break;
     case AAA_MSG_PAD_PKT:
-      take_messages(body, header.length);
+      split_frames(body, header.length,
+                   [this](const aaa_ipc_header& inner, const std::uint8_t* inner_body) {
+                     handle(inner, inner_body);
+                   });
       break;
     case AAA_MSG_GET_SESSION_ID:
       send_all(request_socket_, reply_.data(), reply_.size());
@@ -108,7 +88,7 @@ void serve_together(std::vector<FastPeer>& peers) {
   while (true) {
     const int count = epoll_wait(ready, events, 64, -1);
     for (int i = 0; i < count; i++)
-      static_cast<FastPeer*>(events[i].data.ptr)->take_some();
+      static_cast<FastPeer*>(events[i].data.ptr)->serve_once();
   }
 }
 

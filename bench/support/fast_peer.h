@@ -1,5 +1,5 @@
-// The daemon's side, as fast as it can be, so that it does not hide the client: the same code for
-// the library and for the programs that it is compared with.
+// A daemon that answers from memory, so that its cost does not hide the client's. The library and
+// the baselines are measured with the same one.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace bench {
 struct PeerSettings {
   std::size_t result_length = usual_body;
   std::size_t reply_length = 8;
-  // Where given, requests are counted and not answered.
+  // If set, requests are counted and not answered.
   const Tally* tally = nullptr;
 };
 
@@ -22,17 +22,16 @@ class FastPeer {
  public:
   FastPeer(int request_socket, int event_socket, const PeerSettings& settings);
 
-  // Until the client has gone.
+  // Until the client has closed.
   void serve();
 
-  // What can be read now. Returns false when the client has gone.
-  bool take_some();
+  // Reads once. False when the client has closed.
+  bool serve_once();
 
   int request_socket() const { return request_socket_; }
 
  private:
-  std::size_t take_messages(const std::uint8_t* bytes, std::size_t size);
-  void take(const aaa_ipc_header& header, const std::uint8_t* body);
+  void handle(const aaa_ipc_header& header, const std::uint8_t* body);
   void answer(std::uint32_t session_id);
 
   int request_socket_;
@@ -40,12 +39,10 @@ class FastPeer {
   Bytes result_;
   Bytes reply_;
   const Tally* tally_;
-  // What has been read; the beginning of a message stays.
-  Bytes buffer_;
-  std::size_t kept_ = 0;
+  ReadAhead input_;
 };
 
-// Many of them in one thread, for good.
+// Serves many clients on this thread. Does not return.
 void serve_together(std::vector<FastPeer>& peers);
 
 }  // namespace bench

@@ -8,19 +8,19 @@
 namespace bench {
 namespace {
 
-// Says that it is ready, and then each time that it has done what it was asked for.
-void work(int orders, const ManyClients::Operation& operation) {
+// Reports once when it is ready and then after every order.
+void work(int control, const ManyClients::Operation& operation) {
   std::uint64_t operations = 0;
   do {
     for (; operations > 0; operations--)
       operation();
-    send_all(orders, &operations, sizeof operations);
-  } while (receive_all(orders, &operations, sizeof operations));
+    send_all(control, &operations, sizeof operations);
+  } while (receive_all(control, &operations, sizeof operations));
 }
 
-void wait_until_done(int orders) {
+void wait_until_done(int control) {
   std::uint64_t done = 0;
-  receive_all(orders, &done, sizeof done);
+  receive_all(control, &done, sizeof done);
 }
 
 }  // namespace
@@ -32,17 +32,17 @@ ManyClients::ManyClients(std::size_t clients, const MakeOperation& make) {
 
 void ManyClients::add_client(const MakeOperation& make) {
   const SocketPair pair = make_pair(SOCK_STREAM);
-  start_server([&] { work(pair.server, make(orders_.size())); });
-  orders_.push_back(pair.client);
+  start_server([&] { work(pair.server, make(controls_.size())); });
+  controls_.push_back(pair.client);
   wait_until_done(pair.client);
 }
 
 void ManyClients::run(std::size_t operations) {
-  const std::uint64_t share = operations / orders_.size();
-  for (const int orders : orders_)
-    send_all(orders, &share, sizeof share);
-  for (const int orders : orders_)
-    wait_until_done(orders);
+  const std::uint64_t share = operations / controls_.size();
+  for (const int control : controls_)
+    send_all(control, &share, sizeof share);
+  for (const int control : controls_)
+    wait_until_done(control);
 }
 
 }  // namespace bench

@@ -1,18 +1,17 @@
-// Many processes that do a share of the operations each.
+// Processes that each do a share of the operations.
 #pragma once
 
 #include <cstddef>
 #include <functional>
 #include <vector>
 
-#include "support/contender.h"
+#include "support/workload.h"
 
 namespace bench {
 
-class ManyClients : public Contender {
+class ManyClients : public Workload {
  public:
-  // `make` is called in each client's process, one process after the other, and returns what does
-  // one operation.
+  // `make` runs in each client's process, one process after the other, and returns one operation.
   using Operation = std::function<void()>;
   using MakeOperation = std::function<Operation(std::size_t client)>;
 
@@ -23,8 +22,8 @@ class ManyClients : public Contender {
  private:
   void add_client(const MakeOperation& make);
 
-  // One for each client: the number of operations there, the word that they are done back.
-  std::vector<int> orders_;
+  // A control socket for each client: number of operations to it, the same back when done.
+  std::vector<int> controls_;
 };
 
 }  // namespace bench

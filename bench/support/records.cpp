@@ -7,20 +7,20 @@
 namespace bench {
 namespace {
 
-// Without the bytes that fill up the last item.
+// Without padding in the last item.
 constexpr std::size_t least_request = 4 + AAA_AUTHEN_BLOCK_SIZE + 6 * 4 + 24 + 40 + 40 + 24 + 24;
 constexpr std::size_t least_result = 4 + AAA_RESULT_BLOCK_SIZE + 5 * 4 + 24 + 40 + 40 + 24;
 
 const std::string text(24, 't');
 const std::string data(40, 'd');
-const std::string filling(16384, 'f');
+const std::string padding(16384, 'f');
 
 aaa_item item(const std::string& value) {
   return {0, static_cast<std::uint16_t>(value.size()), value.data()};
 }
 
-std::uint32_t filling_size(std::size_t body_length, std::size_t least) {
-  if (body_length <= least || body_length - least > filling.size()) {
+std::uint32_t padding_size(std::size_t body_length, std::size_t least) {
+  if (body_length <= least || body_length - least > padding.size()) {
     throw std::runtime_error("no record of " + std::to_string(body_length) + " bytes");
   }
   return static_cast<std::uint32_t>(body_length - least);
@@ -37,8 +37,8 @@ authen_info typical_request(std::size_t body_length) {
   record.state = item(data);
   record.chargeable_user_identity = item(text);
   record.ext_text = text.c_str();
-  record.tail_data = filling.data();
-  record.tail_len = filling_size(body_length, least_request);
+  record.tail_data = padding.data();
+  record.tail_len = padding_size(body_length, least_request);
   return record;
 }
 
@@ -49,8 +49,8 @@ Bytes typical_result(std::size_t body_length) {
   record.state = item(data);
   record.text_302 = text.data();
   record.text_302_len = static_cast<std::uint32_t>(text.size());
-  record.tail_data = filling.data();
-  record.tail_len = filling_size(body_length, least_result);
+  record.tail_data = padding.data();
+  record.tail_len = padding_size(body_length, least_result);
   void* body = nullptr;
   const std::uint32_t length = aaa_encap_result_info(&record, &body);
   Bytes bytes(static_cast<std::uint8_t*>(body), static_cast<std::uint8_t*>(body) + length);

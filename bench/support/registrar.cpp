@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "support/frames.h"
 #include "support/sockets.h"
 
 namespace bench {
@@ -49,7 +48,7 @@ int Registrar::accept_request_socket() const {
   return accept_and_answer(listener_, frame(AAA_MSG_REGISTER_RESP, 0, &aaa_id, sizeof aaa_id));
 }
 
-// Heartbeats are kept, as with a real daemon.
+// The limit makes clients send heartbeats, as with a real daemon.
 int Registrar::accept_event_socket() const {
   aaa_status status = {};
   status.aaa_id_limit = aaa_id_limit;

@@ -1,12 +1,12 @@
-// Where clients of the library find the daemon, and the answers to their registration.
+// The daemon's socket, and its answers to registrations.
 #pragma once
 
 #include <string>
 
 namespace bench {
 
-// Points TMPDIR at a directory of its own, which lasts as long as the object. Connections last
-// longer.
+// Sets TMPDIR to a directory of its own and removes the directory on destruction. Accepted
+// connections stay open.
 class Registrar {
  public:
   Registrar();
@@ -14,7 +14,7 @@ class Registrar {
   Registrar(const Registrar&) = delete;
   Registrar& operator=(const Registrar&) = delete;
 
-  // Each client connects its request socket first.
+  // For each client, the request socket first.
   int accept_request_socket() const;
   int accept_event_socket() const;
 

@@ -1,4 +1,4 @@
-// The other end of a measured program's sockets, as a process of its own.
+// The server of a measured program, as a process of its own.
 #pragma once
 
 #include <chrono>
@@ -6,11 +6,12 @@
 
 namespace bench {
 
-// Runs `serve` in a child process, which ends with its parent. Start it before any thread.
+// Runs `serve` in a child process, which is killed when its parent ends. Call it before starting
+// threads.
 void start_server(const std::function<void()>& serve);
 
-// That this process and its servers have taken so far. All of them share one processor, so it is
-// the time that passes while nothing else runs there.
+// Processor time of this process and its servers so far. They share one processor: it is the time
+// that would pass on an idle machine.
 std::chrono::nanoseconds processor_time();
 
 }  // namespace bench

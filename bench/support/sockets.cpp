@@ -8,6 +8,19 @@
 
 namespace bench {
 
+Bytes frame(std::uint32_t type, std::uint32_t id, const void* body, std::size_t length) {
+  const aaa_ipc_header header = {marker, id, type, static_cast<std::uint32_t>(length)};
+  Bytes message(header_size + length);
+  std::memcpy(message.data(), &header, header_size);
+  if (length > 0) std::memcpy(message.data() + header_size, body, length);
+  return message;
+}
+
+Bytes blank_frame(std::uint32_t type, std::size_t length) {
+  const Bytes body(length);
+  return frame(type, 1, body.data(), length);
+}
+
 SocketPair make_pair(int type) {
   int ends[2];
   if (socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends) != 0) {

@@ -1,4 +1,4 @@
-// How many messages the other process has read, known to both processes.
+// Counts messages that the server has read; shared by both processes.
 #pragma once
 
 #include <cstddef>
@@ -6,18 +6,18 @@
 
 namespace bench {
 
-// Made before the server is started.
+// Construct it before the server process starts.
 class Tally {
  public:
   Tally();
   Tally(const Tally&) = delete;
   Tally& operator=(const Tally&) = delete;
 
-  // The client, before it sends so many messages, and behind them.
+  // In the client: before it sends that many messages, and after.
   void expect(std::size_t messages) { *remaining_ = messages; }
   void wait() const;
 
-  // The server.
+  // In the server.
   void count(std::size_t messages) const;
 
  private:

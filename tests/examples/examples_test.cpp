@@ -149,7 +149,7 @@ TEST_F(ExamplesTest, AccountingSendsStartInterimAndStopOfOneSession) {
   // Behind the header of 16 bytes and the item's of 4: code_a at byte 4, 1, 3 and 2 in turn.
   std::string kinds;
   for (std::size_t i = 0; i < 3; ++i) {
-    const auto report = sim_.wait_for_message(received(7), AaadSim::kPatience, i);
+    const auto report = sim_.wait_for_message(received(7), AaadSim::kTimeout, i);
     ASSERT_TRUE(report);
     EXPECT_EQ(report->header.id, 1u);
     kinds += std::to_string(report->bytes[16 + 4 + 4]);

@@ -26,7 +26,7 @@ TEST_F(ReadmeTest, ClientWaitsForAaad) {
   take_clients_with(aaa_sim::kRefused);
   test::ChildProgram client = start();
   // The third attempt comes after 2 seconds.
-  ASSERT_TRUE(sim_.wait_for_message(aaa_sim::sent(100), AaadSim::kPatience, 1))
+  ASSERT_TRUE(sim_.wait_for_message(aaa_sim::sent(100), AaadSim::kTimeout, 1))
       << "it does not try again";
   take_clients_with(1);
   EXPECT_EQ(client.remaining_output(), "aaad's decision: 0\n");

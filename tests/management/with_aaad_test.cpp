@@ -2,9 +2,9 @@
 #include <cstring>
 #include <thread>
 
-#include "message.h"
 #include "support/library_counters.h"
 #include "support/library_test.h"
+#include "wire/message.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "message.h"
+#include "wire/message.h"
 
 namespace test {
 

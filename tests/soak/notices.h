@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "aaa_client.h"
-#include "message.h"
+#include "wire/message.h"
 
 namespace soak {
 

@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "file_descriptor.h"
-#include "message.h"
+#include "server/file_descriptor.h"
+#include "wire/message.h"
 
 namespace soak {
 

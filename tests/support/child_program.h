@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "file_descriptor.h"
+#include "server/file_descriptor.h"
 #include "support/eventually.h"
 
 namespace test {

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "message.h"
 #include "support/library_test.h"
 #include "support/scripted_calls.h"
 #include "transport/base/atomic_word.h"
+#include "wire/message.h"
 
 namespace test {
 

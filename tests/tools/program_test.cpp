@@ -1,16 +1,16 @@
-// The program aaad-sim, run as users run it.
+// The program aaad-sim: options, output, commands and exit status.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <vector>
 
-#include "raw_connection.h"
 #include "support/child_program.h"
 #include "support/temporary_directory.h"
+#include "tools/raw_client.h"
 
 namespace aaa_sim_test {
 namespace {
@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 struct Program : test::ChildProgram {
-  // Without TMPDIR unless one is given.
+  // An empty `tmpdir`: TMPDIR is not set.
   explicit Program(std::vector<std::string> arguments, const std::string& tmpdir = "")
       : ChildProgram(AAAD_SIM_PROGRAM, std::move(arguments), tmpdir) {}
 };
@@ -43,7 +43,7 @@ class ProgramTest : public testing::Test {
     EXPECT_EQ(program.output_line(), "");
   }
 
-  // A directory below the test's own whose name has `size` bytes.
+  // A path of `size` bytes below the test's directory.
   std::string directory_of_size(std::size_t size) const {
     const std::string base = directory_.path() + "/";
     return base + std::string(size - base.size(), 'd');
@@ -53,7 +53,7 @@ class ProgramTest : public testing::Test {
   const std::string socket_ = directory_.path() + "/security/aaa/.aaa_domain_socket_fs";
 };
 
-TEST_F(ProgramTest, SaysWhereItListensAndEndsOnATerminationSignal) {
+TEST_F(ProgramTest, PrintsItsSocketAndEndsOnASignal) {
   for (const int signal : {SIGTERM, SIGINT}) {
     Program program(with({}));
     EXPECT_EQ(program.output_line(), "aaad-sim: listening on " + socket_ + "\n");
@@ -75,22 +75,22 @@ TEST_F(ProgramTest, PrintsALineForEachMessage) {
 }
 
 TEST_F(ProgramTest, OptionsReachTheClients) {
-  Program program(with({"--quiet", "--aaa-id", "9", "--status", "acct_period=600", "--status",
+  Program program(with({"--quiet", "--aaa-id", "010", "--status", "acct_period=600", "--status",
                         "9=77", "--first-session-id", "500", "--session-ids", "2"}));
   program.output_line();
   RawConnection request(socket_);
   request.send(register_request());
-  EXPECT_EQ(word_at(request.receive(20), 16), 9u);
+  EXPECT_EQ(word_at(request.receive(20), 16), 10u) << "decimal";
   RawConnection event(socket_);
   event.send(register_event());
   const Bytes status = event.receive(56);
   EXPECT_EQ(word_at(status, 16 + 4), 600u);
   EXPECT_EQ(word_at(status, 16 + 36), 77u);
-  request.send(hex("01010101 00000000 03000000 08000000  00000000 00000000"));
-  EXPECT_EQ(request.receive(24), hex("01010101 00000000 03000000 08000000  f4010000 02000000"));
+  request.send(framed(3, Bytes(8)));
+  EXPECT_EQ(request.receive(24), framed(3, hex("f4010000 02000000")));
 }
 
-TEST_F(ProgramTest, ContentsReachTheClients) {
+TEST_F(ProgramTest, BackendOptionsReachTheClients) {
   const std::string ldif = directory_.path() + "/entries.ldif";
   std::ofstream(ldif) << "dn: cn=a\n";
   Program program(with({"--quiet", "--method-list", "1:default=3", "--server-statistic", "4=77",
@@ -131,32 +131,26 @@ TEST_F(ProgramTest, BadLocalUsersFileIsOneLineAndStatus1) {
   EXPECT_EQ(program.exit_status(), 1);
 }
 
-TEST_F(ProgramTest, ObeysCommandsAndGoesOnAfterABadOne) {
+TEST_F(ProgramTest, RunsCommandsAndContinuesAfterABadOne) {
   Program program(with({"--quiet", "--control"}));
   program.output_line();
   RawClient client(socket_);
   program.type("nonsense");
   EXPECT_EQ(program.error_line(), "aaad-sim: unknown command 'nonsense', try help\n");
   program.type("send 105 7 ff");
-  EXPECT_EQ(client.event.receive(17), hex("01010101 07000000 69000000 01000000 ff"));
+  EXPECT_EQ(client.event.receive(17), framed(105, hex("ff"), 7));
   program.type("quit");
   EXPECT_EQ(program.exit_status(), 0);
 }
 
-TEST_F(ProgramTest, EndOfCommandsDoesNotEndIt) {
+TEST_F(ProgramTest, RunsOnAfterTheLastCommandWhichNeedsNoLineEnd) {
   Program program(with({"--quiet", "--control"}));
   program.output_line();
-  program.close_input();
   RawClient client(socket_);
-  program.signal(SIGTERM);
-  EXPECT_EQ(program.exit_status(), 0);
-}
-
-TEST_F(ProgramTest, LastCommandNeedsNoLineEnd) {
-  Program program(with({"--quiet", "--control"}));
-  program.output_line();
-  program.type("clients\nquit", "");
+  program.type("mlist\nheartbeat", "");
   program.close_input();
+  EXPECT_EQ(client.event.receive(32), framed(122) + framed(132));
+  program.signal(SIGTERM);
   EXPECT_EQ(program.exit_status(), 0);
 }
 
@@ -171,7 +165,7 @@ TEST_F(ProgramTest, BadOptionIsOneLineAndStatus2) {
   expect_one_error(with({"--local-user", "carol"}), "--local-user: 'carol' is not NAME:PASSWORD");
 }
 
-TEST_F(ProgramTest, NumbersAreCheckedToTheLastCharacter) {
+TEST_F(ProgramTest, NumbersWithOtherCharactersAreRefused) {
   for (const std::string option :
        {"--aaa-id", "--first-session-id", "--session-ids", "--heartbeat-interval", "--delay"}) {
     for (const std::string number : {"7x", "-1", "4294967296", "1e3", " 7", "+7", "", "0x"})
@@ -180,40 +174,26 @@ TEST_F(ProgramTest, NumbersAreCheckedToTheLastCharacter) {
   expect_one_error(with({"--delay", "7x"}), "--delay: '7x' is not a number from 0 to 4294967295\n");
 }
 
-TEST_F(ProgramTest, LeadingZeroIsNoOctalNumber) {
-  Program program(with({"--quiet", "--aaa-id", "010"}));
-  program.output_line();
-  RawConnection request(socket_);
-  request.send(register_request());
-  EXPECT_EQ(word_at(request.receive(20), 16), 10u);
-}
-
-TEST_F(ProgramTest, TellsItsVersion) {
-  Program program({"--version"});
-  EXPECT_EQ(program.output_line(), "aaad-sim " AAAD_SIM_VERSION "\n");
-  EXPECT_EQ(program.exit_status(), 0);
-}
-
-TEST_F(ProgramTest, HelpNamesItsConventionAndItsCommands) {
-  Program program({"--help"});
-  const std::string help = program.remaining_output();
-  EXPECT_THAT(help, HasSubstr("aaad-sim's convention for a result's sub.num_a: 0 accepted, "
+TEST_F(ProgramTest, PrintsVersionAndHelp) {
+  Program version({"--version"});
+  EXPECT_EQ(version.output_line(), "aaad-sim " AAAD_SIM_VERSION "\n");
+  EXPECT_EQ(version.exit_status(), 0);
+  Program help({"--help"});
+  const std::string text = help.remaining_output();
+  EXPECT_THAT(text, HasSubstr("aaad-sim's convention for a result's sub.num_a: 0 accepted, "
                               "1 rejected, 3 challenge.\n"));
-  EXPECT_THAT(help, HasSubstr("\nclients "));
-  EXPECT_EQ(program.exit_status(), 0);
+  EXPECT_THAT(text, HasSubstr("\nclients "));
+  EXPECT_EQ(help.exit_status(), 0);
 }
 
-TEST_F(ProgramTest, ListensBelowTmpdirUnlessADirectoryIsGiven) {
+TEST_F(ProgramTest, DirectoryIsTmpdirUnlessGiven) {
   Program program({}, directory_.path());
   EXPECT_EQ(program.output_line(), "aaad-sim: listening on " + socket_ + "\n");
-}
-
-TEST_F(ProgramTest, NoDirectoryAtAllIsOneLineThatNamesBothWays) {
   expect_one_error({}, "--directory is required when TMPDIR is not set\n");
 }
 
-TEST_F(ProgramTest, DirectoryOfAFormThatClientsRefuseIsRefused) {
-  for (const std::string directory : {"a/b", "../a", "~", " /tmp"}) {
+TEST_F(ProgramTest, DirectoryThatClientsRefuseIsRefused) {
+  for (const std::string directory : {"a/b", "..", "../a", "~", ".a", " /tmp"}) {
     expect_one_error({"--directory", directory},
                      "--directory: '" + directory + "' must begin with / or ./\n");
   }
@@ -232,6 +212,23 @@ TEST_F(ProgramTest, DirectoryThatLeavesNoRoomForSocketNamesIsRefused) {
             "aaad-sim: listening on " + longest + "/security/aaa/.aaa_domain_socket_fs\n");
 }
 
+TEST_F(ProgramTest, RelativeDirectoryNeedsAShortCurrentDirectory) {
+  const auto before = std::filesystem::current_path();
+  const auto longest = directory_of_size(127);
+  for (const std::string& current : {longest, longest + "d"}) {
+    std::filesystem::create_directory(current);
+    std::filesystem::current_path(current);
+    if (current == longest) {
+      Program program({"--directory", "./a"});
+      EXPECT_THAT(program.output_line(), StartsWith("aaad-sim: listening on ./a/"));
+    } else {
+      expect_one_error({"--directory", "./a"},
+                       "is relative to a directory with a name of more than 127 bytes\n");
+    }
+  }
+  std::filesystem::current_path(before);
+}
+
 TEST_F(ProgramTest, FileInPlaceOfTheDirectoryIsOneLineAndStatus1) {
   const std::string file = directory_.path() + "/file";
   std::ofstream(file) << "text";
@@ -240,19 +237,16 @@ TEST_F(ProgramTest, FileInPlaceOfTheDirectoryIsOneLineAndStatus1) {
   EXPECT_EQ(program.exit_status(), 1);
 }
 
-TEST_F(ProgramTest, BadUserFileIsOneLineWithItsPlaceAndStatus2) {
-  const std::string path = directory_.path() + "/users.toml";
+TEST_F(ProgramTest, BadFilesAreOneLineWithTheirPlaceAndStatus2) {
+  const std::string path = directory_.path() + "/file";
   std::ofstream(path) << "[[user]]\nname = \"a\"\npassword = 7\n";
   expect_one_error(with({"--users", path}), path + ":3: password is not a string\n");
   std::ofstream(path) << "[[user]\n";
   expect_one_error(with({"--users", path}), path + ":1: ");
   expect_one_error(with({"--users", path + "x"}), path + "x: No such file or directory\n");
-}
-
-TEST_F(ProgramTest, BadLdifFileIsOneLineWithItsPlaceAndStatus2) {
-  const std::string path = directory_.path() + "/entries.ldif";
   std::ofstream(path) << "dn: cn=a\ncn\n";
-  expect_one_error(with({"--ldif", path}), path + ":2: not 'name: value'\n");
+  expect_one_error(with({"--ldif", path}), path + ":2: expected 'name: value'\n");
+  expect_one_error(with({"--ldif", path + "x"}), path + "x: No such file or directory\n");
 }
 
 TEST_F(ProgramTest, DirectoryInUseIsOneLineAndStatus1) {
@@ -260,6 +254,7 @@ TEST_F(ProgramTest, DirectoryInUseIsOneLineAndStatus1) {
   first.output_line();
   Program second(with({}));
   EXPECT_THAT(second.error_line(), HasSubstr(socket_));
+  EXPECT_EQ(::access(socket_.c_str(), F_OK), 0);
   EXPECT_EQ(second.exit_status(), 1);
 }
 

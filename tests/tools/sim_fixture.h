@@ -1,11 +1,14 @@
 // A running simulator in a directory of its own.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "aaad_sim.h"
-#include "raw_connection.h"
 #include "support/temporary_directory.h"
+#include "tools/raw_client.h"
 
 namespace aaa_sim_test {
 
@@ -14,6 +17,9 @@ using aaa_sim::received;
 using aaa_sim::Role;
 using aaa_sim::sent;
 using aaa_sim::Settings;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
 
 class SimTest : public testing::Test {
  protected:
@@ -28,23 +34,37 @@ class SimTest : public testing::Test {
   aaa_sim::AaadSim sim_{directory_.path()};
 };
 
-// With a client of the model "netd" registered.
+// With a registered client of the model "netd".
 class ClientTest : public SimTest {
  protected:
-  // The answer, header and all, on the request connection.
+  // The answer on the request connection, header included.
   Bytes ask(std::uint8_t type, const Bytes& body, std::uint8_t id = 0) {
     client_.request.send(framed(type, body, id));
     return client_.request.receive_message();
   }
 
-  // Sends what has no answer, and waits until it has arrived.
+  // Sends a message without an answer, and waits until it has arrived.
   void tell(std::uint8_t type, const Bytes& body, std::uint8_t id = 0) {
     const std::size_t before = sim_.count(received(type));
     client_.request.send(framed(type, body, id));
-    EXPECT_TRUE(sim_.wait_for_message(received(type), sim_.kPatience, before));
+    EXPECT_TRUE(sim_.wait_for_message(received(type), sim_.kTimeout, before));
   }
 
   RawClient client_ = register_client();
 };
+
+// The body of an authentication request.
+inline Bytes login(const std::string& name, const std::string& password) {
+  authen_info record{};
+  record.session_id = 7;
+  std::strncpy(record.chars65_a, name.c_str(), sizeof record.chars65_a - 1);
+  record.user_password = {0, static_cast<std::uint16_t>(password.size()), password.data()};
+  void* body = nullptr;
+  const std::uint32_t length = aaa_encap_authen_info(&record, &body);
+  const auto* first = static_cast<const std::uint8_t*>(body);
+  Bytes bytes(first, first + length);
+  aaa_free(0, "", body);
+  return bytes;
+}
 
 }  // namespace aaa_sim_test

@@ -1,9 +1,9 @@
 // Requests to the local user database of a running aaad, from several threads at once.
 #include <thread>
 
-#include "message.h"
 #include "support/library_test.h"
 #include "username_lib.h"
+#include "wire/message.h"
 
 namespace {
 

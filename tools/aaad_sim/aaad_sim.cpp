@@ -8,8 +8,8 @@
 #include <thread>
 #include <utility>
 
-#include "journal.h"
-#include "server.h"
+#include "backend/answers.h"
+#include "server/server.h"
 
 namespace aaa_sim {
 namespace {
@@ -21,7 +21,7 @@ Predicate matcher(Direction direction, std::uint32_t type, Role role) {
   };
 }
 
-// Threads started meanwhile take no signals.
+// Threads started in its lifetime inherit a mask that blocks all signals.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
@@ -50,89 +50,92 @@ Predicate sent(std::uint32_t type, Role role) {
 class AaadSim::Impl {
  public:
   Impl(std::string path, Settings settings, Output output)
-      : path_(std::move(path)),
-        settings_(std::move(settings)),
-        local_users_(settings_.local_users_file),
-        journal_(std::move(output)) {}
+      : path_(std::move(path)), journal_(std::move(output)), backend_(std::move(settings)) {}
 
   const std::string& path() const { return path_; }
   Journal& journal() { return journal_; }
 
   void start() {
     const std::lock_guard lock(mutex_);
-    if (server_) return;
+    if (running_) return;
     open_local_users();
-    server_ = std::make_unique<Server>(path_, world(), journal_);
+    running_ = std::make_unique<Running>(path_, backend_, journal_);
     const SignalsBlocked blocked;
-    thread_ = std::thread([server = server_.get()] { server->run(); });
+    thread_ = std::thread([loop = &running_->loop] { loop->run(); });
     ::pthread_setname_np(thread_.native_handle(), "aaad_sim");
   }
 
   void stop() {
     const std::lock_guard lock(mutex_);
-    if (!server_) return;
-    server_->post([this] { server_->quit(); });
+    if (!running_) return;
+    running_->loop.post([this] { running_->loop.quit(); });
     thread_.join();
-    server_.reset();
+    running_.reset();
   }
 
   void change(const std::function<void(Settings&)>& edit) {
     const std::lock_guard lock(mutex_);
-    run_in_turn([&] {
-      edit(settings_);
-      if (server_) server_->apply_settings();
+    run_on_loop([&] {
+      edit(backend_.settings);
+      if (running_) running_->server.apply_settings();
     });
   }
 
-  void with_world(const std::function<void(World&)>& action) {
+  void with_backend(const std::function<void(Backend&)>& action) {
     const std::lock_guard lock(mutex_);
-    run_in_turn([&] {
-      World all = world();
-      action(all);
-    });
+    run_on_loop([&] { action(backend_); });
   }
 
-  // What `action` makes of the server; 0 when it does not run.
+  // The result of `action`; 0 when no server runs.
   std::size_t with_server(const std::function<std::size_t(Server&)>& action) {
     const std::lock_guard lock(mutex_);
     std::size_t result = 0;
-    run_in_turn([&] {
-      if (server_) result = action(*server_);
+    run_on_loop([&] {
+      if (running_) result = action(running_->server);
     });
     return result;
   }
 
  private:
-  World world() { return {settings_, memory_, local_users_}; }
+  // What exists between start() and stop().
+  struct Running {
+    Running(const std::string& path, Backend& backend, Journal& journal)
+        : server(loop, path, backend.settings, journal,
+                 [&backend](const Request& request, const Respond& respond) {
+                   answer(backend, request, respond);
+                 }) {}
 
-  // A file is opened even when nobody asks for a user: mistakes show at the start.
+    EventLoop loop;
+    Server server;
+  };
+
+  // Looks up a user even if there is none to add, so that a bad file is reported at the start.
   void open_local_users() {
-    if (!settings_.local_users_file.empty()) local_users_.find("");
-    for (const LocalUser& user : settings_.local_users) {
-      if (!local_users_.find(user.name)) local_users_.put(user);
+    LocalUsers& local_users = backend_.local_users;
+    if (!backend_.settings.local_users_file.empty()) local_users.find("");
+    for (const LocalUser& user : backend_.settings.local_users) {
+      if (!local_users.find(user.name)) local_users.put(user);
     }
   }
 
-  // While the server runs, all it uses belongs to its thread: the task runs there, and what it
-  // throws is thrown here. REQUIRES: mutex_ is held.
-  void run_in_turn(const std::function<void()>& task) {
-    if (!server_) return task();
+  // Runs the task on the loop's thread while it runs, else here. Throws what the task throws.
+  // REQUIRES: mutex_ is held.
+  void run_on_loop(const std::function<void()>& task) {
+    if (!running_) return task();
     const auto shared = std::make_shared<std::packaged_task<void()>>(task);
     std::future<void> done = shared->get_future();
-    server_->post([shared] { (*shared)(); });
+    running_->loop.post([shared] { (*shared)(); });
     done.get();
   }
 
   const std::string path_;
-  // Of the server's thread while it runs, else guarded by mutex_.
-  Settings settings_;
-  Memory memory_;
-  LocalUsers local_users_;
   Journal journal_;
 
-  std::mutex mutex_;  // never taken by the server's thread
-  std::unique_ptr<Server> server_;
+  std::mutex mutex_;  // never locked on the loop's thread
   std::thread thread_;
+  // Used on the loop's thread while it runs, else guarded by mutex_.
+  Backend backend_;
+  std::unique_ptr<Running> running_;
 };
 
 AaadSim::AaadSim(const std::string& directory, Settings settings, Output output)
@@ -170,7 +173,7 @@ void AaadSim::add_user(User user) {
 }
 
 void AaadSim::put_local_user(const LocalUser& user) {
-  impl_->with_world([&](World& world) { world.local_users.put(user); });
+  impl_->with_backend([&](Backend& backend) { backend.local_users.put(user); });
 }
 
 void AaadSim::set_answer(std::uint32_t type, Answerer answerer) {
@@ -205,22 +208,22 @@ std::size_t AaadSim::close_connections(const ClientName& client, Role role) {
 }
 
 std::vector<ClientName> AaadSim::clients() {
-  return impl_->journal().presence().clients;
+  return impl_->journal().connected().clients;
 }
 
-bool AaadSim::wait_for_clients(std::size_t count, Milliseconds patience) {
-  return impl_->journal().wait_for_presence(
-      [=](const Journal::Presence& presence) { return presence.clients.size() == count; },
-      patience);
+bool AaadSim::wait_for_clients(std::size_t count, Milliseconds timeout) {
+  return impl_->journal().wait_for_connected(
+      [=](const Journal::Connected& connected) { return connected.clients.size() == count; },
+      timeout);
 }
 
-bool AaadSim::wait_for_connections(std::size_t count, Milliseconds patience) {
-  return impl_->journal().wait_for_presence(
-      [=](const Journal::Presence& presence) { return presence.connections == count; }, patience);
+bool AaadSim::wait_for_connections(std::size_t count, Milliseconds timeout) {
+  return impl_->journal().wait_for_connected(
+      [=](const Journal::Connected& connected) { return connected.open == count; }, timeout);
 }
 
 std::size_t AaadSim::accepted_connections() {
-  return impl_->journal().presence().accepted;
+  return impl_->journal().connected().accepted;
 }
 
 std::vector<Message> AaadSim::messages() {
@@ -231,24 +234,24 @@ std::size_t AaadSim::count(const Predicate& predicate) {
   return impl_->journal().count(predicate);
 }
 
-std::optional<Message> AaadSim::wait_for_message(const Predicate& predicate, Milliseconds patience,
+std::optional<Message> AaadSim::wait_for_message(const Predicate& predicate, Milliseconds timeout,
                                                  std::size_t skip) {
-  return impl_->journal().wait_for_message(predicate, skip, patience);
+  return impl_->journal().wait_for_message(predicate, skip, timeout);
 }
 
-bool AaadSim::wait_for_note(const std::string& text, Milliseconds patience) {
-  return impl_->journal().wait_for_note(text, patience);
+bool AaadSim::wait_for_note(const std::string& text, Milliseconds timeout) {
+  return impl_->journal().wait_for_note(text, timeout);
 }
 
-Memory AaadSim::memory() {
-  Memory copy;
-  impl_->with_world([&](World& world) { copy = world.memory; });
+Reports AaadSim::reports() {
+  Reports copy;
+  impl_->with_backend([&](Backend& backend) { copy = backend.reports; });
   return copy;
 }
 
 std::optional<LocalUser> AaadSim::local_user(const std::string& name) {
   std::optional<LocalUser> user;
-  impl_->with_world([&](World& world) { user = world.local_users.find(name); });
+  impl_->with_backend([&](Backend& backend) { user = backend.local_users.find(name); });
   return user;
 }
 

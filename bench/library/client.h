@@ -1,0 +1,34 @@
+// A process that is registered with a peer of its own.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+#include "aaa_client.h"
+
+namespace bench {
+
+// The peer's work after both sockets are registered.
+using ServePeer = std::function<void(int request_socket, int event_socket)>;
+
+// Starts the peer and registers with it. Sets `info.model_name`. Throws if the registration fails.
+void register_with_peer(reg_info info, const ServePeer& serve);
+
+// Registers only, where clients share a peer.
+void register_client(reg_info info);
+
+// Requests with results to the result callback, one at a time.
+class CallbackRequests {
+ public:
+  explicit CallbackRequests(std::size_t body_length);
+
+  // To register with.
+  static reg_info registration();
+
+  void send_and_wait();
+
+ private:
+  authen_info request_;
+};
+
+}  // namespace bench

@@ -1,0 +1,106 @@
+// What clients report.
+#include "tools/sim_fixture.h"
+
+namespace aaa_sim_test {
+namespace {
+
+using testing::Pair;
+using ReportsTest = ClientTest;
+
+// A record of 392 bytes with the name at 16.
+Bytes user_record(const Bytes& id, const char* name) {
+  Bytes record = id + Bytes(12) + text(name);
+  record.resize(392);
+  return record;
+}
+
+TEST_F(ReportsTest, RegisteredGroupIsKeptAndAnsweredWithZero) {
+  const Bytes body = hex("05000000 07000000") + text("radius1") + hex("00");
+  EXPECT_EQ(ask(13, body), framed(108, Bytes(4)));
+  EXPECT_THAT(sim_.reports().groups, ElementsAre(Pair("radius1", aaa_sim::RegisteredGroup{5, 7})));
+}
+
+TEST_F(ReportsTest, SynchronisedUserIsKnownUntilItIsDeleted) {
+  tell(10, hex("01000000 2a000000 03000000 04000000") + Bytes(16), 42);
+  EXPECT_THAT(sim_.reports().users.at(42).words, ElementsAre(1u, 42u, 3u, 4u));
+  tell(8, hex("2a000000 09000000"), 42);
+  EXPECT_TRUE(sim_.reports().users.empty());
+  EXPECT_THAT(sim_.reports().deleted_users, ElementsAre(aaa_sim::DeletedUser{42, 9, false}));
+}
+
+TEST_F(ReportsTest, RestoredUserIsKnownUntilItIsMovedOut) {
+  const Bytes record = user_record(hex("2a000000"), "alice");
+  tell(11, record, 42);
+  EXPECT_EQ(sim_.reports().users.at(42).name(), "alice");
+  EXPECT_EQ(sim_.reports().users.at(42).record, record);
+  tell(34, hex("2a000000 09000000"), 42);
+  EXPECT_TRUE(sim_.reports().users.empty());
+  EXPECT_THAT(sim_.reports().deleted_users, ElementsAre(aaa_sim::DeletedUser{42, 9, true}));
+}
+
+TEST_F(ReportsTest, BackedUpUserIsKnownByTheIdInTheHeader) {
+  tell(20, user_record(hex("01000000"), "bob"), 43);
+  EXPECT_EQ(sim_.reports().users.at(43).name(), "bob");
+  EXPECT_FALSE(sim_.reports().users.contains(1));
+}
+
+TEST_F(ReportsTest, RareResultIsKeptBySession) {
+  // The code at 0 and the session id at 572 of a block of 1280 bytes.
+  Bytes block(1280);
+  block[0] = 1;
+  block[572] = 42;
+  tell(4, hex("0100 0005") + block, 42);
+  EXPECT_THAT(sim_.reports().rare_results, ElementsAre(Pair(42u, 1u)));
+}
+
+TEST_F(ReportsTest, RadextRequestIsAnsweredOnTheEventConnection) {
+  // num_a at 152, num_b at 156, text_a at 288.
+  Bytes block = Bytes(152) + hex("05000000 06000000") + Bytes(128) + text("mac");
+  block.resize(2784);
+  client_.request.send(framed(23, block));
+  EXPECT_EQ(client_.event.receive_message(), framed(125, hex("05000000 06000000") + Bytes(16)));
+  EXPECT_THAT(sim_.reports().radext_requests, ElementsAre(aaa_sim::RadextRequest{5, 6, "mac"}));
+}
+
+TEST_F(ReportsTest, LdapAnswerOfAClientIsKept) {
+  tell(33,
+       hex("2a000000 01000000 00000000 00000000 01000000 00000000") + hex("3501 0000 3201 0000") +
+           hex("3601 1200 01000000 3701 0400") + text("cn=b") + hex("3801 0100") + text("n") +
+           hex("3901 0100") + text("w"),
+       42);
+  const aaa_sim::LdapAnswer expected{
+      .session_id = 42, .code = 1, .entries = {{"cn=b", {{"n", "w"}}}}};
+  EXPECT_THAT(sim_.reports().ldap_answers, ElementsAre(expected));
+}
+
+TEST_F(ReportsTest, ReportsAreListedInLines) {
+  tell(13, hex("05000000 07000000") + text("rad") + hex("00"));
+  tell(16, hex("0100 0400") + text("rad") + hex("00 0200 0400 03000000"));
+  tell(17, {});
+  tell(17, {});
+  client_.event.send(framed(14, hex("ffffffff")) + framed(15, hex("0102030405060708")));
+  ASSERT_TRUE(sim_.wait_for_message(received(15, Role::event)));
+  tell(11, user_record(hex("2a000000"), "alice"));
+  tell(34, hex("2b000000 09000000"));
+  tell(19, hex("01020304"));
+  tell(24, hex("01000000 02000000 03000000 04000000 05000000 06000000"));
+  tell(27, hex("05000000 02000000"));
+  tell(28, hex("09000000 0a000000 0b000000"));
+  tell(21, hex("07000000 08000000"));
+  EXPECT_EQ(describe(sim_.reports()),
+            "group rad 5 7\n"
+            "radius group rad state 3\n"
+            "radius group changes 2\n"
+            "group verdict -1\n"
+            "user 42 alice 0 0 0 0\n"
+            "moved out user 43 9\n"
+            "cleared session 16909060\n"
+            "radext result 1 2 3 4 5 6\n"
+            "password update 5 status 2\n"
+            "interface control 9 10 11\n"
+            "dot1x 7 8\n"
+            "online info 1 2 3 4 5 6 7 8\n");
+}
+
+}  // namespace
+}  // namespace aaa_sim_test

@@ -1,0 +1,52 @@
+// The library's records, decoded from bodies and encoded into them.
+#pragma once
+
+#include <string.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "wire/message.h"
+
+namespace aaa_sim {
+
+template <auto release>
+struct Release {
+  template <typename Record>
+  void operator()(Record* record) const {
+    release(record);
+  }
+};
+
+using AuthenInfo = std::unique_ptr<authen_info, Release<aaa_free_authen_info>>;
+using AuthorInfo = std::unique_ptr<author_info, Release<aaa_free_author_info>>;
+using ResultInfo = std::unique_ptr<result_info, Release<aaa_free_result_info>>;
+using LdapSearchInfo = std::unique_ptr<ldap_search_info, Release<aaa_free_ldap_search_info>>;
+using LdapSearchResult = std::unique_ptr<ldap_search_result, Release<aaa_free_ldap_search_result>>;
+
+// Null when the body cannot be decoded.
+AuthenInfo decode_authen(View body);
+AuthorInfo decode_author(View body);
+ResultInfo decode_result(View body);
+LdapSearchInfo decode_ldap_search(View body);
+LdapSearchResult decode_ldap_result(View body);
+
+Bytes encode(authen_info& record);
+Bytes encode(author_info& record);
+Bytes encode(acct_info& record);
+Bytes encode(result_info& record);
+Bytes encode(ldap_search_info& record);
+Bytes encode(ldap_search_result& record);
+
+std::string_view text_of(const aaa_item& item);
+// The item points into `text`.
+aaa_item item_of(const std::string& text);
+
+// The array need not contain a NUL.
+template <std::size_t size>
+std::string_view text_of(const char (&characters)[size]) {
+  return {characters, ::strnlen(characters, size)};
+}
+
+}  // namespace aaa_sim
