@@ -110,7 +110,7 @@ std::int32_t username_lib_fs_grant_req(const char* s1, const char* s2, std::uint
   add_item(body, 1, s1, length1);
   add_item(body, 2, s2, length2);
   add_item(body, 3, &value, sizeof value);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_FS_GRANT, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_LOCAL_FS_GRANT, body));
   return reply ? -static_cast<std::int32_t>(reply.first_byte()) : -1;
 }
 
@@ -129,7 +129,7 @@ std::int32_t username_lib_query_pwd_secu(const char* s1, const char* s2) {
   }
   add_item(body, 1, s1, length1);
   add_item(body, 2, s2, length2);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_QUERY_PWD, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_LOCAL_QUERY_PWD, body));
   if (!reply) return -2;
   if (reply.type() != AAA_MSG_LOCAL_QUERY_PWD_RESP) return -3;
   return static_cast<std::int32_t>(reply.word(0));
