@@ -4,6 +4,7 @@
 #include "aaa_client.h"
 #include "api/request_body.h"
 #include "api/send_path.h"
+#include "codec/tlv.h"
 #include "runtime/send/statistics.h"
 #include "transport/base/atomic_word.h"
 #include "transport/exchange.h"
@@ -50,7 +51,6 @@ namespace {
 
 constexpr std::uint32_t group_name_item = 1;
 constexpr std::uint32_t group_state_item = 2;
-constexpr std::size_t item_header_size = 4;
 
 }  // namespace
 
@@ -70,11 +70,11 @@ std::uint32_t aaa_register_group(std::uint32_t w1, const char* name, std::uint32
 void aaa_set_rds_grp_sta(const char* group_name, std::uint32_t state) {
   if (group_name == nullptr) return;
   const std::size_t name_size = std::strlen(group_name) + 1;
-  aaa::RequestBody body(name_size + 2 * item_header_size + sizeof state);
+  aaa::RequestBody body(name_size + 2 * aaa::tlv_header_size + sizeof state);
   if (!body) return;
-  aaa_encap_tlv_data(body.extend(item_header_size + name_size), group_name_item, group_name,
+  aaa_encap_tlv_data(body.extend(aaa::tlv_header_size + name_size), group_name_item, group_name,
                      static_cast<std::uint32_t>(name_size));
-  aaa_encap_tlv_data(body.extend(item_header_size + sizeof state), group_state_item, &state,
+  aaa_encap_tlv_data(body.extend(aaa::tlv_header_size + sizeof state), group_state_item, &state,
                      sizeof state);
   aaa::send_one_way(AAA_MSG_SET_RADIUS_GROUP_STATE, 0, body.data(),
                     static_cast<std::int32_t>(body.size()));

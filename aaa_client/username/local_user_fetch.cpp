@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "codec/item_reader.h"
+#include "codec/tlv.h"
 #include "transport/base/memory.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
