@@ -11,10 +11,12 @@
 
 namespace {
 
+// Results of aaa_update_user_pwd() other than 0.
 constexpr std::int32_t bad_argument = 2;
 constexpr std::int32_t no_reply = 4;
 constexpr std::int32_t no_memory = 5;
-constexpr std::uint32_t not_updated = 1;
+
+constexpr std::uint32_t not_updated = 1;  // the status when the reply is of another type
 
 constexpr std::size_t text_header_size = 4;
 

@@ -53,8 +53,10 @@ class RequestBody {
   std::uint32_t capacity_;
 };
 
-// aaalib_sr_ipc_msg() with a body that was written piece by piece.
+// aaalib_sr_ipc_msg() with a body.
+// REQUIRES: the body has memory, and no more than a message can have.
 inline aaa_ipc_header* exchange(aaa_msg_type type, const RequestBody& body) {
+  assert(body && body.size() <= INT32_MAX);
   return aaalib_sr_ipc_msg(type, body.data(), static_cast<std::int32_t>(body.size()));
 }
 

@@ -1,5 +1,6 @@
 #include "api/send_path.h"
 
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 
@@ -13,6 +14,7 @@
 namespace aaa {
 namespace {
 
+// Results of aaalib_send_ipc_msg() other than 0.
 constexpr std::int32_t bad_argument = 2;
 constexpr std::int32_t not_sent = 4;
 
@@ -40,6 +42,7 @@ std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body
 }
 
 std::uint32_t send_body(std::uint32_t type, std::uint32_t id, const RequestBody& body) {
+  assert(body);
   return aaa_lib_send_ipc_msg(load(g_aaa_client_cb.sync_fd), type, id, body.data(), body.size());
 }
 

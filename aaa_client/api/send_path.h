@@ -13,7 +13,8 @@ namespace aaa {
 std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body,
                           std::int32_t body_length);
 
-// Sends a body without taking a lock. Returns 0 or an errno value.
+// Sends a body without taking aaa_lib_lock. Returns 0 or an errno value.
+// REQUIRES: the body has memory.
 std::uint32_t send_body(std::uint32_t type, std::uint32_t id, const RequestBody& body);
 
 // Sends an encoded record under aaa_lib_lock. Returns 0, a negative errno value, or `no_memory`

@@ -118,6 +118,7 @@ struct Row {
   }
 };
 
+// REQUIRES, of all functions: the block has Size bytes.
 template <typename Fields, std::size_t Size, typename... Rows>
 struct Layout {
   using Record = Fields;

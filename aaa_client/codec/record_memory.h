@@ -30,9 +30,9 @@ inline void* owned(const void* block) {
 // out. REQUIRES: the value fits the size.
 void* copy_of(ItemValue value, std::uint64_t size);
 
-// Gathers the values of a decoded record, which point into its body, in one block, each followed by
-// a NUL. `for_each` passes the record's descriptors, in the order of the block, to the function
-// that it gets. Returns false and changes nothing when memory ran out.
+// Gathers the values of a decoded record in one block, each followed by a NUL. `for_each` passes
+// the record's descriptors, in the order of the block, to the function that it gets. Returns false
+// and changes nothing when memory ran out. REQUIRES: the values point into the body.
 template <typename ForEach>
 bool fill_arena(aaa_arena& arena, Body body, ForEach for_each) {
   std::uint64_t size = 0;  // with a NUL for every descriptor, also for the empty ones

@@ -108,17 +108,17 @@ std::uint32_t aaa_parse_result_info(result_info** record, const void* body, std:
   return aaa::decode<aaa::ResultCodec>(record, body, length);
 }
 
+void aaa_parse_result_info_sub(result_info* record, const void* block) {
+  if (record == nullptr || block == nullptr) return;
+  aaa::ResultBlock::decode(static_cast<const std::uint8_t*>(block), record->sub);
+}
+
 std::uint32_t aaa::decode_result_without_body(result_info** record, const void* body,
                                               std::int32_t length) {
   if (aaa_parse_result_info(record, body, length) == 0) return 0;
   for (aaa_item* item : {&(*record)->item_318, &(*record)->item_319, &(*record)->item_320})
     item->value = nullptr;
   return 1;
-}
-
-void aaa_parse_result_info_sub(result_info* record, const void* block) {
-  if (record == nullptr || block == nullptr) return;
-  aaa::ResultBlock::decode(static_cast<const std::uint8_t*>(block), record->sub);
 }
 
 void aaa_free_result_info(result_info* record) {

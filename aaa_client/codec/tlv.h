@@ -150,6 +150,7 @@ class ItemReader {
   // To the value's first byte, which is then taken for the next item's header.
   void pass_header() { move_to(value_); }
 
+  // REQUIRES: `item` is a place in the body or its end.
   void move_to(const std::uint8_t* item) {
     item_ = item;
     type_ = no_item;

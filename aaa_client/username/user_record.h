@@ -37,7 +37,7 @@ inline void unlink_node(aaa_list& node) {
   node.next->prev = node.prev;
 }
 
-// The entry whose `links` a node is.
+// The entry whose `links` a node is. REQUIRES: the node is not a list's head.
 template <class Entry>
 Entry* entry_of(aaa_list* node) {
   return reinterpret_cast<Entry*>(reinterpret_cast<char*>(node) - offsetof(Entry, links));
