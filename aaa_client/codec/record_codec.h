@@ -52,39 +52,6 @@ struct ItemList {
     *body = bytes;
     return static_cast<std::uint32_t>(body_size);
   }
-
-  // Calls `visit` with the kind of each item of the body from `first` on, and the item.
-  template <typename Visit>
-  static void for_each(Body body, const std::uint8_t* first, UnknownItem unknown, Visit visit) {
-    ItemReader reader(body, first, body.end());
-    while (reader.type() != ItemReader::no_item) {
-      // A well-formed body holds the items in wire order, so that one turn of the loop takes all.
-      bool known = false;
-      ((known |= visit_if(Items(), reader, visit)), ...);
-      if (known) continue;
-      if (unknown == UnknownItem::pass_item) {
-        reader.pass_item();
-      } else {
-        reader.pass_header();
-      }
-    }
-  }
-
- private:
-  template <typename Item, typename Visit>
-  static bool visit_if(Item kind, ItemReader& reader, Visit& visit) {
-    if (reader.type() != Item::tag) return false;
-    // Most items are empty: with a branch of their own the processor, which expects that, reads the
-    // next header before it has this one's length.
-    if (reader.length() == 0) {
-      visit(kind, reader);
-      reader.pass_header();
-    } else {
-      visit(kind, reader);
-      reader.pass_item();
-    }
-    return true;
-  }
 };
 
 template <typename Codec>
@@ -93,28 +60,63 @@ std::uint32_t encode(typename Codec::Record* record, void** body, const char* fu
   return Codec::Items::encode(*record, body, function);
 }
 
+template <typename Item, typename Visit>
+bool visit_if(Item kind, ItemReader& reader, Visit& visit) {
+  if (reader.type() != Item::tag) return false;
+  // Most items are empty: with a branch of their own the processor, which expects that, reads the
+  // next header before it has this one's length.
+  if (reader.length() == 0) {
+    visit(kind, reader);
+    reader.pass_header();
+  } else {
+    visit(kind, reader);
+    reader.pass_item();
+  }
+  return true;
+}
+
+// Calls `visit` with the kind of each item of the body from `first` on, and the item.
+template <typename Codec, typename... Items, typename Visit>
+void for_each_item(ItemList<Items...>, Body body, const std::uint8_t* first, Visit visit) {
+  ItemReader reader(body, first, body.end());
+  while (reader.type() != ItemReader::no_item) {
+    // A well-formed body holds the items in wire order, so that one turn of the loop takes all.
+    bool known = false;
+    ((known |= visit_if(Items(), reader, visit)), ...);
+    if (known) continue;
+    if constexpr (Codec::unknown_item == UnknownItem::pass_item) {
+      reader.pass_item();
+    } else {
+      reader.pass_header();
+    }
+  }
+}
+
 // Items are copied as they are taken, but from the first one on whose copy depends on later items
 // they are copied in a second walk, when all are taken.
 template <typename Codec>
 void take_items(Body body, typename Codec::Record& record) {
-  using Items = typename Codec::Items;
+  const typename Codec::Items items;
   const std::uint8_t* second_walk = nullptr;
   const auto take = [&](auto kind, const ItemReader& item) {
     kind.take(item.item_value(), record);
     if constexpr (kind.is_copied) {
-      if (item.length() == 0) return;
-      if (kind.looks_ahead && second_walk == nullptr) second_walk = item.item();
-      if (second_walk == nullptr) kind.copy(item.item_value(), record);
+      if (item.length() == 0 || second_walk != nullptr) return;
+      if constexpr (kind.looks_ahead) {
+        second_walk = item.item();
+      } else {
+        kind.copy(item.item_value(), record);
+      }
     }
   };
-  Items::for_each(body, body.at(0), Codec::unknown_item, take);
+  for_each_item<Codec>(items, body, body.at(0), take);
   if (second_walk == nullptr) return;
   const auto copy = [&](auto kind, const ItemReader& item) {
     if constexpr (kind.is_copied) {
       if (item.length() != 0) kind.copy(item.item_value(), record);
     }
   };
-  Items::for_each(body, second_walk, Codec::unknown_item, copy);
+  for_each_item<Codec>(items, body, second_walk, copy);
 }
 
 template <typename Codec>
