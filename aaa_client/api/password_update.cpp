@@ -11,10 +11,14 @@
 
 namespace {
 
+// Results of aaa_update_user_pwd() other than 0.
 constexpr std::int32_t bad_argument = 2;
 constexpr std::int32_t no_reply = 4;
 constexpr std::int32_t no_memory = 5;
-constexpr std::uint32_t not_updated = 1;
+
+constexpr std::uint32_t not_updated = 1;  // the status when the reply is of another type
+
+constexpr std::size_t text_header_size = 4;
 
 // A 32-bit length, then the characters.
 void add_text(aaa::RequestBody& body, const char* text, std::size_t length) {
@@ -30,14 +34,14 @@ std::int32_t aaa_update_user_pwd(std::uint32_t w0, std::uint32_t w1, const char*
   const std::size_t length1 = std::strlen(s1);
   const std::size_t length2 = std::strlen(s2);
   const std::size_t length3 = std::strlen(s3);
-  aaa::RequestBody body(length1 + length2 + length3 + 20);
+  aaa::RequestBody body(sizeof w0 + sizeof w1 + 3 * text_header_size + length1 + length2 + length3);
   if (!body) return no_memory;
   body.add_word(w0);
   body.add_word(w1);
   add_text(body, s1, length1);
   add_text(body, s2, length2);
   add_text(body, s3, length3);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_UPDATE_USER_PWD_REQ, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_UPDATE_USER_PWD_REQ, body));
   if (!reply) return no_reply;
   *status_out = reply.type() == AAA_MSG_UPDATE_USER_PWD_RESP ? reply.word(1) : not_updated;
   AAA_DEBUG_LOG("Update user pwd: %d\r\n", static_cast<int>(*status_out));

@@ -4,6 +4,7 @@
 #include "aaa_client.h"
 #include "api/request_body.h"
 #include "api/send_path.h"
+#include "codec/tlv.h"
 #include "runtime/send/statistics.h"
 #include "transport/base/atomic_word.h"
 #include "transport/exchange.h"
@@ -26,7 +27,7 @@ std::uint32_t aaa_mlist_existed(std::uint32_t w0, std::uint32_t w1, std::uint32_
   for (const std::uint32_t word : {w0, w1, w2})
     body.add_word(word);
   body.add_bytes(name, name_size);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_QUERY_MLIST_EXIST, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_QUERY_MLIST_EXIST, body));
   if (!reply) {
     aaa::add(g_aaalib_stat.mlist_failures, 1U);
     return 0;
@@ -41,8 +42,7 @@ std::uint32_t aaa_authen_mlist_sta_query(std::uint32_t kind, const char* name) {
   if (!body) return 0;
   body.add_word(kind);
   if (name != nullptr) body.add_bytes(name, name_size);
-  const aaa::Reply reply(
-      aaalib_sr_ipc_msg(AAA_MSG_QUERY_AUTHEN_MLIST_STATE, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_QUERY_AUTHEN_MLIST_STATE, body));
   if (!reply || reply.type() != AAA_MSG_AUTHEN_MLIST_STATE_RESULT) return 0;
   return reply.word(0);
 }
@@ -51,7 +51,6 @@ namespace {
 
 constexpr std::uint32_t group_name_item = 1;
 constexpr std::uint32_t group_state_item = 2;
-constexpr std::size_t item_header_size = 4;
 
 }  // namespace
 
@@ -63,7 +62,7 @@ std::uint32_t aaa_register_group(std::uint32_t w1, const char* name, std::uint32
   body.add_word(w0);
   body.add_word(w1);
   body.add_bytes(name, name_size);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_REGISTER_GROUP, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_REGISTER_GROUP, body));
   if (!reply || reply.type() != AAA_MSG_REGISTER_GROUP_RESP || reply.length() != 4) return 0;
   return reply.word(0) == 0 ? 1 : 0;
 }
@@ -71,12 +70,14 @@ std::uint32_t aaa_register_group(std::uint32_t w1, const char* name, std::uint32
 void aaa_set_rds_grp_sta(const char* group_name, std::uint32_t state) {
   if (group_name == nullptr) return;
   const std::size_t name_size = std::strlen(group_name) + 1;
-  aaa::RequestBody body(name_size + 2 * item_header_size + sizeof state);
+  aaa::RequestBody body(name_size + 2 * aaa::tlv_header_size + sizeof state);
   if (!body) return;
-  const std::uint32_t written = aaa_encap_tlv_data(body.data(), group_name_item, group_name,
-                                                   static_cast<std::uint32_t>(name_size));
-  aaa_encap_tlv_data(body.data() + written, group_state_item, &state, sizeof state);
-  aaa::send_one_way(AAA_MSG_SET_RADIUS_GROUP_STATE, 0, body.data(), body.size());
+  aaa_encap_tlv_data(body.extend(aaa::tlv_header_size + name_size), group_name_item, group_name,
+                     static_cast<std::uint32_t>(name_size));
+  aaa_encap_tlv_data(body.extend(aaa::tlv_header_size + sizeof state), group_state_item, &state,
+                     sizeof state);
+  aaa::send_one_way(AAA_MSG_SET_RADIUS_GROUP_STATE, 0, body.data(),
+                    static_cast<std::int32_t>(body.size()));
 }
 
 std::int32_t aaa_rds_grp_sta_chg() {
@@ -97,7 +98,7 @@ std::int32_t aaa_srv_mib(const void* mib, std::uint32_t w) {
   if (!body) return -1;
   body.add_bytes(mib, mib_size);
   body.add_word(w);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_SERVER_MIB, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_SERVER_MIB, body));
   if (!reply || reply.type() != AAA_MSG_SERVER_MIB_RESP || reply.length() != 4) return -1;
   return static_cast<std::int32_t>(reply.word(0));
 }

@@ -1,10 +1,10 @@
 // Results that the client produces, and RADIUS-extension messages.
 #include <cerrno>
+#include <cstring>
 
 #include "aaa_client.h"
 #include "api/request_body.h"
 #include "api/send_path.h"
-#include "session/state/client_state.h"
 #include "session/state/locks.h"
 #include "transport/base/atomic_word.h"
 #include "transport/debug_log.h"
@@ -30,7 +30,9 @@ std::int32_t aaa_lib_radext_msg_recv(const radext_msg* msg) {
   if (aaa_is_alive() == 0 || msg == nullptr) return 0;
   aaa::RequestBody body(AAA_RADEXT_BLOCK_SIZE);
   if (!body) return 0;
-  aaa_encap_radext_msg_sub(body.data(), msg);
+  void* const block = body.extend(AAA_RADEXT_BLOCK_SIZE);
+  std::memset(block, 0, AAA_RADEXT_BLOCK_SIZE);  // the encoder writes the rows alone
+  aaa_encap_radext_msg_sub(block, msg);
   return aaa::send_one_way(AAA_MSG_RADEXT_REQ, 0, body.data(), sent_size) == 0 ? 1 : 0;
 }
 
@@ -46,16 +48,14 @@ std::int32_t aaa_front_add_radext_result2(const std::uint32_t words[6]) {
 std::int32_t aaa_method_add_result(result_info* result) {
   if (aaa_is_alive() == 0) return -1;
   if (result == nullptr) return -EINVAL;
-  const aaa::EncodedBody body(aaa_encap_result_info, result);
-  if (body.length() == 0) {
+  const aaa::RequestBody body(aaa_encap_result_info, result);
+  if (!body) {
     AAA_DEBUG_LOG("out of memory.\r\n");
     return -ENOMEM;
   }
   const aaa::ScopedLock lock(aaa_lib_lock);
-  const std::uint32_t error =
-      aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd), AAA_MSG_SEND_RARE_RESULT,
-                           result->sub.session_id, body.bytes(), body.length());
-  const auto code = static_cast<std::int32_t>(error);
-  if (code != 0) AAA_DEBUG_LOG("send packet error with errno %d.\r\n", code);
-  return -code;
+  const auto error = static_cast<std::int32_t>(
+      aaa::send_body(AAA_MSG_SEND_RARE_RESULT, result->sub.session_id, body));
+  if (error != 0) AAA_DEBUG_LOG("send packet error with errno %d.\r\n", error);
+  return -error;
 }

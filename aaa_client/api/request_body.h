@@ -1,23 +1,29 @@
-// The body of a request: wiped when it is released, since it may hold a password.
+// The body of a request. It may hold a password, so what was written is wiped before the block is
+// freed.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "aaa_client.h"
 #include "transport/base/memory.h"
 
 namespace aaa {
 
 class RequestBody {
  public:
-  // A size that does not fit a message counts as an allocation failure.
-  explicit RequestBody(std::uint64_t size)
-      : bytes_(size > INT32_MAX ? nullptr
-                                : static_cast<char*>(AAA_MALLOC(static_cast<std::uint32_t>(size)))),
-        size_(static_cast<std::uint32_t>(size)) {
-    if (bytes_ != nullptr) std::memset(bytes_, 0, size_);
-  }
+  // A body to be written piece by piece. More than a message can have counts as no memory.
+  explicit RequestBody(std::uint64_t capacity)
+      : bytes_(capacity > INT32_MAX ? nullptr : AAA_MALLOC(static_cast<std::uint32_t>(capacity))),
+        capacity_(static_cast<std::uint32_t>(capacity)) {}
+
+  // A record's body.
+  template <class Record>
+  RequestBody(std::uint32_t (*encode)(Record*, void**), Record* record)
+      : size_(encode(record, &bytes_)), capacity_(size_) {}
+
   ~RequestBody() { wipe_and_free(bytes_, size_); }
   RequestBody(const RequestBody&) = delete;
   RequestBody& operator=(const RequestBody&) = delete;
@@ -25,38 +31,33 @@ class RequestBody {
   // False when there was no memory.
   explicit operator bool() const { return bytes_ != nullptr; }
 
-  // REQUIRES: what is added fits the size.
-  void add_word(std::uint32_t word) { add_bytes(&word, sizeof word); }
-  void add_bytes(const void* bytes, std::size_t count) {
-    std::memcpy(bytes_ + written_, bytes, count);
-    written_ += count;
+  std::size_t room() const { return capacity_ - size_; }
+
+  // The place of the next `count` bytes, which the caller writes.
+  // REQUIRES: the body has memory and room for them.
+  void* extend(std::size_t count) {
+    assert(bytes_ != nullptr && count <= room());
+    char* const place = static_cast<char*>(bytes_) + size_;
+    size_ += static_cast<std::uint32_t>(count);
+    return place;
   }
+  void add_bytes(const void* bytes, std::size_t count) { std::memcpy(extend(count), bytes, count); }
+  void add_word(std::uint32_t word) { add_bytes(&word, sizeof word); }
 
-  char* data() { return bytes_; }
-  std::int32_t size() const { return static_cast<std::int32_t>(size_); }
-
- private:
-  char* bytes_;
-  std::uint32_t size_;
-  std::size_t written_ = 0;
-};
-
-class EncodedBody {
- public:
-  template <class Record>
-  EncodedBody(std::uint32_t (*encode)(Record*, void**), Record* record)
-      : length_(encode(record, &bytes_)) {}
-  ~EncodedBody() { wipe_and_free(bytes_, length_); }
-  EncodedBody(const EncodedBody&) = delete;
-  EncodedBody& operator=(const EncodedBody&) = delete;
-
-  const void* bytes() const { return bytes_; }
-  // 0 when the record could not be encoded.
-  std::uint32_t length() const { return length_; }
+  const void* data() const { return bytes_; }
+  std::uint32_t size() const { return size_; }
 
  private:
   void* bytes_ = nullptr;
-  std::uint32_t length_;
+  std::uint32_t size_ = 0;
+  std::uint32_t capacity_;
 };
+
+// aaalib_sr_ipc_msg() with a body.
+// REQUIRES: the body has memory, and no more than a message can have.
+inline aaa_ipc_header* exchange(aaa_msg_type type, const RequestBody& body) {
+  assert(body && body.size() <= INT32_MAX);
+  return aaalib_sr_ipc_msg(type, body.data(), static_cast<std::int32_t>(body.size()));
+}
 
 }  // namespace aaa

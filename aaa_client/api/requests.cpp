@@ -12,32 +12,10 @@
 namespace aaa {
 namespace {
 
-std::int32_t send_body(const char* log_name, std::uint32_t type, std::uint32_t id, const void* body,
-                       std::uint32_t length) {
-  const ScopedLock lock(aaa_lib_lock);
-  const std::uint32_t error =
-      aaa_lib_send_ipc_msg(load(g_aaa_client_cb.sync_fd), type, id, body, length);
-  if (error != 0) {
-    AAA_DEBUG_LOG_AS(log_name, "send packet error with errno %d.\r\n", errno);
-  }
-  return -static_cast<std::int32_t>(error);
-}
-
-template <class Record>
-std::int32_t encode_and_send(const char* log_name, std::uint32_t type, Record* record,
-                             std::uint32_t (*encode)(Record*, void**),
-                             std::int32_t encoding_error) {
-  const EncodedBody body(encode, record);
-  if (body.length() == 0) {
-    AAA_DEBUG_LOG_AS(log_name, "out of memory.\r\n");
-    return encoding_error;
-  }
-  return send_body(log_name, type, record->session_id, body.bytes(), body.length());
-}
-
 std::int32_t aaa_user_req_acct_sub(acct_info* acct) {
   if (acct->session_id == 0) return -EINVAL;
-  return encode_and_send(__func__, AAA_MSG_ACCT_REQ, acct, aaa_encap_acct_info, -EINVAL);
+  return send_record(__func__, AAA_MSG_ACCT_REQ, acct->session_id,
+                     RequestBody(aaa_encap_acct_info, acct), -EINVAL);
 }
 
 }  // namespace
@@ -46,13 +24,15 @@ std::int32_t aaa_user_req_acct_sub(acct_info* acct) {
 std::int32_t aaa_user_req_authen_sub(authen_info* authen, std::uint32_t type) {
   if (authen == nullptr) return -EINVAL;
   if (authen->session_id == 0 && type == AAA_MSG_AUTHEN_REQ) return -EINVAL;
-  return aaa::encode_and_send(__func__, type, authen, aaa_encap_authen_info, -ENOMEM);
+  return aaa::send_record(__func__, type, authen->session_id,
+                          aaa::RequestBody(aaa_encap_authen_info, authen));
 }
 
 std::int32_t aaa_user_req_author_sub(author_info* author, std::uint32_t type) {
   if (author == nullptr) return -EINVAL;
   if (author->session_id == 0 && type == AAA_MSG_AUTHOR_REQ) return -EINVAL;
-  return aaa::encode_and_send(__func__, type, author, aaa_encap_author_info, -ENOMEM);
+  return aaa::send_record(__func__, type, author->session_id,
+                          aaa::RequestBody(aaa_encap_author_info, author));
 }
 
 std::int32_t aaa_user_req_authen(authen_info* authen) {
@@ -84,9 +64,10 @@ std::int32_t aaa_user_req_acct(acct_info* acct) {
 std::int32_t aaa_notify_ctrl_if_switch(const std::uint32_t words[3]) {
   if (words == nullptr || words[0] == 0) return -EINVAL;
   if (aaa_is_alive() == 0) return -1;
+  constexpr std::uint32_t size = 3 * sizeof words[0];
   const aaa::ScopedLock lock(aaa_lib_lock);
   const std::uint32_t error = aaa_lib_send_ipc_msg(aaa::load(g_aaa_client_cb.sync_fd),
-                                                   AAA_MSG_INTERFACE_CONTROL, 0, words, 12);
+                                                   AAA_MSG_INTERFACE_CONTROL, 0, words, size);
   if (error != 0) AAA_DEBUG_LOG("send pak error with errno %d.\r\n", errno);
   return -static_cast<std::int32_t>(error);
 }

@@ -7,7 +7,7 @@
 
 #include "aaa_client.h"
 #include "api/send_path.h"
-#include "codec/borrowed_values.h"
+#include "codec/result_info.h"
 #include "runtime/send/waiting_session.h"
 #include "session/state/locks.h"
 #include "transport/base/cancellation.h"
@@ -89,12 +89,11 @@ class ResultWait {
 
   std::int32_t match(const void* body, std::int32_t length) {
     result_info* decoded = nullptr;
-    if (aaa_parse_result_info(&decoded, body, length) == 0) {
+    if (decode_result_without_body(&decoded, body, length) == 0) {
       AAA_DEBUG_LOG_AS(log_name, "parse error\r\n");
       return -EINVAL;
     }
     if (decoded->sub.session_id == session_id_) {
-      forget_borrowed_values(*decoded);
       *result_ = decoded;
       return 0;
     }

@@ -1,5 +1,6 @@
 #include "api/send_path.h"
 
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 
@@ -13,6 +14,7 @@
 namespace aaa {
 namespace {
 
+// Results of aaalib_send_ipc_msg() other than 0.
 constexpr std::int32_t bad_argument = 2;
 constexpr std::int32_t not_sent = 4;
 
@@ -37,6 +39,24 @@ std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body
                           std::int32_t body_length) {
   const ScopedLock lock(aaa_lib_lock);
   return aaalib_send_ipc_msg(type, id, body, body_length);
+}
+
+std::uint32_t send_body(std::uint32_t type, std::uint32_t id, const RequestBody& body) {
+  assert(body);
+  return aaa_lib_send_ipc_msg(load(g_aaa_client_cb.sync_fd), type, id, body.data(), body.size());
+}
+
+std::int32_t send_record(const char* function, std::uint32_t type, std::uint32_t id,
+                         const RequestBody& record, std::int32_t no_memory) {
+  if (!record) {
+    AAA_DEBUG_LOG_AS(function, "out of memory.\r\n");
+    return no_memory;
+  }
+  const ScopedLock lock(aaa_lib_lock);
+  const std::uint32_t error = send_body(type, id, record);
+  // The thread's errno, which need not be the error that is returned.
+  if (error != 0) AAA_DEBUG_LOG_AS(function, "send packet error with errno %d.\r\n", errno);
+  return -static_cast<std::int32_t>(error);
 }
 
 }  // namespace aaa

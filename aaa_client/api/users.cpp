@@ -11,9 +11,10 @@
 
 namespace {
 
+// A word that the rows of the block leave free.
 constexpr std::size_t ha_flag_offset = 344;
 
-// A counter of calls and one of failures; returns the result that the caller hands out.
+// Counts a failure; returns the result of the call.
 std::int32_t count_outcome(std::uint32_t& failures, bool done) {
   if (done) return 0;
   aaa::add(failures, 1U);

@@ -66,11 +66,19 @@ using AcctItems = ItemList<
 
 struct AcctCodec {
   using Record = acct_info;
+  using Block = AcctBlock;
   using Items = AcctItems;
-  using ArenaOrder = Order<2, 89, 25, 305, 168, 306, 307, 308>;
-  using ReleaseOrder = Order<arena_block, 299, 322, 301>;
-  using ArenaFailureOrder = Order<299, 322, 301>;
+  using ArenaOrder =
+      ValueOrder<&acct_info::user_password, &acct_info::chargeable_user_identity,
+                 &acct_info::class_, &acct_info::item_305, &acct_info::framed_ipv6_address,
+                 &acct_info::item_306, &acct_info::item_307, &acct_info::item_308>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
+
+  static void release_copies(Record& record) {
+    AAA_FREE(owned(record.tail_data));
+    AAA_FREE(owned(record.data_322));
+    AAA_FREE(owned(record.ext_text));
+  }
 };
 
 }  // namespace
@@ -86,7 +94,7 @@ void aaa_encap_acct_info_sub(void* block, const acct_info* record) {
 }
 
 std::uint32_t aaa_parse_acct_info(acct_info** record, const void* body, std::int32_t length) {
-  return aaa::decode<aaa::AcctCodec>(record, body, length, __func__);
+  return aaa::decode<aaa::AcctCodec>(record, body, length);
 }
 
 void aaa_parse_acct_info_sub(acct_info* record, const void* block) {
@@ -95,5 +103,10 @@ void aaa_parse_acct_info_sub(acct_info* record, const void* block) {
 }
 
 void aaa_free_acct_info(acct_info* record) {
-  aaa::release<aaa::AcctCodec>(record, __func__);
+  if (record == nullptr) return;
+  AAA_FREE(record->arena.base);
+  AAA_FREE(aaa::owned(record->tail_data));
+  AAA_FREE(aaa::owned(record->data_322));
+  AAA_FREE(aaa::owned(record->ext_text));
+  AAA_FREE(record);
 }

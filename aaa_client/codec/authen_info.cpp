@@ -83,18 +83,29 @@ using AuthenItems = ItemList<
     Value<306, &authen_info::item_306>,
     Value<307, &authen_info::item_307>,
     Value<308, &authen_info::item_308>,
-    BlockSizedData<298, &authen_info::ext_data, Field<&authen_info::ext_data_len>>,
+    BlockSizedData<298, &authen_info::ext_data, &authen_info::ext_data_len>,
     Text<301, &authen_info::ext_text>,
     GrowingData<299, &authen_info::tail_data, &authen_info::tail_len>>;
 // clang-format on
 
 struct AuthenCodec {
   using Record = authen_info;
+  using Block = AuthenBlock;
   using Items = AuthenItems;
-  using ArenaOrder = WireOrder;
-  using ReleaseOrder = Order<arena_block, 299, 298, 301>;
-  using ArenaFailureOrder = Order<299, 301, 298>;
+  using ArenaOrder =
+      ValueOrder<&authen_info::user_password, &authen_info::chap_password,
+                 &authen_info::chap_challenge, &authen_info::nas_ip_address,
+                 &authen_info::eap_message, &authen_info::state,
+                 &authen_info::tunnel_private_group_id, &authen_info::chargeable_user_identity,
+                 &authen_info::item_305, &authen_info::item_309, &authen_info::framed_ipv6_address,
+                 &authen_info::item_306, &authen_info::item_307, &authen_info::item_308>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
+
+  static void release_copies(Record& record) {
+    AAA_FREE(owned(record.tail_data));
+    AAA_FREE(owned(record.ext_text));
+    AAA_FREE(owned(record.ext_data));
+  }
 };
 
 }  // namespace
@@ -110,7 +121,7 @@ void aaa_encap_authen_info_sub(void* block, const authen_info* record) {
 }
 
 std::uint32_t aaa_parse_authen_info(authen_info** record, const void* body, std::int32_t length) {
-  return aaa::decode<aaa::AuthenCodec>(record, body, length, __func__);
+  return aaa::decode<aaa::AuthenCodec>(record, body, length);
 }
 
 void aaa_parse_authen_info_sub(authen_info* record, const void* block) {
@@ -119,5 +130,10 @@ void aaa_parse_authen_info_sub(authen_info* record, const void* block) {
 }
 
 void aaa_free_authen_info(authen_info* record) {
-  aaa::release<aaa::AuthenCodec>(record, __func__);
+  if (record == nullptr) return;
+  AAA_FREE(record->arena.base);
+  AAA_FREE(aaa::owned(record->tail_data));
+  AAA_FREE(aaa::owned(record->ext_data));
+  AAA_FREE(aaa::owned(record->ext_text));
+  AAA_FREE(record);
 }

@@ -27,11 +27,15 @@ using AuthorItems = ItemList<
 
 struct AuthorCodec {
   using Record = author_info;
+  using Block = AuthorBlock;
   using Items = AuthorItems;
-  using ArenaOrder = WireOrder;
-  using ReleaseOrder = Order<arena_block, 299, 301>;
-  using ArenaFailureOrder = Order<299, 301>;
+  using ArenaOrder = ValueOrder<&author_info::user_password>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
+
+  static void release_copies(Record& record) {
+    AAA_FREE(owned(record.tail_data));
+    AAA_FREE(owned(record.ext_text));
+  }
 };
 
 }  // namespace
@@ -47,7 +51,7 @@ void aaa_encap_author_info_sub(void* block, const author_info* record) {
 }
 
 std::uint32_t aaa_parse_author_info(author_info** record, const void* body, std::int32_t length) {
-  return aaa::decode<aaa::AuthorCodec>(record, body, length, __func__);
+  return aaa::decode<aaa::AuthorCodec>(record, body, length);
 }
 
 void aaa_parse_author_info_sub(author_info* record, const void* block) {
@@ -56,5 +60,9 @@ void aaa_parse_author_info_sub(author_info* record, const void* block) {
 }
 
 void aaa_free_author_info(author_info* record) {
-  aaa::release<aaa::AuthorCodec>(record, __func__);
+  if (record == nullptr) return;
+  AAA_FREE(record->arena.base);
+  AAA_FREE(aaa::owned(record->tail_data));
+  AAA_FREE(aaa::owned(record->ext_text));
+  AAA_FREE(record);
 }

@@ -1,269 +1,145 @@
-// One encoder, one decoder and one release function for all records whose body is a fixed block
-// followed by items. A record is described by a struct:
+// One encoder and one decoder for all records whose body is a fixed block followed by items. A
+// record is described by a struct:
 //
-//   Record            the record's type
-//   Items             ItemList of its items, in wire order
-//   ArenaOrder        the descriptors in the order in which the arena holds them
-//   ReleaseOrder      the blocks that a decoded record owns, in the order of their release
-//   ArenaFailureOrder the blocks that are released when the arena cannot be allocated
-//   unknown_item      how far a decoder passes an item that the record does not know
+//   Record           the record's type
+//   Block            the layout of its fixed block
+//   Items            its items, in wire order
+//   ArenaOrder       its descriptors, in the order in which the arena holds their values
+//   unknown_item     how a decoder goes on at an item that the record does not have
+//   release_copies   frees the copies of a record whose arena could not be allocated
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <span>
-#include <tuple>
-#include <type_traits>
-#include <utility>
 
-#include "codec/allocation.h"
-#include "codec/item_reader.h"
-#include "codec/item_writer.h"
 #include "codec/record_items.h"
-#include "codec/value_arena.h"
+#include "codec/record_memory.h"
+#include "codec/tlv.h"
 
 namespace aaa {
 
+// pass_header reads the value as further items. Both ends of the link are built to either.
 enum class UnknownItem { pass_header, pass_item };
 
-// Items by their tags. The arena stands in a release order as arena_block.
-template <std::uint16_t... Tags>
-struct Order {};
-struct WireOrder {};
-inline constexpr std::uint16_t arena_block = 0;
+template <auto... Members>
+struct ValueOrder {
+  static constexpr std::size_t count = sizeof...(Members);
 
-// Whether the body holds, from an item on, items of just these tags in this order, as every
-// well-formed one does. By value and not inlined, so that the walk around it stays in registers.
-[[gnu::noinline]] inline bool holds_just(Body body, const std::uint8_t* item,
-                                         std::span<const std::uint16_t> tags) {
-  for (const std::uint16_t tag : tags) {
-    std::uint16_t header[2];
-    if (body.available(item, sizeof header) < sizeof header) return false;
-    std::memcpy(header, item, sizeof header);
-    if (header[0] != tag) return false;
-    item = body.after(item + sizeof header, header[1]);
+  template <typename Record, typename Visit>
+  static void for_each(Record& record, Visit visit) {
+    (visit(record.*Members), ...);
   }
-  return item == body.end();
-}
+};
 
 template <typename... Items>
 struct ItemList {
-  static constexpr std::uint32_t fixed_size = (Items::fixed_size + ...);
+  static constexpr std::size_t arena_values = (std::size_t{Items::in_arena} + ...);
 
-  // Sizes of the values, each taken once: a text's is costly.
-  using Sizes = std::array<std::uint64_t, sizeof...(Items)>;
-
-  template <typename Record>
-  static Sizes value_sizes(const Record& record) {
-    return {Items::value_size(record)...};
+  static std::uint32_t encode(auto& record, void** body, const char* function) {
+    // Each size is taken once: a text's is costly.
+    std::uint64_t body_size = 0;
+    const auto counted = [&](std::uint64_t size) {
+      body_size += tlv_header_size + size;
+      return size;
+    };
+    const std::uint64_t sizes[] = {counted(Items::value_size(record))...};
+    std::uint8_t* const bytes = allocate(body_size, function);
+    if (bytes == nullptr) return 0;
+    ItemWriter writer(bytes);
+    const std::uint64_t* size = sizes;
+    (Items::write(writer, record, *size++), ...);
+    writer.clear_rest(bytes + body_size);
+    *body = bytes;
+    return static_cast<std::uint32_t>(body_size);
   }
+};
 
-  static std::uint64_t body_size(const Sizes& sizes) {
-    return std::apply([](auto... size) { return ((tlv_header_size + size) + ...); }, sizes);
-  }
+template <typename Codec>
+std::uint32_t encode(typename Codec::Record* record, void** body, const char* function) {
+  if (record == nullptr || body == nullptr) return 0;
+  return Codec::Items::encode(*record, body, function);
+}
 
-  // Returns the writer behind the last item. By value, so that it stays in registers.
-  template <typename Record>
-  static ItemWriter write(ItemWriter writer, Record& record, const Sizes& sizes) {
-    std::apply([&](auto... size) { (Items::write(writer, record, size), ...); }, sizes);
-    return writer;
-  }
-
-  // A well-formed body holds the items in wire order, so that one pass over the list takes all.
-  template <UnknownItem Unknown, typename Record>
-  static void take(const Body& body, Record& record, const char* function) {
-    take<Unknown>(body, record, function, std::index_sequence_for<Items...>());
-  }
-
- private:
-  // The tags of the items behind the one of that index.
-  template <std::size_t Index>
-  static std::span<const std::uint16_t> tags_behind() {
-    static constexpr std::uint16_t tags[] = {Items::tag...};
-    return std::span(tags).subspan(Index + 1);
-  }
-
-  template <UnknownItem Unknown, typename Record, std::size_t... I>
-  static void take(const Body& body, Record& record, const char* function,
-                   std::index_sequence<I...>) {
-    ItemReader reader(body);
-    bool rest_in_order = false;
-    while (reader.type() != ItemReader::no_item) {
-      bool known = false;
-      ((known = take_if<Unknown, Items, I>(reader, record, rest_in_order, function) || known), ...);
-      if (!known) pass_unknown<Unknown>(reader);
-    }
-  }
-
-  template <UnknownItem Unknown, typename Item, std::size_t I, typename Record>
-  static bool take_if(ItemReader& reader, Record& record, bool& rest_in_order,
-                      const char* function) {
-    if (reader.type() != Item::tag) return false;
-    if (reader.length() == 0) {
-      // Most items are empty. Expecting that, the processor has the next header before this one.
-      Item::take({reader.value(), 0, 0}, record);
-      reader.pass_header();
-      return true;
-    }
-    if constexpr (Item::looks_ahead) {
-      rest_in_order = rest_in_order || holds_just(reader.body(), reader.end(), tags_behind<I>());
-      if (!rest_in_order) {
-        take_rest<Unknown>(reader.body(), reader.item(), record, function);
-        reader.move_to(reader.body().end());
-        return true;
-      }
-    }
-    Item::take(reader.item_value(), record);
-    copy_value<Item>(reader, record, function);
+template <typename Item, typename Visit>
+bool visit_if(Item kind, ItemReader& reader, Visit& visit) {
+  if (reader.type() != Item::tag) return false;
+  // Most items are empty: with a branch of their own the processor, which expects that, reads the
+  // next header before it has this one's length.
+  if (reader.length() == 0) {
+    visit(kind, reader);
+    reader.pass_header();
+  } else {
+    visit(kind, reader);
     reader.pass_item();
-    return true;
   }
+  return true;
+}
 
-  // Takes the items from `item` on, and copies them when all are taken. Goes twice through the rest
-  // of the body, however many items have to know what follows.
-  template <UnknownItem Unknown, typename Record>
-  [[gnu::noinline]] static void take_rest(Body body, const std::uint8_t* item, Record& record,
-                                          const char* function) {
-    const ItemReader reader(body, item, body.end());
-    for_each_item<Unknown>(
-        reader, [&]<typename Item>(const ItemReader& at) { Item::take(at.item_value(), record); });
-    for_each_item<Unknown>(reader, [&]<typename Item>(const ItemReader& at) {
-      if (at.length() != 0) copy_value<Item>(at, record, function);
-    });
-  }
-
-  template <UnknownItem Unknown, typename Visit>
-  static void for_each_item(ItemReader reader, Visit visit) {
-    while (reader.type() != ItemReader::no_item) {
-      if ((visit_if<Items>(reader, visit) || ...)) {
-        reader.pass_item();
-      } else {
-        pass_unknown<Unknown>(reader);
-      }
-    }
-  }
-
-  template <typename Item, typename Visit>
-  static bool visit_if(const ItemReader& reader, Visit visit) {
-    if (reader.type() != Item::tag) return false;
-    visit.template operator()<Item>(reader);
-    return true;
-  }
-
-  template <typename Item, typename Record>
-  static void copy_value(const ItemReader& reader, Record& record, const char* function) {
-    if constexpr (Item::owned) Item::copy(reader.item_value(), record, function);
-  }
-
-  template <UnknownItem Unknown>
-  static void pass_unknown(ItemReader& reader) {
-    if constexpr (Unknown == UnknownItem::pass_item) {
+// Calls `visit` with the kind of each item of the body from `first` on, and the item.
+template <typename Codec, typename... Items, typename Visit>
+void for_each_item(ItemList<Items...>, Body body, const std::uint8_t* first, Visit visit) {
+  ItemReader reader(body, first, body.end());
+  while (reader.type() != ItemReader::no_item) {
+    // A well-formed body holds the items in wire order, so that one turn of the loop takes all.
+    bool known = false;
+    ((known |= visit_if(Items(), reader, visit)), ...);
+    if (known) continue;
+    if constexpr (Codec::unknown_item == UnknownItem::pass_item) {
       reader.pass_item();
     } else {
       reader.pass_header();
     }
   }
-};
-
-// ---- Orders other than the wire's. ----------------------------------------------------------
-
-template <std::uint16_t Tag, typename First, typename... Rest>
-struct FindItem : FindItem<Tag, Rest...> {};
-template <std::uint16_t Tag, typename First, typename... Rest>
-requires(First::tag == Tag) struct FindItem<Tag, First, Rest...> {
-  using type = First;
-};
-
-template <typename List, typename Tags>
-struct ArenaItems;
-
-template <typename... Items>
-struct ArenaItems<ItemList<Items...>, WireOrder> {
-  using type = decltype(std::tuple_cat(
-      std::declval<std::conditional_t<Items::gathered, std::tuple<Items>, std::tuple<>>>()...));
-};
-
-template <typename... Items, std::uint16_t... Tags>
-struct ArenaItems<ItemList<Items...>, Order<Tags...>> {
-  using type = std::tuple<typename FindItem<Tags, Items...>::type...>;
-  static_assert((FindItem<Tags, Items...>::type::gathered && ...));
-  static_assert(sizeof...(Tags) == (std::size_t{Items::gathered} + ...),
-                "the arena order leaves a descriptor out");
-};
-
-template <std::uint16_t Tag, typename Record, typename... Items>
-void release_block(Record& record, ItemList<Items...>, const char* function) {
-  if constexpr (Tag == arena_block) {
-    deallocate(record.arena.base, function);
-  } else {
-    FindItem<Tag, Items...>::type::release(record, function);
-  }
 }
 
-template <typename Record, typename Items, std::uint16_t... Tags>
-void release_blocks(Record& record, Items items, Order<Tags...>, const char* function) {
-  (release_block<Tags>(record, items, function), ...);
-}
-
-template <typename... Items, std::uint16_t... Tags>
-constexpr bool releases_all(ItemList<Items...>, Order<Tags...>) {
-  return sizeof...(Tags) == 1 + (std::size_t{Items::owned} + ...);
-}
-
-// ---- The three functions of a record. -------------------------------------------------------
-
-template <typename Record, typename... Items>
-bool fill_arena(Record& record, const Body& body, std::tuple<Items...>*, const char* function) {
-  const std::uint64_t size = ((Items::descriptor(record).len + std::uint64_t{1}) + ...);
-  ValueArena arena(body, size, function);
-  if (!arena.allocated()) return false;
-  (arena.take(Items::descriptor(record)), ...);
-  arena.finish(record.arena);
-  return true;
+// Items are copied as they are taken, but from the first one on whose copy depends on later items
+// they are copied in a second walk, when all are taken.
+template <typename Codec>
+void take_items(Body body, typename Codec::Record& record) {
+  const typename Codec::Items items;
+  const std::uint8_t* second_walk = nullptr;
+  const auto take = [&](auto kind, const ItemReader& item) {
+    kind.take(item.item_value(), record);
+    if constexpr (kind.is_copied) {
+      if (item.length() == 0 || second_walk != nullptr) return;
+      if constexpr (kind.looks_ahead) {
+        second_walk = item.item();
+      } else {
+        kind.copy(item.item_value(), record);
+      }
+    }
+  };
+  for_each_item<Codec>(items, body, body.at(0), take);
+  if (second_walk == nullptr) return;
+  const auto copy = [&](auto kind, const ItemReader& item) {
+    if constexpr (kind.is_copied) {
+      if (item.length() != 0) kind.copy(item.item_value(), record);
+    }
+  };
+  for_each_item<Codec>(items, body, second_walk, copy);
 }
 
 template <typename Codec>
-std::uint32_t encode(typename Codec::Record* record, void** body, const char* function) {
-  if (record == nullptr || body == nullptr) return 0;
-  const auto sizes = Codec::Items::value_sizes(*record);
-  const std::uint64_t size = Codec::Items::body_size(sizes);
-  std::uint8_t* bytes = allocate(size, function);
-  if (bytes == nullptr) return 0;
-  Codec::Items::write(ItemWriter(bytes), *record, sizes).clear_rest(bytes + size);
-  *body = bytes;
-  return static_cast<std::uint32_t>(size);
-}
-
-template <typename Codec>
-std::uint32_t decode(typename Codec::Record** result, const void* bytes, std::int32_t length,
-                     const char* function) {
+std::uint32_t decode(typename Codec::Record** result, const void* bytes, std::int32_t length) {
   using Record = typename Codec::Record;
-  using Items = typename Codec::Items;
-  using Gathered = typename ArenaItems<Items, typename Codec::ArenaOrder>::type;
+  static_assert(Codec::ArenaOrder::count == Codec::Items::arena_values,
+                "the arena order leaves a value out");
   if (result == nullptr || bytes == nullptr) return 0;
-  if (static_cast<std::uint32_t>(length) < Items::fixed_size) return 0;
-  auto* record = allocate_zeroed<Record>(1, function);
+  if (static_cast<std::uint32_t>(length) < Codec::Block::size) return 0;
+  auto* const record = allocate_zeroed<Record>(1, __func__);
   if (record == nullptr) return 0;
   const Body body(bytes, length);
-  Items::template take<Codec::unknown_item>(body, *record, function);
-  if (!fill_arena(*record, body, static_cast<Gathered*>(nullptr), function)) {
-    release_blocks(*record, Items(), typename Codec::ArenaFailureOrder(), function);
-    deallocate(record, function);
+  take_items<Codec>(body, *record);
+  const bool filled = fill_arena(record->arena, body,
+                                 [&](auto visit) { Codec::ArenaOrder::for_each(*record, visit); });
+  if (!filled) {
+    Codec::release_copies(*record);
+    AAA_FREE(record);
     return 0;
   }
+  record->arena.used = 0;  // the LDAP records alone tell how much
   *result = record;
   return 1;
-}
-
-template <typename Codec>
-void release(typename Codec::Record* record, const char* function) {
-  using Items = typename Codec::Items;
-  using ReleaseOrder = typename Codec::ReleaseOrder;
-  static_assert(releases_all(Items(), ReleaseOrder()), "a block is not released");
-  if (record == nullptr) return;
-  release_blocks(*record, Items(), ReleaseOrder(), function);
-  deallocate(record, function);
 }
 
 }  // namespace aaa

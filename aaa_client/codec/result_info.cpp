@@ -1,5 +1,6 @@
 // The outcome of a user's authentication, authorization or accounting request.
-#include "aaa_codec.h"
+#include "codec/result_info.h"
+
 #include "codec/record_codec.h"
 #include "codec/record_layout.h"
 
@@ -47,7 +48,7 @@ using ResultBlock = Layout<result_info_sub, AAA_RESULT_BLOCK_SIZE,
     Row<1272, &result_info_sub::wide_a,       u64>>;
 
 using ResultItems = ItemList<
-    FixedBlock<ResultBlock, Field<&result_info::sub>>,
+    FixedBlock<ResultBlock>,
     Value<87, &result_info::nas_port_id>,
     Value<18, &result_info::reply_message>,
     Value<25, &result_info::class_>,
@@ -62,7 +63,7 @@ using ResultItems = ItemList<
     BorrowedValue<319, &result_info::item_319>,
     BorrowedValue<320, &result_info::item_320>,
     BlockSizedData<298, &result_info::ext_data,
-                   Field<&result_info::sub, &result_info_sub::ext_data_len>>,
+                   &result_info_sub::ext_data_len>,
     Data<302, &result_info::text_302, &result_info::text_302_len>,
     Data<303, &result_info::text_303, &result_info::text_303_len>,
     GrowingData<299, &result_info::tail_data, &result_info::tail_len>,
@@ -72,11 +73,23 @@ using ResultItems = ItemList<
 
 struct ResultCodec {
   using Record = result_info;
+  using Block = ResultBlock;
   using Items = ResultItems;
-  using ArenaOrder = Order<2, 79, 87, 25, 18, 24, 89, 304, 309, 311>;
-  using ReleaseOrder = Order<298, 303, 302, arena_block, 299, 321, 322>;
-  using ArenaFailureOrder = Order<299, 322, 298, 302, 303>;
+  using ArenaOrder =
+      ValueOrder<&result_info::user_password, &result_info::eap_message, &result_info::nas_port_id,
+                 &result_info::class_, &result_info::reply_message, &result_info::state,
+                 &result_info::chargeable_user_identity, &result_info::item_304,
+                 &result_info::item_309, &result_info::item_311>;
   static constexpr UnknownItem unknown_item = UnknownItem::pass_item;
+
+  // data_321 is left allocated on purpose.
+  static void release_copies(Record& record) {
+    AAA_FREE(owned(record.tail_data));
+    AAA_FREE(owned(record.data_322));
+    AAA_FREE(owned(record.ext_data));
+    AAA_FREE(owned(record.text_302));
+    AAA_FREE(owned(record.text_303));
+  }
 };
 
 }  // namespace
@@ -92,7 +105,7 @@ void aaa_encap_result_info_sub(void* block, const result_info* record) {
 }
 
 std::uint32_t aaa_parse_result_info(result_info** record, const void* body, std::int32_t length) {
-  return aaa::decode<aaa::ResultCodec>(record, body, length, __func__);
+  return aaa::decode<aaa::ResultCodec>(record, body, length);
 }
 
 void aaa_parse_result_info_sub(result_info* record, const void* block) {
@@ -100,6 +113,22 @@ void aaa_parse_result_info_sub(result_info* record, const void* block) {
   aaa::ResultBlock::decode(static_cast<const std::uint8_t*>(block), record->sub);
 }
 
+std::uint32_t aaa::decode_result_without_body(result_info** record, const void* body,
+                                              std::int32_t length) {
+  if (aaa_parse_result_info(record, body, length) == 0) return 0;
+  for (aaa_item* item : {&(*record)->item_318, &(*record)->item_319, &(*record)->item_320})
+    item->value = nullptr;
+  return 1;
+}
+
 void aaa_free_result_info(result_info* record) {
-  aaa::release<aaa::ResultCodec>(record, __func__);
+  if (record == nullptr) return;
+  AAA_FREE(aaa::owned(record->ext_data));
+  AAA_FREE(aaa::owned(record->text_303));
+  AAA_FREE(aaa::owned(record->text_302));
+  AAA_FREE(record->arena.base);
+  AAA_FREE(aaa::owned(record->tail_data));
+  AAA_FREE(aaa::owned(record->data_321));
+  AAA_FREE(aaa::owned(record->data_322));
+  AAA_FREE(record);
 }

@@ -1,21 +1,20 @@
-// Fetching a local user: aaad's answer is a sequence of items of 32-bit type and length, the length
-// counting the header.
+// Fetching a local user, and releasing what the record then owns. aaad's answer is a sequence of
+// items of 32-bit type and length, the length counting the header.
 #include <algorithm>
 #include <cstring>
 
 #include "aaa_client.h"
-#include "codec/item_reader.h"
+#include "codec/tlv.h"
 #include "transport/base/memory.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
-#include "username/user_list.h"
+#include "username/user_record.h"
 #include "username_lib.h"
 
 namespace aaa {
 namespace {
 
 constexpr char log_name[] = "username_lib_copy_user";
-constexpr std::uint32_t item_header_size = 8;
 
 // One item of the answer. Its value may reach past the body's end, which reads as zeros.
 struct UserItem {
@@ -32,7 +31,8 @@ struct UserItem {
 
   template <std::size_t Size>
   void copy_text(char (&to)[Size]) const {
-    const std::uint32_t claimed = length > item_header_size ? length - item_header_size : 0;
+    const std::uint32_t claimed =
+        length > user_item_header_size ? length - user_item_header_size : 0;
     const std::size_t count = body.available(value, std::min<std::size_t>(claimed, Size - 1));
     std::memcpy(to, value, count);
     to[count] = '\0';
@@ -109,13 +109,24 @@ void fill(local_user_info& record, const Body& body) {
   clear(record);
   std::int64_t offset = 0;
   while (offset < body.size()) {
-    UserItem item = {0, 0, body, body.at(offset + item_header_size)};
+    UserItem item = {0, 0, body, body.at(offset + user_item_header_size)};
     body.copy(&item.type, body.at(offset), sizeof item.type);
     body.copy(&item.length, body.at(offset + 4), sizeof item.length);
     take_item(record, item);
     if (item.length == 0) return;
     offset += item.length;
   }
+}
+
+// The entries may be passwords.
+template <class Entry>
+void wipe_and_free_entries(aaa_list& head) {
+  while (!is_empty(head)) {
+    aaa_list* const node = head.next;
+    unlink_node(*node);
+    wipe_and_free(entry_of<Entry>(node), sizeof(Entry));
+  }
+  make_empty(head);
 }
 
 }  // namespace
@@ -138,4 +149,10 @@ std::int32_t username_lib_copy_user(local_user_info* record) {
   if (reply.length() == 0) return -1;
   aaa::fill(*record, aaa::Body(reply.body(), static_cast<std::int32_t>(reply.length())));
   return 0;
+}
+
+void username_lib_release_user(local_user_info* record) {
+  if (record == nullptr) return;
+  aaa::wipe_and_free_entries<local_user_password>(record->passwords);
+  aaa::wipe_and_free_entries<local_user_block>(record->blocks);
 }

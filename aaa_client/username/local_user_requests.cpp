@@ -5,8 +5,8 @@
 
 #include "aaa_client.h"
 #include "api/request_body.h"
-#include "codec/borrowed_values.h"
-#include "codec/item_writer.h"
+#include "codec/result_info.h"
+#include "codec/tlv.h"
 #include "session/state/locks.h"
 #include "transport/base/memory.h"
 #include "transport/debug_log.h"
@@ -15,9 +15,8 @@
 
 namespace {
 
-constexpr std::size_t item_header_size = 4;
 constexpr std::size_t password_change_size = 180;
-constexpr std::size_t max_changed_text = password_change_size - 3 * item_header_size;
+constexpr std::size_t max_changed_text = password_change_size - 3 * aaa::tlv_header_size;
 constexpr std::size_t max_grant_text1 = 64;
 constexpr std::size_t max_grant_text2 = 4096;
 
@@ -43,12 +42,12 @@ std::int32_t ask_for_result(const char* log_name, Record* record, aaa_msg_type t
     AAA_DEBUG_LOG_AS(log_name, "Wrong message type(%d).\r\n", static_cast<int>(reply.type()));
     return -1;
   }
-  if (aaa_parse_result_info(result, reply.body(), static_cast<std::int32_t>(reply.length())) != 0) {
-    aaa::forget_borrowed_values(**result);
-    return 0;
+  if (aaa::decode_result_without_body(result, reply.body(),
+                                      static_cast<std::int32_t>(reply.length())) == 0) {
+    AAA_DEBUG_LOG_AS(log_name, "Failed to parse result info.\r\n");
+    return -1;
   }
-  AAA_DEBUG_LOG_AS(log_name, "Failed to parse result info.\r\n");
-  return -1;
+  return 0;
 }
 
 // A text as an item. Texts of 65536 bytes and more travel whole behind a length that is cut.
@@ -88,7 +87,7 @@ std::int32_t username_lib_chg_pwd(const char* s1, const char* s2, const char* s3
   items.put(1, static_cast<std::uint16_t>(lengths[0]), s1);
   items.put(2, static_cast<std::uint16_t>(lengths[1]), s2);
   items.put(3, static_cast<std::uint16_t>(lengths[2]), s3);
-  const auto size = static_cast<std::int32_t>(3 * item_header_size + total);
+  const auto size = static_cast<std::int32_t>(3 * aaa::tlv_header_size + total);
   const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_CHANGE_PWD_REQ, body, size));
   aaa::wipe(body, sizeof body);
   return reply ? static_cast<std::int32_t>(reply.word(0)) : -5;
@@ -102,7 +101,7 @@ std::int32_t username_lib_fs_grant_req(const char* s1, const char* s2, std::uint
   if (aaa_is_alive() == 0) return -3;
   const std::size_t length1 = std::min(std::strlen(s1), max_grant_text1);
   const std::size_t length2 = std::min(std::strlen(s2), max_grant_text2);
-  aaa::RequestBody body(3 * item_header_size + length1 + length2 + sizeof value);
+  aaa::RequestBody body(3 * aaa::tlv_header_size + length1 + length2 + sizeof value);
   if (!body) {
     AAA_DEBUG_LOG("Get new memory for sndbuf faild.\r\n");
     return -1;
@@ -110,7 +109,7 @@ std::int32_t username_lib_fs_grant_req(const char* s1, const char* s2, std::uint
   add_item(body, 1, s1, length1);
   add_item(body, 2, s2, length2);
   add_item(body, 3, &value, sizeof value);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_FS_GRANT, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_LOCAL_FS_GRANT, body));
   return reply ? -static_cast<std::int32_t>(reply.first_byte()) : -1;
 }
 
@@ -122,14 +121,14 @@ std::int32_t username_lib_query_pwd_secu(const char* s1, const char* s2) {
   if (aaa_is_alive() == 0) return -2;
   const std::size_t length1 = std::strlen(s1);
   const std::size_t length2 = std::strlen(s2);
-  aaa::RequestBody body(2 * item_header_size + length1 + length2);
+  aaa::RequestBody body(2 * aaa::tlv_header_size + length1 + length2);
   if (!body) {
     AAA_DEBUG_LOG("out of memory\r\n");
     return -3;
   }
   add_item(body, 1, s1, length1);
   add_item(body, 2, s2, length2);
-  const aaa::Reply reply(aaalib_sr_ipc_msg(AAA_MSG_LOCAL_QUERY_PWD, body.data(), body.size()));
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_LOCAL_QUERY_PWD, body));
   if (!reply) return -2;
   if (reply.type() != AAA_MSG_LOCAL_QUERY_PWD_RESP) return -3;
   return static_cast<std::int32_t>(reply.word(0));

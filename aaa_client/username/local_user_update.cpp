@@ -2,22 +2,21 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "transport/base/memory.h"
+#include "api/request_body.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
-#include "username/user_list.h"
+#include "username/user_record.h"
 #include "username_lib.h"
 
 namespace aaa {
 namespace {
 
-constexpr std::uint32_t item_header_size = 8;
 constexpr std::size_t max_text_item = 255;
 
-// Items of 32-bit type and length in a buffer of fixed size: one that does not fit is left out.
+// An item that does not fit is left out.
 class UserItemWriter {
  public:
-  UserItemWriter(char* buffer, std::size_t size) : buffer_(buffer), room_(size) {}
+  explicit UserItemWriter(RequestBody& body) : body_(body) {}
 
   void put_number(std::uint32_t type, std::uint32_t number) { put(type, &number, sizeof number); }
 
@@ -30,31 +29,25 @@ class UserItemWriter {
   template <std::size_t Size>
   void put_text(std::uint32_t type, const char (&text)[Size]) {
     const std::size_t length = strnlen(text, Size);
-    if (length > 0 && length < Size && length + item_header_size <= max_text_item) {
+    if (length > 0 && length < Size && length + user_item_header_size <= max_text_item) {
       put(type, text, length);
     }
   }
 
-  std::size_t written() const { return written_; }
-
  private:
   void put(std::uint32_t type, const void* value, std::size_t length) {
-    const auto item_length = static_cast<std::uint32_t>(item_header_size + length);
-    if (item_length > room_ - written_) return;
-    char* const at = buffer_ + written_;
-    std::memcpy(at, &type, sizeof type);
-    std::memcpy(at + 4, &item_length, sizeof item_length);
-    std::memcpy(at + item_header_size, value, length);
-    written_ += item_length;
+    const std::size_t item_length = user_item_header_size + length;
+    if (item_length > body_.room()) return;
+    body_.add_word(type);
+    body_.add_word(static_cast<std::uint32_t>(item_length));
+    body_.add_bytes(value, length);
   }
 
-  char* buffer_;
-  std::size_t room_;
-  std::size_t written_ = 0;
+  RequestBody& body_;
 };
 
 // string_19 stands in for string_18, also when it is too long to be sent itself.
-void put_strings(UserItemWriter& items, const local_user_info& record) {
+void put_strings(UserItemWriter items, const local_user_info& record) {
   if (record.flag_4 != 0) {
     items.put_flag(4, record.flag_4);
   } else if (record.string_19[0] != '\0') {
@@ -65,14 +58,14 @@ void put_strings(UserItemWriter& items, const local_user_info& record) {
 }
 
 // From the back, which is the order in which they were fetched.
-void put_passwords(UserItemWriter& items, const local_user_info& record) {
+void put_passwords(UserItemWriter items, const local_user_info& record) {
   if (is_empty(record.passwords)) return;
   for (aaa_list* node = record.passwords.prev; node != &record.passwords; node = node->prev) {
     items.put_text(6, entry_of<local_user_password>(node)->text);
   }
 }
 
-void put_record(UserItemWriter& items, const local_user_info& record) {
+void put_record(UserItemWriter items, const local_user_info& record) {
   items.put_text(1, record.user_name);
   items.put_number(2, record.value_2);
   put_strings(items, record);
@@ -87,25 +80,13 @@ void put_record(UserItemWriter& items, const local_user_info& record) {
   put_passwords(items, record);
 }
 
+// More than the items of a record with these counts need; counts that are too low for the lists
+// leave items out.
 std::uint64_t buffer_size(const local_user_info& record) {
-  return std::uint64_t{record.password_count} * 264 + std::uint64_t{record.block_count} * 8208 +
-         1616;
-}
-
-// Null when there is no memory, or when the size is beyond what a message can have.
-char* allocate(std::uint64_t size) {
-  return size > INT32_MAX ? nullptr
-                          : static_cast<char*>(AAA_MALLOC(static_cast<std::uint32_t>(size)));
-}
-
-// Frees the buffer. What was not written is not wiped: the counts may have made the buffer large.
-aaa_ipc_header* exchange(const local_user_info& record, char* buffer, std::size_t size) {
-  UserItemWriter items(buffer, size);
-  put_record(items, record);
-  aaa_ipc_header* const reply = aaalib_sr_ipc_msg(AAA_MSG_LOCAL_UPDATE_USER, buffer,
-                                                  static_cast<std::int32_t>(items.written()));
-  wipe_and_free(buffer, items.written());
-  return reply;
+  constexpr std::uint64_t password_room = 264;  // header and text with its NUL
+  constexpr std::uint64_t block_room = 8208;
+  constexpr std::uint64_t other_items_room = 1616;
+  return record.password_count * password_room + record.block_count * block_room + other_items_room;
 }
 
 }  // namespace
@@ -118,12 +99,13 @@ std::int32_t username_lib_update_user(const local_user_info* record) {
   }
   if (aaa_is_alive() == 0) return -3;
   const std::uint64_t size = aaa::buffer_size(*record);
-  char* const buffer = aaa::allocate(size);
-  if (buffer == nullptr) {
+  aaa::RequestBody body(size);
+  if (!body) {
     AAA_DEBUG_LOG("Failed to AAA_ALLOC(%d) for iov of user '%.64s'.\r\n", static_cast<int>(size),
                   record->user_name);
     return -3;
   }
-  const aaa::Reply reply(aaa::exchange(*record, buffer, static_cast<std::size_t>(size)));
+  aaa::put_record(aaa::UserItemWriter(body), *record);
+  const aaa::Reply reply(aaa::exchange(AAA_MSG_LOCAL_UPDATE_USER, body));
   return reply ? -(reply.first_byte() ^ 1) : -3;
 }

@@ -5,6 +5,7 @@
 
 #include "codec/block_sample.h"
 #include "codec/records.h"
+#include "codec/result_info.h"
 #include "support/failing_allocator.h"
 
 namespace test {
@@ -142,6 +143,24 @@ TEST(ResultInfo, Items318To320KeepPointingIntoTheBody) {
   EXPECT_EQ(record->item_320.len, 5);
   EXPECT_EQ(record->item_320.type, 320);
   EXPECT_EQ(record->arena.size, 10U) << "they take no room in the arena";
+}
+
+TEST(ResultInfo, Items318To320KeepTheirLengthsAloneWithoutTheBody) {
+  const Bytes body =
+      body_of<result_info>().item(318, "one").item(319, "2").item(320, "three").body();
+  const auto size = static_cast<std::int32_t>(body.size());
+  result_info* record = nullptr;
+  ASSERT_EQ(aaa::decode_result_without_body(&record, body.data(), size), 1U);
+  EXPECT_EQ(record->item_318.value, nullptr);
+  EXPECT_EQ(record->item_318.len, 3);
+  EXPECT_EQ(record->item_319.value, nullptr);
+  EXPECT_EQ(record->item_319.len, 1);
+  EXPECT_EQ(record->item_320.value, nullptr);
+  EXPECT_EQ(record->item_320.len, 5);
+  aaa_free_result_info(record);
+  record = nullptr;
+  EXPECT_EQ(aaa::decode_result_without_body(&record, body.data(), 4), 0U) << "too short";
+  EXPECT_EQ(record, nullptr);
 }
 
 TEST(ResultInfo, Items318To320AreCutAtTheBodysEnd) {

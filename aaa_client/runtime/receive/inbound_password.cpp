@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "codec/item_reader.h"
+#include "codec/tlv.h"
 #include "runtime/receive/inbound.h"
 #include "transport/base/atomic_word.h"
 #include "transport/base/memory.h"

@@ -1,6 +1,4 @@
-#include "codec/allocation.h"
-
-#include <cstring>
+#include "codec/record_memory.h"
 
 #include "transport/base/memory.h"
 
@@ -18,8 +16,13 @@ void* allocate_zeroed_bytes(std::uint64_t size, const char* function) {
   return block;
 }
 
-void deallocate(const void* block, const char* function) {
-  aaa_free(__LINE__, function, const_cast<void*>(block));
+void* copy_of(ItemValue value, std::uint64_t size) {
+  assert(value.length <= size);
+  std::uint8_t* copy = allocate(size, __func__);
+  if (copy == nullptr) return nullptr;
+  value.copy(copy);
+  std::memset(copy + value.length, 0, static_cast<std::size_t>(size - value.length));
+  return copy;
 }
 
 }  // namespace aaa

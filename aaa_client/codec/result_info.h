@@ -1,0 +1,15 @@
+// Results that are kept when the body that they were decoded from is gone.
+#pragma once
+
+#include <cstdint>
+
+#include "aaa_codec.h"
+
+namespace aaa {
+
+// aaa_parse_result_info(), but the values of the items 318 to 320, which would point into the body,
+// are null. Their lengths stay.
+std::uint32_t decode_result_without_body(result_info** record, const void* body,
+                                         std::int32_t length);
+
+}  // namespace aaa
