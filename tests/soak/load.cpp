@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::uint32_t link_lost_code = 2;
 constexpr char group_name[] = "group-1";
+// aaad answers no request any more of a session that is cleared.
+constexpr std::uint32_t never_granted = 0xf0000000;
 
 std::int32_t request_authen(std::uint32_t id) {
   authen_info authen = {};
@@ -47,7 +49,7 @@ void send_one_way(std::uint32_t n) {
       aaa_front_add_radext_result2(words);
       break;
     case 4:
-      aaa_clear_req_user(n + 1);
+      aaa_clear_req_user(never_granted + n);
       break;
     default:
       aaa_notify_ctrl_if_switch(words);
