@@ -4,31 +4,11 @@
 #pragma once
 
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace faults {
-
-enum class Call {
-  malloc,
-  socket,
-  bind,
-  connect,
-  setsockopt,
-  send,
-  recv,
-  poll,
-  select,
-  pthread_create,
-  pthread_attr_init,
-  pthread_mutexattr_init,
-  pthread_mutex_init,
-  mkdir,
-  chmod,
-  open,
-  read
-};
 
 // Ways to fail other than with an errno value: at the end of the stream, and having moved only a
 // part of the bytes.
@@ -36,17 +16,20 @@ constexpr int end_of_stream = -1;
 constexpr int short_count = -2;
 
 struct Fault {
-  Call call;
+  std::string_view call;
   int error;
   unsigned number;  // of the call that fails, or that fails first
   bool once;
+
+  // Whether a client must not notice it at all.
+  bool is_temporary() const;
+  std::string text() const;
 };
 
 // A call and all the ways in which it is made to fail.
 struct FallibleCall {
-  Call call;
-  const char* name;
-  std::span<const int> errors;
+  std::string_view name;
+  std::vector<int> errors;
   // A hundred times in a life rather than ten times.
   bool is_frequent = false;
   // A call that is not made to fail for good: without its locks the library is not made for
@@ -54,12 +37,7 @@ struct FallibleCall {
   bool only_once = false;
 };
 
-std::span<const FallibleCall> fallible_calls();
-
-std::string text_of(const Fault& fault);
+const std::vector<FallibleCall>& fallible_calls();
 std::optional<Fault> fault_of(std::string_view text);
-
-// Whether a client must not notice it at all.
-bool is_temporary(const Fault& fault);
 
 }  // namespace faults

@@ -1,16 +1,18 @@
 #include "faults/fault_injector.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstring>
 #include <utility>
 
 #include "aaa_client.h"
-#include "faults/caller.h"
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/send_buffer.h"
 #include "runtime/send/waiting_session.h"
@@ -24,6 +26,9 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+
+thread_local Caller caller_here = Caller::library;
+std::atomic<FaultInjector*> injector = nullptr;
 
 constexpr milliseconds patience_afterwards{40};
 constexpr milliseconds patience_after_one_fault{40};
@@ -60,9 +65,17 @@ const char* thread_here() {
 
 }  // namespace
 
-FaultInjector::FaultInjector(const Fault& fault)
-    : fault_(fault), calls_(scripts()), file_calls_([this](Call call) { return file_call(call); }) {
+CallsOf::CallsOf(Caller caller) : before_(std::exchange(caller_here, caller)) {}
+CallsOf::~CallsOf() {
+  caller_here = before_;
+}
+
+FaultInjector::FaultInjector(const Fault& fault) : fault_(fault), calls_(scripts()) {
   clock_.shorten_sleeps();
+  injector = this;
+}
+FaultInjector::~FaultInjector() {
+  injector = nullptr;
 }
 
 std::chrono::milliseconds FaultInjector::patience() const {
@@ -82,23 +95,23 @@ test::Scripts FaultInjector::scripts() {
                      int flags) { return send(fd, data, size, flags); },
       .recv = [this](int fd, void* data, std::size_t size,
                      int flags) { return recv(fd, data, size, flags); },
-      .socket = [this](int, int) { return fail(Call::socket); },
-      .bind = [this](int, const sockaddr*, unsigned) { return fail(Call::bind); },
-      .connect = [this](int, const sockaddr*, unsigned) { return fail(Call::connect); },
+      .socket = [this](int, int) { return fail("socket"); },
+      .bind = [this](int, const sockaddr*, unsigned) { return fail("bind"); },
+      .connect = [this](int, const sockaddr*, unsigned) { return fail("connect"); },
       .setsockopt = [this](int fd, int level, int option) { return setsockopt(fd, level, option); },
       .poll = [this](int fd, int timeout_ms) { return poll(fd, timeout_ms); },
       .select = [this](timeval& timeout) { return select(timeout); },
-      .pthread_create = [this] { return fail_with_number(Call::pthread_create); },
-      .pthread_attr_init = [this] { return fail_with_number(Call::pthread_attr_init); },
-      .pthread_mutexattr_init = [this] { return fail_with_number(Call::pthread_mutexattr_init); },
+      .pthread_create = [this] { return fail_with_number("pthread_create"); },
+      .pthread_attr_init = [this] { return fail_with_number("pthread_attr_init"); },
+      .pthread_mutexattr_init = [this] { return fail_with_number("pthread_mutexattr_init"); },
       .pthread_mutex_init =
-          [this](pthread_mutex_t*) { return fail_with_number(Call::pthread_mutex_init); },
+          [this](pthread_mutex_t*) { return fail_with_number("pthread_mutex_init"); },
       .malloc = [this](std::size_t) { return malloc(); },
   };
 }
 
-bool FaultInjector::strikes(Call call) {
-  if (call != fault_.call || lifted_) return false;
+bool FaultInjector::strikes(std::string_view call) {
+  if (caller_here == Caller::test || call != fault_.call || lifted_) return false;
   const unsigned number = ++count_;
   if (fault_.once ? number != fault_.number : number < fault_.number) return false;
   if (number == fault_.number) note_place();
@@ -112,25 +125,24 @@ void FaultInjector::note_place() {
   place_ = std::string(step_) + ", " + thread_here();
 }
 
-std::optional<int> FaultInjector::fail(Call call) {
-  if (caller_here == Caller::test || !strikes(call)) return std::nullopt;
+std::optional<int> FaultInjector::fail(std::string_view call) {
+  if (!strikes(call)) return std::nullopt;
   return test::fails(fault_.error);
 }
 
-std::optional<int> FaultInjector::fail_with_number(Call call) {
-  if (caller_here == Caller::test || !strikes(call)) return std::nullopt;
-  return fault_.error;
+std::optional<int> FaultInjector::fail_with_number(std::string_view call) {
+  return strikes(call) ? std::optional(fault_.error) : std::nullopt;
 }
 
-std::optional<int> FaultInjector::file_call(Call call) {
-  if (caller_here == Caller::test || !strikes(call)) return std::nullopt;
+std::optional<int> FaultInjector::file_call(std::string_view call) {
+  if (!strikes(call)) return std::nullopt;
   return fault_.error == end_of_stream ? 0 : test::fails(fault_.error);
 }
 
 std::optional<ssize_t> FaultInjector::send(int fd, const void* data, std::size_t size, int flags) {
   if (caller_here == Caller::test) return std::nullopt;
   if (fault_.error == short_count && is_datagram_socket(fd)) return std::nullopt;
-  if (!strikes(Call::send)) return std::nullopt;
+  if (!strikes("send")) return std::nullopt;
   if (fault_.error != short_count) return test::fails(fault_.error);
   const CallsOf scope(Caller::test);
   return ::send(fd, data, (size + 1) / 2, flags);
@@ -140,7 +152,7 @@ std::optional<ssize_t> FaultInjector::recv(int fd, void* data, std::size_t size,
   if (caller_here == Caller::test) return std::nullopt;
   const bool is_certain = !is_drain(size) && (flags & MSG_DONTWAIT) == 0;
   const bool is_exempt = is_datagram_socket(fd) && !can_happen_to_datagrams(fault_);
-  if (is_exempt || !strikes(Call::recv)) return patient_recv(fd, data, size, flags, is_certain);
+  if (is_exempt || !strikes("recv")) return patient_recv(fd, data, size, flags, is_certain);
   if (fault_.error == short_count) return patient_recv(fd, data, 1, flags, is_certain);
   return fault_.error == end_of_stream ? 0 : test::fails(fault_.error);
 }
@@ -173,7 +185,7 @@ void FaultInjector::note_datagram(const void* data, ssize_t size) {
 
 std::optional<int> FaultInjector::setsockopt(int fd, int level, int option) {
   if (caller_here == Caller::test) return std::nullopt;
-  if (strikes(Call::setsockopt)) return test::fails(fault_.error);
+  if (strikes("setsockopt")) return test::fails(fault_.error);
   const CallsOf scope(Caller::test);
   return ::setsockopt(fd, level, option, &socket_timeout, sizeof socket_timeout);
 }
@@ -183,7 +195,7 @@ std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
   has_just_polled = true;
   const bool waits_for_result = fd == aaa::load(lib_msg_server_fd);
   if (waits_for_result) decodes_foreign_result_ = false;
-  if (strikes(Call::poll)) {
+  if (strikes("poll")) {
     if (!fault_.once) test::pause_in_script();
     return test::fails(fault_.error);
   }
@@ -202,13 +214,13 @@ std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
 std::optional<int> FaultInjector::select(timeval& timeout) {
   if (caller_here == Caller::test) return std::nullopt;
   timeout = flush_period;
-  if (!strikes(Call::select)) return std::nullopt;
+  if (!strikes("select")) return std::nullopt;
   if (!fault_.once) test::pause_in_script();
   return test::fails(fault_.error);
 }
 
 std::optional<void*> FaultInjector::malloc() {
-  if (caller_here == Caller::test || !strikes(Call::malloc)) return std::nullopt;
+  if (!strikes("malloc")) return std::nullopt;
   // A record that cannot be decoded does not stay.
   if (!aaa::is_receive_thread() && std::exchange(decodes_foreign_result_, false)) {
     --dropped_results_;
@@ -218,3 +230,46 @@ std::optional<void*> FaultInjector::malloc() {
 }
 
 }  // namespace faults
+
+namespace {
+
+std::optional<int> answer(std::string_view call) {
+  faults::FaultInjector* const current = faults::injector;
+  return current == nullptr ? std::nullopt : current->file_call(call);
+}
+
+}  // namespace
+
+// The test program is linked so that these calls of the library come here first.
+extern "C" {
+
+int __real_mkdir(const char* path, mode_t mode);
+int __real_chmod(const char* path, mode_t mode);
+int __real_open(const char* path, int flags, ...);
+ssize_t __real_read(int fd, void* data, std::size_t size);
+
+int __wrap_mkdir(const char* path, mode_t mode) {
+  const auto result = answer("mkdir");
+  return result ? *result : __real_mkdir(path, mode);
+}
+
+int __wrap_chmod(const char* path, mode_t mode) {
+  const auto result = answer("chmod");
+  return result ? *result : __real_chmod(path, mode);
+}
+
+int __wrap_open(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  const auto result = answer("open");
+  return result ? *result : __real_open(path, flags, mode);
+}
+
+ssize_t __wrap_read(int fd, void* data, std::size_t size) {
+  const auto result = answer("read");
+  return result ? *result : __real_read(fd, data, size);
+}
+
+}  // extern "C"

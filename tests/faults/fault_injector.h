@@ -8,21 +8,37 @@
 #include <string>
 
 #include "faults/fault.h"
-#include "faults/file_calls.h"
-#include "support/moved_clock.h"
+#include "support/library_test.h"
 #include "support/scripted_calls.h"
 
 namespace faults {
 
+// Whose calls those of a thread are: only the library's fail. Its own threads make the library's.
+enum class Caller { library, test };
+
+// What holds on this thread while it lives.
+class CallsOf {
+ public:
+  explicit CallsOf(Caller caller);
+  ~CallsOf();
+  CallsOf(const CallsOf&) = delete;
+  CallsOf& operator=(const CallsOf&) = delete;
+
+ private:
+  Caller before_;
+};
+
 class FaultInjector {
  public:
+  // One at a time, and made while no thread of the library runs.
   explicit FaultInjector(const Fault& fault);
+  ~FaultInjector();
 
   // Nothing fails from now on.
   void lift() { lifted_ = true; }
   bool happened() const { return happened_; }
   // Whether something may be missing from now on: neither answers nor results are certain.
-  bool has_done_harm() const { return happened_ && !is_temporary(fault_); }
+  bool has_done_harm() const { return happened_ && !fault_.is_temporary(); }
   // How long to wait for what ought to come.
   std::chrono::milliseconds patience() const;
 
@@ -30,6 +46,9 @@ class FaultInjector {
   void enter(const char* step) { step_ = step; }
   // "step, thread"
   std::string place() const;
+
+  // mkdir(), chmod(), open() and read(): their result, or nothing to let them go through.
+  std::optional<int> file_call(std::string_view call);
 
   // Results of other sessions that aaa_user_get_result() has dropped: their records stay allocated,
   // which is intended.
@@ -40,11 +59,10 @@ class FaultInjector {
  private:
   test::Scripts scripts();
   // Whether this call is the one. An error takes a second of the library's time.
-  bool strikes(Call call);
+  bool strikes(std::string_view call);
   void note_place();
-  std::optional<int> fail(Call call);
-  std::optional<int> fail_with_number(Call call);
-  std::optional<int> file_call(Call call);
+  std::optional<int> fail(std::string_view call);
+  std::optional<int> fail_with_number(std::string_view call);
   std::optional<ssize_t> send(int fd, const void* data, std::size_t size, int flags);
   std::optional<ssize_t> recv(int fd, void* data, std::size_t size, int flags);
   ssize_t patient_recv(int fd, void* data, std::size_t size, int flags, bool is_certain);
@@ -65,7 +83,6 @@ class FaultInjector {
   bool decodes_foreign_result_ = false;
   test::MovedClock clock_;
   test::ScriptedCalls calls_;
-  ScriptedFileCalls file_calls_;
 };
 
 }  // namespace faults

@@ -7,15 +7,14 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
 #include "api/session_ids.h"
 #include "faults/client_life.h"
-#include "faults/life_watch.h"
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/send_buffer.h"
 #include "session/state/locks.h"
+#include "soak/hang_watch.h"
 #include "soak/soak_length.h"
 #include "support/fresh_message_sockets.h"
 #include "support/library_test.h"
@@ -23,8 +22,6 @@
 
 namespace faults {
 namespace {
-
-using testing::IsEmpty;
 
 constexpr std::uint32_t blocks_of_a_result = 2;
 
@@ -34,11 +31,7 @@ struct Subject {
 };
 
 std::ostream& operator<<(std::ostream& out, const Subject& subject) {
-  return out << text_of(subject.mode) << '_' << subject.call.name;
-}
-
-std::string name_of(const testing::TestParamInfo<Subject>& info) {
-  return testing::PrintToString(info.param);
+  return out << (subject.mode == ModeName::agent ? "agent_" : "threads_") << subject.call.name;
 }
 
 std::vector<Subject> subjects() {
@@ -51,31 +44,30 @@ std::vector<Subject> subjects() {
 
 std::string rerun(const Fault& fault) {
   const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
-  return "AAA_FAULT=" + text_of(fault) + " --gtest_filter=" + test.test_suite_name() + "." +
+  return "AAA_FAULT=" + fault.text() + " --gtest_filter=" + test.test_suite_name() + "." +
          test.name();
 }
 
-unsigned stride_in_a_hundred(bool once) {
-  return soak::by_length(once ? 10U : 30U, 1U);
-}
-
 // As it is before the first registration of a process.
-void forget_earlier_lives(Call call) {
-  if (call == Call::pthread_mutexattr_init || call == Call::pthread_mutex_init) {
+void forget_earlier_lives(std::string_view call) {
+  if (call == "pthread_mutexattr_init" || call == "pthread_mutex_init") {
     aaa::g_mutex_init = 0;
   }
   aaa::g_session_id = 0;
   aaa::g_session_id_max = 0;
 }
 
-// The life watch begins before the first thread is counted.
-class Faults : private LifeWatch,
+// The watch begins before the first thread is counted.
+class Faults : private soak::HangWatch,
                public test::LibraryTest,
                public testing::WithParamInterface<Subject> {
  protected:
+  Faults() : HangWatch(std::chrono::seconds(3500)) {}
+
   void SetUp() override {
     LibraryTest::SetUp();
-    prepare(sim_);
+    ClientLife::prepare(sim_);
+    traffic::event_messages();  // encoded before calls fail
     sim_.start();
     std::ofstream(directory() + "/security/aaa/.new_model") << '1';
     leaks_.emplace();
@@ -88,9 +80,9 @@ class Faults : private LifeWatch,
 
   // Fails calls at greater and greater numbers until a life is over before it comes to that.
   void fail_each_call(int error, bool once) {
-    const unsigned stride = GetParam().call.is_frequent ? stride_in_a_hundred(once) : 1;
+    const unsigned stride = GetParam().call.is_frequent ? soak::by_length(once ? 10U : 30U, 1U) : 1;
     for (unsigned number = 1;; number += stride)
-      if (!outlive({GetParam().call.call, error, number, once}) || HasFailure()) return;
+      if (!outlive({GetParam().call.name, error, number, once}) || HasFailure()) return;
   }
 
   // Whether the fault has happened.
@@ -99,13 +91,13 @@ class Faults : private LifeWatch,
     forget_earlier_lives(fault.call);
     FaultInjector faults(fault);
     const auto describe = [&] { return rerun(fault) + "\nat: " + faults.place(); };
-    begin(describe);
+    begin_part(describe);
     {
       const std::unique_ptr<ClientMode> mode = make_mode(GetParam().mode);
       ClientLife life(*mode, sim_, faults);
       life.live();
       if (!faults.has_done_harm()) {
-        EXPECT_THAT(life.complaints(), IsEmpty()) << describe();
+        EXPECT_THAT(life.complaints(), testing::IsEmpty()) << describe();
       }
       faults.lift();
       EXPECT_TRUE(life.works_again()) << describe();
@@ -114,7 +106,7 @@ class Faults : private LifeWatch,
     blocks_left_ += blocks_of_a_result * faults.dropped_results();
     SCOPED_TRACE(describe());
     expect_nothing_left();
-    end();
+    end_part();
     return faults.happened();
   }
 
@@ -129,7 +121,7 @@ class Faults : private LifeWatch,
       EXPECT_TRUE(test::is_free(*lock)) << "a lock is held";
   }
 
-  aaa_sim::AaadSim sim_{directory(), settings_for_life(), {.keep = false}};
+  aaa_sim::AaadSim sim_{directory(), {}, {.keep = false}};
   std::optional<test::LeakCheck> leaks_;
   std::uint32_t blocks_left_ = 0;
 };
@@ -137,7 +129,7 @@ class Faults : private LifeWatch,
 TEST_P(Faults, AreOutlivedAndLeaveNothing) {
   if (const char* const wanted = std::getenv("AAA_FAULT")) {
     const std::optional<Fault> fault = fault_of(wanted);
-    ASSERT_TRUE(fault && fault->call == GetParam().call.call) << wanted;
+    ASSERT_TRUE(fault && fault->call == GetParam().call.name) << wanted;
     EXPECT_TRUE(outlive(*fault)) << "no life has so many calls";
     return;
   }
@@ -147,7 +139,8 @@ TEST_P(Faults, AreOutlivedAndLeaveNothing) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, Faults, testing::ValuesIn(subjects()), name_of);
+INSTANTIATE_TEST_SUITE_P(Every, Faults, testing::ValuesIn(subjects()),
+                         [](const auto& subject) { return testing::PrintToString(subject.param); });
 
 }  // namespace
 }  // namespace faults

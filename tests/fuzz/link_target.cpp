@@ -1,22 +1,25 @@
 // The whole link: registration, the receive path of both modes, dispatch, callbacks, exchanges and
-// registering again, against an aaad that says what the input says.
+// registering again, against an aaad that says what the input says; all on the calling thread.
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 
-#include "fuzz/link/link_run.h"
-#include "fuzz/link/played_client.h"
-#include "fuzz/touch.h"
-#include "hostile/intended_leftovers.h"
-#include "support/failing_allocator.h"
+#include "fuzz/link/scripted_client.h"
+#include "fuzz/link/scripted_loop.h"
+#include "traffic/touch.h"
+#include "transport/base/atomic_word.h"
 #include "transport/base/memory.h"
+#include "transport/link_sockets.h"
 
 namespace {
+
+using traffic::require;
 
 // The library wipes what it releases: large blocks would take all the time.
 constexpr std::size_t kLargestMessage = 1 << 16;
 
 reg_info client(std::uint8_t flags) {
-  reg_info info = fuzz::played_client();
+  reg_info info = fuzz::scripted_client();
   if ((flags & fuzz::kNoCallbacks) == 0) return info;
   reg_info mute = {};
   std::copy(std::begin(info.model_name), std::end(info.model_name), mute.model_name);
@@ -24,13 +27,34 @@ reg_info client(std::uint8_t flags) {
   return mute;
 }
 
-void run(fuzz::PlayedAaad& aaad) {
-  const reg_info info = client(aaad.flags());
-  if ((aaad.flags() & fuzz::kAgentMode) != 0) {
-    fuzz::run_event_loop(aaad, info);
-  } else {
-    fuzz::run_receive_thread(aaad, info);
-  }
+// An aaad that grants the id -1 has the library take its client for deregistered when the link is
+// lost; the sockets then stay as they are.
+template <class Leave>
+void leave_with(fuzz::ScriptedAaad& aaad, Leave leave) {
+  aaad.end_faults();
+  const bool taken_for_gone = aaa::load(g_aaa_client_cb.aaa_id) == -1;
+  leave();
+  if (taken_for_gone) aaa_lib_client_close();
+  fuzz::forget_client(aaad);
+}
+
+void run_thread(fuzz::ScriptedAaad& aaad, const reg_info& info) {
+  aaad.when_idle = fuzz::end_receive_thread;
+  aaad.when_opening = [&] {
+    if (aaad.is_over()) fuzz::end_receive_thread();
+  };
+  require(aaa_svr_reg(&info) == 0);
+  fuzz::run_receive_thread();
+  leave_with(aaad, [] {
+    if (aaa_svr_dereg() != 0) aaa_lib_client_close();
+  });
+}
+
+void run_loop(fuzz::ScriptedAaad& aaad, const reg_info& info) {
+  fuzz::ScriptedLoop loop;
+  require(aaa_agent_init(&info, loop.master()) == 0);
+  loop.run_all(aaad);
+  leave_with(aaad, [] { aaa_agent_finish(); });
 }
 
 // All the bytes that the library may take for records, socket by socket, however the steps cut
@@ -46,16 +70,24 @@ fuzz::Bytes all_bytes(const fuzz::Script& script) {
 
 }  // namespace
 
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  setenv("TMPDIR", "/tmp", 1);  // nothing is written there
+  traffic::event_messages();    // encoded before allocations fail
   const fuzz::Script script = fuzz::read_script({data, size});
   const test::TrackedHeap heap(kLargestMessage);
   fuzz::forget_waiting();
   const std::uint32_t live = fuzz::live_blocks();
   const std::uint32_t failed = g_aaa_malloc_fail_times;
-  fuzz::PlayedAaad aaad(script);
-  run(aaad);
-  fuzz::require(fuzz::has_waited_for_result() ||
-                test::are_intended(fuzz::live_blocks() - live, all_bytes(script),
-                                   g_aaa_malloc_fail_times - failed));
+  fuzz::ScriptedAaad aaad(script);
+  g_aaa_status.debug = (script.flags & fuzz::kDebugGate) != 0 ? 1 : 0;
+  if ((script.flags & fuzz::kAgentMode) != 0)
+    run_loop(aaad, client(script.flags));
+  else
+    run_thread(aaad, client(script.flags));
+  require(fuzz::has_waited_for_result() ||
+          fuzz::are_intended(fuzz::live_blocks() - live, all_bytes(script),
+                             g_aaa_malloc_fail_times - failed));
   return 0;
 }

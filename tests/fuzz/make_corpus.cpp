@@ -3,12 +3,125 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "fuzz/link_corpus.h"
-#include "hostile/full_bodies.h"
+#include "fuzz/link/link_script.h"
+#include "fuzz/link/scripted_client.h"
+#include "traffic/calls.h"
+
+namespace fuzz {
+namespace {
+
+// Seeds of the link's target, by name.
+using Corpus = std::map<std::string, Script>;
+using traffic::Message;
+
+Step event(const Message& frame) {
+  return {Kind::event, 0, frame.bytes()};
+}
+Step answer(const Message& frame) {
+  return {Kind::answer, 0, frame.bytes()};
+}
+Step fault(Kind kind, std::uint16_t number = 0) {
+  return {kind, number, {}};
+}
+
+Step ask(std::uint32_t question) {
+  return event({"question", AAA_MSG_DEL_MSG_REQ, traffic::words({question, 9, 0})});
+}
+
+// A message in a piece for each byte.
+std::vector<Step> in_bytes(const Step& whole) {
+  std::vector<Step> steps;
+  for (const std::uint8_t byte : whole.bytes)
+    steps.push_back(
+        {steps.empty() || !is_answer(whole.kind) ? whole.kind : Kind::more_answer, 0, {byte}});
+  return steps;
+}
+
+// The answers to both register requests.
+std::vector<Step> registration() {
+  return {answer(traffic::register_answer()), event(traffic::info_ready())};
+}
+
+Script all_events(std::uint8_t flags) {
+  Script script = {flags, {}};
+  for (const Message& frame : traffic::event_messages())
+    script.steps.push_back(event(frame));
+  return script;
+}
+
+// The link is lost and built anew, and then a message arrives.
+Script loss(std::uint8_t flags, Step fault) {
+  Script script = {flags, registration()};
+  script.steps.push_back(std::move(fault));
+  for (Step& step : registration())
+    script.steps.push_back(std::move(step));
+  script.steps.push_back(event({"mlist_change", 122, {}}));
+  return script;
+}
+
+void add_single_events(Corpus& corpus) {
+  for (const Message& frame : traffic::event_messages()) {
+    corpus["event_" + frame.name] = {kAcceptsClients, {event(frame)}};
+    corpus["agent_" + frame.name] = {kAcceptsClients | kAgentMode | kDebugGate, {event(frame)}};
+  }
+}
+
+void add_answers(Corpus& corpus) {
+  for (std::uint32_t n = 0; n < traffic::questions().size(); ++n) {
+    const traffic::Exchange& exchange = traffic::questions()[n];
+    corpus["answer_" + std::string(exchange.name)] = {
+        kAcceptsClients, {ask(n), answer(traffic::full_answer(exchange))}};
+  }
+  corpus["answer_missing"] = {kAcceptsClients, {ask(0), ask(kAccounting)}};
+  corpus["user_forgotten"] = {kAcceptsClients, {ask(kForgetUser)}};
+  corpus["result_for_a_waiter"] = {kAcceptsClients | kNoCallbacks,
+                                   {event(traffic::event_messages()[1]), ask(kResult)}};
+}
+
+void add_losses(Corpus& corpus) {
+  for (const std::uint8_t flags : {std::uint8_t{0}, std::uint8_t{kAgentMode}}) {
+    const std::string mode = flags == 0 ? "thread_" : "agent_";
+    corpus[mode + "closed"] = loss(flags, fault(Kind::close, 1));
+    corpus[mode + "silent"] = loss(flags, fault(Kind::clock, 200));
+    corpus[mode + "reset"] = loss(flags, fault(Kind::read_error, 3));
+    corpus[mode + "no_memory"] = loss(flags, fault(Kind::no_memory, 0));
+    corpus[mode + "wrong_marker"] = loss(flags, {Kind::event, 0, Bytes(16, 0x7f)});
+    corpus[mode + "unwritable"] = loss(flags, fault(Kind::write_error, 2));
+  }
+}
+
+void add_registrations(Corpus& corpus) {
+  corpus["nothing"] = {};
+  corpus["registration"] = {0, registration()};
+  Script bytewise;
+  for (const Step& step : registration())
+    for (Step& piece : in_bytes(step))
+      bytewise.steps.push_back(std::move(piece));
+  corpus["registration_by_bytes"] = bytewise;
+  corpus["refused"] = {0, {answer({"refusal", 100, {255, 0, 0, 0}})}};
+}
+
+Corpus link_corpus() {
+  Corpus corpus;
+  corpus["thread"] = all_events(kAcceptsClients);
+  corpus["thread_with_lines"] = all_events(kAcceptsClients | kDebugGate);
+  corpus["thread_without_callbacks"] = all_events(kAcceptsClients | kNoCallbacks);
+  corpus["agent"] = all_events(kAcceptsClients | kAgentMode);
+  add_single_events(corpus);
+  add_answers(corpus);
+  add_losses(corpus);
+  add_registrations(corpus);
+  return corpus;
+}
+
+}  // namespace
+}  // namespace fuzz
 
 namespace {
 
@@ -29,7 +142,7 @@ template <typename Record>
 void write_info_record(const fs::path& directory) {
   Record record{};
   write(directory, "empty", test::encoded(test::Codec<Record>::encode, record));
-  write(directory, "full", test::full_body<Record>());
+  write(directory, "full", traffic::full_body<Record>());
 }
 
 void write_radext(const fs::path& directory) {
@@ -46,6 +159,29 @@ void write_link(const fs::path& directory) {
     write(directory, name, fuzz::write_script(script));
 }
 
+// Words of the link's messages, for the fuzzer: the marker and the id ahead of each type that aaad
+// sends, lengths at which a handler begins to read its body, and the tags of items.
+void write_dictionary(const fs::path& file) {
+  std::ofstream out(file);
+  const auto write_word = [&out](const test::Bytes& bytes) {
+    out << '"' << std::hex << std::setfill('0');
+    for (const int byte : bytes)
+      out << "\\x" << std::setw(2) << byte;
+    out << "\"\n";
+  };
+  std::vector<std::uint32_t> types = {AAA_MSG_GET_SESSION_ID, AAA_MSG_LOCAL_QUERY_PWD};
+  for (std::uint32_t type = AAA_MSG_REGISTER_RESP; type <= AAA_MSG_NOTIFY_LDAP_SEARCH_RESULT;
+       ++type)
+    types.push_back(type);
+  for (const std::uint32_t type : types)
+    write_word(traffic::words({0x01010101, 0, type}));
+  for (const std::uint32_t length :
+       {8u, 12u, 24u, 40u, 396u, 560u, 720u, 0x7fffffefu, 0x7ffffff0u, 0x80000000u, 0xffffffffu})
+    write_word(traffic::words({length}));
+  for (std::uint32_t tag = 298; tag <= 322; ++tag)
+    write_word(test::BodyBuilder().word16(tag).body());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -59,7 +195,8 @@ int main(int argc, char** argv) {
   write_info_record<acct_info>(corpus / "acct_info");
   write_info_record<result_info>(corpus / "result_info");
   write_radext(corpus / "radext");
-  write(corpus / "ldap_search_info", "question", test::ldap_question_body());
-  write(corpus / "ldap_search_result", "answer", test::ldap_answer_body());
+  write(corpus / "ldap_search_info", "question", traffic::ldap_search_body());
+  write(corpus / "ldap_search_result", "answer", traffic::ldap_answer_body());
   write_link(corpus / "link");
+  write_dictionary(corpus / "link.dict");
 }

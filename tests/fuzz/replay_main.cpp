@@ -1,6 +1,7 @@
 // Runs a fuzz target without a fuzzer: first the files of the corpus directories that are given,
 // then a fixed number of mutations of them, the same ones each time.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,7 +11,7 @@
 #include <span>
 #include <vector>
 
-#include "fuzz/touch.h"
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
 

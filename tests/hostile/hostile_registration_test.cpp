@@ -2,17 +2,12 @@
 // behind.
 #include <algorithm>
 
-#include "agent/fake_loop.h"
-#include "hostile/expected_course.h"
-#include "hostile/golden_frames.h"
-#include "hostile/held_link.h"
-#include "hostile/variations.h"
-#include "session/state/client_state.h"
-#include "soak/hang_watch.h"
-#include "support/library_test.h"
+#include "hostile/hostile_client.h"
 
-namespace test {
+namespace hostile {
 namespace {
+
+using test::word32;
 
 // Whether an answer is whole, not empty and of the right type.
 bool is_answer(const Bytes& bytes, std::uint32_t type) {
@@ -30,74 +25,33 @@ std::uint32_t granted_id(const Bytes& bytes) {
   return id;
 }
 
-bool is_accepted(const Welcome& welcome) {
-  return is_answer(welcome.on_request_socket, 100) &&
-         granted_id(welcome.on_request_socket) != 255 && is_answer(welcome.on_event_socket, 102);
-}
-
-class HostileRegistration : private soak::HangWatch,
-                            public LibraryTest,
-                            public testing::WithParamInterface<Mode> {
+class HostileRegistration : public HostileClient, public testing::WithParamInterface<Mode> {
  protected:
-  HostileRegistration() : HangWatch(std::chrono::seconds(300)) {}
-
-  void TearDown() override {
-    link_.reset();
-    LibraryTest::TearDown();
-  }
-
   void play(const std::vector<Variation>& variations) {
     for (const Variation& variation : variations) {
-      Welcome welcome = {frames_[0], frames_[1]};
-      (variation.frame == 0 ? welcome.on_request_socket : welcome.on_event_socket) =
-          stream_of(variation, frames_[variation.frame], {});
-      expect_registration(welcome);
-      ASSERT_FALSE(HasFailure()) << "answer " << variation.frame << ", " << variation.kept
-                                 << " bytes kept, byte " << variation.place << " is "
-                                 << int{variation.value};
+      std::vector<Bytes> answers = frames_;
+      answers[variation.frame] = stream_of(variation, frames_[variation.frame], {});
+      expect_registration(answers[0], answers[1]);
+      ASSERT_FALSE(HasFailure()) << "answer " << variation;
     }
   }
 
-  const std::vector<Bytes> frames_ = {bytes_of(golden_registration()), bytes_of(golden_welcome())};
+  const std::vector<Bytes> frames_ = {traffic::register_answer().bytes(),
+                                      traffic::info_ready().bytes()};
 
  private:
-  void expect_registration(const Welcome& welcome) {
-    const std::uint32_t blocks = live_blocks();
-    link_->welcome_with(welcome);
-    start();
-    const bool accepted = is_accepted(welcome);
+  void expect_registration(const Bytes& on_request_socket, const Bytes& on_event_socket) {
+    const bool accepted = is_answer(on_request_socket, AAA_MSG_REGISTER_RESP) &&
+                          granted_id(on_request_socket) != 255 &&
+                          is_answer(on_event_socket, AAA_MSG_AAA_INFO_READY);
+    aaad_.answer_registrations_with(on_request_socket, on_event_socket);
+    start(GetParam(), fuzz::scripted_client());
     EXPECT_EQ(accepted ? 1 : 0, aaa_is_alive());
-    EXPECT_EQ(accepted ? 2u : 0u, link_->open_sockets());
+    EXPECT_EQ(accepted ? 2u : 0u, aaad_.open_sockets());
+    // Bytes that were too many are thrown away first.
     if (accepted) expect_exchange();
     finish();
-    EXPECT_EQ(0u, link_->open_sockets());
-    EXPECT_EQ(blocks, live_blocks());
   }
-
-  void start() {
-    const reg_info info = client();
-    if (GetParam() == Mode::thread) {
-      EXPECT_EQ(0, aaa_svr_reg(&info));
-    } else {
-      EXPECT_EQ(0, aaa_agent_init(&info, loop_.master()));
-      loop_.run("aaa-connect");
-    }
-  }
-
-  // Bytes that were too many are thrown away first.
-  void expect_exchange() {
-    link_->answer_with({bytes_of({"good", 104, {1, 0, 0, 0}})});
-    EXPECT_EQ(1u, aaa_mlist_existed(0, 0, 0, "list"));
-  }
-
-  void finish() {
-    if (aaa_is_alive() != 0) link_->answer_with({bytes_of(golden_farewell())});
-    EXPECT_EQ(0, GetParam() == Mode::thread ? aaa_svr_dereg() : aaa_agent_finish());
-    loop_.take_journal();
-  }
-
-  std::unique_ptr<HeldLink> link_ = std::make_unique<HeldLink>();
-  FakeLoop loop_;
 };
 
 TEST_P(HostileRegistration, AChangedByteIsARefusalOrNone) {
@@ -114,4 +68,4 @@ INSTANTIATE_TEST_SUITE_P(InBothModes, HostileRegistration,
                          });
 
 }  // namespace
-}  // namespace test
+}  // namespace hostile

@@ -5,7 +5,7 @@
 
 #include "soak/soak_length.h"
 
-namespace test {
+namespace hostile {
 namespace {
 
 constexpr std::uint16_t kNowhere = 0xffff;
@@ -45,6 +45,12 @@ void at_each_place(const std::vector<Bytes>& frames, Visit visit) {
 }
 
 }  // namespace
+
+std::ostream& operator<<(std::ostream& out, const Variation& variation) {
+  return out << variation.frame << ", " << variation.kept << " bytes kept, byte " << variation.place
+             << " is " << int{variation.value} << ", cut at " << variation.first_cut
+             << (variation.bytewise ? ", bytewise" : "") << (variation.glued ? ", glued" : "");
+}
 
 std::vector<Variation> sample(const std::vector<Variation>& all, std::size_t one_in) {
   if (soak::is_long()) return all;
@@ -125,4 +131,4 @@ std::vector<Bytes> pieces_of(const Variation& variation, const Bytes& stream) {
   return pieces;
 }
 
-}  // namespace test
+}  // namespace hostile

@@ -2,14 +2,17 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <vector>
 
 #include "codec/bodies.h"
 
-namespace test {
+namespace hostile {
+
+using test::Bytes;
 
 struct Variation {
-  std::uint16_t frame;      // its number among the golden frames
+  std::uint16_t frame;      // its number
   std::uint16_t kept;       // so many of its bytes
   std::uint16_t place;      // of the byte that is changed, none when behind the end
   std::uint8_t value;       // that byte
@@ -17,6 +20,8 @@ struct Variation {
   bool bytewise;            // or each for itself
   bool glued;               // a good frame follows at once
 };
+
+std::ostream& operator<<(std::ostream& out, const Variation& variation);
 
 // Each byte of each frame, by value: in a long soak all 255 others, else those that matter most.
 std::vector<Variation> changed_bytes(const std::vector<Bytes>& frames);
@@ -34,4 +39,4 @@ std::vector<Variation> sample(const std::vector<Variation>& all, std::size_t one
 Bytes stream_of(const Variation& variation, const Bytes& frame, const Bytes& good_frame);
 std::vector<Bytes> pieces_of(const Variation& variation, const Bytes& stream);
 
-}  // namespace test
+}  // namespace hostile

@@ -1,11 +1,4 @@
 // aaad killed and started again, as a process of its own.
-#include <fcntl.h>
-#include <poll.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <fstream>
 #include <optional>
@@ -13,48 +6,11 @@
 
 #include "runtime/send/waiting_session.h"
 #include "session/state/locks.h"
+#include "support/child_program.h"
 #include "support/login.h"
 #include "transport/base/atomic_word.h"
 
 namespace {
-
-// The program aaad-sim. It listens when the constructor returns, and is killed by the destructor.
-class Aaad {
- public:
-  explicit Aaad(std::vector<std::string> arguments) {
-    int output[2] = {};
-    EXPECT_EQ(0, pipe2(output, O_CLOEXEC));
-    arguments.insert(arguments.begin(), {AAAD_SIM_PROGRAM, "--quiet"});
-    spawn(arguments, output[1]);
-    ::close(output[1]);
-    pollfd line = {output[0], POLLIN, 0};
-    EXPECT_EQ(1, ::poll(&line, 1, 10000)) << "aaad-sim does not listen";
-    EXPECT_NE(0, line.revents & POLLIN) << "aaad-sim ended";
-    ::close(output[0]);
-  }
-  ~Aaad() {
-    if (pid_ <= 0) return;
-    ::kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
-  Aaad(const Aaad&) = delete;
-  Aaad& operator=(const Aaad&) = delete;
-
- private:
-  void spawn(std::vector<std::string>& arguments, int output) {
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments)
-      pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    EXPECT_EQ(0, posix_spawn(&pid_, pointers[0], &actions, nullptr, pointers.data(), environ));
-    posix_spawn_file_actions_destroy(&actions);
-  }
-
-  pid_t pid_ = 0;
-};
 
 class AaadRestart : public test::LibraryTest {
  protected:
@@ -70,11 +26,12 @@ class AaadRestart : public test::LibraryTest {
 
   void start_aaad(std::vector<std::string> options = {}) {
     // Without heartbeats, as test::forgo_heartbeats() has it.
-    options.insert(options.end(),
-                   {"--directory", directory(), "--users", users_, "--status", "aaa_id_limit=0"});
-    aaad_.emplace(std::move(options));
+    options.insert(options.end(), {"--quiet", "--directory", directory(), "--users", users_,
+                                   "--status", "aaa_id_limit=0"});
+    aaad_.emplace(AAAD_SIM_PROGRAM, std::move(options), directory());
+    EXPECT_NE("", aaad_->output_line()) << "aaad-sim does not listen";
   }
-  // At once, without a chance to say farewell.
+  // At once, without a chance to close its connections.
   void kill_aaad(std::size_t times = 1) {
     aaad_.reset();
     ASSERT_TRUE(test::wait_for_event(AAA_EVENT_CONNECTION_LOST, times)) << "loss not told";
@@ -96,7 +53,7 @@ class AaadRestart : public test::LibraryTest {
   }
 
   const std::string users_ = directory() + "/users.toml";
-  std::optional<Aaad> aaad_;
+  std::optional<test::ChildProgram> aaad_;
 };
 
 TEST_F(AaadRestart, TheClientIsRegisteredAgainWithin2SecondsAndOneAttempt) {

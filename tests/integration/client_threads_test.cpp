@@ -62,11 +62,9 @@ class ClientThreads : public test::SimulatedTest, public testing::WithParamInter
   test::MovedClock clock_;
 };
 
-std::string threads_name(const testing::TestParamInfo<bool>& info) {
-  return info.param ? "Batched" : "Direct";
-}
-
-INSTANTIATE_TEST_SUITE_P(, ClientThreads, testing::Bool(), threads_name);
+INSTANTIATE_TEST_SUITE_P(, ClientThreads, testing::Bool(), [](const auto& batching) {
+  return batching.param ? "Batched" : "Direct";
+});
 
 TEST_P(ClientThreads, NoIdIsDoubledAndEveryRequestGetsItsResult) {
   const test::LibraryCounters counters;

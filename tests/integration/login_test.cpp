@@ -18,10 +18,6 @@ std::ostream& operator<<(std::ostream& out, const Way& way) {
   return out << way.name;
 }
 
-std::string way_name(const testing::TestParamInfo<Way>& info) {
-  return info.param.name;
-}
-
 class Login : public test::SimulatedTest, public testing::WithParamInterface<Way> {
  protected:
   void SetUp() override {
@@ -66,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(, Login,
                                          Way{"WaitingBatched", ResultBy::waiting, true},
                                          Way{"CalledBack", ResultBy::callback, false},
                                          Way{"CalledBackBatched", ResultBy::callback, true}),
-                         way_name);
+                         [](const auto& way) { return way.param.name; });
 
 TEST_P(Login, TheRightPasswordIsAccepted) {
   const test::Verdict verdict = log_in("alice", "secret");

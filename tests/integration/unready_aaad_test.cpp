@@ -21,6 +21,11 @@ class UnreadyAaad : public test::LibraryTest {
     LibraryTest::TearDown();
   }
 
+  static void register_client() {
+    const reg_info info = test::client_with(test::ResultBy::waiting);
+    EXPECT_EQ(0, aaa_svr_reg(&info));
+    EXPECT_TRUE(test::wait_for_event(AAA_EVENT_REGISTERED));
+  }
   static void expect_out_of_service() {
     EXPECT_EQ(0, aaa_is_alive());
     EXPECT_EQ(0u, aaa_get_session_id());
@@ -38,17 +43,14 @@ class UnreadyAaad : public test::LibraryTest {
 };
 
 TEST_F(UnreadyAaad, AClientMayStartBeforeIt) {
-  const reg_info info = test::client_with(test::ResultBy::waiting);
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  EXPECT_TRUE(test::wait_for_event(AAA_EVENT_REGISTERED));
+  register_client();
   expect_out_of_service();
   sim_.start();
   expect_service_after_registering_again();
 }
 
 TEST_F(UnreadyAaad, AWaitForAResultWithoutItRunsOutOfTime) {
-  const reg_info info = test::client_with(test::ResultBy::waiting);
-  EXPECT_EQ(0, aaa_svr_reg(&info));
+  register_client();
   result_info* result = nullptr;
   EXPECT_EQ(-22, aaa_user_get_result(5, 0, 0, &result));
 }
@@ -56,9 +58,7 @@ TEST_F(UnreadyAaad, AWaitForAResultWithoutItRunsOutOfTime) {
 TEST_F(UnreadyAaad, AClientThatItRefusesGoesOnTrying) {
   sim_.change([](aaa_sim::Settings& settings) { settings.aaa_id = 255; });
   sim_.start();
-  const reg_info info = test::client_with(test::ResultBy::waiting);
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  EXPECT_TRUE(test::wait_for_event(AAA_EVENT_REGISTERED));
+  register_client();
   expect_out_of_service();
   sim_.change([](aaa_sim::Settings& settings) { settings.aaa_id = 7; });
   expect_service_after_registering_again();
@@ -75,10 +75,6 @@ std::ostream& operator<<(std::ostream& out, const Trouble& trouble) {
   return out << trouble.name;
 }
 
-std::string trouble_name(const testing::TestParamInfo<Trouble>& info) {
-  return info.param.name;
-}
-
 class UnreadyAaadTrouble : public UnreadyAaad, public testing::WithParamInterface<Trouble> {
  protected:
   void set_fault(Fault fault) { sim_.set_fault(GetParam().role, AAA_MSG_REGISTER_REQ, fault); }
@@ -93,14 +89,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Trouble{"DyingBeforeTheFirstAnswer", Role::request, Fault::close},
                     Trouble{"DyingAfterTheFirstAnswer", Role::request, Fault::close_after},
                     Trouble{"DyingBeforeTheSecondAnswer", Role::event, Fault::close}),
-    trouble_name);
+    [](const auto& trouble) { return trouble.param.name; });
 
 TEST_P(UnreadyAaadTrouble, AtTheStartIsOvercomeOnceItIsOver) {
   set_fault(GetParam().fault);
   sim_.start();
-  const reg_info info = test::client_with(test::ResultBy::waiting);
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  EXPECT_TRUE(test::wait_for_event(AAA_EVENT_REGISTERED));
+  register_client();
   EXPECT_TRUE(test::eventually([&] { return sim_.accepted_connections() >= 3; })) << "no retry";
   EXPECT_EQ(0, aaa_is_alive());
   set_fault(Fault::none);
@@ -109,8 +103,7 @@ TEST_P(UnreadyAaadTrouble, AtTheStartIsOvercomeOnceItIsOver) {
 
 TEST_P(UnreadyAaadTrouble, AfterALossIsOvercomeOnceItIsOver) {
   sim_.start();
-  const reg_info info = test::client_with(test::ResultBy::waiting);
-  EXPECT_EQ(0, aaa_svr_reg(&info));
+  register_client();
   EXPECT_EQ(test::kAccepted, test::log_in("alice", "secret").code);
   set_fault(GetParam().fault);
   const std::size_t before = sim_.accepted_connections();

@@ -1,13 +1,11 @@
 // A daemon that breaks the rules costs requests, but neither the client nor the link for good.
 #include <cerrno>
 #include <future>
-#include <thread>
-#include <vector>
+#include <semaphore>
 
-#include "soak/link_events.h"
-#include "soak/query_answers.h"
-#include "soak/receive_thread_watch.h"
+#include "soak/faulty_aaad.h"
 #include "soak/soak_test.h"
+#include "soak/timeouts.h"
 #include "transport/base/atomic_word.h"
 
 namespace soak {
@@ -18,7 +16,6 @@ using aaa_sim::Replies;
 using aaa_sim::Request;
 using aaa_sim::Role;
 using aaa_sim::Settings;
-using std::chrono::milliseconds;
 
 // A message many times, one behind the other.
 Bytes repeated(std::uint32_t type, const Bytes& body, std::size_t times) {
@@ -53,12 +50,18 @@ class BrokenDaemon : public SoakTest {
     return result.get();
   }
 
-  static void expect_queries_work() {
-    EXPECT_TRUE(test::eventually([] { return aaa_mlist_existed(41, 0, 0, "login") == 42; }));
+  // Answers that nobody has waited for come late. When a query has got its own answer they have all
+  // come.
+  void expect_queries_work() {
+    EXPECT_TRUE(test::eventually([this] {
+      ++asked_;
+      return aaa_mlist_existed(asked_, 0, 0, "login") == asked_ + 1;
+    })) << "no answer";
   }
 
   test::MovedClock clock_;
   ReceiveThreadWatch watch_;
+  std::uint32_t asked_ = 100;
 };
 
 // Sends requests until two of them, or two batches, have been given up.
@@ -158,36 +161,28 @@ TEST_F(BrokenDaemon, ThatRegistersOnTheWrongSocketIsTriedAgain) {
   }
 }
 
-struct LongCallback {
-  std::promise<void> begun;
-  std::promise<void> may_end;
-};
-
-LongCallback* long_callback = nullptr;
-
-int take_long_on_mlist_change(std::uint32_t event) {
-  if (event != AAA_EVENT_METHOD_LISTS_CHANGED) return 0;
-  long_callback->begun.set_value();
-  long_callback->may_end.get_future().wait();
-  return 0;
-}
+std::binary_semaphore callback_has_begun{0};
+std::binary_semaphore callback_may_end{0};
 
 // The receive thread is the one that notices a loss. An exchange, which nobody can interrupt, must
 // not depend on it.
 TEST_F(BrokenDaemon, ThatGoesWhileACallbackRunsHoldsUpNoExchange) {
   reg_info info = client();
-  info.aaa_event_cb = take_long_on_mlist_change;
+  info.aaa_event_cb = [](std::uint32_t event) {
+    if (event != AAA_EVENT_METHOD_LISTS_CHANGED) return 0;
+    callback_has_begun.release();
+    callback_may_end.acquire();
+    return 0;
+  };
   register_client(info);
   for (int n = 0; n < by_length(20, 2000); ++n) {
-    LongCallback callback;
-    long_callback = &callback;
     sim_.send_message({}, Role::event, AAA_MSG_MLIST_CHANGE, 0);
-    callback.begun.get_future().wait();
+    ASSERT_TRUE(callback_has_begun.try_acquire_for(test::kPatience));
     sim_.close_connections();
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(0u, aaa_mlist_existed(41, 0, 0, "login"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
-    callback.may_end.set_value();
+    callback_may_end.release();
     expect_it_works();
   }
 }

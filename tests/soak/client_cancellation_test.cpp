@@ -13,14 +13,24 @@
 
 #include "runtime/send/waiting_session.h"
 #include "session/state/locks.h"
-#include "soak/cancellable_log.h"
-#include "soak/client_calls.h"
 #include "soak/stub_test.h"
 #include "support/lock_check.h"
 #include "transport/base/atomic_word.h"
 
 namespace soak {
 namespace {
+
+using traffic::Exchange;
+using traffic::OneWay;
+
+// The thread is cancelled at this line of the log, counted down; 0 for none.
+thread_local int lines_left = 0;
+
+// The platform's log as the strictest there is: each line is a cancellation point. It writes none.
+void be_cancelled_at_line() {
+  if (lines_left > 0 && --lines_left == 0) pthread_cancel(pthread_self());
+  pthread_testcancel();
+}
 
 // A thread that makes a call, and is then cancelled at the latest.
 class CancelledThread {
@@ -79,32 +89,30 @@ class ClientCancellation : public StubTest {
         << test::open_descriptors() << " descriptors in place of " << descriptors_;
   }
 
-  // Starts the call, cancels it where aaad keeps it waiting, and sees how things are then.
-  void cancel_waiting(const std::function<void()>& call) {
-    note_what_there_is();
+  // Starts the call, and cancels it once it has taken the lock. Until then it waits as long as it
+  // has to, and afterwards no longer than it would for a client.
+  void cancel_when_taken(pthread_mutex_t& lock, const std::function<void()>& call) {
+    let_time_stand();
     CancelledThread thread(call);
-    EXPECT_TRUE(test::eventually([] { return !test::is_free(aaa_lib_lock); }));
+    EXPECT_TRUE(test::eventually([&] { return !test::is_free(lock); })) << "no lock is taken";
     thread.cancel();
+    let_time_pass();
     thread.was_cut_short();
     expect_library_in_order();
   }
 
   // Cancels the call at each line of the log in turn.
-  void cancel_at_each_line(Manner manner, bool registered, const std::function<void()>& call) {
+  void cancel_at_each_line(Behaviour behaviour, bool registered, std::int64_t (*call)()) {
     bool cut_short = true;
     for (int line = 1; cut_short; ++line) {
       SCOPED_TRACE("line " + std::to_string(line));
       ASSERT_LT(line, 100);
-      begin();
-      if (registered)
-        register_client(manner);
-      else
-        behave(manner);
+      begin(behaviour, registered);
       const std::uint32_t blocks = test::live_blocks();
       {
         const test::OpenGate gate;
         CancelledThread thread([&] {
-          cancel_at_line(line);
+          lines_left = line;
           call();
         });
         cut_short = thread.was_cut_short();
@@ -119,42 +127,29 @@ class ClientCancellation : public StubTest {
   std::size_t descriptors_ = 0;
 };
 
-bool registers(const Exchange& exchange) {
-  return std::string_view(exchange.name) == "aaa_svr_reg";
-}
-
 TEST_F(ClientCancellation, OfAnExchangeWithoutAnswerLeavesTheLibraryInOrder) {
-  for (const Exchange& exchange : exchanges()) {
+  for (const Exchange& exchange : traffic::exchanges()) {
     SCOPED_TRACE(exchange.name);
-    begin();
-    if (registers(exchange))
-      behave(Manner::never_writes);
-    else
-      register_client(Manner::never_writes);
-    cancel_waiting([&] { exchange.make(); });
+    begin(Behaviour::never_writes, !exchange.registers());
+    cancel_when_taken(aaa_lib_lock, [&] { exchange.make(); });
     end();
   }
 }
 
 TEST_F(ClientCancellation, OfARequestThatCannotBeWrittenLeavesTheLibraryInOrder) {
-  for (const OneWay& request : one_way_calls()) {
+  for (const OneWay& request : traffic::one_way_calls()) {
     SCOPED_TRACE(request.name);
-    begin();
-    register_client(Manner::never_reads);
+    begin(Behaviour::never_reads);
     note_what_there_is();
-    CancelledThread thread([&] { request.make(); });
-    EXPECT_TRUE(test::eventually([] { return !test::is_free(aaa::request_write_lock); }));
-    thread.cancel();
-    thread.was_cut_short();
-    expect_library_in_order();
+    cancel_when_taken(aaa::request_write_lock, [&] { request.make(); });
     expect_nothing_new();
     end();
   }
 }
 
 TEST_F(ClientCancellation, OfAnExchangeLetsTheThreadThatWaitsForTheLockGoOn) {
-  begin();
-  register_client(Manner::never_writes);
+  begin(Behaviour::never_writes);
+  let_time_stand();
   CancelledThread first([] { aaa_mlist_existed(1, 2, 3, "login"); });
   ASSERT_TRUE(test::eventually([] { return !test::is_free(aaa_lib_lock); }));
   std::atomic<bool> second_is_back = false;
@@ -163,28 +158,28 @@ TEST_F(ClientCancellation, OfAnExchangeLetsTheThreadThatWaitsForTheLockGoOn) {
     second_is_back = true;
   });
   first.cancel();
+  let_time_pass();
   EXPECT_TRUE(test::eventually([&] { return second_is_back.load(); }));
   expect_library_in_order();
 }
 
 TEST_F(ClientCancellation, AtAnyLineOfTheLogInAnExchangeLeavesTheLibraryInOrder) {
-  for (const Exchange& exchange : exchanges()) {
+  for (const Exchange& exchange : traffic::exchanges()) {
     SCOPED_TRACE(exchange.name);
-    cancel_at_each_line(Manner::good, !registers(exchange), [&] { exchange.make(); });
-    cancel_at_each_line(Manner::other_type, !registers(exchange), [&] { exchange.make(); });
+    for (const Behaviour behaviour : {Behaviour::good, Behaviour::other_type})
+      cancel_at_each_line(behaviour, !exchange.registers(), exchange.make);
   }
 }
 
 TEST_F(ClientCancellation, AtAnyLineOfTheLogInARequestLeavesTheLibraryInOrder) {
-  for (const OneWay& request : one_way_calls()) {
+  for (const OneWay& request : traffic::one_way_calls()) {
     SCOPED_TRACE(request.name);
-    cancel_at_each_line(Manner::good, true, [&] { request.make(); });
+    cancel_at_each_line(Behaviour::good, true, request.make);
   }
 }
 
 TEST_F(ClientCancellation, OfAWaitForAResultEndsItAtOnce) {
-  begin();
-  register_client(Manner::good);
+  begin(Behaviour::good);
   for (int n = 0; n < by_length(20, 2000); ++n) {
     note_what_there_is();
     CancelledThread thread([] {
@@ -201,8 +196,7 @@ TEST_F(ClientCancellation, OfAWaitForAResultEndsItAtOnce) {
 }
 
 TEST_F(ClientCancellation, WhileTheNewModelFileIsReadClosesIt) {
-  begin();
-  register_client(Manner::good);
+  begin(Behaviour::good);
   const std::string file = directory() + "/security/aaa/.new_model";
   ASSERT_EQ(0, ::mkfifo(file.c_str(), 0600));
   const int writer = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
@@ -218,3 +212,8 @@ TEST_F(ClientCancellation, WhileTheNewModelFileIsReadClosesIt) {
 
 }  // namespace
 }  // namespace soak
+
+// The test program is linked so that the library's lines come here.
+extern "C" void __wrap_printk_syslog_ext(int, const char*, const char*, int, const char*, ...) {
+  soak::be_cancelled_at_line();
+}

@@ -5,11 +5,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
-#include "soak/thread_list.h"
 #include "support/signal_handler.h"
 
 namespace soak {
@@ -46,14 +48,22 @@ void print_stack(const Thread& thread) {
 
 }  // namespace
 
-void print_all_stacks() {
-  for (const Thread& thread : threads_of(getpid()))
-    print_stack(thread);
+std::vector<Thread> threads_of(pid_t process) {
+  std::vector<Thread> threads;
+  std::error_code ignored;
+  for (const auto& task :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", ignored)) {
+    Thread thread{std::stoi(task.path().filename()), ""};
+    std::getline(std::ifstream(task.path() / "comm"), thread.name);
+    threads.push_back(thread);
+  }
+  return threads;
 }
 
-HangWatch::HangWatch(std::chrono::seconds limit) {
-  prepare_stacks();
-  thread_ = std::thread([this, limit] { watch(limit); });
+std::size_t receive_threads_of(pid_t process) {
+  // A thread is named with at most 14 characters.
+  const std::string name = (std::to_string(process) + "_aaalib_th").substr(0, 14);
+  return static_cast<std::size_t>(std::ranges::count(threads_of(process), name, &Thread::name));
 }
 
 HangWatch::~HangWatch() {
@@ -65,12 +75,27 @@ HangWatch::~HangWatch() {
   thread_.join();
 }
 
-void HangWatch::watch(std::chrono::seconds limit) {
+void HangWatch::begin_part(std::function<std::string()> describe) {
+  const std::lock_guard hold(lock_);
+  describe_ = std::move(describe);
+  deadline_of_part_ = Clock::now() + std::chrono::seconds(60);
+}
+
+void HangWatch::end_part() {
+  const std::lock_guard hold(lock_);
+  deadline_of_part_ = Clock::time_point::max();
+}
+
+void HangWatch::watch() {
+  prepare_stacks();
   std::unique_lock hold(lock_);
-  if (changed_.wait_for(hold, limit, [this] { return over_; })) return;
-  std::fprintf(stderr, "not over after %lld seconds\n", static_cast<long long>(limit.count()));
-  print_all_stacks();
-  std::abort();
+  while (!changed_.wait_for(hold, std::chrono::seconds(1), [this] { return over_; })) {
+    if (Clock::now() < std::min(deadline_, deadline_of_part_)) continue;
+    std::fprintf(stderr, "hangs: %s\n", describe_().c_str());
+    for (const Thread& thread : threads_of(getpid()))
+      print_stack(thread);
+    std::abort();
+  }
 }
 
 }  // namespace soak

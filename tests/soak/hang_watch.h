@@ -1,30 +1,54 @@
-// Ends a test that hangs: prints where every thread of the process stands, then aborts.
+// Ends a test program that hangs: says where, prints where every thread stands, and aborts.
 #pragma once
+
+#include <sys/types.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace soak {
 
+struct Thread {
+  pid_t id;
+  std::string name;
+};
+
+// From /proc.
+std::vector<Thread> threads_of(pid_t process);
+// How many receive threads of the library the process runs.
+std::size_t receive_threads_of(pid_t process);
+
 class HangWatch {
  public:
-  explicit HangWatch(std::chrono::seconds limit);
+  explicit HangWatch(std::chrono::seconds limit) : deadline_(Clock::now() + limit) {}
   ~HangWatch();
   HangWatch(const HangWatch&) = delete;
   HangWatch& operator=(const HangWatch&) = delete;
 
+  // A part of the test begins, which is over within a minute. `describe` says which, when it is
+  // not.
+  void begin_part(std::function<std::string()> describe);
+  void end_part();
+
  private:
-  void watch(std::chrono::seconds limit);
+  using Clock = std::chrono::steady_clock;
+
+  void watch();
 
   std::mutex lock_;
   std::condition_variable changed_;
-  bool over_ = false;  // guarded by lock_
-  std::thread thread_;
-};
+  // Guarded by lock_.
+  const Clock::time_point deadline_;
+  Clock::time_point deadline_of_part_ = Clock::time_point::max();
+  std::function<std::string()> describe_ = [] { return std::string("the test"); };
+  bool over_ = false;
 
-// Prints the stack of every thread that takes signals on standard error.
-void print_all_stacks();
+  std::thread thread_{[this] { watch(); }};
+};
 
 }  // namespace soak

@@ -1,21 +1,16 @@
-// Host processes that are hard to live in: thousands of descriptors, and signals all the time.
+// Host processes that are hard to live in: with thousands of descriptors, with signals all the
+// time, that fork at any moment, and that load the library late, again and again.
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <optional>
-#include <thread>
-#include <vector>
-
-#include "soak/link_events.h"
-#include "soak/query_answers.h"
+#include "soak/faulty_aaad.h"
 #include "soak/soak_test.h"
-#include "soak/thread_list.h"
+#include "support/child_program.h"
 #include "support/fresh_message_sockets.h"
 #include "support/signal_handler.h"
 
@@ -64,23 +59,23 @@ std::size_t signals_taken() {
 
 // While it lives, SIGALRM comes to the process and SIGUSR1 to each of its threads every 100
 // microseconds, as far as the machine can, and both interrupt system calls.
-class SignalRain {
+class FrequentSignals {
  public:
   static constexpr suseconds_t period_us = 100;
 
-  SignalRain() {
+  FrequentSignals() {
     for (const int signal : {SIGALRM, SIGUSR1})
       test::handle_from_now_on(signal, count_signal);
     set_timer(period_us);
-    thread_ = std::thread([this] { rain(); });
+    thread_ = std::thread([this] { send_all(); });
   }
-  ~SignalRain() {
+  ~FrequentSignals() {
     over_ = true;
     thread_.join();
     set_timer(0);
   }
-  SignalRain(const SignalRain&) = delete;
-  SignalRain& operator=(const SignalRain&) = delete;
+  FrequentSignals(const FrequentSignals&) = delete;
+  FrequentSignals& operator=(const FrequentSignals&) = delete;
 
  private:
   static void set_timer(suseconds_t microseconds) {
@@ -88,7 +83,7 @@ class SignalRain {
     ::setitimer(ITIMER_REAL, &timer, nullptr);
   }
 
-  void rain() const {
+  void send_all() const {
     while (!over_) {
       for (const Thread& thread : threads_of(getpid()))
         if (thread.id != gettid()) ::syscall(SYS_tgkill, getpid(), thread.id, SIGUSR1);
@@ -122,13 +117,13 @@ class BlockedSignal {
   sigset_t set_;
 };
 
-TEST(HostSignals, OneThatIsStillPendingAfterTheRainIsTaken) {
+TEST(HostSignals, OneThatIsStillPendingWhenTheLastHasComeIsTaken) {
   std::size_t before = 0;
   {
-    std::optional<SignalRain> rain(std::in_place);
+    std::optional<FrequentSignals> signals(std::in_place);
     const BlockedSignal blocked;
     EXPECT_TRUE(test::eventually(BlockedSignal::is_pending)) << "no signal comes";
-    rain.reset();
+    signals.reset();
     before = signals_taken();
   }
   EXPECT_TRUE(test::eventually([&] { return signals_taken() > before; })) << "the signal is lost";
@@ -201,18 +196,94 @@ TEST_F(Host, SocketsNumberedAbove1024Work) {
 }
 
 TEST_F(Host, SignalsEvery100MicrosecondsDisturbNothing) {
-  const SignalRain rain;
+  const FrequentSignals signals;
   const std::size_t before = signals_taken();
   for (int n = 0; n < by_length(50, 3000); ++n)
     live_once();
-  EXPECT_GT(signals_taken() - before, 200u);
+  EXPECT_TRUE(test::eventually([&] { return signals_taken() - before > 200; }));
 }
 
 TEST_F(Host, BothAtOnceDisturbNothing) {
   const ManyDescriptors descriptors(2000);
-  const SignalRain rain;
+  const FrequentSignals signals;
   for (int n = 0; n < by_length(20, 1000); ++n)
     live_once();
+}
+
+// What ends in the child, which only does what is safe after a fork.
+[[noreturn]] void become_descriptor_count() {
+  char program[] = DESCRIPTOR_COUNT_PROGRAM;
+  char* arguments[] = {program, nullptr};
+  ::execv(program, arguments);
+  ::_exit(255);
+}
+
+[[noreturn]] void tell_about_lock() {
+  ::_exit(::pthread_mutex_trylock(&aaa_lib_lock) == 0 ? 0 : 1);
+}
+
+// Runs the rest of the child; returns its exit status, -1 if it hangs.
+int status_of_child(void (*rest)()) {
+  const pid_t child = ::fork();
+  if (child == 0) rest();
+  int status = -1;
+  const bool ended = test::eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; });
+  return ended && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class Fork : public SoakTest {
+ protected:
+  void SetUp() override {
+    SoakTest::SetUp();
+    keep_no_heartbeat();
+    descriptors_ = status_of_child(become_descriptor_count);
+    reg_info info = client();
+    info.notify_result_cb = SessionLedger::note_result;
+    register_client(info);
+  }
+
+  int descriptors_ = 0;  // of a child, without the library
+  SessionLedger ledger_{5};
+};
+
+// On a slow machine until a child was forked while the lock was held.
+TEST_F(Fork, AtAnyMomentGivesTheChildNoDescriptorAndNoReasonToHang) {
+  test::MovedClock clock;
+  clock.shorten_sleeps();
+  ClientLoad load(ledger_, {.threads = 4});
+  FaultyAaad faulty(sim_, FaultyAaad::Closes::at_random, 5);
+  load.start();
+  faulty.start();
+  int held = 0;
+  const auto fork_once = [&] {
+    EXPECT_EQ(descriptors_, status_of_child(become_descriptor_count));
+    const int status = status_of_child(tell_about_lock);
+    EXPECT_NE(-1, status) << "a child hangs";
+    held += status;
+  };
+  for (int n = 0; n < by_length(50, 3000) && !HasFailure(); ++n)
+    fork_once();
+  EXPECT_TRUE(HasFailure() || test::eventually([&] {
+                if (held == 0) fork_once();
+                return held > 0;
+              }))
+      << "no child was ever forked while the lock was held";
+  load.stop();
+  faulty.stop();
+  EXPECT_THAT(ledger_.complaints(), IsEmpty());
+  EXPECT_TRUE(test::eventually([] { return aaa_is_alive() == 1; }));
+}
+
+using Loading = SoakTest;
+
+TEST_F(Loading, WithARegistrationInEachRoundLeavesNothingBehind) {
+  const int rounds = by_length(50, 1000);
+  test::ChildProgram loader(LIBRARY_LOADER_PROGRAM, {SHARED_LIBRARY, std::to_string(rounds)},
+                            directory());
+  EXPECT_EQ(0, loader.exit_status(by_length(std::chrono::seconds(60), std::chrono::seconds(600))))
+      << loader.remaining_errors();
+  EXPECT_TRUE(sim_.wait_for_connections(0));
+  EXPECT_EQ(2u * static_cast<std::size_t>(rounds), sim_.accepted_connections());
 }
 
 }  // namespace

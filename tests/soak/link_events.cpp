@@ -12,26 +12,22 @@ struct Events {
   std::array<std::size_t, 8> counts{};
   std::uint32_t last = AAA_EVENT_CONNECTION_LOST;  // of the three about the link
   std::vector<std::string> complaints;
-
-  void note(std::uint32_t event) {
-    ++counts.at(event);
-    if (event > AAA_EVENT_REREGISTERED) return;
-    const bool was_lost = last == AAA_EVENT_CONNECTION_LOST;
-    const bool is_lost = event == AAA_EVENT_CONNECTION_LOST;
-    if (was_lost == is_lost)
-      complaints.push_back("event " + std::to_string(event) + " after " + std::to_string(last));
-    last = event;
-  }
 };
 
 std::mutex lock;
-Events events;
+Events events;  // guarded by lock
 
 }  // namespace
 
 int note_link_event(std::uint32_t event) {
   const std::lock_guard hold(lock);
-  events.note(event);
+  ++events.counts.at(event);
+  if (event > AAA_EVENT_REREGISTERED) return 0;
+  const bool was_lost = events.last == AAA_EVENT_CONNECTION_LOST;
+  if (was_lost == (event == AAA_EVENT_CONNECTION_LOST))
+    events.complaints.push_back("event " + std::to_string(event) + " after " +
+                                std::to_string(events.last));
+  events.last = event;
   return 0;
 }
 

@@ -2,23 +2,18 @@
 // too early, one pause, and an attempt that succeeds.
 #pragma once
 
-#include <chrono>
-#include <cstdint>
-
-#include "support/moved_clock.h"
+#include "soak/load.h"
+#include "soak/sim_program.h"
+#include "soak/soak_test.h"
 
 namespace soak {
 
-inline constexpr std::chrono::milliseconds kRetryPause{2000};
+inline constexpr milliseconds kRetryPause{2000};
+// Time for an attempt on a machine that is busy. That no attempt fails in vain is what Outage
+// counts.
+inline constexpr milliseconds kAttempt{5000};
 
-// Time for an attempt on a machine that is busy.
-#ifdef __SANITIZE_THREAD__
-inline constexpr std::chrono::milliseconds kAttempt{4000};
-#else
-inline constexpr std::chrono::milliseconds kAttempt{1500};
-#endif
-
-constexpr std::chrono::milliseconds recovery_time(std::chrono::milliseconds pause) {
+constexpr milliseconds recovery_time(milliseconds pause) {
   return kAttempt + pause + kAttempt;
 }
 
@@ -27,24 +22,44 @@ constexpr std::chrono::milliseconds recovery_time(std::chrono::milliseconds paus
 // is away fails, each of them is followed by one pause, and so they begin a pause apart.
 class Outage {
  public:
-  Outage(const test::MovedClock& clock, std::chrono::milliseconds pause)
-      : clock_(clock), pause_(pause) {}
+  Outage(const test::MovedClock& clock, milliseconds pause) : clock_(clock), pause_(pause) {}
 
   void end() { end_ = std::chrono::steady_clock::now(); }
 
-  std::uint64_t pauses_taken() const { return (clock_.slept_us() - slept_before_) / us_of_a_pause; }
-  std::uint64_t most_pauses() const {
-    return 1 + static_cast<std::uint64_t>((end_ - begin_) / pause_);
+  void expect_no_needless_pause() const {
+    constexpr std::uint64_t us_of_a_pause = std::chrono::microseconds(kRetryPause).count();
+    EXPECT_LE((clock_.slept_us() - slept_before_) / us_of_a_pause,
+              1 + static_cast<std::uint64_t>((end_ - begin_) / pause_));
   }
 
  private:
-  static constexpr std::uint64_t us_of_a_pause = std::chrono::microseconds(kRetryPause).count();
-
   const test::MovedClock& clock_;
-  const std::chrono::milliseconds pause_;  // as long as it really takes
+  const milliseconds pause_;  // as long as it really takes
   const std::uint64_t slept_before_ = clock_.slept_us();
   const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
   std::chrono::steady_clock::time_point end_ = begin_;
+};
+
+// A client of an aaad that is killed and started again.
+class RestartTest : public WatchedTest {
+ protected:
+  RestartTest(std::uint32_t seed, std::vector<std::string> options)
+      : sim_(directory(), std::move(options)), random_(seed) {}
+
+  Outage restart_sim(milliseconds pause, milliseconds before, milliseconds away) {
+    std::this_thread::sleep_for(before);
+    Outage outage(clock_, pause);
+    sim_.kill();
+    EXPECT_THAT(sim_.disorder(), IsEmpty());
+    std::this_thread::sleep_for(away);
+    sim_.start();
+    outage.end();
+    return outage;
+  }
+
+  test::MovedClock clock_;
+  SimProgram sim_;
+  Random random_;
 };
 
 }  // namespace soak

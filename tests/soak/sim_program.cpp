@@ -1,7 +1,5 @@
 #include "soak/sim_program.h"
 
-#include <signal.h>
-
 #include <fstream>
 #include <sstream>
 
@@ -14,9 +12,8 @@ constexpr std::uint32_t ids_of_a_run = 1'000'000;
 
 // "PID (NAME) STATE ..."
 bool is_stopped(pid_t process) {
-  std::ifstream status("/proc/" + std::to_string(process) + "/stat");
   std::string text;
-  std::getline(status, text);
+  std::getline(std::ifstream("/proc/" + std::to_string(process) + "/stat"), text);
   return text.find(") T") != std::string::npos;
 }
 
@@ -28,35 +25,19 @@ void SimProgram::start() {
   disorder_.clear();
   listening_ = false;
   const std::uint32_t first_id = 1 + ids_of_a_run * runs_++;
-  std::vector<std::string> command = {AAAD_SIM_PROGRAM,
-                                      "--directory",
-                                      directory_,
-                                      "--first-session-id",
-                                      std::to_string(first_id),
-                                      "--session-ids",
-                                      std::to_string(session_ids)};
-  command.insert(command.end(), options_.begin(), options_.end());
-  process_.emplace(command, log_);
-  EXPECT_TRUE(test::eventually([this] { return is_listening(); })) << "aaad-sim does not start";
+  std::vector<std::string> arguments = {"--directory",        directory_,
+                                        "--first-session-id", std::to_string(first_id),
+                                        "--session-ids",      std::to_string(session_ids)};
+  arguments.insert(arguments.end(), options_.begin(), options_.end());
+  process_.emplace(AAAD_SIM_PROGRAM, arguments, directory_, log_);
+  EXPECT_TRUE(test::eventually([this] { return read_on(), listening_; }))
+      << "aaad-sim does not start";
 }
 
-void SimProgram::kill() {
-  process_.reset();
-}
-
-void SimProgram::suspend() const {
-  ::kill(process_->pid(), SIGSTOP);
+void SimProgram::suspend() {
+  process_->signal(SIGSTOP);
   EXPECT_TRUE(test::eventually([this] { return is_stopped(process_->pid()); }))
       << "aaad-sim does not stop";
-}
-
-void SimProgram::resume() const {
-  ::kill(process_->pid(), SIGCONT);
-}
-
-bool SimProgram::is_listening() {
-  read_on();
-  return listening_;
 }
 
 std::optional<double> SimProgram::registered_after(const std::string& client) {

@@ -2,14 +2,12 @@
 // registered, and when.
 #pragma once
 
-#include <chrono>
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "soak/child_process.h"
+#include "support/child_program.h"
 
 namespace soak {
 
@@ -22,10 +20,10 @@ class SimProgram {
 
   // Listens when it returns. No session id is granted that an earlier run has granted.
   void start();
-  void kill();
+  void kill() { process_.reset(); }
   // Stopped, as by a debugger, when it returns.
-  void suspend() const;
-  void resume() const;
+  void suspend();
+  void resume() { process_->signal(SIGCONT); }
 
   // Seconds from the start until the client, "model/pid", had both connections registered.
   std::optional<double> registered_after(const std::string& client);
@@ -33,14 +31,13 @@ class SimProgram {
   std::vector<std::string> disorder();
 
  private:
-  bool is_listening();
   void read_on();
   void take_line(const std::string& line);
 
   const std::string directory_;
   const std::vector<std::string> options_;
   const std::string log_ = directory_ + "/aaad-sim.log";
-  std::optional<ChildProcess> process_;
+  std::optional<test::ChildProgram> process_;
   std::uint32_t runs_ = 0;
 
   // From the log of this run, as far as it has been read.

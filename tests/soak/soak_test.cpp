@@ -1,51 +1,14 @@
 #include "soak/soak_test.h"
 
-#include <gmock/gmock.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <atomic>
 
-#include "soak/link_events.h"
+#include "session/state/locks.h"
+#include "support/lock_check.h"
 
 namespace soak {
-
-bool tells_of_disorder(const std::string& line) {
-  if (line.find(" note ") == std::string::npos) return false;
-  for (const char* remark : {"bad marker", "bad body length", "broken batch", "not registered"})
-    if (line.find(remark) != std::string::npos) return true;
-  return false;
-}
-
-aaa_sim::Settings SoakTest::settings() {
-  aaa_sim::Settings settings;
-  settings.session_ids = 5;
-  return settings;
-}
-
-aaa_sim::Output SoakTest::output() {
-  return {.keep = false, .line = [this](const std::string& line) {
-            if (!tells_of_disorder(line)) return;
-            const std::lock_guard hold(lock_);
-            disorder_.push_back(line);
-          }};
-}
-
-namespace {
-
-// Results of an earlier test that nobody has waited for.
-void throw_unclaimed_results_away() {
-  char datagram[4096];
-  while (::recv(lib_msg_server_fd, datagram, sizeof datagram, MSG_DONTWAIT) > 0) {
-  }
-}
-
-}  // namespace
-
-void WatchedTest::SetUp() {
-  LibraryTest::SetUp();
-  throw_unclaimed_results_away();
-}
-
 namespace {
 
 std::atomic<std::uint32_t> last_answer = 0;
@@ -58,11 +21,49 @@ bool is_answered() {
   author_info author = {};
   author.session_id = aaa_get_session_id();
   if (author.session_id == 0 || aaa_user_req_author(&author) != 0) return false;
-  return test::eventually([&] { return last_answer == author.session_id; },
-                          std::chrono::milliseconds(1000));
+  return test::eventually([&] { return last_answer == author.session_id; }, milliseconds(1000));
 }
 
 }  // namespace
+
+bool tells_of_disorder(const std::string& line) {
+  constexpr const char* remarks[] = {"bad marker", "bad body length", "broken batch",
+                                     "not registered"};
+  return line.find(" note ") != std::string::npos &&
+         std::ranges::any_of(remarks,
+                             [&](const char* one) { return line.find(one) != std::string::npos; });
+}
+
+bool all_locks_are_free() {
+  pthread_mutex_t* const locks[] = {&aaa_lib_lock,
+                                    &aaa_lib_send_buf_lock,
+                                    &aaa::waiting_session_lock,
+                                    &aaa::request_write_lock,
+                                    &aaa::event_write_lock,
+                                    &aaa::event_read_lock};
+  return std::ranges::all_of(locks, [](pthread_mutex_t* lock) { return test::is_free(*lock); });
+}
+
+void WatchedTest::SetUp() {
+  LibraryTest::SetUp();
+  forget_link_events();
+  // Results of an earlier test that nobody has waited for.
+  char datagram[4096];
+  while (::recv(lib_msg_server_fd, datagram, sizeof datagram, MSG_DONTWAIT) > 0) {
+  }
+}
+
+void WatchedTest::expect_deregistered() {
+  EXPECT_TRUE(test::eventually([] { return aaa_svr_dereg() == 0; })) << "still registered";
+}
+
+aaa_sim::Output SoakTest::output() {
+  return {.keep = false, .line = [this](const std::string& line) {
+            if (!tells_of_disorder(line)) return;
+            const std::lock_guard hold(lock_);
+            disorder_.push_back(line);
+          }};
+}
 
 reg_info SoakTest::client() {
   reg_info info = test::client("soak");
@@ -73,14 +74,15 @@ reg_info SoakTest::client() {
 
 void SoakTest::SetUp() {
   WatchedTest::SetUp();
-  forget_link_events();
+  sim_.change([](aaa_sim::Settings& settings) { settings.session_ids = 5; });
   sim_.start();
 }
 
 void SoakTest::TearDown() {
+  expect_deregistered();
   test::stop_library();
   sim_.stop();
-  EXPECT_THAT(disorder_, testing::IsEmpty());
+  EXPECT_THAT(disorder_, IsEmpty());
   WatchedTest::TearDown();
 }
 

@@ -2,25 +2,35 @@
 // messages but every remark about a client that is out of step.
 #pragma once
 
-#include <chrono>
+#include <gmock/gmock.h>
+
 #include <mutex>
-#include <string>
-#include <vector>
 
 #include "soak/hang_watch.h"
+#include "soak/link_events.h"
 #include "soak/soak_length.h"
 #include "support/library_test.h"
+#include "support/scripted_calls.h"
 
 namespace soak {
 
+using std::chrono::milliseconds;
+using testing::IsEmpty;
+
 // A remark of the simulator that no client of this library may cause.
 bool tells_of_disorder(const std::string& line);
+
+// Whether nobody holds any of the library's locks.
+bool all_locks_are_free();
 
 // The watch begins before the first thread is counted and ends after the last.
 class WatchedTest : private HangWatch, public test::LibraryTest {
  protected:
   WatchedTest() : HangWatch(by_length(std::chrono::seconds(100), std::chrono::seconds(3000))) {}
   void SetUp() override;
+
+  // A deregister request cannot be sent while a loss has not been noticed yet, so it is made again.
+  static void expect_deregistered();
 };
 
 class SoakTest : public WatchedTest {
@@ -37,10 +47,9 @@ class SoakTest : public WatchedTest {
   // Nothing crosses an idle link any more.
   void keep_no_heartbeat();
 
-  aaa_sim::AaadSim sim_{directory(), settings(), output()};
+  aaa_sim::AaadSim sim_{directory(), {}, output()};
 
  private:
-  static aaa_sim::Settings settings();
   aaa_sim::Output output();
 
   std::mutex lock_;

@@ -1,14 +1,212 @@
 #include "soak/stub_test.h"
 
+#include <linux/sockios.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/un.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "runtime/receive/receive_thread.h"
 #include "session/state/client_state.h"
-#include "session/state/locks.h"
-#include "soak/short_timeouts.h"
-#include "support/lock_check.h"
 
 namespace soak {
+namespace {
+
+using aaa_sim::Bytes;
+using aaa_sim::FileDescriptor;
+using aaa_sim::Frame;
+
+constexpr int look_again_ms = 2;
+constexpr milliseconds client_gives_up{50};
+
+FileDescriptor listen_below(const std::string& directory) {
+  const std::string folder = directory + "/security/aaa";
+  const std::string name = folder + "/.aaa_domain_socket_fs";
+  std::filesystem::create_directories(folder);
+  std::filesystem::remove(name);
+  sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+  name.copy(address.sun_path, sizeof address.sun_path - 1);
+  FileDescriptor listener =
+      aaa_sim::checked(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
+  if (::bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      ::listen(listener.get(), 8) != 0)
+    throw std::system_error(errno, std::generic_category(), name);
+  return listener;
+}
+
+// Up to `at_a_time` bytes at once, as long as the client takes them and `goes_on` after each piece.
+template <class GoesOn>
+void write_in_pieces(int fd, const Bytes& bytes, std::size_t at_a_time, GoesOn goes_on) {
+  for (std::size_t written = 0; written < bytes.size();) {
+    const std::size_t size = std::min(at_a_time, bytes.size() - written);
+    const ssize_t n = ::send(fd, bytes.data() + written, size, MSG_NOSIGNAL);
+    if (n <= 0 || !goes_on()) return;
+    written += static_cast<std::size_t>(n);
+  }
+}
+
+void write_all(int fd, const Bytes& bytes, std::size_t at_a_time = SIZE_MAX) {
+  write_in_pieces(fd, bytes, at_a_time, [] { return true; });
+}
+
+bool everything_was_read_from(int fd) {
+  int waiting = 0;
+  return ::ioctl(fd, SIOCOUTQ, &waiting) != 0 || waiting == 0;
+}
+
+bool is_event_registration(const Frame& request) {
+  return request.header.type == AAA_MSG_REGISTER_REQ && !request.body.empty() &&
+         request.body[0] == '2';
+}
+
+// Without a marker for what is not answered.
+Frame answer_to(const Frame& request) {
+  const auto& all = traffic::exchanges();
+  const auto found = std::ranges::find(all, request.header.type, &traffic::Exchange::request);
+  if (found == all.end()) return {};
+  return aaa_sim::make_frame(found->answer.type, 0, found->answer.body);
+}
+
+}  // namespace
+
+StubAaad::StubAaad(const std::string& directory, std::function<void()> pass_time)
+    : pass_time_(std::move(pass_time)),
+      listener_(listen_below(directory)),
+      thread_([this] { run(); }) {}
+
+StubAaad::~StubAaad() {
+  stopping_ = true;
+  thread_.join();
+}
+
+void StubAaad::behave(Behaviour behaviour) {
+  behaviour_ = behaviour;
+  const std::size_t before = passes_;
+  test::eventually([&] { return passes_ > before; }, milliseconds(1000));
+}
+
+void StubAaad::run() {
+  while (!stopping_) {
+    if (behaviour_ == Behaviour::never_reads)
+      std::this_thread::sleep_for(milliseconds(look_again_ms));
+    else
+      serve_what_is_ready();
+    ++passes_;
+  }
+}
+
+void StubAaad::serve_what_is_ready() {
+  std::vector<pollfd> ready = {{listener_.get(), POLLIN, 0}};
+  for (const Connection& connection : connections_)
+    ready.push_back({connection.fd.get(), POLLIN, 0});
+  if (::poll(ready.data(), ready.size(), look_again_ms) <= 0) return;
+  if (ready[0].revents != 0)
+    accept();
+  else
+    serve(std::ranges::find_if(ready, [](const pollfd& one) { return one.revents != 0; })->fd);
+}
+
+void StubAaad::accept() {
+  FileDescriptor fd(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  if (fd.is_open()) connections_.push_back({std::move(fd), accepted_++ / 2});
+}
+
+void StubAaad::serve(int fd) {
+  Frame request;
+  if (!read_all(fd, &request.header, sizeof request.header)) return send_away(fd);
+  if (request.header.marker != aaa_sim::kMarker) return send_away(fd);
+  request.body.resize(request.header.length);
+  if (!read_all(fd, request.body.data(), request.body.size())) return send_away(fd);
+  if (is_event_registration(request)) {
+    const Bytes status = aaa_sim::encode_status({});
+    return write_all(fd, aaa_sim::to_bytes(aaa_sim::make_frame(AAA_MSG_AAA_INFO_READY, 0, status)));
+  }
+  give(fd, answer_to(request));
+}
+
+// Closes both connections of the client.
+void StubAaad::send_away(int fd) {
+  std::erase_if(connections_, [client = client_of(fd)](const Connection& connection) {
+    return connection.client == client;
+  });
+}
+
+std::size_t StubAaad::client_of(int fd) const {
+  return std::ranges::find(connections_, fd, [](const Connection& one) { return one.fd.get(); })
+      ->client;
+}
+
+bool StubAaad::read_all(int fd, void* to, std::size_t size) const {
+  auto* next = static_cast<char*>(to);
+  while (size > 0) {
+    const ssize_t n = ::read(fd, next, behaviour_ == Behaviour::reads_byte_wise ? 1 : size);
+    if (n <= 0) return false;
+    next += n;
+    size -= static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+void StubAaad::give(int fd, Frame answer) {
+  if (answer.header.marker == 0) return;
+  const auto first = [](const Bytes& bytes, std::size_t count) {
+    return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
+  };
+  const Bytes bytes = aaa_sim::to_bytes(answer);
+  const std::size_t last = answer.body.empty() ? 0 : 1;
+  switch (behaviour_) {
+    case Behaviour::good:
+    case Behaviour::reads_byte_wise:
+    case Behaviour::never_reads:
+      return write_all(fd, bytes);
+    case Behaviour::writes_byte_wise:
+      return write_all(fd, bytes, 1);
+    case Behaviour::trickles:
+      return trickle(fd, bytes);
+    case Behaviour::never_writes:
+      return;
+    case Behaviour::stops_in_header:
+      return write_all(fd, first(bytes, 9));
+    case Behaviour::stops_in_body:
+      return write_all(fd, first(bytes, bytes.size() - last));
+    case Behaviour::other_type:
+      answer.header.type = AAA_MSG_NOTIFY_RESULT;
+      return write_all(fd, aaa_sim::to_bytes(answer));
+    case Behaviour::other_id:
+      answer.header.id = 77;
+      return write_all(fd, aaa_sim::to_bytes(answer));
+    case Behaviour::other_marker:
+      answer.header.marker = 0;
+      return write_all(fd, aaa_sim::to_bytes(answer));
+    case Behaviour::other_socket:
+      return write_all(other_connection(fd), bytes);
+    case Behaviour::closes:
+      return send_away(fd);
+  }
+}
+
+void StubAaad::trickle(int fd, const Bytes& bytes) const {
+  write_in_pieces(fd, bytes, 1, [&] {
+    if (behaviour_ != Behaviour::trickles) return false;
+    if (!test::eventually([fd] { return everything_was_read_from(fd); }, client_gives_up))
+      return false;
+    pass_time_();
+    return true;
+  });
+}
+
+int StubAaad::other_connection(int fd) const {
+  for (const Connection& connection : connections_)
+    if (connection.client == client_of(fd) && connection.fd.get() != fd) return connection.fd.get();
+  return -1;
+}
+
+// ---- Its client. ----
+
 namespace {
 
 int request_socket() {
@@ -26,17 +224,10 @@ void fill_buffer() {
   }
 }
 
-bool keeps_waiting(Manner manner) {
-  switch (manner) {
-    case Manner::never_reads:
-    case Manner::never_writes:
-    case Manner::stops_in_header:
-    case Manner::stops_in_body:
-    case Manner::other_socket:
-      return true;
-    default:
-      return false;
-  }
+bool keeps_waiting(Behaviour behaviour) {
+  return behaviour == Behaviour::never_reads || behaviour == Behaviour::never_writes ||
+         behaviour == Behaviour::stops_in_header || behaviour == Behaviour::stops_in_body ||
+         behaviour == Behaviour::other_socket;
 }
 
 }  // namespace
@@ -46,49 +237,54 @@ void StubTest::TearDown() {
   WatchedTest::TearDown();
 }
 
-void StubTest::begin() {
+void StubTest::begin(Behaviour behaviour, bool registered) {
   clock_.emplace();
   clock_->shorten_sleeps();
-  test::Scripts scripts = let_time_pass(*clock_, time_passes_);
+  test::Scripts scripts = soak::let_time_pass(*clock_, time_passes_);
   scripts.pthread_create = [this]() -> std::optional<int> {
     thread_start_ = test::library_seconds();
     return {};
   };
   scripts_.emplace(std::move(scripts));
-  aaad_.emplace(directory(), answers_to_exchanges(), [this] { clock_->advance(1); });
-}
-
-void StubTest::behave(Manner manner) {
-  aaad_->behave(manner);
-  time_passes_ = keeps_waiting(manner);
+  aaad_.emplace(directory(), [this] { clock_->advance(1); });
+  if (registered)
+    register_client(behaviour);
+  else
+    behave(behaviour);
 }
 
 void StubTest::end() {
-  time_passes_ = false;
+  let_time_stand();
   test::stop_library();
   aaad_.reset();
   scripts_.reset();
   clock_.reset();
 }
 
-void StubTest::register_client(Manner manner) {
+// The request socket's buffer is then the smallest there is, and full if aaad never reads.
+void StubTest::register_client(Behaviour behaviour) {
   const reg_info info = test::client("stub");
   ASSERT_EQ(0, aaa_svr_reg(&info));
   ASSERT_EQ(1, aaa_is_alive());
   make_buffer_small();
-  behave(manner);
-  if (manner == Manner::never_reads) fill_buffer();
+  behave(behaviour);
+  if (behaviour == Behaviour::never_reads) fill_buffer();
+}
+
+void StubTest::behave(Behaviour behaviour) {
+  aaad_->behave(behaviour);
+  time_passes_ = keeps_waiting(behaviour);
 }
 
 void StubTest::expect_library_in_order() {
-  for (pthread_mutex_t* const lock :
-       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::request_write_lock,
-        &aaa::event_write_lock})
-    EXPECT_TRUE(test::eventually([lock] { return test::is_free(*lock); })) << "a lock is held";
-  behave(Manner::good);
+  EXPECT_TRUE(test::eventually(all_locks_are_free)) << "a lock is held";
+  behave(Behaviour::good);
   if (!aaa::receive_thread_exists()) return;
-  EXPECT_TRUE(test::eventually([] { return aaa_is_alive() == 1; }));
-  EXPECT_TRUE(test::eventually([] { return aaa_mlist_existed(1, 2, 3, "login") == 42; }));
+  // An attempt that waits for what the aaad of before has withheld is over.
+  if (aaa_is_alive() == 0) clock_->advance(11);
+  EXPECT_TRUE(test::eventually([] { return aaa_is_alive() == 1; })) << "not registered";
+  EXPECT_TRUE(test::eventually([] { return aaa_mlist_existed(1, 2, 3, "login") == 42; }))
+      << "no answer";
 }
 
 }  // namespace soak

@@ -1,30 +1,92 @@
-// A client of a StubAaad. A test begins and ends its life as often as it likes.
+// An aaad that knows one answer to each exchange, and gives it well or badly; and its client, whose
+// life a test begins and ends as often as it likes.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <thread>
+#include <vector>
 
-#include "soak/client_calls.h"
+#include "server/file_descriptor.h"
+#include "wire/message.h"
 #include "soak/soak_test.h"
-#include "soak/stub_aaad.h"
-#include "support/scripted_calls.h"
+#include "soak/timeouts.h"
+#include "traffic/calls.h"
 
 namespace soak {
+
+// Of the request socket. The event socket is served well, but while aaad does not read at all.
+enum class Behaviour {
+  good,
+  reads_byte_wise,
+  writes_byte_wise,
+  trickles,      // a byte at a time; after each one that was read, time passes
+  never_reads,   // nor accepts
+  never_writes,  // reads, but does not answer
+  stops_in_header,
+  stops_in_body,
+  other_type,    // 103
+  other_id,      // an id that nobody asked for
+  other_marker,  // 0
+  other_socket,  // the right answer on the event socket
+  closes,        // in place of an answer
+};
+
+class StubAaad {
+ public:
+  // Listens below `directory`. While it trickles, `pass_time` runs after each byte.
+  StubAaad(const std::string& directory, std::function<void()> pass_time);
+  ~StubAaad();
+  StubAaad(const StubAaad&) = delete;
+  StubAaad& operator=(const StubAaad&) = delete;
+
+  // In force when it returns, unless aaad stands in the middle of a message.
+  void behave(Behaviour behaviour);
+
+ private:
+  // A client has two, and connects one behind the other.
+  struct Connection {
+    aaa_sim::FileDescriptor fd;
+    std::size_t client;
+  };
+
+  void run();
+  void serve_what_is_ready();
+  void accept();
+  void serve(int fd);
+  void send_away(int fd);
+  bool read_all(int fd, void* to, std::size_t size) const;
+  void give(int fd, aaa_sim::Frame answer);
+  void trickle(int fd, const aaa_sim::Bytes& bytes) const;
+  std::size_t client_of(int fd) const;
+  int other_connection(int fd) const;
+
+  const std::function<void()> pass_time_;
+  aaa_sim::FileDescriptor listener_;
+  std::vector<Connection> connections_;  // of the thread alone
+  std::size_t accepted_ = 0;
+  std::atomic<Behaviour> behaviour_ = Behaviour::good;
+  std::atomic<bool> stopping_ = false;
+  std::atomic<std::size_t> passes_ = 0;  // that are over
+  std::thread thread_;
+};
 
 class StubTest : public WatchedTest {
  protected:
   void TearDown() override;
 
-  // A good aaad is there. The client's pauses and timeouts are short.
-  void begin();
+  // Registers a client with an aaad that is good, which then behaves as it is told. The client's
+  // pauses and timeouts are short. Without `registered` no client registers.
+  void begin(Behaviour behaviour, bool registered = true);
   void end();
 
-  // Registers while aaad is good. The request socket's buffer is then the smallest there is, and
-  // full if aaad never reads.
-  void register_client(Manner manner);
-  // Waits that aaad lets end in vain move the clock by what they stand for.
-  void behave(Manner manner);
+  void register_client(Behaviour behaviour);
+  // Waits that aaad lets end in vain move the clock by what they stand for, from now on or not.
+  void behave(Behaviour behaviour);
+  void let_time_stand() { time_passes_ = false; }
+  void let_time_pass() { time_passes_ = true; }
 
   // No lock is held, and unless the client has deregistered a good aaad is asked and answers.
   void expect_library_in_order();

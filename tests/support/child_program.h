@@ -19,9 +19,10 @@ namespace test {
 
 class ChildProgram {
  public:
-  // An empty `tmpdir`: the program gets no TMPDIR.
+  // An empty `tmpdir`: the program gets no TMPDIR. With `output_file` its standard output goes
+  // there.
   ChildProgram(const std::string& program, std::vector<std::string> arguments,
-               const std::string& tmpdir) {
+               const std::string& tmpdir, const std::string& output_file = "") {
     arguments.insert(arguments.begin(), program);
     std::vector<std::string> environment = environment_with(tmpdir);
     posix_spawn_file_actions_t streams;
@@ -29,6 +30,9 @@ class ChildProgram {
     ::posix_spawn_file_actions_adddup2(&streams, input_.read.get(), 0);
     ::posix_spawn_file_actions_adddup2(&streams, output_.write.get(), 1);
     ::posix_spawn_file_actions_adddup2(&streams, errors_.write.get(), 2);
+    if (!output_file.empty())
+      ::posix_spawn_file_actions_addopen(&streams, 1, output_file.c_str(),
+                                         O_WRONLY | O_CREAT | O_TRUNC, 0644);
     EXPECT_EQ(::posix_spawn(&pid_, program.c_str(), &streams, nullptr, pointers(arguments).data(),
                             pointers(environment).data()),
               0)
@@ -53,6 +57,7 @@ class ChildProgram {
   }
   void close_input() { input_.write.reset(); }
   void signal(int number) { ::kill(pid_, number); }
+  pid_t pid() const { return pid_; }
 
   std::string output_line() { return line_of(output_.read); }
   std::string error_line() { return line_of(errors_.read); }
@@ -61,9 +66,9 @@ class ChildProgram {
   std::string remaining_errors() { return rest_of(errors_.read); }
 
   // -1 when it does not end.
-  int exit_status() {
+  int exit_status(std::chrono::milliseconds patience = kPatience) {
     int status = 0;
-    if (!eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; })) return -1;
+    if (!eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; }, patience)) return -1;
     pid_ = 0;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }

@@ -1,5 +1,5 @@
-// The library's system calls. While a PlayedAaad is at work on this thread it answers them; other
-// calls, as of the fuzzer itself, go through.
+// The library's system calls. While a ScriptedAaad is at work on this thread it answers them; other
+// calls, as of the fuzzer itself, go through. The program is linked with --wrap of each.
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
@@ -11,144 +11,94 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "fuzz/link/played_aaad.h"
-#include "fuzz/touch.h"
+#include "fuzz/link/scripted_aaad.h"
 #include "ham_client.h"
 #include "printk_syslog_ext.h"
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
+#include "traffic/touch.h"
 
 using fuzz::LocalPair;
-using fuzz::PlayedAaad;
+using fuzz::ScriptedAaad;
 
 namespace {
 
 constexpr std::uint64_t kSecondUs = 1000000;
 
-PlayedAaad* aaad() {
-  return PlayedAaad::on_this_thread();
+ScriptedAaad* aaad() {
+  return ScriptedAaad::on_this_thread();
 }
 
 // The server socket is opened before the client's.
 int open_of_pair() {
   static int opened = 0;
-  fuzz::require(opened < 2);
+  traffic::require(opened < 2);
   return opened++ == 0 ? LocalPair::kServer : LocalPair::kClient;
 }
 
-}  // namespace
-
-extern "C" {
-
-int __real_socket(int domain, int type, int protocol);
-int __real_bind(int fd, const sockaddr* address, socklen_t length);
-int __real_connect(int fd, const sockaddr* address, socklen_t length);
-int __real_setsockopt(int fd, int level, int option, const void* value, socklen_t length);
-int __real_shutdown(int fd, int how);
-int __real_close(int fd);
-ssize_t __real_send(int fd, const void* data, std::size_t size, int flags);
-ssize_t __real_recv(int fd, void* data, std::size_t size, int flags);
-int __real_poll(pollfd* fds, nfds_t count, int timeout_ms);
-int __real_unlink(const char* path);
-int __real_mkdir(const char* path, mode_t mode);
-int __real_chmod(const char* path, mode_t mode);
-int __real_clock_gettime(clockid_t clock, timespec* now);
-int __real_sysinfo(struct sysinfo* info);
-int __real_usleep(useconds_t us);
-unsigned __real_sleep(unsigned seconds);
-int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                          void* (*routine)(void*), void* argument);
-int __real_pthread_cancel(pthread_t thread);
-
-int __wrap_socket(int domain, int type, int protocol) {
-  if (aaad() == nullptr) return __real_socket(domain, type, protocol);
-  return (type & SOCK_DGRAM) == SOCK_DGRAM ? open_of_pair() : aaad()->socket();
-}
-
-int __wrap_bind(int fd, const sockaddr* address, socklen_t length) {
-  return aaad() == nullptr ? __real_bind(fd, address, length) : 0;
-}
-
-int __wrap_connect(int fd, const sockaddr* address, socklen_t length) {
-  return aaad() == nullptr ? __real_connect(fd, address, length) : 0;
-}
-
-int __wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t length) {
-  return aaad() == nullptr ? __real_setsockopt(fd, level, option, value, length) : 0;
-}
-
-int __wrap_shutdown(int fd, int how) {
-  return aaad() == nullptr ? __real_shutdown(fd, how) : aaad()->shutdown(fd);
-}
-
-int __wrap_close(int fd) {
-  return aaad() == nullptr ? __real_close(fd) : aaad()->close(fd);
-}
-
-ssize_t __wrap_send(int fd, const void* data, std::size_t size, int flags) {
-  return aaad() == nullptr ? __real_send(fd, data, size, flags) : aaad()->send(fd, data, size);
-}
-
-ssize_t __wrap_recv(int fd, void* data, std::size_t size, int flags) {
-  return aaad() == nullptr ? __real_recv(fd, data, size, flags) : aaad()->recv(fd, data, size);
-}
-
-int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) {
-  return aaad() == nullptr ? __real_poll(fds, count, timeout_ms) : aaad()->poll(*fds, timeout_ms);
-}
-
-int __wrap_unlink(const char* path) {
-  return aaad() == nullptr ? __real_unlink(path) : 0;
-}
-
-int __wrap_mkdir(const char* path, mode_t mode) {
-  return aaad() == nullptr ? __real_mkdir(path, mode) : 0;
-}
-
-int __wrap_chmod(const char* path, mode_t mode) {
-  return aaad() == nullptr ? __real_chmod(path, mode) : 0;
-}
-
-int __wrap_clock_gettime(clockid_t clock, timespec* now) {
-  if (aaad() == nullptr) return __real_clock_gettime(clock, now);
+int tell_time(timespec* now) {
   now->tv_sec = static_cast<time_t>(aaad()->now_us() / kSecondUs);
   now->tv_nsec = static_cast<long>(aaad()->now_us() % kSecondUs * 1000);
   return 0;
 }
 
-int __wrap_sysinfo(struct sysinfo* info) {
-  if (aaad() == nullptr) return __real_sysinfo(info);
+int tell_uptime(struct sysinfo* info) {
   info->uptime = static_cast<long>(aaad()->now_us() / kSecondUs);
   return 0;
 }
 
-int __wrap_usleep(useconds_t us) {
-  if (aaad() == nullptr) return __real_usleep(us);
+int sleep_us(std::uint64_t us) {
   aaad()->pass(us);
   return 0;
 }
 
-unsigned __wrap_sleep(unsigned seconds) {
-  if (aaad() == nullptr) return __real_sleep(seconds);
-  aaad()->pass(seconds * kSecondUs);
+// A flush thread is there in name only. The routine of the receive thread runs when the test says
+// so, on the test's own thread.
+int start_thread(pthread_t* thread, void* (*routine)(void*)) {
+  const bool receives = routine == aaa::aaa_lib_thread;
+  aaa::thread_has_ended(receives ? aaa::ThreadRole::receive : aaa::ThreadRole::flush);
+  *thread = receives ? pthread_t{0} : pthread_self();
   return 0;
 }
 
-// The receive thread that the library starts is the thread that started it; a flush thread is there
-// in name only.
-int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                          void* (*routine)(void*), void* argument) {
-  if (aaad() == nullptr) return __real_pthread_create(thread, attributes, routine, argument);
-  if (routine != aaa::aaa_lib_thread) aaa::thread_has_ended(aaa::ThreadRole::flush);
-  *thread = pthread_self();
-  return 0;
-}
+}  // namespace
 
-int __wrap_pthread_cancel(pthread_t thread) {
-  return aaad() == nullptr ? __real_pthread_cancel(thread) : 0;
-}
+#define REPLACED(result, name, parameters, arguments, answer)    \
+  extern "C" result __real_##name parameters;                    \
+  extern "C" result __wrap_##name parameters {                   \
+    return aaad() == nullptr ? __real_##name arguments : answer; \
+  }
 
-}  // extern "C"
+REPLACED(int, socket, (int domain, int type, int protocol), (domain, type, protocol),
+         (type & SOCK_DGRAM) == SOCK_DGRAM ? open_of_pair() : aaad()->socket())
+REPLACED(int, bind, (int fd, const sockaddr* address, socklen_t length), (fd, address, length), 0)
+REPLACED(int, connect, (int fd, const sockaddr* address, socklen_t length), (fd, address, length),
+         aaad()->connect())
+REPLACED(int, setsockopt, (int fd, int level, int option, const void* value, socklen_t length),
+         (fd, level, option, value, length), 0)
+REPLACED(int, shutdown, (int fd, int how), (fd, how), aaad()->shutdown(fd))
+REPLACED(int, close, (int fd), (fd), aaad()->close(fd))
+REPLACED(ssize_t, send, (int fd, const void* data, std::size_t size, int flags),
+         (fd, data, size, flags), aaad()->send(fd, data, size))
+REPLACED(ssize_t, recv, (int fd, void* data, std::size_t size, int flags), (fd, data, size, flags),
+         aaad()->recv(fd, data, size))
+REPLACED(int, poll, (pollfd * fds, nfds_t count, int timeout_ms), (fds, count, timeout_ms),
+         aaad()->poll(*fds, timeout_ms))
+REPLACED(int, unlink, (const char* path), (path), 0)
+REPLACED(int, mkdir, (const char* path, mode_t mode), (path, mode), 0)
+REPLACED(int, chmod, (const char* path, mode_t mode), (path, mode), 0)
+REPLACED(int, clock_gettime, (clockid_t clock, timespec* now), (clock, now), tell_time(now))
+REPLACED(int, sysinfo, (struct sysinfo * info), (info), tell_uptime(info))
+REPLACED(int, usleep, (useconds_t us), (us), sleep_us(us))
+REPLACED(unsigned, sleep, (unsigned seconds), (seconds),
+         static_cast<unsigned>(sleep_us(seconds* kSecondUs)))
+REPLACED(int, pthread_create,
+         (pthread_t * thread, const pthread_attr_t* attributes, void* (*routine)(void*),
+          void* argument),
+         (thread, attributes, routine, argument), start_thread(thread, routine))
+REPLACED(int, pthread_cancel, (pthread_t thread), (thread), 0)
+
+#undef REPLACED
 
 void printk_syslog_ext(int, const char*, const char*, int, const char* format, ...) {
   char text[1024];
@@ -156,7 +106,8 @@ void printk_syslog_ext(int, const char*, const char*, int, const char* format, .
   va_start(arguments, format);
   const int length = std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
-  fuzz::require(length > 0);
+  traffic::require(length > 0);
+  if (aaad() != nullptr) aaad()->when_logging(text);
 }
 
 std::int32_t ham_client_reg_thread_notify(std::int32_t, std::int32_t, std::uint32_t,
