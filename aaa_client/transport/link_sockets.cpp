@@ -35,7 +35,8 @@ void forget_number(LinkSocket socket) {
 
 // REQUIRES: the locks of the sockets held.
 int close_and_forget(std::int32_t fd, std::initializer_list<LinkSocket> sockets) {
-  const int error = closed.is_on(fd) ? EBADF : close_descriptor(fd);
+  const bool is_closed = fd == load(g_aaa_client_cb.sync_fd) && request_number_is_closed();
+  const int error = is_closed ? EBADF : close_descriptor(fd);
   if (!is_gone(error)) return error;
   for (const LinkSocket socket : sockets)
     forget_number(socket);

@@ -179,6 +179,15 @@ TEST_F(ClosedNumber, IsNotClosedAgainAndThenForgotten) {
   aaa::store(g_aaa_client_cb.sync_fd, -1);
 }
 
+TEST_F(ClosedNumber, StaysOneWhenTheEventSocketIsClosed) {
+  aaalib_ipc_msg_proc_dereg_response();
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  EXPECT_EQ(EBADF, aaa_send_ipc_msg(number_, 132, nullptr, 0));
+  EXPECT_EQ(0u, others_.waiting_for_peer());
+  EXPECT_EQ(-1, aaa_lib_client_close());
+  EXPECT_NE(-1, fcntl(number_, F_GETFD)) << "the host's file";
+}
+
 TEST_F(ClosedNumber, CountsAsOneUntilTheFieldHasHeldAnotherValue) {
   aaa::store(g_aaa_client_cb.sync_fd, others_.own());
   EXPECT_EQ(0, aaa_send_ipc_msg(others_.own(), 132, nullptr, 0));
