@@ -53,6 +53,20 @@ TEST_F(EndedRegistration, ItsHeartbeatTaskDoesNotDropTheNewConnection) {
   EXPECT_THAT(loop_.take_journal(), IsEmpty());
 }
 
+class EndedAlone : public AgentTest {};
+
+TEST_F(EndedAlone, ItsTasksDoNothing) {
+  init_and_connect();
+  EXPECT_EQ(0, aaa_svr_dereg());
+  loop_.take_journal();
+  const OpenGate gate;
+  const LogCapture log;
+  run("aaa-read");
+  run("aaa-heartbeat");
+  EXPECT_THAT(log.lines(), IsEmpty());
+  EXPECT_THAT(loop_.take_journal(), IsEmpty());
+}
+
 class EndedBeforeItsConnection : public AgentTest {};
 
 TEST_F(EndedBeforeItsConnection, TheConnectTaskDoesNothingMore) {

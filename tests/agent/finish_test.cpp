@@ -1,10 +1,13 @@
 // aaa_agent_finish.
+#include <atomic>
 #include <cerrno>
+#include <thread>
 
 #include "agent/agent_client.h"
 #include "runtime/agent/agent_tasks.h"
 #include "runtime/send/send_buffer.h"
 #include "session/session_test.h"
+#include "transport/base/cancellation.h"
 
 namespace test {
 namespace {
@@ -211,6 +214,32 @@ TEST_F(AgentFinish, AfterAWrongAnswerEndsTheRegistrationAndTellsEvent0) {
   EXPECT_TRUE(sim_.wait_for_connections(0));
   sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::none);
   expect_new_life();
+}
+
+TEST_F(AgentFinish, AfterAWrongAnswerWaitsForTheFlushThread) {
+  std::atomic<bool> hold = false;
+  std::atomic<bool> is_held = false;
+  std::atomic<bool> returned = false;
+  std::atomic<bool> let_go = false;
+  const ScriptedCalls calls({.select = [&](timeval&) -> std::optional<int> {
+    if (!hold) return std::nullopt;
+    const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
+    is_held = true;
+    EXPECT_TRUE(eventually([&] { return let_go.load(); }));
+    return std::nullopt;
+  }});
+  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::wrong_type);
+  init_and_connect(batching_client());
+  hold = true;
+  EXPECT_TRUE(eventually([&] { return is_held.load(); }));
+  std::thread host([&] {
+    EXPECT_TRUE(eventually([] { return aaa::load(g_aaa_client_cb.aaa_id) == -1; }));
+    EXPECT_FALSE(eventually([&] { return returned.load(); }, std::chrono::milliseconds(300)));
+    let_go = true;
+  });
+  EXPECT_EQ(0, aaa_agent_finish());
+  returned = true;
+  host.join();
 }
 
 TEST_F(AgentFinish, AfterARequestThatCouldNotBeSentEndsTheRegistration) {

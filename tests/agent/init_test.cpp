@@ -1,6 +1,9 @@
 // aaa_agent_init.
+#include <sys/fsuid.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cinttypes>
 #include <filesystem>
@@ -259,12 +262,19 @@ TEST_F(AgentInit, BeforeTheFirstConnectionItStoresTheMasterAndTheClocksAnew) {
   EXPECT_LE(library_seconds() - aaa::load(aaalib_hbt_last_recv), 5u);
 }
 
+TEST_F(AgentInit, BeforeTheFirstConnectionItMakesTheDirectoryAnew) {
+  init();
+  std::filesystem::remove_all(directory() + "/security");
+  init();
+  EXPECT_TRUE(std::filesystem::is_directory(directory() + "/security/aaa"));
+}
+
 TEST_F(AgentInit, BeforeTheFirstConnectionItStartsNoSecondFlushThread) {
   reg_info info = client();
   info.use_send_buf = 1;
   init(info);
   const pthread_t first = aaa::load(g_send_buf_tid);
-  const ScriptedCalls calls({.pthread_create = [] { return ADD_FAILURE(), 0; }});
+  const ScriptedCalls calls({.pthread_create = [] { return ADD_FAILURE(), EAGAIN; }});
   init(info);
   EXPECT_EQ(first, aaa::load(g_send_buf_tid));
 }
@@ -325,6 +335,40 @@ TEST_F(AgentInit, WhileAReceiveThreadTriesToConnectItOnlyReplacesTheCallbacks) {
   EXPECT_EQ(again.get_online_info_cb, g_aaa_client_cb.get_online_info_cb);
 }
 
+TEST_F(AgentInit, OfAReceiveThreadThatHasYetToTryItRaisesNoEvent) {
+  aaa::store(aaa::g_receive_msg_tid, pthread_self());
+  reg_info info = client();
+  info.get_online_info_cb = [](void*, const void*) {};
+  init(info);
+  aaa::store(aaa::g_receive_msg_tid, pthread_t{0});
+  EXPECT_THAT(client_events(), IsEmpty());
+  expect_nothing_scheduled();
+  EXPECT_EQ(info.get_online_info_cb, g_aaa_client_cb.get_online_info_cb);
+}
+
+TEST_F(AgentInit, WhileACallbackOfAnEarlierThreadRunsTheConnectionWaits) {
+  static std::atomic<bool> inside;
+  static std::atomic<bool> let_go;
+  inside = let_go = false;
+  reg_info info = client();
+  info.notify_del_msg_cb = [](const void*) {
+    inside = true;
+    EXPECT_TRUE(eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
+  };
+  register_client(info);
+  send(AAA_MSG_NOTIFY_DEL_MSG, Bytes(560));
+  EXPECT_TRUE(eventually([] { return inside.load(); }));
+  EXPECT_EQ(0, aaa_svr_dereg());
+  init();
+  run("aaa-connect");
+  EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
+  EXPECT_EQ(1, state());
+  let_go = true;
+  EXPECT_TRUE(receive_thread_is_gone());
+  run("aaa-connect");
+  expect_steady();
+}
+
 // Group and others may not write to a directory that somebody else has prepared.
 TEST_F(AgentInit, ChangesNoModeOfADirectoryThatExists) {
   const std::string work = directory() + "/security/aaa";
@@ -334,6 +378,26 @@ TEST_F(AgentInit, ChangesNoModeOfADirectoryThatExists) {
   ASSERT_EQ(0, stat(work.c_str(), &status));
   EXPECT_EQ(0750u, status.st_mode & 07777);
   ASSERT_EQ(0, chmod(work.c_str(), 0777));
+}
+
+// The calling thread alone meets files as another user.
+class OtherUser {
+ public:
+  OtherUser() { setfsuid(65534); }
+  ~OtherUser() { setfsuid(0); }
+  OtherUser(const OtherUser&) = delete;
+  OtherUser& operator=(const OtherUser&) = delete;
+};
+
+TEST_F(AgentInit, UnderADirectoryOfAnotherUserRegistersAnUnprivilegedClient) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root becomes another user";
+  const std::string work = directory() + "/security/aaa";
+  ASSERT_EQ(0, chmod(directory().c_str(), 0755));
+  ASSERT_EQ(0, chmod((work + "/.aaa_domain_socket_fs").c_str(), 0777));
+  const OtherUser other;
+  ASSERT_EQ(-1, chmod(work.c_str(), 0777));
+  init_and_connect();
+  expect_steady();
 }
 
 TEST_F(AgentInit, AfterDeregistrationAloneItStartsAnew) {

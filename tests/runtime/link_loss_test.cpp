@@ -63,6 +63,18 @@ int look(std::uint32_t event) {
   return 0;
 }
 
+// An exchange that drains a dead socket holds the lock until it learns of the loss.
+TEST_F(LinkLoss, IsAnnouncedWhileAnotherThreadHoldsTheLibrarysLock) {
+  register_client();
+  take_pass();
+  {
+    const aaa::ScopedLock held(aaa_lib_lock);
+    sim_.close_connections();
+    EXPECT_TRUE(eventually([] { return aaa::link_is_lost(); }));
+  }
+  EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
+}
+
 TEST_F(LinkLoss, BeforeTheClientIsToldTheWaiterIsAndBothSocketsAreClosed) {
   at_loss.told = false;
   reg_info info = client();
@@ -91,6 +103,15 @@ TEST_F(LinkLoss, TheInjectedResultHoldsTheSessionAndCodeTwo) {
   EXPECT_EQ(words({0x01020304}), part(result, 576, 4));
   EXPECT_EQ(Bytes(704, 0), part(result, 580, 704));
   EXPECT_EQ(Bytes(), datagram());
+}
+
+TEST_F(LinkLoss, OfAnEarlierLinkInjectsNothing) {
+  register_client();
+  aaa::set_waiting_session(77);
+  aaa::aaa_notify_timeout(aaa::link_number() - 1);
+  EXPECT_EQ(Bytes(), datagram());
+  aaa::aaa_notify_timeout(aaa::link_number());
+  EXPECT_NE(Bytes(), datagram());
 }
 
 TEST_F(LinkLoss, TheWaitingSessionIsNotCleared) {

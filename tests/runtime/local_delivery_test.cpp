@@ -66,7 +66,19 @@ TEST_F(LocalDelivery, ADescriptorOfTheClientsOwnIsSentOnBeforeThePairIsReady) {
     deliver(text("one"));
   }
   aaa::store(aaa::g_msg_socket_ok, ready);
+  ASSERT_EQ(3u, own.waiting_for_peer());
   EXPECT_EQ("one", own.peer_reads(3));
+}
+
+TEST_F(LocalDelivery, EveryDescriptorFrom1OnIsSentOn) {
+  int fd = -1;
+  const ScriptedCalls calls({.send = [&](int given, const void*, std::size_t size, int) {
+    fd = given;
+    return static_cast<ssize_t>(size);
+  }});
+  const ClientSocket replaced(1);
+  deliver(text("one"));
+  EXPECT_EQ(1, fd);
 }
 
 // The client socket is made, and closed again because it cannot be connected.
@@ -111,7 +123,23 @@ TEST_F(ClosedClientSocket, CountsAsClosedUntilTheWordHasHeldAnotherValue) {
   deliver();
   aaa::store(lib_msg_client_fd, number_);
   deliver();
+  ASSERT_EQ(6u, host_.waiting_for_peer());
   EXPECT_EQ("oneone", host_.peer_reads(6));
+}
+
+TEST_F(ClosedClientSocket, WithItsNumberIsAnOpenOneWhenItIsMadeAnew) {
+  ::close(number_);
+  ASSERT_EQ(0, aaa_lib_msg_socket_init());
+  ASSERT_EQ(number_, lib_msg_client_fd);
+  deliver();
+  EXPECT_EQ(text("one"), datagram());
+  ASSERT_EQ(number_, dup2(host_.own(), number_));
+}
+
+TEST_F(ClosedClientSocket, IsNoObstacleToTheSocketLoops) {
+  EXPECT_EQ(0, aaa_msg_send(number_, "own", 3, 0));
+  ASSERT_EQ(3u, host_.waiting_for_peer());
+  EXPECT_EQ("own", host_.peer_reads(3));
 }
 
 TEST_F(LocalDelivery, AFailedSendIsLogged) {

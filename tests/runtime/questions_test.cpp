@@ -1,5 +1,7 @@
 // The two questions that are answered in any case: 112 and 113.
+#include <atomic>
 #include <cerrno>
+#include <thread>
 
 #include "dispatch_test.h"
 #include "support/scripted_calls.h"
@@ -117,6 +119,59 @@ TEST_F(Questions, AnAnswerThatCannotBeWrittenIsForgotten) {
   deliver(113);
   // A line for each message and each answer, none for a failure.
   EXPECT_EQ(8u, log.lines().size());
+}
+
+// A write that is stuck on the request socket while questions come in.
+class StuckRequestSocket : public Questions {
+ protected:
+  void SetUp() override {
+    Questions::SetUp();
+    aaa_lib_send_buf_reset();
+    ASSERT_TRUE(request_.open());
+    aaa::store(g_aaa_client_cb.sync_fd, request_.own());
+  }
+  void TearDown() override {
+    aaa::store(g_aaa_client_cb.sync_fd, -1);
+    request_.close();
+    aaa_lib_send_buf_reset();
+    Questions::TearDown();
+  }
+
+  // Answers both questions while `write` is stuck.
+  template <class Write>
+  void answer_while_stuck(Write write) {
+    const ScriptedCalls calls(
+        {.send = [this](int fd, const void*, std::size_t, int) -> std::optional<ssize_t> {
+          if (fd != request_.own()) return std::nullopt;
+          is_stuck_ = true;
+          EXPECT_TRUE(eventually([this] { return is_answered_.load(); })) << "held up";
+          return std::nullopt;
+        }});
+    std::thread stuck(write);
+    EXPECT_TRUE(eventually([this] { return is_stuck_.load(); }));
+    deliver(112, Bytes(396, 1));
+    deliver(113);
+    is_answered_ = true;
+    stuck.join();
+    EXPECT_EQ(verdict_valid + words({0x01010101, 0, 15, 8, 0, 0}), answers());
+  }
+
+  SocketPair request_;
+  std::atomic<bool> is_stuck_ = false;
+  std::atomic<bool> is_answered_ = false;
+};
+
+TEST_F(StuckRequestSocket, WithABatchHoldsUpNoAnswerAndLosesNoByte) {
+  const Bytes message = request(20, 1);
+  aaa_lib_add_send_buf(message.data(), 20);
+  answer_while_stuck(aaa_lib_send_buf);
+  EXPECT_EQ(words({0x01010101, 0, 25, 20}) + message, received_bytes(request_));
+}
+
+TEST_F(StuckRequestSocket, WithALargeMessageHoldsUpNoAnswer) {
+  const Bytes message = request(8192, 1);
+  answer_while_stuck([&] { aaa_lib_add_send_buf(message.data(), 8192); });
+  EXPECT_EQ(message, received_bytes(request_));
 }
 
 // For a callback that fills the bytes as words. The stack's own alignment must not make it true.

@@ -132,6 +132,9 @@ class ClosedNumber : public FailedDeregistration {
     ASSERT_EQ(number_, g_aaa_client_cb.sync_fd);
     ASSERT_EQ(-1, fcntl(number_, F_GETFD)) << "closed";
     ASSERT_EQ(number_, dup2(others_.own(), number_));
+    // A library that reads from it comes back.
+    const timeval moment = {.tv_sec = 0, .tv_usec = 100000};
+    ASSERT_EQ(0, setsockopt(number_, SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment));
   }
   void TearDown() override {
     ::close(number_);
@@ -170,6 +173,19 @@ TEST_F(ClosedNumber, IsNotClosedAgainAndThenForgotten) {
   EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
   EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
   EXPECT_NE(-1, fcntl(number_, F_GETFD)) << "the host's file";
+  EXPECT_EQ(3, ::send(number_, "own", 3, MSG_NOSIGNAL)) << "nor shut down";
+  aaa::store(g_aaa_client_cb.sync_fd, number_);
+  EXPECT_EQ(0, aaa_send_ipc_msg(number_, 132, nullptr, 0)) << "the host put it on record";
+  aaa::store(g_aaa_client_cb.sync_fd, -1);
+}
+
+TEST_F(ClosedNumber, StaysOneWhenTheEventSocketIsClosed) {
+  aaalib_ipc_msg_proc_dereg_response();
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  EXPECT_EQ(EBADF, aaa_send_ipc_msg(number_, 132, nullptr, 0));
+  EXPECT_EQ(0u, others_.waiting_for_peer());
+  EXPECT_EQ(-1, aaa_lib_client_close());
+  EXPECT_NE(-1, fcntl(number_, F_GETFD)) << "the host's file";
 }
 
 TEST_F(ClosedNumber, CountsAsOneUntilTheFieldHasHeldAnotherValue) {
@@ -181,8 +197,33 @@ TEST_F(ClosedNumber, CountsAsOneUntilTheFieldHasHeldAnotherValue) {
   aaa::store(g_aaa_client_cb.sync_fd, -1);
 }
 
+TEST_F(ClosedNumber, IsReplacedWhenTheClientConnectsAgain) {
+  EXPECT_EQ(0, aaa_lib_client_connect_all());
+  EXPECT_NE(number_, g_aaa_client_cb.sync_fd);
+  EXPECT_EQ(0, aaa_send_ipc_msg(g_aaa_client_cb.sync_fd, AAA_MSG_REGISTER_REQ, "1test", 6));
+  EXPECT_EQ(0u, others_.waiting_for_peer());
+}
+
+TEST_F(FailedDeregistration, ANewSocketWithTheClosedNumberIsAnOpenOne) {
+  sim_.set_fault(Role::request, kDeregister, Fault::wrong_type);
+  register_quietly();
+  const std::int32_t number = g_aaa_client_cb.sync_fd;
+  ASSERT_EQ(-1, deregister());
+  const int other = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const ScriptedCalls calls({.socket = [&](int, int) {
+    if (other == number) return number;
+    dup2(other, number);
+    ::close(other);
+    return number;
+  }});
+  EXPECT_EQ(0, aaa_lib_client_connect_all());
+  EXPECT_EQ(number, g_aaa_client_cb.sync_fd);
+  EXPECT_EQ(0, aaa_send_ipc_msg(number, AAA_MSG_REGISTER_REQ, "1test", 6));
+}
+
 TEST_F(ClosedNumber, IsNoObstacleToTheSocketLoops) {
   EXPECT_EQ(0, aaa_msg_send(number_, "own", 3, 0));
+  ASSERT_EQ(3u, others_.waiting_for_peer());
   EXPECT_EQ("own", others_.peer_reads(3));
 }
 

@@ -65,6 +65,27 @@ TEST_F(ThreadEnd, IsWaitedForWhileACallbackRuns) {
   host.join();
 }
 
+TEST_F(ThreadEnd, IsWaitedForWhileAaadIsAwayToo) {
+  reg_info info = batching_client();
+  info.aaa_event_cb = [](std::uint32_t event) {
+    if (event != AAA_EVENT_CONNECTION_LOST) return 0;
+    inside = true;
+    EXPECT_TRUE(test::eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
+    return 0;
+  };
+  register_client(info);
+  sim_.close_connections();
+  EXPECT_TRUE(test::eventually([] { return inside.load(); }));
+  std::atomic<bool> returned = false;
+  std::thread host([&] {
+    EXPECT_FALSE(test::eventually([&] { return returned.load(); }, std::chrono::milliseconds(300)));
+    let_go = true;
+  });
+  EXPECT_EQ(0, aaa_svr_dereg());
+  returned = true;
+  host.join();
+}
+
 TEST_F(ThreadEnd, IsWaitedForAtMost2Seconds) {
   enter_callback();
   const auto start = Clock::now();

@@ -135,11 +135,26 @@ TEST_F(Drain, OfAPeerThatNeverStopsEndsAfterTenSeconds) {
                                    clock.advance(1);
                                    return 1;
                                  },
-                             .poll = [](int, int) { return 1; }});
+                             .poll = [&](int, int) { return bytes < 100 ? 1 : 0; }});
   test::enter_second();
   EXPECT_TRUE(exchange_fails());
   EXPECT_EQ(10, bytes);
   expect_cut(10, 110);
+}
+
+TEST_F(Drain, OfASocketThatIsReadableAndGivesNothingEndsAfterTenSeconds) {
+  test::MovedClock clock;
+  int reads = 0;
+  const ScriptedCalls calls({.recv =
+                                 [&](int, void*, std::size_t, int) {
+                                   clock.advance(1);
+                                   return test::fails(++reads % 2 == 0 ? EAGAIN : EINTR);
+                                 },
+                             .poll = [&](int, int) { return reads < 100 ? 1 : 0; }});
+  test::enter_second();
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_EQ(10, reads);
+  expect_cut(0, 110);
 }
 
 // With stale replies in the request socket, an exchange that went on would take one for its answer.

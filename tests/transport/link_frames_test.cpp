@@ -102,6 +102,18 @@ TEST_F(LinkFrames, OnADescriptorThatAClientPutOnRecordAreWrittenAtOnce) {
   EXPECT_EQ(16u, event_.waiting_for_peer());
 }
 
+TEST_F(LinkFrames, OnAClientsDescriptorWithTheNumberOfAClosedOneAreWrittenAtOnce) {
+  record_new_request_socket();
+  {
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    EXPECT_EQ(0, aaa::close_socket(LinkSocket::request));
+  }
+  ASSERT_EQ(pair_.own(), dup2(event_.own(), pair_.own()));
+  use_as_request_socket();
+  EXPECT_EQ(0, send(LinkSocket::request));
+  EXPECT_EQ(16u, event_.waiting_for_peer());
+}
+
 TEST_F(LinkFrames, OnAClosedDescriptorCannotBeWritten) {
   {
     const aaa::ScopedLock lock(aaa_lib_lock);
