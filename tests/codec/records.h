@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "codec/bodies.h"
@@ -161,6 +162,8 @@ class Decoded {
     result_ = Codec<Record>::decode(&record_, body.data(), length);
   }
   ~Decoded() { Codec<Record>::release(record_); }
+  Decoded(Decoded&& other) noexcept
+      : record_(std::exchange(other.record_, nullptr)), result_(other.result_) {}
   Decoded(const Decoded&) = delete;
   Decoded& operator=(const Decoded&) = delete;
 
