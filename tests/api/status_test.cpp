@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "session/state/client_state.h"
-#include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
+#include "support/open_log.h"
 
 namespace {
 
@@ -90,11 +90,9 @@ TEST_P(StatusGetters, TouchNothing) {
 
 TEST_P(StatusGetters, AskForTheRegistrationFirst) {
   aaa::set_reg_state(AAA_REG_LOST);
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   GetParam().get();
-  test::expect_line(log, "aaa_is_alive",
-                    "already unregistered or not registered or is connecting!\r\n");
+  log.expect("aaa_is_alive", "already unregistered or not registered or is connecting!\r\n");
 }
 
 }  // namespace

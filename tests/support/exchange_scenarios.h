@@ -73,11 +73,13 @@ TEST_P(Exchanges, AskForTheRegistrationOrDoWithoutIt) {
 TEST_P(Exchanges, ARequestThatCannotBeSentHasNoAnswer) {
   next_write_fails(EPIPE);
   EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_TRUE(is_free(aaa_lib_lock));
 }
 
 TEST_P(Exchanges, AnAaadThatClosesTheConnectionGivesNoAnswer) {
   during_writes([this] { link_.close_peer(); });
   EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_TRUE(is_free(aaa_lib_lock));
 }
 
 TEST_P(Exchanges, ASilentAaadGivesNoAnswer) {
