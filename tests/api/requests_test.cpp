@@ -40,10 +40,8 @@ const OneWayKind authentication = {
     .id = 0x0a0b0c0d,
     .body = encoded_body(aaa_encap_authen_info, filled<authen_info>()),
     .call = submit<authen_info, aaa_user_req_authen>,
-    .sent = 0,
     .failed = -32,
     .no_memory = -12,
-    .not_alive = -1,
     .counters = {{0, 1, 2}},
     .lines = {{"aaa_user_req_authen_sub", "send packet error with errno ", true}},
     .blocks = 2,
@@ -55,10 +53,8 @@ const OneWayKind authorization = {
     .id = 0x0a0b0c0d,
     .body = encoded_body(aaa_encap_author_info, filled<author_info>()),
     .call = submit<author_info, aaa_user_req_author>,
-    .sent = 0,
     .failed = -32,
     .no_memory = -12,
-    .not_alive = -1,
     .lines = {{"aaa_user_req_author_sub", "send packet error with errno ", true}},
     .blocks = 2,
 };
@@ -69,10 +65,8 @@ const OneWayKind accounting = {
     .id = 0x0a0b0c0d,
     .body = encoded_body(aaa_encap_acct_info, filled<acct_info>()),
     .call = submit<acct_info, aaa_user_req_acct>,
-    .sent = 0,
     .failed = -32,
     .no_memory = -12,
-    .not_alive = -1,
     .counters = {{4, 5, 6}},
     .lines = {{"aaa_user_req_acct_sub", "send packet error with errno ", true}},
     .blocks = 2,
@@ -85,10 +79,6 @@ const OneWayKind clear_user = {
     .id = 0,
     .body = hex("01020304"),  // the most significant byte first
     .call = [] { return std::int64_t{aaa_clear_req_user(0x01020304)}; },
-    .sent = 0,
-    .failed = -1,
-    .no_memory = -1,
-    .not_alive = -1,
 };
 const OneWayKind interface_control = {
     .name = "interface_control",
@@ -101,10 +91,8 @@ const OneWayKind interface_control = {
           const std::uint32_t words[3] = {1, 0x55, 0x66778899};
           return std::int64_t{aaa_notify_ctrl_if_switch(words)};
         },
-    .sent = 0,
     .failed = -32,
     .no_memory = -12,
-    .not_alive = -1,
     .lines = {{"aaa_notify_ctrl_if_switch", "send pak error with errno ", true}},
 };
 

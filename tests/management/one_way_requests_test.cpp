@@ -1,35 +1,211 @@
-// The management requests that nobody answers, in what they have in common.
-#include "management/one_way_kinds.h"
-#include "session/state/client_state.h"
-#include "session/state/locks.h"
-#include "support/expected_line.h"
-#include "support/failing_block.h"
-#include "support/library_counters.h"
-#include "support/lock_check.h"
+// The management requests that nobody answers.
+#include "management/sample_records.h"
+#include "support/one_way_scenarios.h"
 
 namespace test {
 namespace {
 
-class OneWayRequests : public LinkedTest, public testing::WithParamInterface<OneWayKind> {
- protected:
-  static std::int64_t call() { return GetParam().call(); }
-
-  // Expects the counters to have grown by this, and all others to be as they were.
-  static void expect_counted(const LibraryCounters& counters, std::uint32_t requests,
-                             std::uint32_t failures) {
-    const auto& own = GetParam().counters;
-    for (std::size_t n = 0; n < LibraryCounters::kWords; ++n) {
-      const std::uint32_t expected = own && n == own->requests   ? requests
-                                     : own && n == own->failures ? failures
-                                                                 : 0;
-      EXPECT_EQ(expected, counters.grown(n)) << "counter " << n;
-    }
-  }
-  std::string send_line() const {
-    return ": send message(" + GetParam().display_name + ")(" + std::to_string(GetParam().type) +
-           ") len(" + std::to_string(GetParam().body.size()) + ") to " +
-           std::to_string(link_.own()) + "\r\n";
-  }
+const OneWayKind delete_user = {
+    .name = "delete_user",
+    .type = 8,
+    .display_name = "delete user",
+    .id = 0x0a0b0c0d,
+    .body = hex("0d0c0b0a 44332211"),
+    .call = [] { return std::int64_t{aaa_delete_user(0x0a0b0c0d, 0x11223344)}; },
+    .failed = 0,
+    .no_memory = 0,
+    .not_alive = 0,
+    .counters = {{18, 19}},
+};
+const OneWayKind move_out_delete_user = {
+    .name = "move_out_delete_user",
+    .type = 34,
+    .display_name = "move out delete user",
+    .id = 0x0a0b0c0d,
+    .body = hex("0d0c0b0a 44332211"),
+    .call = [] { return std::int64_t{aaa_move_out_delete_user(0x0a0b0c0d, 0x11223344)}; },
+    .failed = 0,
+    .no_memory = 0,
+    .not_alive = 0,
+    .counters = {{18, 19}},
+};
+const OneWayKind user_syn = {
+    .name = "user_syn",
+    .type = 10,
+    .display_name = "user synchronize",
+    .id = 5,
+    .body = hex("04030201 05000000 06000000 07000000") + std::string(16, '\0'),
+    .call =
+        [] {
+          const std::uint32_t words[3] = {5, 6, 7};
+          return std::int64_t{aaa_user_syn(0x01020304, words)};
+        },
+};
+const OneWayKind restore_user = {
+    .name = "restore_user",
+    .type = 11,
+    .display_name = "restore user",
+    .id = 0x0a0b0c0d,
+    .body = restored_block(),
+    .call =
+        [] {
+          const restore_user_info record = restorable_user();
+          return std::int64_t{aaa_restore_user(&record, 1)};
+        },
+    .counters = {{20, 21}},
+};
+const OneWayKind ha_user_syn = {
+    .name = "ha_user_syn",
+    .type = 20,
+    .display_name = "hot backup user sync",
+    .id = 5,
+    .body = restored_block(),
+    .call =
+        [] {
+          const restore_user_info record = restorable_user();
+          return std::int64_t{aaa_ha_user_syn(5, 0, &record, nullptr)};
+        },
+    .counters = {{22, 23}},
+};
+const OneWayKind method_result = {
+    .name = "method_result",
+    .type = 4,
+    .display_name = "send rare result",
+    .id = 0x0a0b0c0d,
+    .body = encoded_body(aaa_encap_result_info, own_result()),
+    .call =
+        [] {
+          result_info record = own_result();
+          return std::int64_t{aaa_method_add_result(&record)};
+        },
+    .failed = -32,
+    .no_memory = -12,
+    .lines = {{"aaa_method_add_result", "send packet error with errno ", false}},
+    .blocks = 2,
+};
+const OneWayKind group_state = {
+    .name = "group_state",
+    .type = 16,
+    .display_name = "set radius group state",
+    .id = 0,
+    .body = hex("0100 0400 67727000  0200 0400 04030201"),
+    .call =
+        [] {
+          aaa_set_rds_grp_sta("grp", 0x01020304);
+          return std::int64_t{0};
+        },
+    .failed = 0,
+    .no_memory = 0,
+    .not_alive = std::nullopt,
+    .blocks = 2,
+};
+const OneWayKind group_state_change = {
+    .name = "group_state_change",
+    .type = 17,
+    .display_name = "radius group state change",
+    .id = 0,
+    .body = "",
+    .call = [] { return std::int64_t{aaa_rds_grp_sta_chg()}; },
+    .failed = 0,
+    .no_memory = 0,
+    .not_alive = std::nullopt,
+};
+const OneWayKind dot1x_mib = {
+    .name = "dot1x_mib",
+    .type = 21,
+    .display_name = "dot1x mib",
+    .id = 0,
+    .body = hex("04030201 44332211"),
+    .call =
+        [] {
+          const std::uint32_t words[2] = {0x01020304, 0x11223344};
+          return std::int64_t{aaa_mib_from_dot1x(words)};
+        },
+};
+const OneWayKind radext_request = {
+    .name = "radext_request",
+    .type = 23,
+    .display_name = "radext request",
+    .id = 0,
+    .body = extension_block(),
+    .call =
+        [] {
+          const radext_msg record = extension();
+          return std::int64_t{aaa_lib_radext_msg_recv(&record)};
+        },
+    .sent = 1,
+    .failed = 0,
+    .no_memory = 0,
+    .not_alive = 0,
+    .blocks = 2,
+};
+const OneWayKind radext_result = {
+    .name = "radext_result",
+    .type = 24,
+    .display_name = "radext add result",
+    .id = 0,
+    .body = hex("01000000 02000000 03000000") + std::string(12, '\0'),
+    .call = [] { return std::int64_t{aaa_front_add_radext_result(1, 2, 3)}; },
+    .not_alive = std::nullopt,
+    .counters = {{25, 26}},
+};
+const OneWayKind radext_result2 = {
+    .name = "radext_result2",
+    .type = 24,
+    .display_name = "radext add result",
+    .id = 4,
+    .body = hex("01000000 02000000 03000000 04000000 05000000 06000000"),
+    .call =
+        [] {
+          const std::uint32_t words[6] = {1, 2, 3, 4, 5, 6};
+          return std::int64_t{aaa_front_add_radext_result2(words)};
+        },
+    .not_alive = std::nullopt,
+    .counters = {{25, 26}},
+};
+const OneWayKind password_result = {
+    .name = "password_result",
+    .type = 27,
+    .display_name = "Unknown msg",
+    .id = 0x01020304,
+    .body = hex("04030201 44332211"),
+    .call = [] { return std::int64_t{aaa_add_user_pwd_update_result(0x01020304, 0x11223344)}; },
+    .failed = 4,
+    .no_memory = 4,
+    .not_alive = std::nullopt,
+};
+const OneWayKind ldap_search = {
+    .name = "ldap_search",
+    .type = 32,
+    .display_name = "ldap search request",
+    .id = 0x0a0b0c0d,
+    .body = ldap_question_body(),
+    .call =
+        [] {
+          ldap_search_info info = ldap_question();
+          return std::int64_t{aaa_user_req_search_ldap_entry(&info)};
+        },
+    .failed = -32,
+    .no_memory = -12,
+    .lines = {{"aaa_user_req_search_ldap_entry_sub", "send packet error with errno ", true}},
+    .blocks = 2,
+};
+const OneWayKind ldap_result = {
+    .name = "ldap_result",
+    .type = 33,
+    .display_name = "ldap search result",
+    .id = 0x0a0b0c0d,
+    .body = ldap_answer_body(),
+    .call =
+        [] {
+          ldap_search_result result = ldap_answer();
+          return std::int64_t{aaa_add_ldap_search_result(&result)};
+        },
+    .failed = -32,
+    .no_memory = -12,
+    .lines = {{"aaa_add_ldap_search_result", "send packet error with errno ", false}},
+    .takes_the_lock = false,
+    .blocks = 2,
 };
 
 INSTANTIATE_TEST_SUITE_P(, OneWayRequests,
@@ -39,128 +215,6 @@ INSTANTIATE_TEST_SUITE_P(, OneWayRequests,
                                          radext_result, radext_result2, password_result,
                                          ldap_search, ldap_result),
                          one_way_name);
-
-TEST_P(OneWayRequests, WriteTheHeaderWithTheIdAndTheBody) {
-  EXPECT_EQ(GetParam().sent, call());
-  const std::string& message = only_write();
-  EXPECT_EQ(hex("01010101"), message.substr(0, 4));
-  EXPECT_EQ(GetParam().id, word_at(message, 4));
-  EXPECT_EQ(GetParam().type, word_at(message, 8));
-  EXPECT_EQ(GetParam().body.size(), word_at(message, 12));
-  EXPECT_EQ(GetParam().body, message.substr(16));
-}
-
-TEST_P(OneWayRequests, AskForTheRegistrationOrDoWithoutIt) {
-  for (const auto state :
-       {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
-    EXPECT_EQ(GetParam().not_alive.value_or(GetParam().sent), call()) << state;
-  }
-  EXPECT_EQ(GetParam().not_alive ? 0u : 4u, writes().size());
-}
-
-TEST_P(OneWayRequests, CountARequestAndNoFailureWhenSent) {
-  const LibraryCounters counters;
-  call();
-  expect_counted(counters, 1, 0);
-}
-
-TEST_P(OneWayRequests, CountARequestWithoutARegistrationOnlyWhereItIsSent) {
-  aaa::set_reg_state(AAA_REG_LOST);
-  const LibraryCounters counters;
-  call();
-  expect_counted(counters, GetParam().not_alive ? 0 : 1, 0);
-}
-
-TEST_P(OneWayRequests, GiveTheirResultAndCountAFailureWhenTheWriteFails) {
-  const LibraryCounters counters;
-  next_write_fails(EPIPE);
-  EXPECT_EQ(GetParam().failed, call());
-  EXPECT_EQ(1u, writes().size());
-  expect_counted(counters, 1, 1);
-}
-
-TEST_P(OneWayRequests, GiveTheirResultAndSendNothingWhenAnyBlockIsMissing) {
-  int block = 1;
-  for (bool failed = true; failed; ++block) {
-    const FailingBlock failing(block);
-    script(failing.scripts());
-    const std::int64_t result = call();
-    failed = failing.happened();
-    EXPECT_EQ(failed ? GetParam().no_memory : GetParam().sent, result) << "block " << block;
-    EXPECT_EQ(failed ? 0u : 1u, writes().size());
-  }
-  EXPECT_LE(3, block);
-}
-
-TEST_P(OneWayRequests, CountAFailureWhenTheMessageCannotBeFramed) {
-  aaa::store(g_aaa_client_cb.sync_fd, -1);
-  const LibraryCounters counters;
-  call();
-  expect_counted(counters, 1, 1);
-}
-
-TEST_P(OneWayRequests, LogTheSend) {
-  const OpenGate gate;
-  const LogCapture log;
-  call();
-  expect_line(log, "aaa_lib_send_ipc_msg", send_line());
-}
-
-TEST_P(OneWayRequests, LogAFailedSendInTheSendersNames) {
-  const OpenGate gate;
-  const LogCapture log;
-  next_write_fails(EPIPE);
-  call();
-  expect_line(log, "aaa_lib_send_ipc_msg", "send fail error Broken pipe.\r\n");
-  if (GetParam().has_failure_line) {
-    expect_line(log, "aaalib_send_ipc_msg", "Send ipc message failed, errno(32).\r\n");
-  } else {
-    EXPECT_EQ(0u, log.count("Send ipc message failed, errno(32).\r\n"));
-  }
-}
-
-TEST_P(OneWayRequests, LogNothingWhileTheGateIsClosed) {
-  const LogCapture log;
-  call();
-  next_write_fails(EPIPE);
-  call();
-  aaa::set_reg_state(AAA_REG_LOST);
-  call();
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_P(OneWayRequests, FreeTheirBlocks) {
-  const LibraryCounters counters;
-  call();
-  next_write_fails(EPIPE);
-  call();
-  EXPECT_LE(2u, counters.blocks_allocated());
-  EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
-}
-
-TEST_P(OneWayRequests, AreQueuedWhileTheFlushThreadRuns) {
-  const QueueInUse queue;
-  EXPECT_EQ(GetParam().sent, call());
-  EXPECT_TRUE(writes().empty());
-  EXPECT_EQ(1u, g_send_buf_msg_cnt);
-  EXPECT_EQ(GetParam().type, word_at(queue.held(), 8));
-  EXPECT_EQ(GetParam().body, queue.held().substr(16));
-}
-
-TEST_P(OneWayRequests, HoldTheLibraryLockDuringTheSendAsStated) {
-  bool free_meanwhile = !GetParam().takes_the_lock;
-  during_writes([&] { free_meanwhile = is_free(aaa_lib_lock); });
-  call();
-  EXPECT_EQ(!GetParam().takes_the_lock, free_meanwhile);
-  EXPECT_TRUE(is_free(aaa_lib_lock));
-}
-
-TEST_P(OneWayRequests, LeaveTheLockFreeWhenTheWriteFails) {
-  next_write_fails(EPIPE);
-  call();
-  EXPECT_TRUE(is_free(aaa_lib_lock));
-}
 
 }  // namespace
 }  // namespace test

@@ -1,11 +1,13 @@
 // The management requests that wait for aaad's answer, in what they have in common.
+#include <climits>
+
 #include "support/exchange_scenarios.h"
 
 namespace test {
 namespace {
 
 std::string mib() {
-  return std::string(392, 'm');
+  return std::string(196, 'a') + std::string(196, 'b');
 }
 
 const ExchangeKind method_list = {
@@ -78,6 +80,44 @@ INSTANTIATE_TEST_SUITE_P(, Exchanges,
                          testing::Values(method_list, method_list_state, server_mib, group,
                                          password),
                          exchange_name);
+
+// The queries whose answers are a word and nothing else.
+class WordAnswers : public Exchanges {};
+
+INSTANTIATE_TEST_SUITE_P(, WordAnswers, testing::Values(method_list, server_mib, group),
+                         exchange_name);
+
+TEST_P(WordAnswers, OfAnotherLengthAreNone) {
+  for (const std::size_t length : {0, 1, 3, 5, 8}) {
+    for (const char byte : {'\0', '\1'}) {
+      const std::string& right = GetParam().answer;
+      aaad_answers(message_bytes(word_at(right, 8), std::string(length, byte)));
+      EXPECT_EQ(GetParam().no_answer, call()) << length << " bytes";
+    }
+  }
+}
+
+// The words of an answer and the results that they are.
+using WordResults = std::vector<std::pair<std::uint32_t, std::int64_t>>;
+
+class AnswerWords : public LinkedTest,
+                    public testing::WithParamInterface<std::pair<ExchangeKind, WordResults>> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    , AnswerWords,
+    testing::Values(
+        std::pair{method_list, WordResults{{0, 0}, {1, 1}, {0xffffffff, 0xffffffff}}},
+        std::pair{server_mib, WordResults{{0, 0}, {0x7fffffff, INT_MAX}, {0x80000000, INT_MIN}}},
+        std::pair{group, WordResults{{0, 1}, {1, 0}, {0x01000000, 0}, {0xffffffff, 0}}}),
+    [](const auto& one) { return one.param.first.name; });
+
+TEST_P(AnswerWords, AreTheResults) {
+  const auto& [kind, results] = GetParam();
+  for (const auto& [word, result] : results) {
+    aaad_answers(message_bytes(word_at(kind.answer, 8), word_bytes(word)));
+    EXPECT_EQ(result, kind.call()) << word;
+  }
+}
 
 }  // namespace
 }  // namespace test

@@ -35,12 +35,12 @@ struct OneWayKind {
   std::uint32_t id;
   std::string body;
   std::int64_t (*call)();
-  std::int64_t sent;
+  std::int64_t sent = 0;
   // When the write fails with EPIPE, and when any block cannot be had.
-  std::int64_t failed;
-  std::int64_t no_memory;
+  std::int64_t failed = -1;
+  std::int64_t no_memory = -1;
   // Without a registration; nothing where the call does not ask for it.
-  std::optional<std::int64_t> not_alive;
+  std::optional<std::int64_t> not_alive = -1;
   std::optional<Counters> counters = {};
   std::optional<Lines> lines = {};
   bool takes_the_lock = true;
