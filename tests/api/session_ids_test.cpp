@@ -218,6 +218,7 @@ const ExchangeKind session_id = {
 };
 
 INSTANTIATE_TEST_SUITE_P(, Exchanges, testing::Values(session_id), exchange_name);
+INSTANTIATE_TEST_SUITE_P(, DirectExchanges, testing::Values(session_id), exchange_name);
 
 }  // namespace
 }  // namespace test

@@ -76,10 +76,9 @@ const ExchangeKind password = {
     .no_memory = 5,
 };
 
-INSTANTIATE_TEST_SUITE_P(, Exchanges,
-                         testing::Values(method_list, method_list_state, server_mib, group,
-                                         password),
-                         exchange_name);
+const auto queries = testing::Values(method_list, method_list_state, server_mib, group, password);
+INSTANTIATE_TEST_SUITE_P(, Exchanges, queries, exchange_name);
+INSTANTIATE_TEST_SUITE_P(, DirectExchanges, queries, exchange_name);
 
 // The queries whose answers are a word and nothing else.
 class WordAnswers : public Exchanges {};

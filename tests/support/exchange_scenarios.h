@@ -30,6 +30,7 @@ struct ExchangeKind {
   std::optional<std::int64_t> not_alive;
   // When the first block cannot be had, which is the body's.
   std::int64_t no_memory;
+  std::uint32_t id = 0;
 };
 
 inline std::ostream& operator<<(std::ostream& out, const ExchangeKind& kind) {
@@ -49,11 +50,15 @@ class Exchanges : public LinkedTest, public testing::WithParamInterface<Exchange
   }
 };
 
-TEST_P(Exchanges, WriteAHeaderWithId0AndTheBody) {
+// Those that write to the socket themselves, whatever the client asked for.
+class DirectExchanges : public Exchanges {};
+
+TEST_P(Exchanges, WriteTheHeaderWithTheIdAndTheBody) {
   EXPECT_EQ(GetParam().success, answered_call());
   const std::string& body = GetParam().body;
   const std::string& message = only_write();
-  EXPECT_EQ(hex("01010101 00000000"), message.substr(0, 8));
+  EXPECT_EQ(hex("01010101"), message.substr(0, 4));
+  EXPECT_EQ(GetParam().id, word_at(message, 4));
   EXPECT_EQ(GetParam().type, word_at(message, 8));
   EXPECT_EQ(body.size(), word_at(message, 12));
   EXPECT_EQ(body, message.substr(16));
@@ -113,7 +118,7 @@ TEST_P(Exchanges, AnAnswerOfAnotherTypeGivesItsResult) {
   EXPECT_EQ(GetParam().other_type, call());
 }
 
-TEST_P(Exchanges, WhatAnEarlierExchangeLeftUnreadIsNotTheAnswer) {
+TEST_P(DirectExchanges, WhatAnEarlierExchangeLeftUnreadIsNotTheAnswer) {
   link_.peer_writes(message_bytes(103, "late"));
   EXPECT_EQ(GetParam().success, answered_call());
 }
@@ -160,7 +165,7 @@ TEST_P(Exchanges, HoldTheLibraryLockFromTheSendToTheEndOfTheAnswer) {
   EXPECT_TRUE(is_free(aaa_lib_lock));
 }
 
-TEST_P(Exchanges, AreNotQueued) {
+TEST_P(DirectExchanges, AreNotQueued) {
   const QueueInUse queue;
   EXPECT_EQ(GetParam().success, answered_call());
   EXPECT_EQ(1u, writes().size());

@@ -1,5 +1,7 @@
 // The requests to aaad's local user database that are one exchange, in what they have in common.
+#include "support/encoded_body.h"
 #include "support/exchange_scenarios.h"
+#include "support/result.h"
 #include "username_lib.h"
 
 namespace test {
@@ -9,6 +11,24 @@ local_user_info alice() {
   local_user_info record = {};
   std::snprintf(record.user_name, sizeof record.user_name, "alice");
   return record;
+}
+
+template <class Record>
+Record local_user() {
+  Record record = {};
+  record.session_id = 0x01020304;
+  record.user_password = {0, 6, "secret"};
+  return record;
+}
+
+template <class Record, std::int32_t (*request)(Record*, result_info**)>
+std::int64_t ask_for_result() {
+  Record record = local_user<Record>();
+  result_info* result = nullptr;
+  const std::int32_t code = request(&record, &result);
+  const Result owner(result);
+  EXPECT_EQ(code == 0, result != nullptr);
+  return code;
 }
 
 const ExchangeKind password_change = {
@@ -86,9 +106,59 @@ const ExchangeKind update = {
     .no_memory = -3,
 };
 
+const ExchangeKind authentication = {
+    .name = "authentication",
+    .type = 115,
+    .body = encoded_body(aaa_encap_authen_info, local_user<authen_info>()),
+    .call = ask_for_result<authen_info, username_lib_authen_req>,
+    .answer = message_bytes(115, encoded_body(aaa_encap_result_info, result_info{})),
+    .success = 0,
+    .no_answer = -1,
+    .other_type = -1,
+    .not_alive = -1,
+    .no_memory = -1,
+    .id = 0x01020304,
+};
+const ExchangeKind authorization = {
+    .name = "authorization",
+    .type = 116,
+    .body = encoded_body(aaa_encap_author_info, local_user<author_info>()),
+    .call = ask_for_result<author_info, username_lib_author_req>,
+    .answer = message_bytes(116, encoded_body(aaa_encap_result_info, result_info{})),
+    .success = 0,
+    .no_answer = -1,
+    .other_type = -1,
+    .not_alive = -1,
+    .no_memory = -1,
+    .id = 0x01020304,
+};
+
 INSTANTIATE_TEST_SUITE_P(, Exchanges,
+                         testing::Values(password_change, grant, password_security, fetch, update,
+                                         authentication, authorization),
+                         exchange_name);
+INSTANTIATE_TEST_SUITE_P(, DirectExchanges,
                          testing::Values(password_change, grant, password_security, fetch, update),
                          exchange_name);
+
+TEST_P(Exchanges, CountAndTimeNothing) {
+  const LibraryCounters counters;
+  EXPECT_EQ(GetParam().success, answered_call());
+  next_write_fails(EPIPE);
+  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_TRUE(counters.all_unchanged());
+}
+
+TEST_P(Exchanges, DoNotWaitForAnAnswerWhenTheSendFails) {
+  int reads = 0;
+  script({.recv = [&](int, void*, std::size_t, int) {
+    ++reads;
+    return std::optional<ssize_t>();
+  }});
+  next_write_fails(EPIPE);
+  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_EQ(0, reads);
+}
 
 }  // namespace
 }  // namespace test

@@ -1,12 +1,11 @@
 // The password list of a fetched local user, and its release.
 #include "session/state/client_state.h"
-#include "support/expected_line.h"
+#include "support/open_log.h"
 #include "username/user_records.h"
 
 namespace {
 
 using test::item;
-using test::message_bytes;
 using test::number_item;
 
 class FetchedPasswords : public test::UserRecordTest {
@@ -25,18 +24,13 @@ class FetchedPasswords : public test::UserRecordTest {
   using Texts = std::vector<std::string>;
 };
 
-TEST_F(FetchedPasswords, StandInTheReverseOfTheirOrderOnTheWire) {
-  EXPECT_EQ(0, fetch(item(6, "A") + item(6, "B") + item(6, "C")));
+TEST_F(FetchedPasswords, StandInTheReverseOfTheirOrderOnTheWireAndAreWrittenBackInThat) {
+  const std::string items = item(6, "A") + item(6, "B") + item(6, "C");
+  EXPECT_EQ(0, fetch(items));
   EXPECT_EQ((Texts{"C", "B", "A"}), passwords());
   EXPECT_EQ(3u, record_->password_count);
-}
-
-TEST_F(FetchedPasswords, AreWrittenBackInTheOrderInWhichTheyCame) {
-  fetch(item(6, "A") + item(6, "B") + item(6, "C"));
-  aaad_answers(message_bytes(120, "\1"));
-  EXPECT_EQ(0, username_lib_update_user(record_.get()));
-  const std::string sent = writes().back();
-  EXPECT_EQ(item(6, "A") + item(6, "B") + item(6, "C"), sent.substr(sent.size() - 27));
+  EXPECT_EQ(0, update());
+  EXPECT_EQ(items, writes().back().substr(writes().back().size() - 27));
 }
 
 TEST_F(FetchedPasswords, AreCutTo255Characters) {
@@ -54,12 +48,10 @@ TEST_F(FetchedPasswords, MayBeEmpty) {
 
 TEST_F(FetchedPasswords, APasswordWithoutMemoryIsLeftOutAndLogged) {
   script(memory_fails_for_password(2));
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(
       0, fetch(item(1, "alice") + item(6, "A") + item(6, "B") + item(6, "C") + number_item(2, 7)));
-  test::expect_line(log, "username_lib_copy_user",
-                    "Failed to malloc mem for password of user alice\n\r\n");
+  log.expect("username_lib_copy_user", "Failed to malloc mem for password of user alice\n\r\n");
   EXPECT_EQ((Texts{"C", "A"}), passwords());
   EXPECT_EQ(2u, record_->password_count);
   EXPECT_EQ(7u, record_->value_2);
@@ -72,7 +64,7 @@ TEST_F(FetchedPasswords, TheLineOfAPasswordWithoutMemoryNeedsTheGate) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(FetchedPasswords, AFetchForgetsTheListThatTheRecordHeld) {
+TEST_F(FetchedPasswords, AFetchForgetsTheListOfTheRecord) {
   fetch(item(6, "A") + item(6, "B"));
   local_user_info first = *record_;
   // The nodes keep pointing to the record's head: the first copy takes it over.
@@ -116,26 +108,21 @@ TEST_F(FetchedPasswords, ReleaseTouchesNothingElse) {
   EXPECT_EQ(before, test::bytes_of(*record_));
 }
 
-TEST_F(FetchedPasswords, ReleasingTwiceOrNothingDoesNothing) {
+TEST_F(FetchedPasswords, ReleaseNeedsNoRegistrationAndMayComeTwice) {
   fetch(item(6, "A"));
+  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
   username_lib_release_user(record_.get());
+  EXPECT_TRUE(test::is_empty(record_->passwords));
   username_lib_release_user(record_.get());
   username_lib_release_user(nullptr);
   EXPECT_TRUE(test::is_empty(record_->passwords));
 }
 
-TEST_F(FetchedPasswords, AZeroedRecordHoldsNothingToRelease) {
+TEST_F(FetchedPasswords, AZeroedRecordHasNothingToRelease) {
   local_user_info zeroed = {};
   username_lib_release_user(&zeroed);
   EXPECT_TRUE(test::is_empty(zeroed.passwords));
   EXPECT_TRUE(test::is_empty(zeroed.blocks));
-}
-
-TEST_F(FetchedPasswords, ReleaseNeedsNoRegistration) {
-  fetch(item(6, "A"));
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
-  username_lib_release_user(record_.get());
-  EXPECT_TRUE(test::is_empty(record_->passwords));
 }
 
 }  // namespace

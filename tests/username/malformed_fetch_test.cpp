@@ -17,10 +17,13 @@ TEST_F(MalformedFetch, AnItemOfLength0EndsTheWalk) {
   EXPECT_EQ(0u, record_->value_10);
 }
 
-TEST_F(MalformedFetch, ALengthOf1To7CopiesNoCharacters) {
+TEST_F(MalformedFetch, ALengthOf1To7CopiesNoCharactersAndIsAnEmptyPassword) {
   for (std::uint32_t length = 1; length < 8; ++length) {
     EXPECT_EQ(0, fetch(item_of(1, length, "xxxxxxxx"))) << length;
     EXPECT_STREQ("", record_->user_name);
+    EXPECT_EQ(0, fetch(item_of(6, length, "xxxxxxxx"))) << length;
+    EXPECT_EQ(std::vector<std::string>{""}, test::passwords_of(*record_)) << length;
+    username_lib_release_user(record_.get());
   }
 }
 
@@ -38,14 +41,6 @@ TEST_F(MalformedFetch, ALengthOf4ReadsTheNextItemFromTheLengthOn) {
   EXPECT_EQ(0, fetch(word_bytes(2) + word_bytes(4) + word_bytes(12) + word_bytes(1)));
   EXPECT_EQ(12u, record_->value_2);
   EXPECT_EQ(1, record_->flag_4);
-}
-
-TEST_F(MalformedFetch, AShortPasswordItemIsAnEmptyPassword) {
-  for (std::uint32_t length = 1; length < 8; ++length) {
-    EXPECT_EQ(0, fetch(item_of(6, length, "xxxxxxxx"))) << length;
-    EXPECT_EQ(std::vector<std::string>{""}, test::passwords_of(*record_)) << length;
-    username_lib_release_user(record_.get());
-  }
 }
 
 TEST_F(MalformedFetch, AnOverlongItemEndsWithTheBody) {

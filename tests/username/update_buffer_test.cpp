@@ -1,6 +1,6 @@
 // The buffer that a local user is written into: its size, and what does not fit.
-#include "support/expected_line.h"
 #include "support/failing_block.h"
+#include "support/open_log.h"
 #include "username/user_records.h"
 
 namespace {
@@ -40,27 +40,23 @@ TEST_F(UpdateBuffer, WithoutMemoryGivesMinus3AndALineWithSizeAndName) {
   record_->password_count = 2;
   record_->block_count = 1;
   script(test::FailingBlock(1).scripts());
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(-3, update());
-  test::expect_line(log, "username_lib_update_user",
-                    "Failed to AAA_ALLOC(10352) for iov of user 'alice'.\r\n");
-  EXPECT_EQ(1u, log.lines().size());
+  log.expect_only("username_lib_update_user",
+                  "Failed to AAA_ALLOC(10352) for iov of user 'alice'.\r\n");
   EXPECT_TRUE(writes().empty());
 }
 
 TEST_F(UpdateBuffer, CountsBeyondAllMemoryCountAsNoMemory) {
-  record_->password_count = 0xffffffff;
-  EXPECT_EQ(-3, update());
-  record_->block_count = 0xffffffff;
-  EXPECT_EQ(-3, update());
-  // Their sizes would wrap around to small ones.
-  record_->password_count = 0x20000000;
-  record_->block_count = 0;
-  EXPECT_EQ(-3, update());
-  record_->password_count = 0;
-  record_->block_count = 0x10000000;
-  EXPECT_EQ(-3, update());
+  // The sizes of the last two would wrap around to small ones.
+  for (const auto& [passwords, blocks] : {std::pair{0xffffffffu, 0u},
+                                          {0xffffffffu, 0xffffffffu},
+                                          {0x20000000u, 0u},
+                                          {0u, 0x10000000u}}) {
+    record_->password_count = passwords;
+    record_->block_count = blocks;
+    EXPECT_EQ(-3, update()) << passwords << " passwords, " << blocks << " blocks";
+  }
   EXPECT_TRUE(writes().empty());
 }
 
@@ -68,8 +64,7 @@ TEST_F(UpdateBuffer, ANameWithoutNulEndsInTheLineWithItsField) {
   std::memset(record_->user_name, 'n', 65);
   std::memset(&record_->value_2, 'x', 4);
   script(test::FailingBlock(1).scripts());
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(-3, update());
   ASSERT_EQ(1u, log.lines().size());
   EXPECT_EQ(std::string::npos, log.lines()[0].text.find('x'));
