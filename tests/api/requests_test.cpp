@@ -33,104 +33,62 @@ std::int64_t submit_typed() {
   return request(&record, type);
 }
 
-const OneWayKind authentication = {
-    .name = "authentication",
-    .type = 5,
-    .display_name = "authen request",
-    .id = 0x0a0b0c0d,
-    .body = encoded_body(aaa_encap_authen_info, filled<authen_info>()),
-    .call = submit<authen_info, aaa_user_req_authen>,
-    .failed = -32,
-    .no_memory = -12,
-    .counters = {{0, 1, 2}},
-    .lines = {{"aaa_user_req_authen_sub", "send packet error with errno ", true}},
-    .blocks = 2,
-};
-const OneWayKind authorization = {
-    .name = "authorization",
-    .type = 6,
-    .display_name = "author request",
-    .id = 0x0a0b0c0d,
-    .body = encoded_body(aaa_encap_author_info, filled<author_info>()),
-    .call = submit<author_info, aaa_user_req_author>,
-    .failed = -32,
-    .no_memory = -12,
-    .lines = {{"aaa_user_req_author_sub", "send packet error with errno ", true}},
-    .blocks = 2,
-};
-const OneWayKind accounting = {
-    .name = "accounting",
-    .type = 7,
-    .display_name = "account request",
-    .id = 0x0a0b0c0d,
-    .body = encoded_body(aaa_encap_acct_info, filled<acct_info>()),
-    .call = submit<acct_info, aaa_user_req_acct>,
-    .failed = -32,
-    .no_memory = -12,
-    .counters = {{4, 5, 6}},
-    .lines = {{"aaa_user_req_acct_sub", "send packet error with errno ", true}},
-    .blocks = 2,
-    .no_body = -22,
-};
-const OneWayKind clear_user = {
-    .name = "clear_user",
-    .type = 19,
-    .display_name = "clear user",
-    .id = 0,
-    .body = hex("01020304"),  // the most significant byte first
-    .call = [] { return std::int64_t{aaa_clear_req_user(0x01020304)}; },
-};
-const OneWayKind interface_control = {
-    .name = "interface_control",
-    .type = 28,
-    .display_name = "interface control",
-    .id = 0,
-    .body = hex("01000000 55000000 99887766"),
-    .call =
-        [] {
-          const std::uint32_t words[3] = {1, 0x55, 0x66778899};
-          return std::int64_t{aaa_notify_ctrl_if_switch(words)};
-        },
-    .failed = -32,
-    .no_memory = -12,
-    .lines = {{"aaa_notify_ctrl_if_switch", "send pak error with errno ", true}},
-};
-
-// As it is without a registration, under another message type and without counters.
-template <class Record, std::int32_t (*request)(Record*, std::uint32_t), std::uint32_t session_id,
-          std::uint32_t type>
-OneWayKind typed(OneWayKind kind, std::string name, std::string display_name,
-                 std::uint32_t (*encode)(Record*, void**)) {
-  kind.name = std::move(name);
-  kind.type = type;
-  kind.display_name = std::move(display_name);
-  kind.id = session_id;
-  kind.body = encoded_body(encode, filled<Record>(session_id));
-  kind.call = submit_typed<Record, request, session_id, type>;
-  kind.not_alive = std::nullopt;
-  kind.counters = std::nullopt;
-  return kind;
+// A failed send is logged with errno.
+OneWayKind::Lines lines_of(std::string function) {
+  return {std::move(function), "send packet error with errno ", true};
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , OneWayRequests,
-    testing::Values(
-        authentication, authorization, accounting, clear_user, interface_control,
-        typed<authen_info, aaa_user_req_authen_sub, kSessionId, 5>(authentication,
-                                                                   "authentication_of_its_own_type",
-                                                                   "authen request",
-                                                                   aaa_encap_authen_info),
-        typed<author_info, aaa_user_req_author_sub, kSessionId, 6>(authorization,
-                                                                   "authorization_of_its_own_type",
-                                                                   "author request",
-                                                                   aaa_encap_author_info),
-        typed<authen_info, aaa_user_req_authen_sub, 0, 115>(authentication, "local_authentication",
-                                                            "local authen req",
-                                                            aaa_encap_authen_info),
-        typed<author_info, aaa_user_req_author_sub, 0, 116>(authorization, "local_authorization",
-                                                            "local author req",
-                                                            aaa_encap_author_info)),
-    one_way_name);
+std::int64_t control_interfaces() {
+  const std::uint32_t words[3] = {1, 0x55, 0x66778899};
+  return aaa_notify_ctrl_if_switch(words);
+}
+
+// clang-format off
+const OneWayKind authentication = {
+    "authentication", 5, "authen request", kSessionId,
+    encoded_body(aaa_encap_authen_info, filled<authen_info>()),
+    submit<authen_info, aaa_user_req_authen>,
+    {0, -32, -12, -1}, 2, {{0, 1, 2}}, lines_of("aaa_user_req_authen_sub")};
+const OneWayKind authorization = {
+    "authorization", 6, "author request", kSessionId,
+    encoded_body(aaa_encap_author_info, filled<author_info>()),
+    submit<author_info, aaa_user_req_author>,
+    {0, -32, -12, -1}, 2, {}, lines_of("aaa_user_req_author_sub")};
+const OneWayKind accounting = {
+    "accounting", 7, "account request", kSessionId,
+    encoded_body(aaa_encap_acct_info, filled<acct_info>()),
+    submit<acct_info, aaa_user_req_acct>,
+    {0, -32, -12, -1}, 2, {{4, 5, 6}}, lines_of("aaa_user_req_acct_sub"), true, -22};
+
+const OneWayKind one_way_requests[] = {
+    authentication,
+    authorization,
+    accounting,
+    // The most significant byte goes first.
+    {"clear_user", 19, "clear user", 0, hex("01020304"),
+     [] { return aaa_clear_req_user(0x01020304); },
+     {0, -1, -1, -1}, 1},
+    {"interface_control", 28, "interface control", 0, hex("01000000 55000000 99887766"),
+     control_interfaces,
+     {0, -32, -12, -1}, 1, {}, {{"aaa_notify_ctrl_if_switch", "send pak error with errno ", true}}},
+    {"typed_authentication", 5, "authen request", kSessionId, authentication.body,
+     submit_typed<authen_info, aaa_user_req_authen_sub, kSessionId, 5>,
+     {0, -32, -12, {}}, 2, {}, authentication.lines},
+    {"typed_authorization", 6, "author request", kSessionId, authorization.body,
+     submit_typed<author_info, aaa_user_req_author_sub, kSessionId, 6>,
+     {0, -32, -12, {}}, 2, {}, authorization.lines},
+    {"local_authentication", 115, "local authen req", 0,
+     encoded_body(aaa_encap_authen_info, filled<authen_info>(0)),
+     submit_typed<authen_info, aaa_user_req_authen_sub, 0, 115>,
+     {0, -32, -12, {}}, 2, {}, authentication.lines},
+    {"local_authorization", 116, "local author req", 0,
+     encoded_body(aaa_encap_author_info, filled<author_info>(0)),
+     submit_typed<author_info, aaa_user_req_author_sub, 0, 116>,
+     {0, -32, -12, {}}, 2, {}, authorization.lines},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), one_way_name);
 
 class UserRequests : public LinkedTest {
  protected:

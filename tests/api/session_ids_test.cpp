@@ -204,18 +204,11 @@ namespace test {
 namespace {
 
 // Of a block of one id each is an exchange.
+// clang-format off
 const ExchangeKind session_id = {
-    .name = "session_id",
-    .type = 3,
-    .body = hex("00000000 00000000"),
-    .call = [] { return std::int64_t{aaa_get_session_id()}; },
-    .answer = message_bytes(3, hex("64000000 01000000")),
-    .success = 100,
-    .no_answer = 0,
-    .other_type = 0,
-    .not_alive = 0,
-    .no_memory = 0,
-};
+    "session_id", 3, hex("00000000 00000000"), aaa_get_session_id,
+    message_bytes(3, hex("64000000 01000000")), 100, {0, 0, 0, 0}};
+// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(, Exchanges, testing::Values(session_id), exchange_name);
 INSTANTIATE_TEST_SUITE_P(, DirectExchanges, testing::Values(session_id), exchange_name);

@@ -5,216 +5,74 @@
 namespace test {
 namespace {
 
-const OneWayKind delete_user = {
-    .name = "delete_user",
-    .type = 8,
-    .display_name = "delete user",
-    .id = 0x0a0b0c0d,
-    .body = hex("0d0c0b0a 44332211"),
-    .call = [] { return std::int64_t{aaa_delete_user(0x0a0b0c0d, 0x11223344)}; },
-    .failed = 0,
-    .no_memory = 0,
-    .not_alive = 0,
-    .counters = {{18, 19}},
-};
-const OneWayKind move_out_delete_user = {
-    .name = "move_out_delete_user",
-    .type = 34,
-    .display_name = "move out delete user",
-    .id = 0x0a0b0c0d,
-    .body = hex("0d0c0b0a 44332211"),
-    .call = [] { return std::int64_t{aaa_move_out_delete_user(0x0a0b0c0d, 0x11223344)}; },
-    .failed = 0,
-    .no_memory = 0,
-    .not_alive = 0,
-    .counters = {{18, 19}},
-};
-const OneWayKind user_syn = {
-    .name = "user_syn",
-    .type = 10,
-    .display_name = "user synchronize",
-    .id = 5,
-    .body = hex("04030201 05000000 06000000 07000000") + std::string(16, '\0'),
-    .call =
-        [] {
-          const std::uint32_t words[3] = {5, 6, 7};
-          return std::int64_t{aaa_user_syn(0x01020304, words)};
-        },
-};
-const OneWayKind restore_user = {
-    .name = "restore_user",
-    .type = 11,
-    .display_name = "restore user",
-    .id = 0x0a0b0c0d,
-    .body = restored_block(),
-    .call =
-        [] {
-          const restore_user_info record = restorable_user();
-          return std::int64_t{aaa_restore_user(&record, 1)};
-        },
-    .counters = {{20, 21}},
-};
-const OneWayKind ha_user_syn = {
-    .name = "ha_user_syn",
-    .type = 20,
-    .display_name = "hot backup user sync",
-    .id = 5,
-    .body = restored_block(),
-    .call =
-        [] {
-          const restore_user_info record = restorable_user();
-          return std::int64_t{aaa_ha_user_syn(5, 0, &record, nullptr)};
-        },
-    .counters = {{22, 23}},
-};
-const OneWayKind method_result = {
-    .name = "method_result",
-    .type = 4,
-    .display_name = "send rare result",
-    .id = 0x0a0b0c0d,
-    .body = encoded_body(aaa_encap_result_info, own_result()),
-    .call =
-        [] {
-          result_info record = own_result();
-          return std::int64_t{aaa_method_add_result(&record)};
-        },
-    .failed = -32,
-    .no_memory = -12,
-    .lines = {{"aaa_method_add_result", "send packet error with errno ", false}},
-    .blocks = 2,
-};
-const OneWayKind group_state = {
-    .name = "group_state",
-    .type = 16,
-    .display_name = "set radius group state",
-    .id = 0,
-    .body = hex("0100 0400 67727000  0200 0400 04030201"),
-    .call =
-        [] {
-          aaa_set_rds_grp_sta("grp", 0x01020304);
-          return std::int64_t{0};
-        },
-    .failed = 0,
-    .no_memory = 0,
-    .not_alive = std::nullopt,
-    .blocks = 2,
-};
-const OneWayKind group_state_change = {
-    .name = "group_state_change",
-    .type = 17,
-    .display_name = "radius group state change",
-    .id = 0,
-    .body = "",
-    .call = [] { return std::int64_t{aaa_rds_grp_sta_chg()}; },
-    .failed = 0,
-    .no_memory = 0,
-    .not_alive = std::nullopt,
-};
-const OneWayKind dot1x_mib = {
-    .name = "dot1x_mib",
-    .type = 21,
-    .display_name = "dot1x mib",
-    .id = 0,
-    .body = hex("04030201 44332211"),
-    .call =
-        [] {
-          const std::uint32_t words[2] = {0x01020304, 0x11223344};
-          return std::int64_t{aaa_mib_from_dot1x(words)};
-        },
-};
-const OneWayKind radext_request = {
-    .name = "radext_request",
-    .type = 23,
-    .display_name = "radext request",
-    .id = 0,
-    .body = extension_block(),
-    .call =
-        [] {
-          const radext_msg record = extension();
-          return std::int64_t{aaa_lib_radext_msg_recv(&record)};
-        },
-    .sent = 1,
-    .failed = 0,
-    .no_memory = 0,
-    .not_alive = 0,
-    .blocks = 2,
-};
-const OneWayKind radext_result = {
-    .name = "radext_result",
-    .type = 24,
-    .display_name = "radext add result",
-    .id = 0,
-    .body = hex("01000000 02000000 03000000") + std::string(12, '\0'),
-    .call = [] { return std::int64_t{aaa_front_add_radext_result(1, 2, 3)}; },
-    .not_alive = std::nullopt,
-    .counters = {{25, 26}},
-};
-const OneWayKind radext_result2 = {
-    .name = "radext_result2",
-    .type = 24,
-    .display_name = "radext add result",
-    .id = 4,
-    .body = hex("01000000 02000000 03000000 04000000 05000000 06000000"),
-    .call =
-        [] {
-          const std::uint32_t words[6] = {1, 2, 3, 4, 5, 6};
-          return std::int64_t{aaa_front_add_radext_result2(words)};
-        },
-    .not_alive = std::nullopt,
-    .counters = {{25, 26}},
-};
-const OneWayKind password_result = {
-    .name = "password_result",
-    .type = 27,
-    .display_name = "Unknown msg",
-    .id = 0x01020304,
-    .body = hex("04030201 44332211"),
-    .call = [] { return std::int64_t{aaa_add_user_pwd_update_result(0x01020304, 0x11223344)}; },
-    .failed = 4,
-    .no_memory = 4,
-    .not_alive = std::nullopt,
-};
-const OneWayKind ldap_search = {
-    .name = "ldap_search",
-    .type = 32,
-    .display_name = "ldap search request",
-    .id = 0x0a0b0c0d,
-    .body = ldap_question_body(),
-    .call =
-        [] {
-          ldap_search_info info = ldap_question();
-          return std::int64_t{aaa_user_req_search_ldap_entry(&info)};
-        },
-    .failed = -32,
-    .no_memory = -12,
-    .lines = {{"aaa_user_req_search_ldap_entry_sub", "send packet error with errno ", true}},
-    .blocks = 2,
-};
-const OneWayKind ldap_result = {
-    .name = "ldap_result",
-    .type = 33,
-    .display_name = "ldap search result",
-    .id = 0x0a0b0c0d,
-    .body = ldap_answer_body(),
-    .call =
-        [] {
-          ldap_search_result result = ldap_answer();
-          return std::int64_t{aaa_add_ldap_search_result(&result)};
-        },
-    .failed = -32,
-    .no_memory = -12,
-    .lines = {{"aaa_add_ldap_search_result", "send packet error with errno ", false}},
-    .takes_the_lock = false,
-    .blocks = 2,
-};
+const restore_user_info sent_user = restorable_user();
+const radext_msg sent_message = extension();
+const std::uint32_t sent_words[] = {1, 2, 3, 4, 5, 6};
+result_info sent_result = own_result();
+ldap_search_info sent_question = ldap_question();
+ldap_search_result sent_answer = ldap_answer();
 
-INSTANTIATE_TEST_SUITE_P(, OneWayRequests,
-                         testing::Values(delete_user, move_out_delete_user, user_syn, restore_user,
-                                         ha_user_syn, method_result, group_state,
-                                         group_state_change, dot1x_mib, radext_request,
-                                         radext_result, radext_result2, password_result,
-                                         ldap_search, ldap_result),
-                         one_way_name);
+std::int64_t set_group_state() {
+  aaa_set_rds_grp_sta("grp", 0x01020304);
+  return 0;
+}
+
+const char kSendFailed[] = "send packet error with errno ";
+
+// clang-format off
+const OneWayKind one_way_requests[] = {
+    {"delete_user", 8, "delete user", 0x0a0b0c0d, hex("0d0c0b0a 44332211"),
+     [] { return aaa_delete_user(0x0a0b0c0d, 0x11223344); },
+     {0, 0, 0, 0}, 1, {{18, 19}}},
+    {"move_out_delete_user", 34, "move out delete user", 0x0a0b0c0d, hex("0d0c0b0a 44332211"),
+     [] { return aaa_move_out_delete_user(0x0a0b0c0d, 0x11223344); },
+     {0, 0, 0, 0}, 1, {{18, 19}}},
+    {"user_syn", 10, "user synchronize", 1,
+     hex("04030201 01000000 02000000 03000000") + std::string(16, '\0'),
+     [] { return aaa_user_syn(0x01020304, sent_words); },
+     {0, -1, -1, -1}, 1},
+    {"restore_user", 11, "restore user", 0x0a0b0c0d, restored_block(),
+     [] { return aaa_restore_user(&sent_user, 1); },
+     {0, -1, -1, -1}, 1, {{20, 21}}},
+    {"ha_user_syn", 20, "hot backup user sync", 5, restored_block(),
+     [] { return aaa_ha_user_syn(5, 0, &sent_user, nullptr); },
+     {0, -1, -1, -1}, 1, {{22, 23}}},
+    {"method_result", 4, "send rare result", 0x0a0b0c0d,
+     encoded_body(aaa_encap_result_info, own_result()),
+     [] { return aaa_method_add_result(&sent_result); },
+     {0, -32, -12, -1}, 2, {}, {{"aaa_method_add_result", kSendFailed, false}}},
+    {"group_state", 16, "set radius group state", 0,
+     hex("0100 0400 67727000  0200 0400 04030201"), set_group_state,
+     {0, 0, 0, {}}, 2},
+    {"group_state_change", 17, "radius group state change", 0, "", aaa_rds_grp_sta_chg,
+     {0, 0, 0, {}}, 1},
+    {"dot1x_mib", 21, "dot1x mib", 0, hex("01000000 02000000"),
+     [] { return aaa_mib_from_dot1x(sent_words); },
+     {0, -1, -1, -1}, 1},
+    {"radext_request", 23, "radext request", 0, extension_block(),
+     [] { return aaa_lib_radext_msg_recv(&sent_message); },
+     {1, 0, 0, 0}, 2},
+    {"radext_result", 24, "radext add result", 0,
+     hex("04030201 08070605 0c0b0a09") + std::string(12, '\0'),
+     [] { return aaa_front_add_radext_result(0x01020304, 0x05060708, 0x090a0b0c); },
+     {0, -1, -1, {}}, 1, {{25, 26}}},
+    {"radext_result2", 24, "radext add result", 4,
+     hex("01000000 02000000 03000000 04000000 05000000 06000000"),
+     [] { return aaa_front_add_radext_result2(sent_words); },
+     {0, -1, -1, {}}, 1, {{25, 26}}},
+    {"password_result", 27, "Unknown msg", 0x01020304, hex("04030201 44332211"),
+     [] { return aaa_add_user_pwd_update_result(0x01020304, 0x11223344); },
+     {0, 4, 4, {}}, 1},
+    {"ldap_search", 32, "ldap search request", 0x0a0b0c0d, ldap_question_body(),
+     [] { return aaa_user_req_search_ldap_entry(&sent_question); },
+     {0, -32, -12, -1}, 2, {}, {{"aaa_user_req_search_ldap_entry_sub", kSendFailed, true}}},
+    {"ldap_result", 33, "ldap search result", 0x0a0b0c0d, ldap_answer_body(),
+     [] { return aaa_add_ldap_search_result(&sent_answer); },
+     {0, -32, -12, -1}, 2, {}, {{"aaa_add_ldap_search_result", kSendFailed, false}}, false},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), one_way_name);
 
 }  // namespace
 }  // namespace test

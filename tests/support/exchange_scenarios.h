@@ -2,6 +2,7 @@
 // program includes this and instantiates Exchanges with the program's functions.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -16,20 +17,22 @@
 namespace test {
 
 struct ExchangeKind {
+  // Of a call that gets no answer, that gets the answer's body under another type, and when the
+  // first block cannot be had, which is the body's. Without a registration: nothing where the call
+  // does not ask for it.
+  struct Results {
+    std::int64_t no_answer, other_type, no_memory;
+    std::optional<std::int64_t> not_alive;
+  };
+
   std::string name;
   std::uint32_t type;
   std::string body;
-  std::int64_t (*call)();
+  std::function<std::int64_t()> call;
   // An answer with which the call succeeds, and what it then returns.
   std::string answer;
   std::int64_t success;
-  std::int64_t no_answer;
-  // The answer's body under another type.
-  std::int64_t other_type;
-  // Without a registration; nothing where the call does not ask for it.
-  std::optional<std::int64_t> not_alive;
-  // When the first block cannot be had, which is the body's.
-  std::int64_t no_memory;
+  Results results;
   std::uint32_t id = 0;
 };
 
@@ -69,21 +72,21 @@ TEST_P(Exchanges, AskForTheRegistrationOrDoWithoutIt) {
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
     aaa::set_reg_state(state);
-    EXPECT_EQ(GetParam().not_alive.value_or(GetParam().success), answered_call()) << state;
+    EXPECT_EQ(GetParam().results.not_alive.value_or(GetParam().success), answered_call()) << state;
   }
-  EXPECT_EQ(GetParam().not_alive ? 0u : 4u, writes().size());
+  EXPECT_EQ(GetParam().results.not_alive ? 0u : 4u, writes().size());
   EXPECT_TRUE(counters.all_unchanged());
 }
 
 TEST_P(Exchanges, ARequestThatCannotBeSentHasNoAnswer) {
   next_write_fails(EPIPE);
-  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_EQ(GetParam().results.no_answer, call());
   EXPECT_TRUE(is_free(aaa_lib_lock));
 }
 
 TEST_P(Exchanges, AnAaadThatClosesTheConnectionGivesNoAnswer) {
   during_writes([this] { link_.close_peer(); });
-  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_EQ(GetParam().results.no_answer, call());
   EXPECT_TRUE(is_free(aaa_lib_lock));
 }
 
@@ -93,7 +96,7 @@ TEST_P(Exchanges, ASilentAaadGivesNoAnswer) {
     clock.advance(2);
     return std::optional<ssize_t>(fails(EAGAIN));
   }});
-  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_EQ(GetParam().results.no_answer, call());
   EXPECT_EQ(1u, writes().size());
 }
 
@@ -102,7 +105,7 @@ TEST_P(Exchanges, AnAnswerThatEndsInItsHeaderIsNone) {
     link_.peer_writes(GetParam().answer.substr(0, 15));
     link_.close_peer();
   });
-  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_EQ(GetParam().results.no_answer, call());
 }
 
 TEST_P(Exchanges, AnAnswerThatEndsInItsBodyIsNone) {
@@ -110,12 +113,12 @@ TEST_P(Exchanges, AnAnswerThatEndsInItsBodyIsNone) {
     link_.peer_writes(GetParam().answer.substr(0, GetParam().answer.size() - 1));
     link_.close_peer();
   });
-  EXPECT_EQ(GetParam().no_answer, call());
+  EXPECT_EQ(GetParam().results.no_answer, call());
 }
 
 TEST_P(Exchanges, AnAnswerOfAnotherTypeGivesItsResult) {
   aaad_answers(message_bytes(103, GetParam().answer.substr(16)));
-  EXPECT_EQ(GetParam().other_type, call());
+  EXPECT_EQ(GetParam().results.other_type, call());
 }
 
 TEST_P(DirectExchanges, WhatAnEarlierExchangeLeftUnreadIsNotTheAnswer) {
@@ -126,7 +129,7 @@ TEST_P(DirectExchanges, WhatAnEarlierExchangeLeftUnreadIsNotTheAnswer) {
 TEST_P(Exchanges, NoMemoryForTheBodySendsNothing) {
   const FailingBlock failing(1);
   script(failing.scripts());
-  EXPECT_EQ(GetParam().no_memory, answered_call());
+  EXPECT_EQ(GetParam().results.no_memory, answered_call());
   EXPECT_TRUE(failing.happened());
   EXPECT_TRUE(writes().empty());
 }
@@ -136,7 +139,8 @@ TEST_P(Exchanges, NoMemoryForTheMessageOrTheAnswerIsNoAnswer) {
     const FailingBlock failing(block);
     script(failing.scripts());
     const std::int64_t result = answered_call();
-    EXPECT_EQ(failing.happened() ? GetParam().no_answer : GetParam().success, result) << block;
+    EXPECT_EQ(failing.happened() ? GetParam().results.no_answer : GetParam().success, result)
+        << block;
   }
 }
 

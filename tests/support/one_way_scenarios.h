@@ -2,6 +2,7 @@
 // includes this and instantiates OneWayRequests with the program's requests.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -17,6 +18,12 @@
 namespace test {
 
 struct OneWayKind {
+  // Of a call that is sent, whose write fails with EPIPE, that finds no memory for a block, and
+  // without a registration: nothing where the call does not ask for it.
+  struct Results {
+    std::int64_t sent, failed, no_memory;
+    std::optional<std::int64_t> not_alive;
+  };
   struct Counters {
     std::size_t requests, failures;
     // The sum of the times, with the longest time behind it.
@@ -34,18 +41,12 @@ struct OneWayKind {
   std::string display_name;
   std::uint32_t id;
   std::string body;
-  std::int64_t (*call)();
-  std::int64_t sent = 0;
-  // When the write fails with EPIPE, and when any block cannot be had.
-  std::int64_t failed = -1;
-  std::int64_t no_memory = -1;
-  // Without a registration; nothing where the call does not ask for it.
-  std::optional<std::int64_t> not_alive = -1;
+  std::function<std::int64_t()> call;
+  Results results;
+  int blocks;  // in all, of which the last is the message's
   std::optional<Counters> counters = {};
   std::optional<Lines> lines = {};
   bool takes_the_lock = true;
-  // Blocks in all, of which the last is the message's.
-  int blocks = 1;
   // When the block of the body cannot be had, if that is another result.
   std::optional<std::int64_t> no_body = {};
 };
@@ -83,7 +84,7 @@ class OneWayRequests : public LinkedTest, public testing::WithParamInterface<One
 
 TEST_P(OneWayRequests, WriteTheHeaderWithTheIdAndTheBody) {
   const LibraryCounters counters;
-  EXPECT_EQ(GetParam().sent, call());
+  EXPECT_EQ(GetParam().results.sent, call());
   const std::string& message = only_write();
   EXPECT_EQ(hex("01010101"), message.substr(0, 4));
   EXPECT_EQ(GetParam().id, word_at(message, 4));
@@ -98,17 +99,18 @@ TEST_P(OneWayRequests, AskForTheRegistrationOrDoWithoutIt) {
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
     aaa::set_reg_state(state);
-    EXPECT_EQ(GetParam().not_alive.value_or(GetParam().sent), call()) << state;
+    EXPECT_EQ(GetParam().results.not_alive.value_or(GetParam().results.sent), call()) << state;
   }
-  EXPECT_EQ(GetParam().not_alive ? 0u : 4u, writes().size());
-  expect_counted(counters, GetParam().not_alive ? 0 : 4, 0);
-  EXPECT_TRUE(!GetParam().not_alive || counters.all_unchanged()) << "not even a time is kept";
+  EXPECT_EQ(GetParam().results.not_alive ? 0u : 4u, writes().size());
+  expect_counted(counters, GetParam().results.not_alive ? 0 : 4, 0);
+  EXPECT_TRUE(!GetParam().results.not_alive || counters.all_unchanged())
+      << "not even a time is kept";
 }
 
 TEST_P(OneWayRequests, CountAFailureAndLeaveNothingWhenTheWriteFails) {
   const LibraryCounters counters;
   next_write_fails(EPIPE);
-  EXPECT_EQ(GetParam().failed, call());
+  EXPECT_EQ(GetParam().results.failed, call());
   EXPECT_EQ(1u, writes().size());
   expect_counted(counters, 1, 1);
   EXPECT_TRUE(is_free(aaa_lib_lock));
@@ -119,7 +121,7 @@ TEST_P(OneWayRequests, CountAFailureAndSendNothingWhenAnyBlockIsMissing) {
   for (int block = 1; block <= GetParam().blocks; ++block) {
     SCOPED_TRACE("block " + std::to_string(block));
     const bool is_message = block == GetParam().blocks;
-    const std::int64_t no_memory = GetParam().no_memory;
+    const std::int64_t no_memory = GetParam().results.no_memory;
     script(FailingBlock(block).scripts());
     const LibraryCounters counters;
     const OpenLog log;
@@ -134,7 +136,7 @@ TEST_P(OneWayRequests, CountAFailureAndSendNothingWhenAnyBlockIsMissing) {
   }
   const LibraryCounters counters;
   script({});
-  EXPECT_EQ(GetParam().sent, call());
+  EXPECT_EQ(GetParam().results.sent, call());
   EXPECT_EQ(GetParam().blocks, static_cast<int>(counters.blocks_allocated()));
   EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
 }
@@ -190,7 +192,7 @@ TEST_P(OneWayRequests, LogNothingWhileTheGateIsClosed) {
 TEST_P(OneWayRequests, AreQueuedWhileTheFlushThreadRuns) {
   const QueueInUse queue;
   const LibraryCounters counters;
-  EXPECT_EQ(GetParam().sent, call());
+  EXPECT_EQ(GetParam().results.sent, call());
   EXPECT_TRUE(writes().empty());
   EXPECT_EQ(1u, g_send_buf_msg_cnt);
   EXPECT_EQ(GetParam().type, word_at(queue.held(), 8));
