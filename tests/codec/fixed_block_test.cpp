@@ -9,194 +9,85 @@
 namespace test {
 namespace {
 
-void describe(BlockSample<authen_info>& sample) {
+// clang-format off
+void describe(BlockSample<authen_info>& s) {
   using R = authen_info;
-  sample.same(0, &R::num_a);
-  sample.low_byte(4, &R::code_a);
-  sample.low_byte(5, &R::code_b);
-  sample.low_byte(6, &R::code_c);
-  sample.flag(7, &R::flag_a);
-  sample.flag(8, &R::flag_b);
-  sample.flag(9, &R::flag_c);
-  sample.same(10, &R::byte_a);
-  sample.same(11, &R::octets6_a);
-  sample.same(17, &R::octets6_b);
-  sample.same(23, &R::octets6_c);
-  sample.same(29, &R::octets100_a);
-  sample.cut_text(129, &R::chars33_a);
-  sample.same(162, &R::octets36_a);
-  sample.cut_text(198, &R::chars65_a);
-  sample.same(263, &R::octets64_a);
-  sample.same(327, &R::octets64_b);
-  sample.same(391, &R::byte_c);
-  sample.same(392, &R::short_a);
-  sample.same(396, &R::num_b);
-  sample.same(400, &R::session_id);
-  sample.same(404, &R::num_c);
-  sample.same(408, &R::num_d);
-  sample.same(412, &R::num_e);
-  sample.same(416, &R::num_f);
-  sample.same(420, &R::num_g);
-  sample.same(424, &R::num_h);
-  sample.same(428, &R::num_i);
-  sample.same(432, &R::num_j);
-  sample.same(436, &R::num_k);
-  sample.same(440, &R::num_l);
-  sample.same(444, &R::num_m);
-  sample.same(448, &R::num_n);
-  sample.same(452, &R::num_o);
-  sample.same(456, &R::ext_data_len);
-  sample.same(460, &R::num_p);
-  sample.same(464, &R::num_q);
-  sample.same(472, &R::octets128_a);
-  sample.same(600, &R::short_b);
-  sample.same(602, &R::short_c);
-  sample.same(604, &R::byte_b);
-  sample.same(608, &R::octets16_a);
-  sample.same(624, &R::octets16_b);
-  sample.same(640, &R::octets16_c);
-  sample.flag(656, &R::flag_d);
-  sample.same(664, &R::wide_a);
-  sample.same(672, &R::octets100_b);
-  sample.same(772, &R::num_r);
-  sample.cut_text(776, &R::chars7_a);
-  sample.same(809, &R::byte_d);
-  sample.same(810, &R::octets32_a);
-  sample.same(842, &R::octets32_b);
-  sample.same(874, &R::octets32_c);
-  sample.same(908, &R::num_s);
-  sample.same(912, &R::num_t);
-  sample.same(916, &R::num_u);
-  sample.same(920, &R::octets256_a);
-  sample.same(1176, &R::num_v);
-  sample.not_carried(&R::local_word);
-  sample.not_carried(&R::local_pad);
+  s.same(0, &R::num_a);            s.low_byte(4, &R::code_a);       s.low_byte(5, &R::code_b);
+  s.low_byte(6, &R::code_c);       s.flag(7, &R::flag_a);           s.flag(8, &R::flag_b);
+  s.flag(9, &R::flag_c);           s.same(10, &R::byte_a);          s.same(11, &R::octets6_a);
+  s.same(17, &R::octets6_b);       s.same(23, &R::octets6_c);       s.same(29, &R::octets100_a);
+  s.cut_text(129, &R::chars33_a);  s.same(162, &R::octets36_a);     s.cut_text(198, &R::chars65_a);
+  s.same(263, &R::octets64_a);     s.same(327, &R::octets64_b);     s.same(391, &R::byte_c);
+  s.same(392, &R::short_a);        s.same(396, &R::num_b);          s.same(400, &R::session_id);
+  s.same(404, &R::num_c);          s.same(408, &R::num_d);          s.same(412, &R::num_e);
+  s.same(416, &R::num_f);          s.same(420, &R::num_g);          s.same(424, &R::num_h);
+  s.same(428, &R::num_i);          s.same(432, &R::num_j);          s.same(436, &R::num_k);
+  s.same(440, &R::num_l);          s.same(444, &R::num_m);          s.same(448, &R::num_n);
+  s.same(452, &R::num_o);          s.same(456, &R::ext_data_len);   s.same(460, &R::num_p);
+  s.same(464, &R::num_q);          s.same(472, &R::octets128_a);    s.same(600, &R::short_b);
+  s.same(602, &R::short_c);        s.same(604, &R::byte_b);         s.same(608, &R::octets16_a);
+  s.same(624, &R::octets16_b);     s.same(640, &R::octets16_c);     s.flag(656, &R::flag_d);
+  s.same(664, &R::wide_a);         s.same(672, &R::octets100_b);    s.same(772, &R::num_r);
+  s.cut_text(776, &R::chars7_a);   s.same(809, &R::byte_d);         s.same(810, &R::octets32_a);
+  s.same(842, &R::octets32_b);     s.same(874, &R::octets32_c);     s.same(908, &R::num_s);
+  s.same(912, &R::num_t);          s.same(916, &R::num_u);          s.same(920, &R::octets256_a);
+  s.same(1176, &R::num_v);         s.not_carried(&R::local_word);   s.not_carried(&R::local_pad);
 }
 
-void describe(BlockSample<author_info>& sample) {
+void describe(BlockSample<author_info>& s) {
   using R = author_info;
-  sample.same(0, &R::num_a);
-  sample.low_byte(4, &R::code_a);
-  sample.low_byte(5, &R::code_b);
-  sample.same(8, &R::session_id);
-  sample.same(12, &R::num_b);
-  sample.same(20, &R::octets128_a);
-  sample.same(148, &R::short_a);
-  sample.same(150, &R::short_b);
-  sample.flag(152, &R::flag_a);
-  sample.not_carried(&R::local_word);
+  s.same(0, &R::num_a);            s.low_byte(4, &R::code_a);       s.low_byte(5, &R::code_b);
+  s.same(8, &R::session_id);       s.same(12, &R::num_b);           s.same(20, &R::octets128_a);
+  s.same(148, &R::short_a);        s.same(150, &R::short_b);        s.flag(152, &R::flag_a);
+  s.not_carried(&R::local_word);
 }
 
-void describe(BlockSample<acct_info>& sample) {
+void describe(BlockSample<acct_info>& s) {
   using R = acct_info;
-  sample.same(0, &R::num_a);
-  sample.low_byte(4, &R::code_a);
-  sample.low_byte(5, &R::code_b);
-  sample.low_byte(6, &R::code_c);
-  sample.same(7, &R::byte_a);
-  sample.same(8, &R::octets6_a);
-  sample.same(14, &R::octets6_b);
-  sample.same(20, &R::octets6_c);
-  sample.same(26, &R::octets100_a);
-  sample.same(126, &R::words8_a);
-  sample.same(158, &R::byte_b);
-  sample.same(159, &R::chars65_a);
-  sample.same(224, &R::words32_a);
-  sample.same(352, &R::byte_d);
-  sample.same(354, &R::short_a);
-  sample.same(356, &R::num_f);
-  sample.same(360, &R::num_c);
-  sample.same(364, &R::num_d);
-  sample.same(368, &R::num_e);
-  sample.same(372, &R::num_b);
-  sample.same(376, &R::words8_b);
-  sample.same(408, &R::session_id);
-  sample.same(412, &R::num_g);
-  sample.same(416, &R::num_k);
-  sample.same(420, &R::words4_a);
-  sample.same(436, &R::num_i);
-  sample.same(440, &R::num_j);
-  sample.same(444, &R::words7_a);
-  sample.same(472, &R::byte_c);
-  sample.same(476, &R::octets16_a);
-  sample.same(492, &R::octets16_b);
-  sample.same(508, &R::octets16_c);
-  sample.same(524, &R::num_h);
-  sample.same(528, &R::octets128_a);
-  sample.same(656, &R::short_b);
-  sample.same(658, &R::short_c);
-  sample.flag(660, &R::flag_a);
-  sample.same(664, &R::octets100_b);
-  sample.same(764, &R::num_l);
-  sample.flag(768, &R::flag_b);
-  sample.not_carried(&R::local_word);
+  s.same(0, &R::num_a);            s.low_byte(4, &R::code_a);       s.low_byte(5, &R::code_b);
+  s.low_byte(6, &R::code_c);       s.same(7, &R::byte_a);           s.same(8, &R::octets6_a);
+  s.same(14, &R::octets6_b);       s.same(20, &R::octets6_c);       s.same(26, &R::octets100_a);
+  s.same(126, &R::words8_a);       s.same(158, &R::byte_b);         s.same(159, &R::chars65_a);
+  s.same(224, &R::words32_a);      s.same(352, &R::byte_d);         s.same(354, &R::short_a);
+  s.same(356, &R::num_f);          s.same(360, &R::num_c);          s.same(364, &R::num_d);
+  s.same(368, &R::num_e);          s.same(372, &R::num_b);          s.same(376, &R::words8_b);
+  s.same(408, &R::session_id);     s.same(412, &R::num_g);          s.same(416, &R::num_k);
+  s.same(420, &R::words4_a);       s.same(436, &R::num_i);          s.same(440, &R::num_j);
+  s.same(444, &R::words7_a);       s.same(472, &R::byte_c);         s.same(476, &R::octets16_a);
+  s.same(492, &R::octets16_b);     s.same(508, &R::octets16_c);     s.same(524, &R::num_h);
+  s.same(528, &R::octets128_a);    s.same(656, &R::short_b);        s.same(658, &R::short_c);
+  s.flag(660, &R::flag_a);         s.same(664, &R::octets100_b);    s.same(764, &R::num_l);
+  s.flag(768, &R::flag_b);         s.not_carried(&R::local_word);
 }
 
-void describe(BlockSample<result_info_sub>& sample) {
+void describe(BlockSample<result_info_sub>& s) {
   using R = result_info_sub;
-  sample.same(0, &R::num_a);
-  sample.low_byte(4, &R::code_a);
-  sample.low_byte(5, &R::code_b);
-  sample.low_byte(6, &R::code_c);
-  sample.low_byte(7, &R::code_d);
-  sample.low_byte(8, &R::code_e);
-  sample.low_byte(9, &R::code_f);
-  sample.low_byte(10, &R::code_g);
-  sample.same(11, &R::chars65_a);
-  sample.same(76, &R::octets256_a);
-  sample.same(332, &R::words16_a);
-  sample.same(396, &R::chars65_b);
-  sample.same(461, &R::chars65_c);
-  sample.same(526, &R::num_e);
-  sample.same(530, &R::short_c);
-  sample.low_byte(532, &R::code_h);
-  sample.same(533, &R::byte_a);
-  sample.same(534, &R::words8_a);
-  sample.same(566, &R::byte_b);
-  sample.wide_flag(568, &R::flag_a);
-  sample.same(572, &R::session_id);
-  sample.same(576, &R::num_b);
-  sample.same(580, &R::words5_a);
-  sample.same(600, &R::num_c);
-  sample.same(604, &R::words19_a);
-  sample.same(680, &R::octets276_a);
-  sample.same(956, &R::num_d);
-  sample.same(960, &R::words4_a);
-  sample.same(976, &R::ext_data_len);
-  sample.same(980, &R::words5_b);
-  sample.received_only(1000, &R::octets128_b);
-  sample.same(1128, &R::octets128_a);
-  sample.same(1256, &R::short_a);
-  sample.same(1258, &R::short_b);
-  sample.flag(1260, &R::flag_b);
-  sample.same(1264, &R::num_f);
-  sample.same(1272, &R::wide_a);
-  sample.not_carried(&R::local_word);
-  sample.not_carried(&R::local_block);
-  sample.not_carried(&R::local_tail);
-  sample.not_carried(&R::local_last);
+  s.same(0, &R::num_a);            s.low_byte(4, &R::code_a);       s.low_byte(5, &R::code_b);
+  s.low_byte(6, &R::code_c);       s.low_byte(7, &R::code_d);       s.low_byte(8, &R::code_e);
+  s.low_byte(9, &R::code_f);       s.low_byte(10, &R::code_g);      s.same(11, &R::chars65_a);
+  s.same(76, &R::octets256_a);     s.same(332, &R::words16_a);      s.same(396, &R::chars65_b);
+  s.same(461, &R::chars65_c);      s.same(526, &R::num_e);          s.same(530, &R::short_c);
+  s.low_byte(532, &R::code_h);     s.same(533, &R::byte_a);         s.same(534, &R::words8_a);
+  s.same(566, &R::byte_b);         s.wide_flag(568, &R::flag_a);    s.same(572, &R::session_id);
+  s.same(576, &R::num_b);          s.same(580, &R::words5_a);       s.same(600, &R::num_c);
+  s.same(604, &R::words19_a);      s.same(680, &R::octets276_a);    s.same(956, &R::num_d);
+  s.same(960, &R::words4_a);       s.same(976, &R::ext_data_len);   s.same(980, &R::words5_b);
+  s.received_only(1000, &R::octets128_b);                           s.same(1128, &R::octets128_a);
+  s.same(1256, &R::short_a);       s.same(1258, &R::short_b);       s.flag(1260, &R::flag_b);
+  s.same(1264, &R::num_f);         s.same(1272, &R::wide_a);        s.not_carried(&R::local_word);
+  s.not_carried(&R::local_block);  s.not_carried(&R::local_tail);   s.not_carried(&R::local_last);
 }
 
-void describe(BlockSample<restore_user_info>& sample) {
+void describe(BlockSample<restore_user_info>& s) {
   using R = restore_user_info;
-  sample.same(0, &R::num_a);
-  sample.same(4, &R::octets6_a);
-  sample.same(10, &R::octets6_b);
-  sample.same(16, &R::chars253_a);
-  sample.same(270, &R::octets64_a);
-  sample.low_byte(335, &R::code_a);
-  sample.same(336, &R::num_b);
-  sample.same(340, &R::num_c);
-  sample.same(348, &R::num_d);
-  sample.same(352, &R::octets16_a);
-  sample.same(368, &R::num_e);
-  sample.same(372, &R::num_f);
-  sample.same(376, &R::octets6_c);
-  sample.same(384, &R::num_g);
-  sample.same(388, &R::num_h);
-  sample.not_carried(&R::local_a);
-  sample.not_carried(&R::local_b);
+  s.same(0, &R::num_a);            s.same(4, &R::octets6_a);        s.same(10, &R::octets6_b);
+  s.same(16, &R::chars253_a);      s.same(270, &R::octets64_a);     s.low_byte(335, &R::code_a);
+  s.same(336, &R::num_b);          s.same(340, &R::num_c);          s.same(348, &R::num_d);
+  s.same(352, &R::octets16_a);     s.same(368, &R::num_e);          s.same(372, &R::num_f);
+  s.same(376, &R::octets6_c);      s.same(384, &R::num_g);          s.same(388, &R::num_h);
+  s.not_carried(&R::local_a);      s.not_carried(&R::local_b);
 }
+// clang-format on
 
 // The fields of the block, which a result keeps in a record of their own.
 template <typename Record>
