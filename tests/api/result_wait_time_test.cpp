@@ -65,30 +65,56 @@ TEST_F(ResultWaitTime, TheRecordOfAForeignResultIsNotReleasedNorLoggedBehindAClo
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(ResultWaitTime, AfterAForeignResultTheRestOfTheTimeIsWaited) {
-  foreign_results(2);
-  const ScriptedCalls calls(waits_end({with_datagram(3), with_datagram(4)}));
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_THAT(timeouts(), ElementsAre(10000, 7000, 3000));
-}
+// A wait of 10 seconds for a session whose result does not come.
+struct Course {
+  // How each call of poll() ends: after so many seconds, with a result or, without one, with a
+  // foreign result.
+  struct End {
+    int seconds;
+    std::optional<int> result = {};
+  };
 
-TEST_F(ResultWaitTime, ForeignResultsWithinASecondDoNotShortenTheWait) {
-  foreign_results(3);
-  const ScriptedCalls calls(waits_end({with_datagram(), with_datagram(), with_datagram()}));
-  wait_for(9, 1);
-  EXPECT_THAT(timeouts(), ElementsAre(1000, 1000, 1000, 1000));
-}
+  std::string name;
+  std::vector<End> ends;
+  std::vector<int> timeouts;  // in milliseconds
+  std::size_t timeout_lines;
+};
 
-TEST_F(ResultWaitTime, ForeignResultsThatUseUpTheTimeEndTheWaitWithoutATimeoutLine) {
-  foreign_results(2);
-  for (const int seconds : {10, 50}) {
-    const ScriptedCalls calls(waits_end({with_datagram(seconds)}));
-    const std::size_t waits = timeouts().size();
-    const test::OpenLog log;
-    EXPECT_EQ(-22, wait_for(9, 10)) << seconds;
-    EXPECT_EQ(waits + 1, timeouts().size()) << seconds;
-    EXPECT_EQ(0u, log.count(kTimeout)) << seconds;
+const int kInterrupted = -1;  // by a signal
+
+const Course courses[] = {
+    {"foreign_results_leave_the_rest_of_the_time", {{3}, {4}}, {10000, 7000, 3000}, 1},
+    {"foreign_results_within_a_second_take_none", {{0}, {0}, {0}}, {10000, 10000, 10000, 10000}, 1},
+    {"a_foreign_result_uses_up_the_time", {{10}}, {10000}, 0},
+    {"a_foreign_result_comes_after_the_time", {{50}}, {10000}, 0},
+    {"interruptions_leave_the_rest_of_the_time",
+     {{2, kInterrupted}, {0, kInterrupted}},
+     {10000, 8000, 8000},
+     1},
+    {"an_interruption_uses_up_the_time", {{30, kInterrupted}}, {10000}, 0},
+    {"a_datagram_that_somebody_else_took_is_not_waited_for", {{4, 1}}, {10000, 6000}, 1},
+};
+
+class WaitCourses : public ResultWaitTime, public testing::WithParamInterface<Course> {};
+
+INSTANTIATE_TEST_SUITE_P(, WaitCourses, testing::ValuesIn(courses),
+                         [](const auto& course) { return course.param.name; });
+
+TEST_P(WaitCourses, GiveMinus22AfterTheirTime) {
+  std::deque<Wait> waits;
+  int foreign = 0;
+  for (const auto& [seconds, result] : GetParam().ends) {
+    foreign += result ? 0 : 1;
+    waits.push_back(result == kInterrupted ? with_error(EINTR, seconds) : ending(seconds, result));
   }
+  foreign_results(foreign);
+  const ScriptedCalls calls(waits_end(waits));
+  const test::OpenLog log;
+  EXPECT_EQ(-22, wait_for(9, 10));
+  EXPECT_EQ(GetParam().timeouts, timeouts());
+  EXPECT_EQ(GetParam().timeout_lines, log.count(kTimeout));
+  EXPECT_EQ(static_cast<std::size_t>(foreign), log.count(kForeign));
+  EXPECT_EQ(foreign + GetParam().timeout_lines, log.lines().size());
 }
 
 TEST_F(ResultWaitTime, WithATimeoutOf0OneForeignResultEndsTheWait) {
@@ -113,31 +139,6 @@ TEST_F(ResultWaitTime, OnlyTheWaitingTakesTime) {
   const ScriptedCalls calls(scripts);
   wait_for(9, 10);
   EXPECT_THAT(timeouts(), ElementsAre(10000, 10000));
-}
-
-TEST_F(ResultWaitTime, AnInterruptedWaitGoesOnWithTheTimeLeftAndNoLine) {
-  const ScriptedCalls calls(waits_end({with_error(EINTR, 2), with_error(EINTR)}));
-  const test::OpenLog log;
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_THAT(timeouts(), ElementsAre(10000, 8000, 8000));
-  EXPECT_EQ(1u, log.lines().size()) << "more than the timeout's line";
-}
-
-TEST_F(ResultWaitTime, InterruptionsThatUseUpTheTimeEndTheWaitWithoutALine) {
-  const ScriptedCalls calls(waits_end({with_error(EINTR, 30)}));
-  const test::OpenLog log;
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_EQ(1u, timeouts().size());
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(ResultWaitTime, ADatagramThatSomebodyElseTookIsNotWaitedForInTheReceive) {
-  const ScriptedCalls calls(waits_end({ending(4, 1)}));
-  const test::OpenLog log;
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_THAT(timeouts(), ElementsAre(10000, 6000));
-  EXPECT_EQ(1u, log.count(kTimeout));
-  EXPECT_EQ(1u, log.lines().size());
 }
 
 TEST_F(ResultWaitTime, ASignalDoesNotEndTheWait) {

@@ -27,16 +27,16 @@ class Update : public test::UserRecordTest {
 };
 
 TEST_F(Update, WritesEveryFieldInItsOrder) {
-  record_.set_name("al");
-  set(record_->string_19, "19");
-  record_->value_2 = 2;
-  record_->value_5 = 5;
-  record_->flag_7 = record_->flag_8 = record_->flag_9 = 1;
-  record_->value_10 = 10;
-  record_->value_12 = 12;
-  record_->value_13 = 13;
-  record_->value_20 = 20;
-  record_.add_password("pw");
+  set_name("al");
+  set(record_.string_19, "19");
+  record_.value_2 = 2;
+  record_.value_5 = 5;
+  record_.flag_7 = record_.flag_8 = record_.flag_9 = 1;
+  record_.value_10 = 10;
+  record_.value_12 = 12;
+  record_.value_13 = 13;
+  record_.value_20 = 20;
+  add_password("pw");
   EXPECT_EQ(hex("01000000 0a000000 616c"
                 "02000000 0c000000 02000000"
                 "13000000 0a000000 3139"
@@ -55,7 +55,7 @@ TEST_F(Update, WritesEveryFieldInItsOrder) {
 
 TEST_F(Update, NumbersOf0AreSentAndFlagsThatAreNotSetAndAnEmptyNameAreNot) {
   EXPECT_EQ(number_item(2, 0) + kZeros5To13, sent());
-  record_->flag_8 = 255;
+  record_.flag_8 = 255;
   EXPECT_EQ(number_item(2, 0) + number_item(5, 0) + number_item(8, 1) + number_item(10, 0) +
                 number_item(12, 0) + number_item(20, 0) + number_item(13, 0),
             sent());
@@ -75,57 +75,57 @@ TEST_F(Update, OneOfFlag4String19AndString18IsSent) {
       {0, "eighteen", a129, ""},
   };
   for (const auto& [flag_4, string_18, string_19, expected] : records) {
-    record_->flag_4 = flag_4;
-    set(record_->string_18, string_18);
-    set(record_->string_19, string_19);
+    record_.flag_4 = flag_4;
+    set(record_.string_18, string_18);
+    set(record_.string_19, string_19);
     EXPECT_EQ(number_item(2, 0) + expected + kZeros5To13, sent()) << string_18 << ", " << string_19;
   }
 }
 
 TEST_F(Update, ANameThatFillsItsFieldIsSent) {
   const std::string name(64, 'a');
-  record_.set_name(name);
+  set_name(name);
   EXPECT_EQ(item(1, name) + number_item(2, 0) + kZeros5To13, sent());
 }
 
 TEST_F(Update, ANameThatRunsOn248CharactersIsNotSent) {
-  std::memset(record_.get(), 'u', 248);
+  std::memset(&record_, 'u', 248);
   EXPECT_EQ(number_item(2, 0x75757575), sent().substr(0, 12));
 }
 
 TEST_F(Update, PasswordsGoFromTheBackOfTheListToItsFront) {
   for (const char* text : {"one", "two", "three"})
-    record_.add_password(text);
+    add_password(text);
   EXPECT_EQ(number_item(2, 0) + kZeros5To13 + item(6, "one") + item(6, "two") + item(6, "three"),
             sent());
 }
 
 TEST_F(Update, PasswordsThatAreEmptyOrOver247CharactersAreLeftOut) {
-  record_.add_password("one");
-  record_.add_password("");
-  record_.add_password(std::string(247, 'p'));
-  record_.add_password(std::string(248, 'q'));
-  record_.add_password(std::string(256, 'r'));
-  record_.add_password("two");
+  add_password("one");
+  add_password("");
+  add_password(std::string(247, 'p'));
+  add_password(std::string(248, 'q'));
+  add_password(std::string(256, 'r'));
+  add_password("two");
   EXPECT_EQ(number_item(2, 0) + kZeros5To13 + item(6, "one") + item(6, std::string(247, 'p')) +
                 item(6, "two"),
             sent());
 }
 
 TEST_F(Update, BlocksAndWhatIsNotTransferredStay) {
-  record_.add_block();
-  set(record_->local_text, "local");
-  record_->local_a[0] = record_->local_b[1] = record_->local_c[0] = 7;
+  add_block();
+  set(record_.local_text, "local");
+  record_.local_a[0] = record_.local_b[1] = record_.local_c[0] = 7;
   EXPECT_EQ(number_item(2, 0) + kZeros5To13, sent());
 }
 
 TEST_F(Update, TheRecordIsLeftAlone) {
-  record_.set_name("alice");
-  record_.add_password("one");
-  const std::string before = test::bytes_of(*record_);
+  set_name("alice");
+  add_password("one");
+  const std::string before = test::bytes_of(record_);
   EXPECT_EQ(0, update());
-  EXPECT_EQ(before, test::bytes_of(*record_));
-  EXPECT_EQ(std::vector<std::string>{"one"}, test::passwords_of(*record_));
+  EXPECT_EQ(before, test::bytes_of(record_));
+  EXPECT_EQ(std::vector<std::string>{"one"}, test::passwords_of(record_));
 }
 
 TEST_F(Update, TheFirstByteOfTheAnswerGivesTheResultWhateverItsType) {
