@@ -40,7 +40,14 @@ class LdapRecord : public testing::Test {
     release();
   }
 
-  void expect_refuses_null_and_no_memory() {
+  // And of bodies those that are shorter than the head of `size` bytes.
+  void expect_refuses_null_and_no_memory(std::int32_t size) {
+    const Bytes head(static_cast<std::size_t>(size - 1));
+    EXPECT_EQ(decode(head), 0U);
+    EXPECT_EQ(decoder(nullptr, head.data(), size), 0U);
+    EXPECT_EQ(decoder(&record_, nullptr, size), 0U);
+    EXPECT_EQ(record_, nullptr);
+    EXPECT_EQ(counts_.allocated(), 0U);
     Record record{};
     void* body = nullptr;
     EXPECT_EQ(encoder(nullptr, &body), 0U);
@@ -49,16 +56,6 @@ class LdapRecord : public testing::Test {
     EXPECT_EQ(encoder(&record, &body), 0U);
     EXPECT_EQ(body, nullptr);
   }
-  // A head of `size` bytes and no less.
-  void expect_refuses_null_and_short_bodies(std::int32_t size) {
-    const Bytes body(static_cast<std::size_t>(size - 1));
-    EXPECT_EQ(decode(body), 0U);
-    EXPECT_EQ(decoder(nullptr, body.data(), size), 0U);
-    EXPECT_EQ(decoder(&record_, nullptr, size), 0U);
-    EXPECT_EQ(record_, nullptr);
-    EXPECT_EQ(counts_.allocated(), 0U);
-  }
-
   std::string pool() const { return text(record_->pool.base, record_->pool.size); }
 
   TrackedHeap heap_;

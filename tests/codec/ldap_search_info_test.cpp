@@ -73,10 +73,6 @@ TEST_F(LdapSearchInfo, ItemWithALengthButNoValueIsWrittenAsZeros) {
   EXPECT_THAT(items_of(body, 40), testing::Contains(Item{307, std::string(3, '\0')}));
 }
 
-TEST_F(LdapSearchInfo, EncoderRefusesNullAndExhaustedMemory) {
-  expect_refuses_null_and_no_memory();
-}
-
 // ---- Decoding. ------------------------------------------------------------------------------
 
 TEST_F(LdapSearchInfo, TheEmptyRecordArrivesWithNullPointersAndAPoolOf3Bytes) {
@@ -146,8 +142,8 @@ TEST_F(LdapSearchInfo, ItemThatRunsPastTheBodysEndKeepsItsLengthAndGetsZeros) {
   EXPECT_EQ(text(record_->attributes[0]), "uid" + std::string(39997, '\0'));
 }
 
-TEST_F(LdapSearchInfo, NullArgumentsAndShortBodiesAreRefused) {
-  expect_refuses_null_and_short_bodies(40);
+TEST_F(LdapSearchInfo, NullNoMemoryAndShortBodiesAreRefused) {
+  expect_refuses_null_and_no_memory(40);
 }
 
 TEST_F(LdapSearchInfo, NegativeLengthGivesAnEmptyRecord) {

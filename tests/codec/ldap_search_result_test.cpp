@@ -139,10 +139,6 @@ TEST_F(LdapSearchResult, SizeAbove32BitsEndsAsAnAllocationFailure) {
   EXPECT_EQ(counts_.allocated(), 0U);
 }
 
-TEST_F(LdapSearchResult, EncoderRefusesNullAndExhaustedMemory) {
-  expect_refuses_null_and_no_memory();
-}
-
 // ---- Decoding. ------------------------------------------------------------------------------
 
 TEST_F(LdapSearchResult, BodyOfTheHeadAloneHasAPoolOf2Bytes) {
@@ -227,8 +223,8 @@ TEST_F(LdapSearchResult, CountWhoseArrayWouldNotFitInto32BitsIsAnAllocationFailu
   EXPECT_EQ(counts_.allocated(), 1U);
 }
 
-TEST_F(LdapSearchResult, NullArgumentsAndShortBodiesAreRefused) {
-  expect_refuses_null_and_short_bodies(24);
+TEST_F(LdapSearchResult, NullNoMemoryAndShortBodiesAreRefused) {
+  expect_refuses_null_and_no_memory(24);
 }
 
 TEST_F(LdapSearchResult, NegativeLengthGivesAnEmptyRecord) {
