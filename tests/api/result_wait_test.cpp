@@ -33,44 +33,30 @@ class Replaced {
   Word before_;
 };
 
-TEST_F(ResultWait, ReturnsTheResultOfTheSession) {
+TEST_F(ResultWait, ReturnsTheResultOfTheSessionWithoutAPointerIntoTheReleasedDatagram) {
   result_info record = {};
   record.sub.session_id = 9;
   record.sub.num_a = 3;
   record.reply_message = {0, 5, "hello"};
+  record.item_318 = {0, 5, "first"};
+  record.item_320 = {0, 5, "third"};
   deliver(test::encoded_body(aaa_encap_result_info, record));
   ASSERT_EQ(0, wait_for(9));
   EXPECT_EQ(9u, result_->sub.session_id);
   EXPECT_EQ(3u, result_->sub.num_a);
   EXPECT_EQ(5u, result_->reply_message.len);
   EXPECT_STREQ("hello", static_cast<const char*>(result_->reply_message.value));
-}
-
-TEST_F(ResultWait, TheResultHasNoPointerIntoTheReleasedDatagram) {
-  result_info record = {};
-  record.sub.session_id = 9;
-  record.item_318 = {0, 5, "first"};
-  record.item_320 = {0, 5, "third"};
-  deliver(test::encoded_body(aaa_encap_result_info, record));
-  ASSERT_EQ(0, wait_for(9));
   EXPECT_EQ(nullptr, result_->item_318.value);
   EXPECT_EQ(5, result_->item_318.len);
   EXPECT_EQ(nullptr, result_->item_319.value);
   EXPECT_EQ(0, result_->item_319.len);
   EXPECT_EQ(nullptr, result_->item_320.value);
   EXPECT_EQ(5, result_->item_320.len);
-}
-
-TEST_F(ResultWait, AResultThatItHandedOutIsEncodedWithZerosInTheirPlace) {
-  result_info record = {};
-  record.sub.session_id = 9;
-  record.item_318 = {0, 5, "first"};
-  deliver(test::encoded_body(aaa_encap_result_info, record));
-  ASSERT_EQ(0, wait_for(9));
   const std::string body = test::encoded_body(aaa_encap_result_info, *result_);
-  // Behind the fixed block, ten empty items and the header.
-  EXPECT_EQ(test::hex("3e01 0500 0000000000 3f01 0000"), body.substr(1284 + 40, 13));
-  EXPECT_EQ(1365u, body.size());
+  // Behind the fixed block, the message and ten headers: zeros stand in their place.
+  EXPECT_EQ(test::hex("3e01 0500 0000000000 3f01 0000 4001 0500 0000000000"),
+            body.substr(1284 + 40 + 5, 22));
+  EXPECT_EQ(1360u + 5 + 5 + 5, body.size());
 }
 
 TEST_F(ResultWait, TheSecondArgumentIsNotUsed) {

@@ -79,19 +79,13 @@ TYPED_TEST(ExtData, ItsItemDoesNotSetItsLength) {
   EXPECT_EQ(text(TestFixture::C::ext_data(*record), 8), "ext data");
 }
 
-TYPED_TEST(ExtData, ShorterThanClaimedIsFilledUpWithZeros) {
+TYPED_TEST(ExtData, IsFilledUpWithZerosToTheLow16BitsOfItsLengthOrKeptWhole) {
+  this->expect_data(this->claiming(2).item(298, "ext data"), 2, "ext data", 8);
   this->expect_data(this->claiming(20).item(298, "ext"), 20, "ext", 20);
   this->expect_data(this->claiming(65535).item(298, "ext"), 65535, "ext", 65535);
-}
-
-TYPED_TEST(ExtData, IsAsLongAsTheLow16BitsOfItsLength) {
   this->expect_data(this->claiming(65546).item(298, "ten bytes."), 65546, "ten bytes.", 10);
   this->expect_data(this->claiming(65546).item(298, "ext"), 65546, "ext", 10);
   this->expect_data(this->claiming(0x20000).item(298, "ext"), 0x20000, "ext", 3);
-}
-
-TYPED_TEST(ExtData, LongerThanClaimedIsKeptWhole) {
-  this->expect_data(this->claiming(2).item(298, "ext data"), 2, "ext data", 8);
 }
 
 TYPED_TEST(ExtData, BeforeTheFixedBlockIsAsLongAsThatClaims) {
@@ -100,21 +94,17 @@ TYPED_TEST(ExtData, BeforeTheFixedBlockIsAsLongAsThatClaims) {
 }
 
 TYPED_TEST(ExtData, OfSeveralFixedBlocksTheLastOneClaims) {
-  const auto growing = this->claiming(5).item(298, "ext").item(1, this->block_claiming(9));
-  this->expect_data(BodyBuilder(growing).item(1, this->block_claiming(20)), 20, "ext", 20);
-  const auto shrinking = this->claiming(60000).item(298, "ext").item(1, this->block_claiming(5));
-  this->expect_data(shrinking, 5, "ext", 5);
-}
-
-TYPED_TEST(ExtData, FixedBlockOfAnotherLengthClaimsNothing) {
+  const auto items = this->claiming(5).item(298, "ext");
+  const auto another = [&](std::uint32_t claimed) {
+    return BodyBuilder(items).item(1, this->block_claiming(claimed));
+  };
+  this->expect_data(another(9).item(1, this->block_claiming(20)), 20, "ext", 20);
+  this->expect_data(another(60000).item(1, this->block_claiming(5)), 5, "ext", 5);
+  // One of another length claims nothing, one that the body's end cuts claims zeros.
   const std::string other(TestFixture::C::block_size - 4, '\1');
-  this->expect_data(this->claiming(5).item(298, "ext").item(1, other), 5, "ext", 5);
-}
-
-TYPED_TEST(ExtData, FixedBlockThatTheBodysEndCutsClaimsZeros) {
-  const std::string cut = this->block_claiming(20).substr(0, 100);
-  const auto body = this->claiming(5).item(298, "ext").header(1, TestFixture::C::block_size);
-  this->expect_data(BodyBuilder(body).bytes(cut), 0, "ext", 3);
+  this->expect_data(BodyBuilder(items).item(1, other), 5, "ext", 5);
+  const auto cut = BodyBuilder(items).header(1, TestFixture::C::block_size);
+  this->expect_data(BodyBuilder(cut).bytes(this->block_claiming(20).substr(0, 100)), 0, "ext", 3);
 }
 
 TYPED_TEST(ExtData, FixedBlockInsideAnUnknownItemClaimsWhereItIsRead) {
