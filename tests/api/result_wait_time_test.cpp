@@ -66,7 +66,7 @@ TEST_F(ResultWaitTime, TheRecordOfAForeignResultIsNotReleasedNorLoggedBehindAClo
 }
 
 // A wait of 10 seconds for a session whose result does not come.
-struct Course {
+struct PollSequence {
   // How each call of poll() ends: after so many seconds, with a result or, without one, with a
   // foreign result.
   struct End {
@@ -82,7 +82,7 @@ struct Course {
 
 const int kInterrupted = -1;  // by a signal
 
-const Course courses[] = {
+const PollSequence sequences[] = {
     {"foreign_results_leave_the_rest_of_the_time", {{3}, {4}}, {10000, 7000, 3000}, 1},
     {"foreign_results_within_a_second_take_none", {{0}, {0}, {0}}, {10000, 10000, 10000, 10000}, 1},
     {"a_foreign_result_uses_up_the_time", {{10}}, {10000}, 0},
@@ -95,12 +95,12 @@ const Course courses[] = {
     {"a_datagram_that_somebody_else_took_is_not_waited_for", {{4, 1}}, {10000, 6000}, 1},
 };
 
-class WaitCourses : public ResultWaitTime, public testing::WithParamInterface<Course> {};
+class PollSequences : public ResultWaitTime, public testing::WithParamInterface<PollSequence> {};
 
-INSTANTIATE_TEST_SUITE_P(, WaitCourses, testing::ValuesIn(courses),
-                         [](const auto& course) { return course.param.name; });
+INSTANTIATE_TEST_SUITE_P(, PollSequences, testing::ValuesIn(sequences),
+                         [](const auto& sequence) { return sequence.param.name; });
 
-TEST_P(WaitCourses, GiveMinus22AfterTheirTime) {
+TEST_P(PollSequences, GiveMinus22AfterTheirTime) {
   std::deque<Wait> waits;
   int foreign = 0;
   for (const auto& [seconds, result] : GetParam().ends) {
