@@ -8,8 +8,8 @@
 #include <fstream>
 
 #include "session/state/client_state.h"
-#include "support/expected_line.h"
 #include "support/linked_test.h"
+#include "support/open_log.h"
 
 namespace {
 
@@ -22,39 +22,36 @@ class NewModel : public test::LinkedTest {
   void write_file(const std::string& content) const {
     std::ofstream(path_, std::ios::binary) << content;
   }
+  // Logged only behind an open gate.
   static void expect_off_with_line(const std::string& message) {
-    const test::OpenGate gate;
-    const test::LogCapture log;
+    {
+      const test::LogCapture closed;
+      EXPECT_EQ(0u, aaa_get_new_model_from_file());
+      EXPECT_TRUE(closed.lines().empty());
+    }
+    const test::OpenLog log;
     EXPECT_EQ(0u, aaa_get_new_model_from_file());
-    test::expect_line(log, "aaa_get_new_model_from_file", message);
-    EXPECT_EQ(1u, log.lines().size());
+    log.expect_only("aaa_get_new_model_from_file", message);
   }
 
   const std::string path_ = directory() + "/security/aaa/.new_model";
 };
 
-TEST_F(NewModel, AFirstByteOf0IsOffWhateverFollows) {
+TEST_F(NewModel, IsOffForAFirstByteOf0AndOnForAnyOtherWithoutALine) {
+  g_aaa_status.new_model = 7;
+  const test::OpenLog log;
   for (const char* content : {"0", "01", "0x", "0\n"}) {
     write_file(content);
     EXPECT_EQ(0u, aaa_get_new_model_from_file()) << content;
   }
-}
-
-TEST_F(NewModel, AnyOtherFirstByteIsOn) {
   for (const std::string content : {"1", "x", " ", "10", " 0", "\n", "\xff"}) {
     write_file(content);
     EXPECT_EQ(1u, aaa_get_new_model_from_file()) << content;
   }
   write_file(std::string(1, '\0'));
   EXPECT_EQ(1u, aaa_get_new_model_from_file());
-}
-
-TEST_F(NewModel, AReadFileIsNotLogged) {
-  write_file("0");
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  aaa_get_new_model_from_file();
   EXPECT_TRUE(log.lines().empty());
+  EXPECT_EQ(7u, g_aaa_status.new_model) << "the status word is left alone";
 }
 
 TEST_F(NewModel, NothingAfterTheFirstByteIsRead) {
@@ -72,12 +69,10 @@ TEST_F(NewModel, AMissingFileIsOffWithALine) {
   expect_off_with_line("aaalib open new model path error.\n\r\n");
 }
 
-TEST_F(NewModel, AnEmptyFileIsOffWithALine) {
+TEST_F(NewModel, AFileThatIsEmptyOrCannotBeReadIsOffWithALine) {
   write_file("");
   expect_off_with_line("aaalib fail to read new model file.\n\r\n");
-}
-
-TEST_F(NewModel, AFileThatCannotBeReadIsOffWithALine) {
+  std::filesystem::remove(path_);
   std::filesystem::create_directory(path_);
   expect_off_with_line("aaalib fail to read new model file.\n\r\n");
 }
@@ -87,44 +82,23 @@ TEST_F(NewModel, APathThatCannotBeBuiltIsOffWithALine) {
   expect_off_with_line("aaalib make new model path error.\n\r\n");
 }
 
-TEST_F(NewModel, APathOf256CharactersIsTooLong) {
+TEST_F(NewModel, APathMayHave255Characters) {
   // "/security/aaa/.new_model" has 24 characters.
   setenv("TMPDIR", std::string(232, 'd').c_str(), 1);
   expect_off_with_line("aaalib make new model path error.\n\r\n");
-}
-
-TEST_F(NewModel, APathOf255CharactersIsTried) {
   setenv("TMPDIR", std::string(231, 'd').c_str(), 1);
   expect_off_with_line("aaalib open new model path error.\n\r\n");
-}
-
-TEST_F(NewModel, FailuresAreNotLoggedWhileTheGateIsClosed) {
-  const test::LogCapture log;
-  EXPECT_EQ(0u, aaa_get_new_model_from_file());
-  write_file("");
-  EXPECT_EQ(0u, aaa_get_new_model_from_file());
-  unsetenv("TMPDIR");
-  EXPECT_EQ(0u, aaa_get_new_model_from_file());
-  EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(NewModel, TheFileIsReadWithoutARegistration) {
   aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
   write_file("1");
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(1u, aaa_get_new_model_from_file());
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(NewModel, ReadingTheFileLeavesTheStatusWordAlone) {
-  g_aaa_status.new_model = 7;
-  write_file("1");
-  aaa_get_new_model_from_file();
-  EXPECT_EQ(7u, g_aaa_status.new_model);
-}
-
-TEST_F(NewModel, SynchronisingStoresWhatTheFileSays) {
+TEST_F(NewModel, SynchronisingStoresWhatTheFileSaysAnd0WithoutIt) {
   g_aaa_status.new_model = 7;
   write_file("x");
   EXPECT_EQ(1u, aaa_get_new_model_status_syn());
@@ -132,10 +106,8 @@ TEST_F(NewModel, SynchronisingStoresWhatTheFileSays) {
   write_file("0");
   EXPECT_EQ(0u, aaa_get_new_model_status_syn());
   EXPECT_EQ(0u, g_aaa_status.new_model);
-}
-
-TEST_F(NewModel, SynchronisingWithoutAFileStores0) {
   g_aaa_status.new_model = 1;
+  std::filesystem::remove(path_);
   EXPECT_EQ(0u, aaa_get_new_model_status_syn());
   EXPECT_EQ(0u, g_aaa_status.new_model);
 }

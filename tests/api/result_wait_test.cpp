@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 
 #include "api/waiting_test.h"
-#include "support/expected_line.h"
 #include "support/lock_check.h"
+#include "support/open_log.h"
 
 namespace {
 
@@ -33,52 +33,30 @@ class Replaced {
   Word before_;
 };
 
-TEST_F(ResultWait, ReturnsTheResultOfTheSession) {
+TEST_F(ResultWait, ReturnsTheResultOfTheSessionWithoutAPointerIntoTheReleasedDatagram) {
   result_info record = {};
   record.sub.session_id = 9;
   record.sub.num_a = 3;
   record.reply_message = {0, 5, "hello"};
-  deliver(test::encoded_result(record));
+  record.item_318 = {0, 5, "first"};
+  record.item_320 = {0, 5, "third"};
+  deliver(test::encoded_body(aaa_encap_result_info, record));
   ASSERT_EQ(0, wait_for(9));
   EXPECT_EQ(9u, result_->sub.session_id);
   EXPECT_EQ(3u, result_->sub.num_a);
   EXPECT_EQ(5u, result_->reply_message.len);
   EXPECT_STREQ("hello", static_cast<const char*>(result_->reply_message.value));
-}
-
-TEST_F(ResultWait, TheResultHoldsNoPointerIntoTheReleasedDatagram) {
-  result_info record = {};
-  record.sub.session_id = 9;
-  record.item_318 = {0, 5, "first"};
-  record.item_320 = {0, 5, "third"};
-  deliver(test::encoded_result(record));
-  ASSERT_EQ(0, wait_for(9));
   EXPECT_EQ(nullptr, result_->item_318.value);
   EXPECT_EQ(5, result_->item_318.len);
   EXPECT_EQ(nullptr, result_->item_319.value);
   EXPECT_EQ(0, result_->item_319.len);
   EXPECT_EQ(nullptr, result_->item_320.value);
   EXPECT_EQ(5, result_->item_320.len);
-}
-
-TEST_F(ResultWait, AResultThatItHandedOutIsEncodedWithZerosInTheirPlace) {
-  result_info record = {};
-  record.sub.session_id = 9;
-  record.item_318 = {0, 5, "first"};
-  deliver(test::encoded_result(record));
-  ASSERT_EQ(0, wait_for(9));
-  const std::string body = test::encoded_result(*result_);
-  // Behind the fixed block, ten empty items and the header.
-  EXPECT_EQ(test::hex("3e01 0500 0000000000 3f01 0000"), body.substr(1284 + 40, 13));
-  EXPECT_EQ(1365u, body.size());
-}
-
-TEST_F(ResultWait, NeedsNoRegistrationAndLogsNothingOnSuccess) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  deliver(result_of(9));
-  EXPECT_EQ(0, wait_for(9));
-  EXPECT_TRUE(log.lines().empty());
+  const std::string body = test::encoded_body(aaa_encap_result_info, *result_);
+  // Behind the fixed block, the message and ten headers: zeros stand in their place.
+  EXPECT_EQ(test::hex("3e01 0500 0000000000 3f01 0000 4001 0500 0000000000"),
+            body.substr(1284 + 40 + 5, 22));
+  EXPECT_EQ(1360u + 5 + 5 + 5, body.size());
 }
 
 TEST_F(ResultWait, TheSecondArgumentIsNotUsed) {
@@ -98,50 +76,37 @@ TEST_F(ResultWait, TakesOneDatagram) {
   EXPECT_EQ(-22, wait_for(9, 0));
 }
 
-TEST_F(ResultWait, WithoutAPlaceForTheResultGivesMinus1AtOnce) {
-  EXPECT_EQ(-1, aaa_user_get_result(9, 0, 10, nullptr));
-}
-
-TEST_F(ResultWait, BeforeThePairIsReadyGivesMinus1AtOnce) {
-  const Replaced<std::uint8_t> not_ready(aaa::g_msg_socket_ok, 0);
-  EXPECT_EQ(-1, wait_for(9));
-}
-
-TEST_F(ResultWait, WithoutAServerSocketGivesMinus1AtOnce) {
+TEST_F(ResultWait, BeforeThePairIsReadyOrWithoutAServerSocketGivesMinus1AtOnce) {
+  {
+    const Replaced<std::uint8_t> not_ready(aaa::g_msg_socket_ok, 0);
+    EXPECT_EQ(-1, wait_for(9));
+  }
   for (const std::int32_t fd : {0, -1}) {
     const Replaced<std::int32_t> no_socket(lib_msg_server_fd, fd);
     EXPECT_EQ(-1, wait_for(9)) << fd;
   }
 }
 
-TEST_F(ResultWait, PublishesNothingWhenItGivesMinus1) {
+TEST_F(ResultWait, WithoutAPlaceForTheResultGivesMinus1AndPublishesNothing) {
   aaa::set_waiting_session(77);
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(-1, aaa_user_get_result(9, 0, 10, nullptr));
   EXPECT_EQ(77u, published());
   EXPECT_TRUE(log.lines().empty());
   aaa::set_waiting_session(0);
 }
 
-TEST_F(ResultWait, PublishesTheSessionIdWhileItWaits) {
+TEST_F(ResultWait, PublishesTheSessionIdAndHasNoLockWhileItWaits) {
   std::uint32_t seen = 0;
+  bool free = false;
   const ScriptedCalls calls(waits_end({[&] {
     seen = published();
+    free = test::is_free(aaa_lib_lock) && test::is_free(aaa::waiting_session_lock);
     return 0;
   }}));
   EXPECT_EQ(0u, published());
   wait_for(9);
   EXPECT_EQ(9u, seen);
-}
-
-TEST_F(ResultWait, HoldsNoLockWhileItWaits) {
-  bool free = false;
-  const ScriptedCalls calls(waits_end({[&] {
-    free = test::is_free(aaa_lib_lock) && test::is_free(aaa::waiting_session_lock);
-    return 0;
-  }}));
-  wait_for(9);
   EXPECT_TRUE(free);
 }
 
@@ -152,87 +117,13 @@ TEST_F(ResultWait, WaitsAsLongAsAskedUpTo120Seconds) {
   EXPECT_THAT(timeouts(), testing::ElementsAre(0, 1000, 119000, 120000, 120000, 120000, 120000));
 }
 
-TEST_F(ResultWait, RunningOutOfTimeGivesMinus22AndALine) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9, 0));
-  test::expect_line(log, kName, "timeout, no result available.\r\n");
-  EXPECT_EQ(1u, log.lines().size());
-}
-
-TEST_F(ResultWait, ATimeoutOf0TakesWhatIsAlreadyThere) {
-  deliver(result_of(9));
-  EXPECT_EQ(0, wait_for(9, 0));
-}
-
-TEST_F(ResultWait, AFailedWaitGivesMinus22AndALine) {
-  const ScriptedCalls calls(waits_end({with_error(ENOMEM)}));
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9));
-  test::expect_line(log, kName, "select fail errno 12.\r\n");
-  EXPECT_EQ(1u, timeouts().size());
-}
-
-TEST_F(ResultWait, ASocketThatIsNotOpenFailsTheWait) {
-  const Replaced<std::int32_t> closed(lib_msg_server_fd, 1000000);
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9));
-  test::expect_line(log, kName, "select fail errno 9.\r\n");
-}
-
-TEST_F(ResultWait, NoMemoryForTheBufferGivesMinus12AndALine) {
-  deliver(result_of(9));
-  std::vector<std::size_t> sizes;
-  const ScriptedCalls calls({.malloc = [&](std::size_t size) {
-    sizes.push_back(size);
-    return std::optional<void*>(nullptr);
-  }});
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-12, wait_for(9));
-  test::expect_line(log, kName, "out of memory.\r\n");
-  EXPECT_THAT(sizes, testing::ElementsAre(4096u));
-}
-
-TEST_F(ResultWait, AReceiveErrorGivesMinus22AndALine) {
-  deliver(result_of(9));
-  Scripts scripts;
-  scripts.recv = [](int, void*, std::size_t, int) {
-    errno = ECONNREFUSED;
-    return std::optional<ssize_t>(-1);
-  };
-  const ScriptedCalls calls(scripts);
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9));
-  test::expect_line(log, kName, "recvfrom error\r\n");
-}
-
-TEST_F(ResultWait, AnEmptyDatagramIsAReceiveError) {
-  deliver("");
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9));
-  test::expect_line(log, kName, "recvfrom error\r\n");
-}
-
-TEST_F(ResultWait, ADatagramThatIsNoResultGivesMinus22AndALine) {
-  deliver("nonsense");
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9));
-  test::expect_line(log, kName, "parse error\r\n");
-}
-
 TEST_F(ResultWait, ALongerDatagramIsCutAt4096Bytes) {
   const std::string tail(5000, 't');
   result_info record = {};
   record.sub.session_id = 9;
   record.tail_len = 5000;
   record.tail_data = tail.data();
-  deliver(test::encoded_result(record));
+  deliver(test::encoded_body(aaa_encap_result_info, record));
   std::size_t asked = 0;
   const ScriptedCalls calls({.recv = [&](int, void*, std::size_t size, int) {
     asked = size;
@@ -244,43 +135,80 @@ TEST_F(ResultWait, ALongerDatagramIsCutAt4096Bytes) {
   EXPECT_EQ(-22, wait_for(9, 0)) << "the rest came as a datagram of its own";
 }
 
-TEST_F(ResultWait, NothingIsLoggedWhileTheGateIsClosed) {
-  const test::LogCapture log;
-  deliver("");
-  deliver("nonsense");
-  for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(-22, wait_for(9, 0));
-  const ScriptedCalls calls(waits_end({with_error(ENOMEM)}));
-  EXPECT_EQ(-22, wait_for(9));
-  EXPECT_TRUE(log.lines().empty());
-}
+// How a wait ends: with which outcome and which line, whatever has arrived.
+struct WayOut {
+  std::string name;
+  std::int32_t outcome;
+  std::string line;
+  std::optional<std::string> datagram = {};
+  Scripts scripts = {};
+};
 
-// Every way out, for what holds on all of them.
-class WaysOut : public ResultWait {
- protected:
-  void expect_clean(std::int32_t outcome, const std::string& datagram, Scripts scripts = {}) {
-    if (!datagram.empty()) deliver(datagram);
+TEST_F(ResultWait, EveryEndWritesItsLinePublishesNobodyAndLeavesNoBlock) {
+  const auto no_memory = [](std::size_t size) {
+    EXPECT_EQ(4096u, size);
+    return std::optional<void*>(nullptr);
+  };
+  const auto recv_returns = [](ssize_t result) -> Scripts {
+    return {.recv = [=](int, void*, std::size_t, int) {
+      errno = ECONNREFUSED;
+      return std::optional<ssize_t>(result);
+    }};
+  };
+  int polls = 0;
+  const auto poll_fails = [&](int, int) {
+    ++polls;
+    return std::optional<int>(test::fails(ENOMEM));
+  };
+  const WayOut ways[] = {
+      {"the result", 0, "", result_of(9)},
+      {"no result in time", -22, "timeout, no result available.\r\n"},
+      {"a failed wait", -22, "select fail errno 12.\r\n", {}, {.poll = poll_fails}},
+      {"no memory", -12, "out of memory.\r\n", result_of(9), {.malloc = no_memory}},
+      {"a failed receive", -22, "recvfrom error\r\n", result_of(9), recv_returns(-1)},
+      {"a receive of nothing", -22, "recvfrom error\r\n", "x", recv_returns(0)},
+      {"an empty datagram", -22, "recvfrom error\r\n", ""},
+      {"no result in it", -22, "parse error\r\n", "nonsense"},
+  };
+  for (const auto& way : ways) {
+    SCOPED_TRACE(way.name);
     const test::LibraryCounters counters;
-    {
-      const ScriptedCalls calls(std::move(scripts));
-      EXPECT_EQ(outcome, wait_for(9, 0));
+    const auto wait = [&](std::uint32_t seconds) {
+      if (way.datagram) deliver(*way.datagram);
+      const ScriptedCalls calls(way.scripts);
+      EXPECT_EQ(way.outcome, wait_for(9, seconds));
+    };
+    const test::LogCapture closed;
+    wait(0);
+    EXPECT_TRUE(closed.lines().empty());
+    const test::OpenLog log;
+    wait(way.datagram || way.scripts.poll ? 10 : 0);
+    if (way.line.empty()) {
+      EXPECT_TRUE(log.lines().empty());
+    } else {
+      log.expect_only(kName, way.line);
     }
     EXPECT_EQ(0u, published());
     result_.reset();
+    forget_datagrams();
     EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
   }
-};
+  EXPECT_EQ(2, polls) << "one in each of the two waits";
+}
 
-TEST_F(WaysOut, NobodyIsPublishedAndNoBlockIsLeft) {
-  expect_clean(0, result_of(9));
-  expect_clean(-22, "");
-  expect_clean(-22, "nonsense");
-  expect_clean(-22, "", waits_end({with_error(ENOMEM)}));
-  expect_clean(-22, "", waits_end({with_error(EINTR)}));
-  expect_clean(-12, result_of(9),
-               {.malloc = [](std::size_t) { return std::optional<void*>(nullptr); }});
-  expect_clean(-22, "x",
-               {.recv = [](int, void*, std::size_t, int) { return std::optional<ssize_t>(0); }});
+TEST_F(ResultWait, AnInterruptionThatUsesUpTheTimePublishesNobody) {
+  const test::LibraryCounters counters;
+  const ScriptedCalls calls(waits_end({with_error(EINTR)}));
+  EXPECT_EQ(-22, wait_for(9, 0));
+  EXPECT_EQ(0u, published());
+  EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
+}
+
+TEST_F(ResultWait, ASocketThatIsNotOpenFailsTheWait) {
+  const Replaced<std::int32_t> closed(lib_msg_server_fd, 1000000);
+  const test::OpenLog log;
+  EXPECT_EQ(-22, wait_for(9));
+  log.expect(kName, "select fail errno 9.\r\n");
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "api/waiting_test.h"
-#include "support/expected_line.h"
 #include "support/intended_leak.h"
+#include "support/open_log.h"
 #include "support/signal_handler.h"
 
 namespace {
@@ -49,58 +49,72 @@ class ResultWaitTime : public test::WaitingTest {
 TEST_F(ResultWaitTime, AForeignResultIsLoggedAndDroppedAndTheWaitGoesOn) {
   foreign_results(1);
   deliver(result_of(9));
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(0, wait_for(9));
   EXPECT_EQ(9u, result_->sub.session_id);
-  test::expect_line(log, "aaa_user_get_result", kForeign);
-  EXPECT_EQ(1u, log.lines().size());
+  log.expect_only("aaa_user_get_result", kForeign);
 }
 
-TEST_F(ResultWaitTime, TheRecordOfAForeignResultIsNotReleased) {
+TEST_F(ResultWaitTime, TheRecordOfAForeignResultIsNotReleasedNorLoggedBehindAClosedGate) {
   foreign_results(1);
+  const test::LogCapture log;
   const test::LibraryCounters counters;
   EXPECT_EQ(-22, wait_for(9, 0));
   EXPECT_EQ(test::blocks_of_a_result(), counters.blocks_allocated() - counters.blocks_freed());
   EXPECT_GT(test::blocks_of_a_result(), 0u);
-}
-
-TEST_F(ResultWaitTime, AForeignResultIsNotLoggedWhileTheGateIsClosed) {
-  foreign_results(1);
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9, 0));
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(ResultWaitTime, AfterAForeignResultTheRestOfTheTimeIsWaited) {
-  foreign_results(2);
-  const ScriptedCalls calls(waits_end({with_datagram(3), with_datagram(4)}));
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_THAT(timeouts(), ElementsAre(10000, 7000, 3000));
-}
+// A wait of 10 seconds for a session whose result does not come.
+struct PollSequence {
+  // How each call of poll() ends: after so many seconds, with a result or, without one, with a
+  // foreign result.
+  struct End {
+    int seconds;
+    std::optional<int> result = {};
+  };
 
-TEST_F(ResultWaitTime, ForeignResultsWithinASecondDoNotShortenTheWait) {
-  foreign_results(3);
-  const ScriptedCalls calls(waits_end({with_datagram(), with_datagram(), with_datagram()}));
-  wait_for(9, 1);
-  EXPECT_THAT(timeouts(), ElementsAre(1000, 1000, 1000, 1000));
-}
+  std::string name;
+  std::vector<End> ends;
+  std::vector<int> timeouts;  // in milliseconds
+  std::size_t timeout_lines;
+};
 
-TEST_F(ResultWaitTime, ForeignResultsThatUseUpTheTimeEndTheWaitWithoutATimeoutLine) {
-  foreign_results(1);
-  const ScriptedCalls calls(waits_end({with_datagram(10)}));
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_EQ(1u, timeouts().size());
-  EXPECT_EQ(0u, log.count(kTimeout));
-}
+const int kInterrupted = -1;  // by a signal
 
-TEST_F(ResultWaitTime, MoreTimePassedThanRemainedEndsTheWaitToo) {
-  foreign_results(1);
-  const ScriptedCalls calls(waits_end({with_datagram(50)}));
+const PollSequence sequences[] = {
+    {"foreign_results_leave_the_rest_of_the_time", {{3}, {4}}, {10000, 7000, 3000}, 1},
+    {"foreign_results_within_a_second_take_none", {{0}, {0}, {0}}, {10000, 10000, 10000, 10000}, 1},
+    {"a_foreign_result_uses_up_the_time", {{10}}, {10000}, 0},
+    {"a_foreign_result_comes_after_the_time", {{50}}, {10000}, 0},
+    {"interruptions_leave_the_rest_of_the_time",
+     {{2, kInterrupted}, {0, kInterrupted}},
+     {10000, 8000, 8000},
+     1},
+    {"an_interruption_uses_up_the_time", {{30, kInterrupted}}, {10000}, 0},
+    {"a_datagram_that_somebody_else_took_is_not_waited_for", {{4, 1}}, {10000, 6000}, 1},
+};
+
+class PollSequences : public ResultWaitTime, public testing::WithParamInterface<PollSequence> {};
+
+INSTANTIATE_TEST_SUITE_P(, PollSequences, testing::ValuesIn(sequences),
+                         [](const auto& sequence) { return sequence.param.name; });
+
+TEST_P(PollSequences, GiveMinus22AfterTheirTime) {
+  std::deque<Wait> waits;
+  int foreign = 0;
+  for (const auto& [seconds, result] : GetParam().ends) {
+    foreign += result ? 0 : 1;
+    waits.push_back(result == kInterrupted ? with_error(EINTR, seconds) : ending(seconds, result));
+  }
+  foreign_results(foreign);
+  const ScriptedCalls calls(waits_end(waits));
+  const test::OpenLog log;
   EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_EQ(1u, timeouts().size());
+  EXPECT_EQ(GetParam().timeouts, timeouts());
+  EXPECT_EQ(GetParam().timeout_lines, log.count(kTimeout));
+  EXPECT_EQ(static_cast<std::size_t>(foreign), log.count(kForeign));
+  EXPECT_EQ(foreign + GetParam().timeout_lines, log.lines().size());
 }
 
 TEST_F(ResultWaitTime, WithATimeoutOf0OneForeignResultEndsTheWait) {
@@ -125,34 +139,6 @@ TEST_F(ResultWaitTime, OnlyTheWaitingTakesTime) {
   const ScriptedCalls calls(scripts);
   wait_for(9, 10);
   EXPECT_THAT(timeouts(), ElementsAre(10000, 10000));
-}
-
-TEST_F(ResultWaitTime, AnInterruptedWaitGoesOnWithTheTimeLeftAndNoLine) {
-  const ScriptedCalls calls(waits_end({with_error(EINTR, 2), with_error(EINTR)}));
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_THAT(timeouts(), ElementsAre(10000, 8000, 8000));
-  EXPECT_EQ(1u, log.lines().size()) << "more than the timeout's line";
-}
-
-TEST_F(ResultWaitTime, InterruptionsThatUseUpTheTimeEndTheWaitWithoutALine) {
-  const ScriptedCalls calls(waits_end({with_error(EINTR, 30)}));
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_EQ(1u, timeouts().size());
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(ResultWaitTime, ADatagramThatSomebodyElseTookIsNotWaitedForInTheReceive) {
-  const ScriptedCalls calls(waits_end({ending(4, 1)}));
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-22, wait_for(9, 10));
-  EXPECT_THAT(timeouts(), ElementsAre(10000, 6000));
-  EXPECT_EQ(1u, log.count(kTimeout));
-  EXPECT_EQ(1u, log.lines().size());
 }
 
 TEST_F(ResultWaitTime, ASignalDoesNotEndTheWait) {

@@ -101,19 +101,13 @@ class CancelledWaiter : public ResultWaiters {
   }
 };
 
-TEST_F(CancelledWaiter, PublishesNobodyAndLeavesNoBlock) {
+TEST_F(CancelledWaiter, PublishesNobodyLeavesNoBlockAndThePairUsable) {
   const test::LibraryCounters counters;
   start(PTHREAD_CANCEL_ENABLE);
   pthread_cancel(thread_);
   EXPECT_EQ(PTHREAD_CANCELED, join());
   EXPECT_EQ(0u, published());
   EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
-}
-
-TEST_F(CancelledWaiter, LeavesThePairUsable) {
-  start(PTHREAD_CANCEL_ENABLE);
-  pthread_cancel(thread_);
-  join();
   deliver(result_of(9));
   EXPECT_EQ(0, wait_for(9));
 }

@@ -4,12 +4,12 @@
 #include <cerrno>
 #include <climits>
 
-#include "support/expected_line.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
-#include "support/lock_check.h"
+#include "support/open_log.h"
 
 namespace {
+
 using test::hex;
 
 // Type 19 with the body "abc" and the id 0x0a0b0c0d.
@@ -28,26 +28,18 @@ class SendPath : public test::LinkedTest {
   }
 };
 
-TEST_F(SendPath, WritesHeaderAndBodyInOneSend) {
+TEST_F(SendPath, WritesHeaderAndBodyInOneSendWithFlag256AndTakesOneBlock) {
+  const test::LibraryCounters counters;
   EXPECT_EQ(0u, send());
   EXPECT_EQ(hex(kClearUser), only_write());
+  EXPECT_EQ(256, write_flags() & 256);
+  EXPECT_EQ(1u, counters.blocks_allocated());
+  EXPECT_EQ(1u, counters.blocks_freed());
 }
 
 TEST_F(SendPath, TheMessageGoesToTheRequestSocketWhateverDescriptorIsNamed) {
   EXPECT_EQ(0u, aaa_lib_send_ipc_msg(-1, 19, 0x0a0b0c0d, "abc", 3));
   EXPECT_EQ(hex(kClearUser), only_write());
-}
-
-TEST_F(SendPath, SendsWithFlag256) {
-  EXPECT_EQ(0u, send());
-  EXPECT_EQ(256, write_flags() & 256);
-}
-
-TEST_F(SendPath, TakesOneBlockAndGivesItBack) {
-  const test::LibraryCounters counters;
-  EXPECT_EQ(0u, send());
-  EXPECT_EQ(1u, counters.blocks_allocated());
-  EXPECT_EQ(1u, counters.blocks_freed());
 }
 
 TEST_F(SendPath, AMessageWithoutABodyIsAHeader) {
@@ -57,91 +49,56 @@ TEST_F(SendPath, AMessageWithoutABodyIsAHeader) {
 
 TEST_F(SendPath, LogsProcessTypeNumberBodyLengthAndTheDescriptorPassedIn) {
   name_process("netd");
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   send();
-  test::expect_line(log, "aaa_lib_send_ipc_msg",
-                    "netd: send message(clear user)(19) len(3) to 99\r\n");
-  EXPECT_EQ(1u, log.lines().size());
-}
-
-TEST_F(SendPath, LogsNothingWhileTheGateIsClosed) {
-  const test::LogCapture log;
-  next_write_fails(EPIPE);
-  EXPECT_EQ(4, aaalib_send_ipc_msg(19, 0, "abc", 3));
-  EXPECT_TRUE(log.lines().empty());
+  log.expect_only("aaa_lib_send_ipc_msg", "netd: send message(clear user)(19) len(3) to 99\r\n");
 }
 
 TEST_F(SendPath, AFailedSendGivesItsErrorLogsItAndFreesTheBlock) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   const test::LibraryCounters counters;
   next_write_fails(ECONNRESET);
   EXPECT_EQ(104u, send());
-  test::expect_line(log, "aaa_lib_send_ipc_msg", "send fail error Connection reset by peer.\r\n");
+  log.expect_last("aaa_lib_send_ipc_msg", "send fail error Connection reset by peer.\r\n");
   EXPECT_EQ(2u, log.lines().size());
   EXPECT_EQ(": send message(clear user)(19) len(3) to 99\r\n", log.messages().front());
   EXPECT_EQ(1u, counters.blocks_freed());
 }
 
-TEST_F(SendPath, NoMemoryForTheMessageGives12BeforeAnythingIsLogged) {
+TEST_F(SendPath, AMessageThatCannotBeFramedGives12BeforeAnythingIsLogged) {
+  const test::OpenLog log;
+  EXPECT_EQ(12u, aaa_lib_send_ipc_msg(99, 19, 0, "abc", UINT32_MAX));
   script({.malloc = [](std::size_t) { return std::optional<void*>(nullptr); }});
-  const test::OpenGate gate;
-  const test::LogCapture log;
   EXPECT_EQ(12u, send());
   EXPECT_TRUE(writes().empty());
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(SendPath, ABodyTooLongToFrameGives12) {
-  EXPECT_EQ(12u, aaa_lib_send_ipc_msg(99, 19, 0, "abc", UINT32_MAX));
-  EXPECT_TRUE(writes().empty());
-}
-
-TEST_F(SendPath, WhileTheFlushThreadRunsTheMessageIsQueued) {
+TEST_F(SendPath, WhileTheFlushThreadRunsTheMessageIsQueuedAndTheSameLineLogged) {
   const test::QueueInUse queue;
+  const test::OpenLog log;
   const test::LibraryCounters counters;
   EXPECT_EQ(0u, send());
   EXPECT_TRUE(writes().empty());
   EXPECT_EQ(1u, g_send_buf_msg_cnt);
   EXPECT_EQ(hex(kClearUser), queue.held());
   EXPECT_EQ(1u, counters.blocks_freed());
+  log.expect("aaa_lib_send_ipc_msg", ": send message(clear user)(19) len(3) to 99\r\n");
 }
 
-TEST_F(SendPath, QueueingLogsTheSameLine) {
-  const test::QueueInUse queue;
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  send();
-  test::expect_line(log, "aaa_lib_send_ipc_msg", ": send message(clear user)(19) len(3) to 99\r\n");
-}
-
-TEST_F(SendPath, AQueuedMessageCountsAsSentEvenWithoutASocket) {
-  const test::QueueInUse queue;
+TEST_F(SendPath, WithoutASocketADirectSendGives22AndAQueuedMessageCountsAsSent) {
   aaa::store(g_aaa_client_cb.sync_fd, -1);
+  EXPECT_EQ(22u, send());
+  const test::QueueInUse queue;
   EXPECT_EQ(0u, send());
 }
 
-TEST_F(SendPath, WithoutASocketADirectSendGives22) {
-  aaa::store(g_aaa_client_cb.sync_fd, -1);
-  EXPECT_EQ(22u, send());
-}
-
-TEST_F(SendPath, TheOneWaySenderRefusesANegativeLength) {
+TEST_F(SendPath, TheOneWaySenderRefusesANegativeLengthAndALengthWithoutABody) {
+  const test::OpenLog log;
   EXPECT_EQ(2, aaalib_send_ipc_msg(19, 0, "abc", -1));
   EXPECT_EQ(2, aaalib_send_ipc_msg(19, 0, "abc", INT_MIN));
-  EXPECT_TRUE(writes().empty());
-}
-
-TEST_F(SendPath, TheOneWaySenderRefusesALengthWithoutABody) {
   EXPECT_EQ(2, aaalib_send_ipc_msg(19, 0, nullptr, 1));
   EXPECT_TRUE(writes().empty());
-}
-
-TEST_F(SendPath, TheOneWaySenderLogsNothingForBadArguments) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(2, aaalib_send_ipc_msg(19, 0, nullptr, 1));
   EXPECT_TRUE(log.lines().empty());
 }
 
@@ -153,22 +110,22 @@ TEST_F(SendPath, TheOneWaySenderSendsAnEmptyBody) {
 }
 
 TEST_F(SendPath, TheOneWaySenderNamesTheRequestSocketInTheLine) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(0, aaalib_send_ipc_msg(19, 0x0a0b0c0d, "abc", 3));
   EXPECT_EQ(hex(kClearUser), only_write());
-  test::expect_line(
-      log, "aaa_lib_send_ipc_msg",
-      ": send message(clear user)(19) len(3) to " + std::to_string(link_.own()) + "\r\n");
+  log.expect("aaa_lib_send_ipc_msg",
+             ": send message(clear user)(19) len(3) to " + std::to_string(link_.own()) + "\r\n");
 }
 
 TEST_F(SendPath, TheOneWaySenderGives4AndLogsTheErrorWhenSendingFails) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::LogCapture closed;
   next_write_fails(EPIPE);
   EXPECT_EQ(4, aaalib_send_ipc_msg(19, 0, "abc", 3));
-  test::expect_line(log, "aaalib_send_ipc_msg", "Send ipc message failed, errno(32).\r\n");
-  EXPECT_EQ("Send ipc message failed, errno(32).\r\n", log.messages().back());
+  EXPECT_TRUE(closed.lines().empty());
+  const test::OpenLog log;
+  next_write_fails(EPIPE);
+  EXPECT_EQ(4, aaalib_send_ipc_msg(19, 0, "abc", 3));
+  log.expect_last("aaalib_send_ipc_msg", "Send ipc message failed, errno(32).\r\n");
 }
 
 }  // namespace

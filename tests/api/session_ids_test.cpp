@@ -1,12 +1,8 @@
 // Session ids: blocks that aaad grants and the client hands out one by one.
 #include "api/session_ids.h"
 
-#include "session/state/client_state.h"
-#include "session/state/locks.h"
-#include "support/expected_line.h"
-#include "support/library_counters.h"
-#include "support/linked_test.h"
-#include "support/lock_check.h"
+#include "support/exchange_scenarios.h"
+#include "support/open_log.h"
 
 namespace {
 
@@ -43,27 +39,18 @@ TEST_F(SessionIds, NoBlockIsHeldAtFirst) {
   expect_block(0, 0);
 }
 
-TEST_F(SessionIds, TheFirstCallAsksForABlockAndReturnsItsFirstId) {
+TEST_F(SessionIds, TheFirstCallAsksForABlockThatIsHandedOutBeforeTheNextIsAskedFor) {
   aaad_grants(100, 3);
+  aaad_grants(500, 2);
   EXPECT_EQ(100u, aaa_get_session_id());
   EXPECT_EQ(hex("01010101 00000000 03000000 08000000 00000000 00000000"), only_write());
   expect_block(100, 103);
-}
-
-TEST_F(SessionIds, ABlockIsHandedOutWithoutAMessage) {
-  aaad_grants(100, 3);
-  EXPECT_EQ(100u, aaa_get_session_id());
   EXPECT_EQ(101u, aaa_get_session_id());
   EXPECT_EQ(102u, aaa_get_session_id());
   EXPECT_EQ(1u, writes().size());
   expect_block(102, 103);
-}
-
-TEST_F(SessionIds, TheCallAfterTheLastOfABlockAsksAgain) {
-  aaad_grants(100, 3);
-  aaad_grants(500, 2);
-  for (const std::uint32_t expected : {100, 101, 102, 500, 501})
-    EXPECT_EQ(expected, aaa_get_session_id());
+  EXPECT_EQ(500u, aaa_get_session_id());
+  EXPECT_EQ(501u, aaa_get_session_id());
   EXPECT_EQ(2u, writes().size());
 }
 
@@ -85,126 +72,76 @@ TEST_F(SessionIds, AFirstIdOf0IsAFailureThatLeavesTheBlockAndTheNextCallAsksAgai
   EXPECT_EQ(40u, aaa_get_session_id());
 }
 
-TEST_F(SessionIds, AnAnswerOfAnotherTypeIsAFailureThatLeavesTheBlock) {
+TEST_F(SessionIds, AnAnswerOfAnotherTypeIsAFailureThatLeavesTheBlockAndHasNoLine) {
   hold_block(5, 6);
   const LibraryCounters counters;
+  const test::OpenLog log;
   aaad_answers(message_bytes(103, word_bytes(100) + word_bytes(3)));
   EXPECT_EQ(0u, aaa_get_session_id());
   expect_block(5, 6);
   expect_counted(counters, 1, 1);
-}
-
-TEST_F(SessionIds, AnAnswerOfAnotherTypeHasNoLineOfItsOwn) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  aaad_answers(message_bytes(103, word_bytes(100) + word_bytes(3)));
-  aaa_get_session_id();
   for (const test::LogLine& line : log.lines())
     EXPECT_NE("aaa_get_session_id", line.function()) << line.message();
 }
 
-TEST_F(SessionIds, NoAnswerIsAFailureWithALine) {
+TEST_F(SessionIds, NoAnswerAndNoSendAreFailuresThatLeaveTheBlockWithALine) {
   hold_block(5, 6);
   test::MovedClock clock;
   script({.recv = [&](int, void*, std::size_t, int) {
     clock.advance(2);
-    errno = EAGAIN;
-    return std::optional<ssize_t>(-1);
+    return std::optional<ssize_t>(test::fails(EAGAIN));
   }});
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  const LibraryCounters counters;
-  EXPECT_EQ(0u, aaa_get_session_id());
-  test::expect_line(log, "aaa_get_session_id", "get sessionid from aaad failed.\r\n");
-  expect_counted(counters, 1, 1);
-  expect_block(5, 6);
+  for (const int error : {0, EPIPE}) {
+    next_write_fails(error);
+    const test::OpenLog log;
+    const LibraryCounters counters;
+    EXPECT_EQ(0u, aaa_get_session_id());
+    log.expect("aaa_get_session_id", "get sessionid from aaad failed.\r\n");
+    expect_counted(counters, 1, 1);
+    expect_block(5, 6);
+  }
 }
 
-TEST_F(SessionIds, ARequestThatCannotBeSentIsAFailureWithALine) {
-  next_write_fails(EPIPE);
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  const LibraryCounters counters;
-  EXPECT_EQ(0u, aaa_get_session_id());
-  test::expect_line(log, "aaa_get_session_id", "get sessionid from aaad failed.\r\n");
-  expect_counted(counters, 1, 1);
-}
-
-TEST_F(SessionIds, AGrantIsLogged) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  aaad_grants(4000000000, 3);
-  aaa_get_session_id();
-  test::expect_line(log, "aaa_get_session_id",
-                    "get sessionid from aaad success, current 4000000000, top 3.\r\n");
-}
-
-TEST_F(SessionIds, AGrantOfId0IsLoggedTheSameWay) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
+TEST_F(SessionIds, AGrantIsLoggedAlsoOfId0AndAnIdOutOfTheBlockIsNot) {
+  const test::OpenLog log;
   aaad_grants(0, 3);
   aaa_get_session_id();
-  test::expect_line(log, "aaa_get_session_id",
-                    "get sessionid from aaad success, current 0, top 3.\r\n");
-}
-
-TEST_F(SessionIds, AnIdOutOfTheBlockIsNotLogged) {
-  hold_block(5, 9);
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(6u, aaa_get_session_id());
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(SessionIds, NothingIsLoggedWhileTheGateIsClosed) {
-  const test::LogCapture log;
-  aaad_grants(7, 1);
+  log.expect("aaa_get_session_id", "get sessionid from aaad success, current 0, top 3.\r\n");
+  aaad_grants(4000000000, 3);
   aaa_get_session_id();
-  next_write_fails(EPIPE);
-  aaa_get_session_id();
-  EXPECT_TRUE(log.lines().empty());
+  log.expect("aaa_get_session_id",
+             "get sessionid from aaad success, current 4000000000, top 3.\r\n");
+  const std::size_t lines = log.lines().size();
+  EXPECT_EQ(4000000001u, aaa_get_session_id());
+  EXPECT_EQ(lines, log.lines().size());
 }
 
-TEST_F(SessionIds, WhatAShortAnswerLacksIsZero) {
+TEST_F(SessionIds, WhatAShortAnswerLacksIsZeroAndAnEmptyOneAFailure) {
+  const LibraryCounters counters;
   aaad_answers(message_bytes(3, word_bytes(7)));
   aaad_answers(message_bytes(3, hex("0908")));
+  aaad_answers(message_bytes(3, ""));
   EXPECT_EQ(7u, aaa_get_session_id());
   expect_block(7, 7);
   EXPECT_EQ(0x0809u, aaa_get_session_id());
-}
-
-TEST_F(SessionIds, AnEmptyAnswerIsAFailure) {
-  const LibraryCounters counters;
-  aaad_answers(message_bytes(3, ""));
   EXPECT_EQ(0u, aaa_get_session_id());
-  expect_counted(counters, 1, 1);
+  expect_counted(counters, 3, 1);
 }
 
-TEST_F(SessionIds, ABlockThatPasses2To32EndsAtItsFirstId) {
+TEST_F(SessionIds, ABlockThatReaches2To32EndsAtItsFirstId) {
   aaad_grants(0xfffffffe, 10);
-  aaad_grants(1, 1);
   EXPECT_EQ(0xfffffffeu, aaa_get_session_id());
   expect_block(0xfffffffe, 8);
-  EXPECT_EQ(1u, aaa_get_session_id());
-}
-
-TEST_F(SessionIds, ABlockUpTo2To32EndsAtItsFirstId) {
-  aaad_grants(0xffffffff, 1);
-  aaad_grants(0xffffffff, 0);
-  aaad_grants(1, 1);
-  for (const std::uint32_t expected : {0xffffffffu, 0xffffffffu, 1u})
-    EXPECT_EQ(expected, aaa_get_session_id());
-}
-
-TEST_F(SessionIds, TheIdAfterTheHighestIsNever0) {
-  aaad_grants(0xffffffff, 0x80000000);
+  for (const std::uint32_t count : {1u, 0u, 0x80000000u}) {
+    aaad_grants(0xffffffff, count);
+    EXPECT_EQ(0xffffffffu, aaa_get_session_id()) << count;
+  }
   aaad_grants(42, 1);
-  EXPECT_EQ(0xffffffffu, aaa_get_session_id());
-  EXPECT_EQ(42u, aaa_get_session_id());
-  EXPECT_EQ(2u, writes().size());
+  EXPECT_EQ(42u, aaa_get_session_id()) << "never 0";
+  EXPECT_EQ(5u, writes().size());
 }
 
-TEST_F(SessionIds, NotRegisteredGives0AndCountsNothing) {
+TEST_F(SessionIds, NotRegisteredGives0CountsNothingAndLeavesTheBlock) {
   hold_block(5, 9);
   const LibraryCounters counters;
   for (const auto state :
@@ -213,28 +150,25 @@ TEST_F(SessionIds, NotRegisteredGives0AndCountsNothing) {
     EXPECT_EQ(0u, aaa_get_session_id());
   }
   EXPECT_TRUE(counters.all_unchanged());
-  EXPECT_TRUE(writes().empty());
   expect_block(5, 9);
-}
-
-TEST_F(SessionIds, TheBlockOutlivesTheRegistration) {
-  hold_block(5, 9);
-  aaa::set_reg_state(AAA_REG_LOST);
-  EXPECT_EQ(0u, aaa_get_session_id());
   aaa::set_reg_state(AAA_REG_REGISTERED);
   EXPECT_EQ(6u, aaa_get_session_id());
   EXPECT_TRUE(writes().empty());
 }
 
-TEST_F(SessionIds, EveryCallCountsAndOnlyFailuresCountAsFailures) {
+TEST_F(SessionIds, EveryCallCountsOnlyFailuresAsFailuresAndTheAnswerIsReleased) {
   const LibraryCounters counters;
   aaad_grants(100, 2);
   aaad_grants(0, 2);
+  aaad_answers(message_bytes(103, word_bytes(1)));
   aaa_get_session_id();
   aaa_get_session_id();
   expect_counted(counters, 2, 0);
   aaa_get_session_id();
   expect_counted(counters, 3, 1);
+  aaa_get_session_id();
+  expect_counted(counters, 4, 2);
+  EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
 }
 
 TEST_F(SessionIds, TheTimeOfTheExchangeIsKept) {
@@ -256,29 +190,20 @@ TEST_F(SessionIds, TheTimeOfIdsOutOfTheBlockIsKept) {
   EXPECT_GT(counters.grown(kTimeTotal), 0u);
 }
 
-TEST_F(SessionIds, TheAnswerIsReleased) {
-  const LibraryCounters counters;
-  aaad_grants(100, 1);
-  aaad_grants(0, 1);
-  aaad_answers(message_bytes(103, word_bytes(1)));
-  for (int i = 0; i < 3; ++i)
-    aaa_get_session_id();
-  EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
-}
+}  // namespace
 
-TEST_F(SessionIds, TheLockIsHeldAcrossTheExchange) {
-  bool free_meanwhile = true;
-  during_writes([&] { free_meanwhile = test::is_free(aaa_lib_lock); });
-  aaad_grants(100, 1);
-  aaa_get_session_id();
-  EXPECT_FALSE(free_meanwhile);
-  EXPECT_TRUE(test::is_free(aaa_lib_lock));
-}
+namespace test {
+namespace {
 
-TEST_F(SessionIds, TheLockIsFreeAfterAFailure) {
-  next_write_fails(EPIPE);
-  aaa_get_session_id();
-  EXPECT_TRUE(test::is_free(aaa_lib_lock));
-}
+// Of a block of one id each is an exchange.
+// clang-format off
+const ExchangeKind session_id = {
+    "session_id", 3, hex("00000000 00000000"), aaa_get_session_id,
+    message_bytes(3, hex("64000000 01000000")), 100, {0, 0, 0, 0}};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(, Exchanges, testing::Values(session_id), exchange_name);
+INSTANTIATE_TEST_SUITE_P(, DirectExchanges, testing::Values(session_id), exchange_name);
 
 }  // namespace
+}  // namespace test

@@ -14,9 +14,8 @@
 #include "runtime/send/waiting_session.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
+#include "support/encoded_body.h"
 #include "support/library_counters.h"
-#include "support/library_test.h"
-#include "support/linked_test.h"
 #include "support/result.h"
 #include "support/scripted_calls.h"
 #include "transport/base/paths.h"
@@ -30,16 +29,10 @@ inline std::uint32_t published() {
   return aaa::load(aaa::g_temp_sid);
 }
 
-inline std::string encoded_result(result_info record) {
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_result_info(&record, &body);
-  return take_block(body, length);
-}
-
 inline std::string result_of(std::uint32_t session_id) {
   result_info record = {};
   record.sub.session_id = session_id;
-  return encoded_result(record);
+  return encoded_body(aaa_encap_result_info, record);
 }
 
 // The blocks that a decoded result_of() has.
@@ -74,6 +67,12 @@ class WaitingTest : public LibraryTest {
     const std::int32_t outcome = aaa_user_get_result(session_id, 0, seconds, &result);
     result_.reset(result);
     return outcome;
+  }
+
+  static void forget_datagrams() {
+    char byte = 0;
+    while (::recv(lib_msg_server_fd, &byte, 1, MSG_DONTWAIT) >= 0)
+      continue;
   }
 
   static void deliver(const std::string& body) {
@@ -116,12 +115,6 @@ class WaitingTest : public LibraryTest {
   Result result_;
 
  private:
-  static void forget_datagrams() {
-    char byte = 0;
-    while (::recv(lib_msg_server_fd, &byte, 1, MSG_DONTWAIT) >= 0)
-      continue;
-  }
-
   std::deque<Wait> waits_;
   std::vector<int> timeouts_;
 };

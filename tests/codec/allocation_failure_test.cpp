@@ -19,175 +19,134 @@ class AllocationFailure : public InfoRecord<Record> {
     return builder.body();
   }
 
-  struct Outcome {
-    std::uint32_t result;
-    Record* record;
-  };
-
   // Decodes with the `call`-th allocation failing.
-  Outcome decode(const Bytes& body, std::uint32_t call) {
+  Decoded<Record> decode(const Bytes& body, std::size_t call) {
     this->counts_ = BlockCounts();
-    const FailMalloc failure(call);
-    Outcome outcome{0, nullptr};
-    outcome.result =
-        Codec<Record>::decode(&outcome.record, body.data(), static_cast<std::int32_t>(body.size()));
+    const FailMalloc failure(static_cast<std::uint32_t>(call));
+    Decoded<Record> record(body);
     EXPECT_TRUE(failure.happened());
     EXPECT_EQ(this->counts_.failed(), 1U);
-    return outcome;
+    return record;
   }
 };
 TYPED_TEST_SUITE(AllocationFailure, InfoRecords);
 
 TYPED_TEST(AllocationFailure, EncoderReturns0AndStoresNothing) {
-  auto record = this->empty_record();
-  void* body = &record;
+  void* body = &this->record_;
   const FailMalloc failure(1);
-  EXPECT_EQ(Codec<TypeParam>::encode(&record, &body), 0U);
-  EXPECT_EQ(body, &record);
+  EXPECT_EQ(Codec<TypeParam>::encode(&this->record_, &body), 0U);
+  EXPECT_EQ(body, &this->record_);
   EXPECT_EQ(this->counts_.failed(), 1U);
   EXPECT_EQ(this->counts_.allocated(), 0U);
 }
 
 TYPED_TEST(AllocationFailure, DecoderWithoutARecordReturns0) {
-  const auto outcome = this->decode(this->full_body(), 1);
-  EXPECT_EQ(outcome.result, 0U);
-  EXPECT_EQ(outcome.record, nullptr);
+  const auto record = this->decode(this->full_body(), 1);
+  EXPECT_EQ(record.result(), 0U);
+  EXPECT_EQ(record.get(), nullptr);
   EXPECT_EQ(this->counts_.allocated(), 0U);
 }
 
 TYPED_TEST(AllocationFailure, OfOneItemDropsThatItemAlone) {
   using C = Codec<TypeParam>;
-  const Bytes body = this->full_body();
-  for (std::uint32_t i = 0; i < C::data_order.size(); i++) {
-    const auto outcome = this->decode(body, 2 + i);
-    ASSERT_EQ(outcome.result, 1U);
-    EXPECT_EQ(text(outcome.record->user_password), "password");
-    for (const auto& data : C::datas) {
-      const bool dropped = data.tag == C::data_order[i];
-      EXPECT_EQ(text(outcome.record->*data.data, 9), dropped ? "(null)" : "some data") << data.tag;
+  for (std::size_t i = 0; i < C::data_order.size(); i++) {
+    {
+      const auto record = this->decode(this->full_body(), 2 + i);
+      ASSERT_EQ(record.result(), 1U);
+      EXPECT_EQ(text(record->user_password), "password");
+      for (const auto& data : C::datas) {
+        const bool dropped = data.tag == C::data_order[i];
+        EXPECT_EQ(text((*record).*data.data, 9), dropped ? "(null)" : "some data") << data.tag;
+      }
     }
-    C::release(outcome.record);
     EXPECT_EQ(this->counts_.allocated(), 1 + C::data_order.size());
     EXPECT_EQ(this->counts_.live(), 0U);
   }
 }
 
 TYPED_TEST(AllocationFailure, OfTheTailLeavesItsLengthAt0) {
-  const auto outcome = this->decode(body_of<TypeParam>().item(299, "tail").body(), 2);
-  EXPECT_EQ(outcome.record->tail_len, 0U);
-  EXPECT_EQ(outcome.record->tail_data, nullptr);
-  Codec<TypeParam>::release(outcome.record);
+  const auto record = this->decode(body_of<TypeParam>().item(299, "tail").body(), 2);
+  EXPECT_EQ(record->tail_len, 0U);
+  EXPECT_EQ(record->tail_data, nullptr);
 }
 
 TYPED_TEST(AllocationFailure, OfARepeatedTailKeepsTheFirst) {
-  const auto outcome =
-      this->decode(body_of<TypeParam>().item(299, "tail").item(299, "again").body(), 3);
-  EXPECT_EQ(text(outcome.record->tail_data, outcome.record->tail_len), "tail");
-  Codec<TypeParam>::release(outcome.record);
+  const auto body = body_of<TypeParam>().item(299, "tail").item(299, "again").body();
+  const auto record = this->decode(body, 3);
+  EXPECT_EQ(text(record->tail_data, record->tail_len), "tail");
 }
 
 TYPED_TEST(AllocationFailure, OfOneOfSeveralTailsLeavesItsLengthOut) {
   const Bytes body =
       body_of<TypeParam>().item(299, "tail").item(299, "without memory").item(299, "end").body();
-  const auto outcome = this->decode(body, 3);
-  ASSERT_EQ(outcome.result, 1U);
-  EXPECT_EQ(outcome.record->tail_len, 7U);
-  EXPECT_EQ(text(outcome.record->tail_data, 8), std::string("end\0\0\0\0\0", 8));
-  EXPECT_EQ(this->heap_.size_of(outcome.record->tail_data), 8U);
+  const auto record = this->decode(body, 3);
+  ASSERT_EQ(record.result(), 1U);
+  EXPECT_EQ(record->tail_len, 7U);
+  EXPECT_EQ(text(record->tail_data, 8), std::string("end\0\0\0\0\0", 8));
+  EXPECT_EQ(this->heap_.size_of(record->tail_data), 8U);
   EXPECT_EQ(this->counts_.allocated(), 4U) << "the record, two tails, the arena";
-  Codec<TypeParam>::release(outcome.record);
-  EXPECT_EQ(this->counts_.live(), 1U) << "the first copy is not freed";
-  this->counts_ = BlockCounts();
+  this->blocks_left_ = 1;
 }
 
 TYPED_TEST(AllocationFailure, OfTheArenaReleasesTheItemsAndTheRecord) {
-  using C = Codec<TypeParam>;
-  const auto outcome =
-      this->decode(this->full_body(), static_cast<std::uint32_t>(2 + C::data_order.size()));
-  EXPECT_EQ(outcome.result, 0U);
-  EXPECT_EQ(outcome.record, nullptr);
-  EXPECT_EQ(this->counts_.allocated(), 1 + C::data_order.size());
+  const std::size_t items = Codec<TypeParam>::data_order.size();
+  const auto record = this->decode(this->full_body(), 2 + items);
+  EXPECT_EQ(record.result(), 0U);
+  EXPECT_EQ(record.get(), nullptr);
+  EXPECT_EQ(this->counts_.allocated(), 1 + items);
   // The result's item 321 is the one block that stays.
-  const bool is_result = std::is_same_v<TypeParam, result_info>;
-  EXPECT_EQ(this->counts_.live(), is_result ? 1U : 0U);
-  this->counts_ = BlockCounts();
+  this->blocks_left_ = std::is_same_v<TypeParam, result_info> ? 1 : 0;
 }
 
 TYPED_TEST(AllocationFailure, OfTheArenaWithEmptyItemsLeavesNothing) {
-  const auto outcome = this->decode(body_of<TypeParam>().body(), 2);
-  EXPECT_EQ(outcome.result, 0U);
+  EXPECT_EQ(this->decode(body_of<TypeParam>().body(), 2).result(), 0U);
 }
 
-TEST(ResultAllocationFailure, OfAText302KeepsItsLengthWithoutAPointer) {
-  const Bytes body = body_of<result_info>().item(302, "some text").body();
-  result_info* record = nullptr;
-  {
-    const FailMalloc failure(2);
-    aaa_parse_result_info(&record, body.data(), static_cast<std::int32_t>(body.size()));
-  }
-  ASSERT_NE(record, nullptr);
-  EXPECT_EQ(record->text_302_len, 9U);
-  EXPECT_EQ(record->text_302, nullptr);
-  aaa_free_result_info(record);
-}
-
-// Decodes with the third allocation failing, which is the second item's.
-class RepeatedResultData : public testing::TestWithParam<Data<result_info>> {
+// The data whose repetition a result replaces.
+class ResultAllocationFailure : public AllocationFailure<result_info>,
+                                public testing::WithParamInterface<Data<result_info>> {
  protected:
-  result_info* decode(const Bytes& body) {
-    result_info* record = nullptr;
-    const FailMalloc failure(3);
-    aaa_parse_result_info(&record, body.data(), static_cast<std::int32_t>(body.size()));
-    EXPECT_TRUE(failure.happened());
-    return record;
+  static BodyBuilder with(const std::string& first) {
+    return body_of<result_info>().item(GetParam().tag, first);
   }
-
-  TrackedHeap heap_;
-  BlockCounts counts_;
+  static void expect_data(const Decoded<result_info>& record, std::uint32_t length,
+                          const std::string& bytes) {
+    ASSERT_EQ(record.result(), 1U);
+    EXPECT_EQ((*record).*GetParam().length, length);
+    EXPECT_EQ(text((*record).*GetParam().data, bytes.size()), bytes);
+  }
 };
 
 INSTANTIATE_TEST_SUITE_P(
-    , RepeatedResultData,
+    , ResultAllocationFailure,
     testing::Values(Data<result_info>{302, &result_info::text_302, &result_info::text_302_len},
                     Data<result_info>{303, &result_info::text_303, &result_info::text_303_len},
                     Data<result_info>{321, &result_info::data_321, &result_info::data_321_len}),
     [](const auto& data) { return std::to_string(data.param.tag); });
 
-TEST_P(RepeatedResultData, WithoutMemoryForTheSecondKeepsTheFirstAndTheSecondsLength) {
-  const auto& data = GetParam();
-  result_info* record =
-      decode(body_of<result_info>().item(data.tag, "one").item(data.tag, "another").body());
-  ASSERT_NE(record, nullptr);
-  EXPECT_EQ(record->*data.length, 7U);
-  EXPECT_EQ(text(record->*data.data, 8), std::string("one\0\0\0\0\0", 8));
-  EXPECT_EQ(heap_.size_of(record->*data.data), 8U);
+TEST_P(ResultAllocationFailure, OfTheOnlyItemKeepsItsLengthWithoutAPointer) {
+  const auto record = decode(with("some text").body(), 2);
+  ASSERT_EQ(record.result(), 1U);
+  EXPECT_EQ((*record).*GetParam().length, 9U);
+  EXPECT_EQ((*record).*GetParam().data, nullptr);
+}
+
+TEST_P(ResultAllocationFailure, OfTheSecondKeepsTheFirstAndTheSecondsLength) {
+  const auto record = decode(with("one").item(GetParam().tag, "another").body(), 3);
+  expect_data(record, 7, std::string("one\0\0\0\0\0", 8));
+  EXPECT_EQ(heap_.size_of((*record).*GetParam().data), 8U);
   EXPECT_EQ(counts_.allocated(), 3U) << "the record, the first item, the arena";
-  aaa_free_result_info(record);
-  EXPECT_EQ(counts_.live(), 0U);
 }
 
-TEST_P(RepeatedResultData, WithoutMemoryForAShorterSecondKeepsTheFirstWhole) {
-  const auto& data = GetParam();
-  result_info* record =
-      decode(body_of<result_info>().item(data.tag, "first one").item(data.tag, "two").body());
-  ASSERT_NE(record, nullptr);
-  EXPECT_EQ(record->*data.length, 3U);
-  EXPECT_EQ(text(record->*data.data, 10), std::string("first one\0", 10));
+TEST_P(ResultAllocationFailure, OfAShorterSecondKeepsTheFirstWhole) {
+  const auto record = decode(with("first one").item(GetParam().tag, "two").body(), 3);
+  expect_data(record, 3, std::string("first one\0", 10));
   EXPECT_EQ(counts_.allocated(), 3U);
-  aaa_free_result_info(record);
 }
 
-TEST_P(RepeatedResultData, AnEmptyThirdSetsTheLengthTo0) {
-  const auto& data = GetParam();
-  result_info* record = decode(body_of<result_info>()
-                                   .item(data.tag, "one")
-                                   .item(data.tag, "another")
-                                   .item(data.tag, "")
-                                   .body());
-  ASSERT_NE(record, nullptr);
-  EXPECT_EQ(record->*data.length, 0U);
-  EXPECT_EQ(text(record->*data.data, 4), std::string("one\0", 4));
-  aaa_free_result_info(record);
+TEST_P(ResultAllocationFailure, OfTheSecondBeforeAnEmptyThirdSetsTheLengthTo0) {
+  const auto body = with("one").item(GetParam().tag, "another").item(GetParam().tag, "").body();
+  expect_data(decode(body, 3), 0, std::string("one\0", 4));
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "codec/bodies.h"
 
@@ -19,6 +21,7 @@ class BlockSample {
   Record arrived{};  // what a decoder makes of `received`
   Bytes block;       // what the encoder makes of `sent`
   Bytes received;    // the same, with what a peer may send beyond it
+  std::vector<std::pair<std::size_t, std::uint8_t Record::*>> flags;
 
   explicit BlockSample(std::size_t size) : block(size), received(size) {
     std::memset(&sent, 0, sizeof sent);
@@ -42,6 +45,12 @@ class BlockSample {
   }
 
   void flag(std::size_t offset, std::uint8_t Record::*member) {
+    wide_flag(offset, member);
+    flags.push_back({offset, member});
+  }
+
+  // Sent as 16 bits, any of which makes it 1.
+  void wide_flag(std::size_t offset, std::uint8_t Record::*member) {
     sent.*member = arrived.*member = 1;
     block.at(offset) = received.at(offset) = 1;
   }
@@ -61,8 +70,7 @@ class BlockSample {
 
   template <typename Value>
   void not_carried(Value Record::*member) {
-    const Bytes value = next_bytes(sizeof(Value));
-    set(member, value, Bytes(sizeof(Value)));
+    set(member, next_bytes(sizeof(Value)), Bytes(sizeof(Value)));
   }
 
  private:

@@ -24,6 +24,11 @@ inline std::uint32_t word32(const Bytes& bytes, std::size_t offset) {
   return word16(bytes, offset) | static_cast<std::uint32_t>(word16(bytes, offset + 2)) << 16;
 }
 
+inline Bytes part(const Bytes& bytes, std::size_t offset, std::size_t count) {
+  const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
+  return {first, first + static_cast<std::ptrdiff_t>(count)};
+}
+
 // An item that stands in a body.
 struct Item {
   std::uint16_t type;
@@ -91,11 +96,6 @@ inline std::string text(const void* bytes, std::size_t length) {
 
 inline std::string text(const aaa_item& item) {
   return text(item.value, item.len);
-}
-
-// The byte behind a value.
-inline int byte_behind(const aaa_item& item) {
-  return static_cast<const char*>(item.value)[item.len];
 }
 
 // The encoder's body, released; empty when it returned 0.

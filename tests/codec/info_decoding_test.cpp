@@ -3,6 +3,7 @@
 #include <string>
 
 #include "codec/info_record_fixture.h"
+#include "codec/result_info.h"
 
 namespace test {
 namespace {
@@ -11,63 +12,43 @@ template <typename Record>
 class InfoDecoding : public InfoRecord<Record> {};
 TYPED_TEST_SUITE(InfoDecoding, InfoRecords);
 
-TYPED_TEST(InfoDecoding, EmptyItemsAreDecodedAsNull) {
-  using C = Codec<TypeParam>;
-  auto empty = this->empty_record();
-  const Bytes body = encoded(C::encode, empty);
-  const Decoded<TypeParam> record(body);
-  ASSERT_EQ(record.result(), 1U);
-  for (const auto tag : C::arena_order) {
-    EXPECT_EQ(this->text_of(*record, tag), "(null)") << tag;
-  }
-  for (const auto& data : C::datas) {
-    EXPECT_EQ((*record).*data.data, nullptr);
-    EXPECT_EQ((*record).*data.length, 0U);
-  }
-  EXPECT_EQ(record->arena.size, C::arena_order.size());
-}
-
-TYPED_TEST(InfoDecoding, ADescriptorsTypeTellsWhetherItsItemCame) {
+TYPED_TEST(InfoDecoding, EmptyItemsAreNullAndADescriptorsTypeTellsWhetherItsItemCame) {
   using C = Codec<TypeParam>;
   const Decoded<TypeParam> without(body_of<TypeParam>().body());
-  auto empty = this->empty_record();
-  const Decoded<TypeParam> with(encoded(C::encode, empty));
-  for (const auto& descriptor : C::descriptors) {
-    EXPECT_EQ(((*without).*descriptor.member).type, 0) << descriptor.tag;
-    EXPECT_EQ(((*with).*descriptor.member).type, descriptor.tag);
+  const Decoded<TypeParam> with(this->encode());
+  ASSERT_EQ(with.result(), 1U);
+  for (const auto& [tag, member] : C::descriptors) {
+    EXPECT_EQ(text((*with).*member), "(null)") << tag;
+    EXPECT_EQ(((*with).*member).type, tag);
+    EXPECT_EQ(((*without).*member).type, 0) << tag;
   }
+  for (const auto& data : C::datas) {
+    EXPECT_EQ((*with).*data.data, nullptr);
+    EXPECT_EQ((*with).*data.length, 0U);
+  }
+  EXPECT_EQ(with->arena.size, C::arena_order.size());
 }
 
-TYPED_TEST(InfoDecoding, ArenaHoldsTheValuesInOrderEachWithANul) {
+TYPED_TEST(InfoDecoding, ArenaHasTheValuesInOrderEachWithANul) {
   using C = Codec<TypeParam>;
-  auto sent = this->empty_record();
-  std::vector<std::string> values;
-  for (const auto& descriptor : C::descriptors)
-    values.push_back(std::to_string(descriptor.tag));
-  for (std::size_t i = 0; i < values.size(); i++) {
-    sent.*C::descriptors[i].member = item(values[i]);
-  }
+  std::map<std::uint16_t, std::string> values;
+  for (const auto& [tag, member] : C::descriptors)
+    this->record_.*member = item(values[tag] = std::to_string(tag));
   std::string expected;
   for (const auto tag : C::arena_order)
-    expected += std::to_string(tag) + '\0';
-  const Bytes body = encoded(C::encode, sent);
-  const Decoded<TypeParam> record(body);
+    expected += values[tag] + '\0';
+  const Decoded<TypeParam> record(this->encode());
   ASSERT_EQ(record.result(), 1U);
   EXPECT_EQ(record->arena.used, 0U);
-  EXPECT_EQ(record->arena.size, expected.size());
   EXPECT_EQ(text(record->arena.base, record->arena.size), expected);
-  for (const auto tag : C::arena_order) {
-    EXPECT_EQ(this->text_of(*record, tag), std::to_string(tag));
-  }
+  for (const auto tag : C::arena_order)
+    EXPECT_EQ(this->text_of(*record, tag), values[tag]);
 }
 
 TYPED_TEST(InfoDecoding, EmptyDescriptorsLeaveNoGapAndTheArenaEndsInZeros) {
-  using C = Codec<TypeParam>;
-  const Bytes body = body_of<TypeParam>().item(2, "password").body();
-  const Decoded<TypeParam> record(body);
-  const std::string expected = "password" + std::string(C::arena_order.size(), '\0');
-  EXPECT_EQ(record->arena.size, expected.size());
-  EXPECT_EQ(text(record->arena.base, record->arena.size), expected);
+  const Decoded<TypeParam> record(body_of<TypeParam>().item(2, "password").body());
+  EXPECT_EQ(text(record->arena.base, record->arena.size),
+            "password" + std::string(Codec<TypeParam>::arena_order.size(), '\0'));
 }
 
 TYPED_TEST(InfoDecoding, RecordDoesNotReferToTheBody) {
@@ -79,10 +60,8 @@ TYPED_TEST(InfoDecoding, RecordDoesNotReferToTheBody) {
 }
 
 TYPED_TEST(InfoDecoding, DataIsDecodedWithALengthAndANulBehindIt) {
-  using C = Codec<TypeParam>;
-  for (const auto& data : C::datas) {
-    const Bytes body = body_of<TypeParam>().item(data.tag, "some data").body();
-    const Decoded<TypeParam> record(body);
+  for (const auto& data : Codec<TypeParam>::datas) {
+    const Decoded<TypeParam> record(body_of<TypeParam>().item(data.tag, "some data").body());
     EXPECT_EQ((*record).*data.length, 9U);
     EXPECT_EQ(text((*record).*data.data, 10), std::string("some data\0", 10));
     EXPECT_EQ(record->tail_pos, 0U);
@@ -90,63 +69,168 @@ TYPED_TEST(InfoDecoding, DataIsDecodedWithALengthAndANulBehindIt) {
 }
 
 TYPED_TEST(InfoDecoding, ItemsMayComeInAnyOrder) {
-  const Bytes body =
-      BodyBuilder()
-          .item(299, "tail")
-          .item(2, "password")
-          .bytes(text(body_of<TypeParam>().body().data(), Codec<TypeParam>::block_size + 4))
-          .body();
-  const Decoded<TypeParam> record(body);
+  const Decoded<TypeParam> record(BodyBuilder()
+                                      .item(299, "tail")
+                                      .item(2, "password")
+                                      .item(1, std::string(Codec<TypeParam>::block_size, '\0'))
+                                      .body());
   ASSERT_EQ(record.result(), 1U);
   EXPECT_EQ(text(record->user_password), "password");
   EXPECT_EQ(record->tail_len, 4U);
 }
 
 TYPED_TEST(InfoDecoding, RepeatedDescriptorKeepsTheLastOccurrence) {
-  const Bytes body = body_of<TypeParam>().item(2, "first").item(2, "second").body();
-  const Decoded<TypeParam> record(body);
-  EXPECT_EQ(text(record->user_password), "second");
+  EXPECT_EQ(this->password_in(body_of<TypeParam>().item(2, "first").item(2, "second")), "second");
+  EXPECT_EQ(this->password_in(body_of<TypeParam>().item(2, "first").item(2, "")), "(null)");
 }
 
-TYPED_TEST(InfoDecoding, RepeatedDescriptorThatIsEmptyEmptiesIt) {
-  const Bytes body = body_of<TypeParam>().item(2, "first").item(2, "").body();
-  const Decoded<TypeParam> record(body);
-  EXPECT_EQ(text(record->user_password), "(null)");
+TYPED_TEST(InfoDecoding, OfAnUnknownItemOnlyAResultSkipsTheValue) {
+  const auto whole = body_of<TypeParam>().header(5, 4).header(2, 3).item(2, "abc");
+  const auto two_bytes = body_of<TypeParam>().item(5, "ab").item(2, "abc");
+  // The others read on in the value: an item 2 there, or {2, 3} out of it and the next two bytes.
+  const auto inner = body_of<TypeParam>().header(5, 4).header(2, 3).bytes("abc");
+  const auto across = body_of<TypeParam>().header(5, 2).word16(2).header(3, 0x6261).bytes("c");
+  if constexpr (std::is_same_v<TypeParam, result_info>) {
+    EXPECT_EQ(this->password_in(whole), "abc");
+    EXPECT_EQ(this->password_in(two_bytes), "abc");
+  } else {
+    EXPECT_EQ(this->password_in(inner), "abc");
+    EXPECT_EQ(this->password_in(across), "abc");
+  }
 }
 
 TYPED_TEST(InfoDecoding, RepeatedTailLeavesTheSumOfTheLengthsAndTheSecondBuffer) {
-  const Bytes body = body_of<TypeParam>().item(299, "first one").item(299, "second").body();
-  {
-    const Decoded<TypeParam> record(body);
-    EXPECT_EQ(record->tail_len, 15U);
-    EXPECT_EQ(text(record->tail_data, 16), "second" + std::string(10, '\0'));
-    EXPECT_EQ(this->heap_.size_of(record->tail_data), 16U);
-    EXPECT_EQ(this->counts_.allocated(), 4U) << "the record, one for each tail, the arena";
-  }
-  EXPECT_EQ(this->counts_.live(), 1U) << "the first copy is not freed";
-  this->counts_ = BlockCounts();
+  const Decoded<TypeParam> record(
+      body_of<TypeParam>().item(299, "first one").item(299, "second").body());
+  EXPECT_EQ(record->tail_len, 15U);
+  EXPECT_EQ(text(record->tail_data, 16), "second" + std::string(10, '\0'));
+  EXPECT_EQ(this->heap_.size_of(record->tail_data), 16U);
+  EXPECT_EQ(this->counts_.allocated(), 4U) << "the record, one for each tail, the arena";
+  this->blocks_left_ = 1;
 }
 
 TYPED_TEST(InfoDecoding, EmptyTailBetweenOthersChangesNothing) {
-  const Bytes body = body_of<TypeParam>().item(299, "one").item(299, "").item(299, "second").body();
-  {
-    const Decoded<TypeParam> record(body);
-    EXPECT_EQ(record->tail_len, 9U);
-    EXPECT_EQ(text(record->tail_data, 10), std::string("second\0\0\0\0", 10));
-  }
-  this->counts_ = BlockCounts();
+  const Decoded<TypeParam> record(
+      body_of<TypeParam>().item(299, "one").item(299, "").item(299, "second").body());
+  EXPECT_EQ(record->tail_len, 9U);
+  EXPECT_EQ(text(record->tail_data, 10), std::string("second\0\0\0\0", 10));
+  this->blocks_left_ = 1;
 }
 
-TEST(AcctInfoDecoding, RepeatedItem322LeavesTheSumOfTheLengthsAndTheSecondBuffer) {
-  const TrackedHeap heap;
-  const BlockCounts counts;
-  const Bytes body = body_of<acct_info>().item(322, "one").item(299, "t").item(322, "two!").body();
-  const Decoded<acct_info> record(body);
-  EXPECT_EQ(record->data_322_len, 7U);
-  EXPECT_EQ(text(record->data_322, 8), std::string("two!\0\0\0\0", 8));
-  EXPECT_EQ(heap.size_of(record->data_322), 8U);
+// The text 301, which three of the records have.
+template <typename Record>
+class InfoText : public InfoRecord<Record> {};
+using TextRecords = testing::Types<authen_info, author_info, acct_info>;
+TYPED_TEST_SUITE(InfoText, TextRecords);
+
+TYPED_TEST(InfoText, TravelsWithoutItsNul) {
+  this->record_.ext_text = "some text";
+  const Bytes body = this->encode();
+  EXPECT_EQ(body.size(), Codec<TypeParam>::empty_size + 9);
+  EXPECT_THAT(items_of(body), testing::Contains(Item{301, "some text"}));
+  EXPECT_STREQ(Decoded<TypeParam>(body)->ext_text, "some text");
+}
+
+TYPED_TEST(InfoText, Over65535CharactersIsCountedInFull) {
+  const std::string long_text(65539, 't');
+  this->record_.ext_text = long_text.c_str();
+  Bytes body = this->encode();
+  ASSERT_EQ(body.size(), Codec<TypeParam>::empty_size + 65539);
+  EXPECT_EQ(part(body, body.size() - 65536, 65536), Bytes(65536));
+  body.resize(body.size() - 65536);
+  EXPECT_THAT(items_of(body), testing::Contains(Item{301, "ttt"}));
+}
+
+TYPED_TEST(InfoText, OfTwoTheSecondIsKept) {
+  const Decoded<TypeParam> record(body_of<TypeParam>().item(301, "one").item(301, "two").body());
+  EXPECT_STREQ(record->ext_text, "two");
+  this->blocks_left_ = 1;
+}
+
+TYPED_TEST(InfoText, ThatRunsPastTheBodysEndIsTerminated) {
+  const Decoded<TypeParam> record(body_of<TypeParam>().header(301, 500).bytes("abc").body());
+  EXPECT_EQ(text(record->ext_text, 501), "abc" + std::string(498, '\0'));
+}
+
+class AcctInfoDecoding : public InfoRecord<acct_info> {};
+
+TEST_F(AcctInfoDecoding, RepeatedItem322LeavesTheSumOfTheLengthsAndTheSecondBuffer) {
+  const Decoded<acct_info> record(
+      body_of<acct_info>().item(322, "first one").item(299, "t").item(322, "second").body());
+  EXPECT_EQ(record->pos_322, 0U);
+  EXPECT_EQ(record->data_322_len, 15U);
+  EXPECT_EQ(text(record->data_322, 16), "second" + std::string(10, '\0'));
+  EXPECT_EQ(heap_.size_of(record->data_322), 16U);
   EXPECT_EQ(record->tail_len, 1U);
-  EXPECT_EQ(counts.allocated(), 5U);
+  EXPECT_EQ(counts_.allocated(), 5U);
+  blocks_left_ = 1;
+}
+
+class ResultInfoDecoding : public InfoRecord<result_info> {};
+
+TEST_F(ResultInfoDecoding, RepeatedTextKeepsTheSecondAndItsLength) {
+  const Decoded<result_info> record(
+      body_of<result_info>().item(302, "first one").item(302, "second").body());
+  EXPECT_EQ(record->text_302_len, 6U);
+  EXPECT_EQ(text(record->text_302, 7), std::string("second\0", 7));
+  blocks_left_ = 1;
+}
+
+TEST_F(ResultInfoDecoding, RepeatedTextThatIsEmptyOnlySetsTheLength) {
+  const Decoded<result_info> record(body_of<result_info>().item(303, "first").item(303, "").body());
+  EXPECT_EQ(record->text_303_len, 0U);
+  EXPECT_EQ(text(record->text_303, 6), std::string("first\0", 6));
+}
+
+TEST_F(ResultInfoDecoding, ReceivedOctetsAreWhateverThePeerPutAtOffset1000) {
+  Bytes body = body_of<result_info>().body();
+  std::fill(body.begin() + 4 + 1000, body.begin() + 4 + 1128, 0x77);
+  const Decoded<result_info> record(body);
+  EXPECT_THAT(record->sub.octets128_b, testing::Each(0x77));
+  EXPECT_EQ(part(encoded(aaa_encap_result_info, *record), 4, 1280), Bytes(1280));
+}
+
+TEST_F(ResultInfoDecoding, Items318To320PointIntoTheBodyWhoseEndCutsThem) {
+  const auto two = body_of<result_info>().item(318, "one").item(319, "2");
+  const Bytes body = BodyBuilder(two).header(320, 100).bytes("three").body();
+  const Decoded<result_info> record(body);
+  const std::uint8_t* items = body.data() + 4 + 1280;
+  EXPECT_EQ(record->item_318.value, items + 4);
+  EXPECT_EQ(record->item_318.len, 3);
+  EXPECT_EQ(record->item_319.value, items + 11);
+  EXPECT_EQ(record->item_319.len, 1);
+  EXPECT_EQ(record->item_320.value, items + 16);
+  EXPECT_EQ(record->item_320.len, 5);
+  EXPECT_EQ(record->item_320.type, 320);
+  EXPECT_EQ(record->arena.size, 10U) << "they take no room in the arena";
+}
+
+TEST_F(ResultInfoDecoding, WithoutTheBodyItems318To320KeepTheirLengthsAlone) {
+  const Bytes body =
+      body_of<result_info>().item(318, "one").item(319, "2").item(320, "three").body();
+  const auto size = static_cast<std::int32_t>(body.size());
+  result_info* record = nullptr;
+  ASSERT_EQ(aaa::decode_result_without_body(&record, body.data(), size), 1U);
+  const aaa_item* const items[] = {&record->item_318, &record->item_319, &record->item_320};
+  for (const aaa_item* item : items)
+    EXPECT_EQ(item->value, nullptr) << item->type;
+  EXPECT_EQ(items[0]->len, 3);
+  EXPECT_EQ(items[1]->len, 1);
+  EXPECT_EQ(items[2]->len, 5);
+  aaa_free_result_info(record);
+  record = nullptr;
+  EXPECT_EQ(aaa::decode_result_without_body(&record, body.data(), 4), 0U) << "too short";
+  EXPECT_EQ(record, nullptr);
+}
+
+TEST_F(ResultInfoDecoding, Items318To320AreNullWhenEmpty) {
+  const auto twice = body_of<result_info>().item(318, "").item(319, "was here").item(319, "");
+  const Bytes body = BodyBuilder(twice).header(320, 9).body();
+  const Decoded<result_info> record(body);
+  for (const aaa_item& item : {record->item_318, record->item_319, record->item_320}) {
+    EXPECT_EQ(item.value, nullptr) << item.type;
+    EXPECT_EQ(item.len, 0) << item.type;
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <string>
 #include <tuple>
@@ -64,40 +65,33 @@ TEST(Radext, EveryFieldIsReadFromItsPlaceInTheBlock) {
 
 TEST(Radext, TextsStandAtTheirPlacesInTheBlock) {
   radext_msg record{};
-  record.text_a = "text a";
-  record.text_b = "text b";
-  record.text_c = "text c";
-  record.text_d = "text d";
-  record.text_e = "text e";
-  record.text_f = "text f";
-  record.text_g = "text g";
-  record.text_h = "text h";
-  const Bytes block = sent_block(record);
   Bytes expected(kBlockSize);
-  const std::size_t places[] = {288, 544, 828, 1082, 1336, 1590, 1844, 2531};
-  char name = 'a';
-  for (const std::size_t place : places) {
-    std::memcpy(&expected[place], "text ", 5);
-    expected[place + 5] = static_cast<std::uint8_t>(name++);
-  }
-  EXPECT_EQ(block, expected);
+  const auto stands_at = [&](std::size_t place, const char* radext_msg::*member, const char* text) {
+    record.*member = text;
+    std::memcpy(&expected[place], text, 6);
+  };
+  stands_at(288, &radext_msg::text_a, "text a");
+  stands_at(544, &radext_msg::text_b, "text b");
+  stands_at(828, &radext_msg::text_c, "text c");
+  stands_at(1082, &radext_msg::text_d, "text d");
+  stands_at(1336, &radext_msg::text_e, "text e");
+  stands_at(1590, &radext_msg::text_f, "text f");
+  stands_at(1844, &radext_msg::text_g, "text g");
+  stands_at(2531, &radext_msg::text_h, "text h");
+  EXPECT_EQ(sent_block(record), expected);
 }
 
 TEST(Radext, TextsAreReadFromTheirPlaces) {
   Bytes block(kBlockSize);
-  const std::size_t places[] = {288, 544, 828, 1082, 1336, 1590, 1844};
   char name = 'a';
-  for (const std::size_t place : places)
+  for (const std::size_t place : {288, 544, 828, 1082, 1336, 1590, 1844})
     block[place] = static_cast<std::uint8_t>(name++);
   radext_msg_info record{};
   aaa_parse_radext_msg_sub(block.data(), &record);
-  EXPECT_STREQ(record.text_a, "a");
-  EXPECT_STREQ(record.text_b, "b");
-  EXPECT_STREQ(record.text_c, "c");
-  EXPECT_STREQ(record.text_d, "d");
-  EXPECT_STREQ(record.text_e, "e");
-  EXPECT_STREQ(record.text_f, "f");
-  EXPECT_STREQ(record.text_g, "g");
+  EXPECT_THAT(
+      (std::array<std::string, 7>{record.text_a, record.text_b, record.text_c, record.text_d,
+                                  record.text_e, record.text_f, record.text_g}),
+      testing::ElementsAre("a", "b", "c", "d", "e", "f", "g"));
 }
 
 TEST(Radext, TextOf300CharactersArrivesAsItsFirst253FollowedByNul) {
@@ -109,46 +103,35 @@ TEST(Radext, TextOf300CharactersArrivesAsItsFirst253FollowedByNul) {
   EXPECT_EQ(text_at(block, 1844, 256), std::string(253, 'x') + std::string(3, '\0'));
   radext_msg_info info{};
   aaa_parse_radext_msg_sub(block.data(), &info);
-  EXPECT_EQ(info.text_a, std::string(253, 'x'));
-  EXPECT_EQ(info.text_b, std::string(253, 'x'));
-  EXPECT_EQ(info.text_c, std::string(253, 'x'));
-  EXPECT_EQ(info.text_g, std::string(253, 'x'));
+  for (const char* arrived : {info.text_a, info.text_b, info.text_c, info.text_g})
+    EXPECT_EQ(arrived, std::string(253, 'x'));
 }
 
-TEST(Radext, ReceivedTextWithoutANulIsCutAt253Characters) {
+TEST(Radext, ReceivedTextWithoutANulIsCutAt253CharactersAndTheLocalBlockIsLeftAlone) {
   const Bytes block(kBlockSize, 'z');
   radext_msg_info record;
-  std::memset(&record, 0xEE, sizeof record);
+  std::memset(&record, 0x77, sizeof record);
   aaa_parse_radext_msg_sub(block.data(), &record);
   EXPECT_EQ(record.text_a, std::string(253, 'z'));
   EXPECT_EQ(record.text_g, std::string(253, 'z'));
+  EXPECT_THAT(record.local_block, testing::Each(0x77));
 }
 
-TEST(Radext, TextHOf251CharactersIsNotSentAtAll) {
-  const std::string text_h(251, 'h');
+TEST(Radext, EncoderDoesNotClearTheBlockAndSendsUpTo250CharactersOfTextHWithoutNul) {
+  const std::string longest(250, 'h'), too_long(251, 'h');
   radext_msg record{};
-  record.text_h = text_h.c_str();
-  EXPECT_EQ(sent_block(record), Bytes(kBlockSize));
-}
-
-TEST(Radext, TextHOf250CharactersIsSentWithoutItsNul) {
-  const std::string text_h(250, 'h');
-  radext_msg record{};
-  record.text_h = text_h.c_str();
-  Bytes block(kBlockSize, 0xEE);
-  aaa_encap_radext_msg_sub(block.data(), &record);
-  EXPECT_EQ(text_at(block, 2531, 250), text_h);
-  EXPECT_EQ(block[2781], 0xEE);
-}
-
-TEST(Radext, EncoderDoesNotClearTheBlock) {
-  const radext_msg record{};
   Bytes block(kBlockSize, 0xEE);
   aaa_encap_radext_msg_sub(block.data(), &record);
   for (const std::size_t reserved :
        {131U, 288U, 544U, 808U, 823U, 828U, 2098U, 2517U, 2531U, 2787U}) {
     EXPECT_EQ(block[reserved], 0xEE) << reserved;
   }
+  record.text_h = longest.c_str();
+  aaa_encap_radext_msg_sub(block.data(), &record);
+  EXPECT_EQ(text_at(block, 2531, 250), longest);
+  EXPECT_EQ(block[2781], 0xEE);
+  record.text_h = too_long.c_str();
+  EXPECT_EQ(sent_block(record), Bytes(kBlockSize)) << "longer text is not sent at all";
 }
 
 TEST(Radext, FlagIsWidenedTo32Bits) {
@@ -167,14 +150,6 @@ TEST(Radext, FlagArrivesAs1OnlyWhenThe32BitsEqual1) {
     aaa_parse_radext_msg_sub(block.data(), &record);
     EXPECT_EQ(record.flag_a, expected) << byte << " at " << place;
   }
-}
-
-TEST(Radext, DecoderLeavesTheLocalBlockUntouched) {
-  const Bytes block(kBlockSize, 1);
-  radext_msg_info record{};
-  std::memset(record.local_block, 0x77, sizeof record.local_block);
-  aaa_parse_radext_msg_sub(block.data(), &record);
-  EXPECT_THAT(record.local_block, testing::Each(0x77));
 }
 
 TEST(Radext, NullArgumentsAreIgnored) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "codec/bodies.h"
@@ -36,21 +37,14 @@ struct Codec<authen_info> {
   static constexpr auto decode = aaa_parse_authen_info;
   static constexpr auto decode_block = aaa_parse_authen_info_sub;
   static constexpr auto release = aaa_free_authen_info;
+  // clang-format off
   static inline const std::vector<Descriptor<Record>> descriptors = {
-      {2, &Record::user_password},
-      {3, &Record::chap_password},
-      {60, &Record::chap_challenge},
-      {4, &Record::nas_ip_address},
-      {79, &Record::eap_message},
-      {24, &Record::state},
-      {81, &Record::tunnel_private_group_id},
-      {89, &Record::chargeable_user_identity},
-      {305, &Record::item_305},
-      {309, &Record::item_309},
-      {168, &Record::framed_ipv6_address},
-      {306, &Record::item_306},
-      {307, &Record::item_307},
-      {308, &Record::item_308}};
+      {2, &Record::user_password}, {3, &Record::chap_password}, {60, &Record::chap_challenge},
+      {4, &Record::nas_ip_address}, {79, &Record::eap_message}, {24, &Record::state},
+      {81, &Record::tunnel_private_group_id}, {89, &Record::chargeable_user_identity},
+      {305, &Record::item_305}, {309, &Record::item_309}, {168, &Record::framed_ipv6_address},
+      {306, &Record::item_306}, {307, &Record::item_307}, {308, &Record::item_308}};
+  // clang-format on
   static inline const std::vector<std::uint16_t> arena_order = {2,  3,   60,  4,   79,  24,  81,
                                                                 89, 305, 309, 168, 306, 307, 308};
   static inline const std::vector<std::uint16_t> data_order = {298, 301, 299};
@@ -89,15 +83,12 @@ struct Codec<acct_info> {
   static constexpr auto decode = aaa_parse_acct_info;
   static constexpr auto decode_block = aaa_parse_acct_info_sub;
   static constexpr auto release = aaa_free_acct_info;
+  // clang-format off
   static inline const std::vector<Descriptor<Record>> descriptors = {
-      {2, &Record::user_password},
-      {25, &Record::class_},
-      {89, &Record::chargeable_user_identity},
-      {305, &Record::item_305},
-      {168, &Record::framed_ipv6_address},
-      {306, &Record::item_306},
-      {307, &Record::item_307},
-      {308, &Record::item_308}};
+      {2, &Record::user_password}, {25, &Record::class_}, {89, &Record::chargeable_user_identity},
+      {305, &Record::item_305}, {168, &Record::framed_ipv6_address}, {306, &Record::item_306},
+      {307, &Record::item_307}, {308, &Record::item_308}};
+  // clang-format on
   static inline const std::vector<std::uint16_t> arena_order = {2, 89, 25, 305, 168, 306, 307, 308};
   static inline const std::vector<std::uint16_t> data_order = {301, 299, 322};
   static inline const std::vector<Data<Record>> datas = {
@@ -116,20 +107,14 @@ struct Codec<result_info> {
   static constexpr auto decode = aaa_parse_result_info;
   static constexpr auto decode_block = aaa_parse_result_info_sub;
   static constexpr auto release = aaa_free_result_info;
+  // clang-format off
   static inline const std::vector<Descriptor<Record>> descriptors = {
-      {87, &Record::nas_port_id},
-      {18, &Record::reply_message},
-      {25, &Record::class_},
-      {79, &Record::eap_message},
-      {2, &Record::user_password},
-      {24, &Record::state},
-      {89, &Record::chargeable_user_identity},
-      {304, &Record::item_304},
-      {309, &Record::item_309},
-      {311, &Record::item_311},
-      {318, &Record::item_318},
-      {319, &Record::item_319},
+      {87, &Record::nas_port_id}, {18, &Record::reply_message}, {25, &Record::class_},
+      {79, &Record::eap_message}, {2, &Record::user_password}, {24, &Record::state},
+      {89, &Record::chargeable_user_identity}, {304, &Record::item_304}, {309, &Record::item_309},
+      {311, &Record::item_311}, {318, &Record::item_318}, {319, &Record::item_319},
       {320, &Record::item_320}};
+  // clang-format on
   static inline const std::vector<std::uint16_t> arena_order = {2,  79, 87,  25,  18,
                                                                 24, 89, 304, 309, 311};
   static inline const std::vector<std::uint16_t> data_order = {298, 302, 303, 299, 321, 322};
@@ -161,6 +146,8 @@ class Decoded {
     result_ = Codec<Record>::decode(&record_, body.data(), length);
   }
   ~Decoded() { Codec<Record>::release(record_); }
+  Decoded(Decoded&& other) noexcept
+      : record_(std::exchange(other.record_, nullptr)), result_(other.result_) {}
   Decoded(const Decoded&) = delete;
   Decoded& operator=(const Decoded&) = delete;
 

@@ -8,25 +8,18 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(Tlv, NullValueWritesNothingAndReturns0) {
+TEST(Tlv, NullWritesNothingAndReturns0) {
   Bytes buffer(8, 0xEE);
   EXPECT_EQ(aaa_encap_tlv_data(buffer.data(), 7, nullptr, 0), 0U);
   EXPECT_EQ(aaa_encap_tlv_data(buffer.data(), 7, nullptr, 3), 0U);
   EXPECT_EQ(buffer, Bytes(8, 0xEE));
-}
-
-TEST(Tlv, NullBufferReturns0) {
   EXPECT_EQ(aaa_encap_tlv_data(nullptr, 7, "abc", 3), 0U);
 }
 
-TEST(Tlv, EmptyValueWritesAHeader) {
-  Bytes buffer(6, 0xEE);
-  EXPECT_EQ(aaa_encap_tlv_data(buffer.data(), 0x0102, "", 0), 4U);
-  EXPECT_THAT(buffer, ElementsAre(0x02, 0x01, 0, 0, 0xEE, 0xEE));
-}
-
-TEST(Tlv, ValueFollowsTypeAndLength) {
+TEST(Tlv, ValueFollowsTypeAndLengthAndMayBeEmpty) {
   Bytes buffer(8, 0xEE);
+  EXPECT_EQ(aaa_encap_tlv_data(buffer.data(), 0x0102, "", 0), 4U);
+  EXPECT_THAT(buffer, ElementsAre(0x02, 0x01, 0, 0, 0xEE, 0xEE, 0xEE, 0xEE));
   EXPECT_EQ(aaa_encap_tlv_data(buffer.data(), 299, "abc", 3), 7U);
   EXPECT_THAT(buffer, ElementsAre(0x2B, 0x01, 3, 0, 'a', 'b', 'c', 0xEE));
 }

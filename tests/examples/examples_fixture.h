@@ -35,6 +35,13 @@ class ExamplesTest : public testing::Test {
     return run_program(AAA_EXAMPLES_DIR + name, std::move(arguments), directory_.path());
   }
 
+  static void expect(const Outcome& outcome, int exit_status, const std::string& output,
+                     const std::string& errors = "") {
+    EXPECT_EQ(outcome.exit_status, exit_status);
+    EXPECT_EQ(outcome.output, output);
+    EXPECT_EQ(outcome.errors, errors);
+  }
+
   test::TemporaryDirectory directory_;
   aaa_sim::AaadSim sim_{directory_.path()};
 };

@@ -1,166 +1,78 @@
-// The management requests that nobody answers, in what they have in common.
-#include "management/one_way_kinds.h"
-#include "session/state/client_state.h"
-#include "session/state/locks.h"
-#include "support/expected_line.h"
-#include "support/failing_block.h"
-#include "support/library_counters.h"
-#include "support/lock_check.h"
+// The management requests that nobody answers.
+#include "management/sample_records.h"
+#include "support/one_way_scenarios.h"
 
 namespace test {
 namespace {
 
-class OneWayRequests : public LinkedTest, public testing::WithParamInterface<OneWayKind> {
- protected:
-  static std::int64_t call() { return GetParam().call(); }
+const restore_user_info sent_user = restorable_user();
+const radext_msg sent_message = extension();
+const std::uint32_t sent_words[] = {1, 2, 3, 4, 5, 6};
+result_info sent_result = own_result();
+ldap_search_info sent_question = ldap_question();
+ldap_search_result sent_answer = ldap_answer();
 
-  // Expects the counters to have grown by this, and all others to be as they were.
-  static void expect_counted(const LibraryCounters& counters, std::uint32_t requests,
-                             std::uint32_t failures) {
-    const auto& own = GetParam().counters;
-    for (std::size_t n = 0; n < LibraryCounters::kWords; ++n) {
-      const std::uint32_t expected = own && n == own->requests   ? requests
-                                     : own && n == own->failures ? failures
-                                                                 : 0;
-      EXPECT_EQ(expected, counters.grown(n)) << "counter " << n;
-    }
-  }
-  std::string send_line() const {
-    return ": send message(" + GetParam().display_name + ")(" + std::to_string(GetParam().type) +
-           ") len(" + std::to_string(GetParam().body.size()) + ") to " +
-           std::to_string(link_.own()) + "\r\n";
-  }
+std::int64_t set_group_state() {
+  aaa_set_rds_grp_sta("grp", 0x01020304);
+  return 0;
+}
+
+const char kSendFailed[] = "send packet error with errno ";
+
+// clang-format off
+const OneWayKind one_way_requests[] = {
+    {"delete_user", 8, "delete user", 0x0a0b0c0d, hex("0d0c0b0a 44332211"),
+     [] { return aaa_delete_user(0x0a0b0c0d, 0x11223344); },
+     {0, 0, 0, 0}, 1, {{18, 19}}},
+    {"move_out_delete_user", 34, "move out delete user", 0x0a0b0c0d, hex("0d0c0b0a 44332211"),
+     [] { return aaa_move_out_delete_user(0x0a0b0c0d, 0x11223344); },
+     {0, 0, 0, 0}, 1, {{18, 19}}},
+    {"user_syn", 10, "user synchronize", 1,
+     hex("04030201 01000000 02000000 03000000") + std::string(16, '\0'),
+     [] { return aaa_user_syn(0x01020304, sent_words); },
+     {0, -1, -1, -1}, 1},
+    {"restore_user", 11, "restore user", 0x0a0b0c0d, restored_block(),
+     [] { return aaa_restore_user(&sent_user, 1); },
+     {0, -1, -1, -1}, 1, {{20, 21}}},
+    {"ha_user_syn", 20, "hot backup user sync", 5, restored_block(),
+     [] { return aaa_ha_user_syn(5, 0, &sent_user, nullptr); },
+     {0, -1, -1, -1}, 1, {{22, 23}}},
+    {"method_result", 4, "send rare result", 0x0a0b0c0d,
+     encoded_body(aaa_encap_result_info, own_result()),
+     [] { return aaa_method_add_result(&sent_result); },
+     {0, -32, -12, -1}, 2, {}, {{"aaa_method_add_result", kSendFailed, false}}},
+    {"group_state", 16, "set radius group state", 0,
+     hex("0100 0400 67727000  0200 0400 04030201"), set_group_state,
+     {0, 0, 0, {}}, 2},
+    {"group_state_change", 17, "radius group state change", 0, "", aaa_rds_grp_sta_chg,
+     {0, 0, 0, {}}, 1},
+    {"dot1x_mib", 21, "dot1x mib", 0, hex("01000000 02000000"),
+     [] { return aaa_mib_from_dot1x(sent_words); },
+     {0, -1, -1, -1}, 1},
+    {"radext_request", 23, "radext request", 0, extension_block(),
+     [] { return aaa_lib_radext_msg_recv(&sent_message); },
+     {1, 0, 0, 0}, 2},
+    {"radext_result", 24, "radext add result", 0,
+     hex("04030201 08070605 0c0b0a09") + std::string(12, '\0'),
+     [] { return aaa_front_add_radext_result(0x01020304, 0x05060708, 0x090a0b0c); },
+     {0, -1, -1, {}}, 1, {{25, 26}}},
+    {"radext_result2", 24, "radext add result", 4,
+     hex("01000000 02000000 03000000 04000000 05000000 06000000"),
+     [] { return aaa_front_add_radext_result2(sent_words); },
+     {0, -1, -1, {}}, 1, {{25, 26}}},
+    {"password_result", 27, "Unknown msg", 0x01020304, hex("04030201 44332211"),
+     [] { return aaa_add_user_pwd_update_result(0x01020304, 0x11223344); },
+     {0, 4, 4, {}}, 1},
+    {"ldap_search", 32, "ldap search request", 0x0a0b0c0d, ldap_question_body(),
+     [] { return aaa_user_req_search_ldap_entry(&sent_question); },
+     {0, -32, -12, -1}, 2, {}, {{"aaa_user_req_search_ldap_entry_sub", kSendFailed, true}}},
+    {"ldap_result", 33, "ldap search result", 0x0a0b0c0d, ldap_answer_body(),
+     [] { return aaa_add_ldap_search_result(&sent_answer); },
+     {0, -32, -12, -1}, 2, {}, {{"aaa_add_ldap_search_result", kSendFailed, false}}, false},
 };
+// clang-format on
 
-INSTANTIATE_TEST_SUITE_P(, OneWayRequests,
-                         testing::Values(delete_user, move_out_delete_user, user_syn, restore_user,
-                                         ha_user_syn, method_result, group_state,
-                                         group_state_change, dot1x_mib, radext_request,
-                                         radext_result, radext_result2, password_result,
-                                         ldap_search, ldap_result),
-                         one_way_name);
-
-TEST_P(OneWayRequests, WriteTheHeaderWithTheIdAndTheBody) {
-  EXPECT_EQ(GetParam().sent, call());
-  const std::string& message = only_write();
-  EXPECT_EQ(hex("01010101"), message.substr(0, 4));
-  EXPECT_EQ(GetParam().id, word_at(message, 4));
-  EXPECT_EQ(GetParam().type, word_at(message, 8));
-  EXPECT_EQ(GetParam().body.size(), word_at(message, 12));
-  EXPECT_EQ(GetParam().body, message.substr(16));
-}
-
-TEST_P(OneWayRequests, AskForTheRegistrationOrDoWithoutIt) {
-  for (const auto state :
-       {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
-    EXPECT_EQ(GetParam().not_alive.value_or(GetParam().sent), call()) << state;
-  }
-  EXPECT_EQ(GetParam().not_alive ? 0u : 4u, writes().size());
-}
-
-TEST_P(OneWayRequests, CountARequestAndNoFailureWhenSent) {
-  const LibraryCounters counters;
-  call();
-  expect_counted(counters, 1, 0);
-}
-
-TEST_P(OneWayRequests, CountARequestWithoutARegistrationOnlyWhereItIsSent) {
-  aaa::set_reg_state(AAA_REG_LOST);
-  const LibraryCounters counters;
-  call();
-  expect_counted(counters, GetParam().not_alive ? 0 : 1, 0);
-}
-
-TEST_P(OneWayRequests, GiveTheirResultAndCountAFailureWhenTheWriteFails) {
-  const LibraryCounters counters;
-  next_write_fails(EPIPE);
-  EXPECT_EQ(GetParam().failed, call());
-  EXPECT_EQ(1u, writes().size());
-  expect_counted(counters, 1, 1);
-}
-
-TEST_P(OneWayRequests, GiveTheirResultAndSendNothingWhenAnyBlockIsMissing) {
-  int block = 1;
-  for (bool failed = true; failed; ++block) {
-    const FailingBlock failing(block);
-    script(failing.scripts());
-    const std::int64_t result = call();
-    failed = failing.happened();
-    EXPECT_EQ(failed ? GetParam().no_memory : GetParam().sent, result) << "block " << block;
-    EXPECT_EQ(failed ? 0u : 1u, writes().size());
-  }
-  EXPECT_LE(3, block);
-}
-
-TEST_P(OneWayRequests, CountAFailureWhenTheMessageCannotBeFramed) {
-  aaa::store(g_aaa_client_cb.sync_fd, -1);
-  const LibraryCounters counters;
-  call();
-  expect_counted(counters, 1, 1);
-}
-
-TEST_P(OneWayRequests, LogTheSend) {
-  const OpenGate gate;
-  const LogCapture log;
-  call();
-  expect_line(log, "aaa_lib_send_ipc_msg", send_line());
-}
-
-TEST_P(OneWayRequests, LogAFailedSendInTheSendersNames) {
-  const OpenGate gate;
-  const LogCapture log;
-  next_write_fails(EPIPE);
-  call();
-  expect_line(log, "aaa_lib_send_ipc_msg", "send fail error Broken pipe.\r\n");
-  if (GetParam().has_failure_line) {
-    expect_line(log, "aaalib_send_ipc_msg", "Send ipc message failed, errno(32).\r\n");
-  } else {
-    EXPECT_EQ(0u, log.count("Send ipc message failed, errno(32).\r\n"));
-  }
-}
-
-TEST_P(OneWayRequests, LogNothingWhileTheGateIsClosed) {
-  const LogCapture log;
-  call();
-  next_write_fails(EPIPE);
-  call();
-  aaa::set_reg_state(AAA_REG_LOST);
-  call();
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_P(OneWayRequests, FreeTheirBlocks) {
-  const LibraryCounters counters;
-  call();
-  next_write_fails(EPIPE);
-  call();
-  EXPECT_LE(2u, counters.blocks_allocated());
-  EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
-}
-
-TEST_P(OneWayRequests, AreQueuedWhileTheFlushThreadRuns) {
-  const QueueInUse queue;
-  EXPECT_EQ(GetParam().sent, call());
-  EXPECT_TRUE(writes().empty());
-  EXPECT_EQ(1u, g_send_buf_msg_cnt);
-  EXPECT_EQ(GetParam().type, word_at(queue.held(), 8));
-  EXPECT_EQ(GetParam().body, queue.held().substr(16));
-}
-
-TEST_P(OneWayRequests, HoldTheLibraryLockDuringTheSendAsStated) {
-  bool free_meanwhile = !GetParam().takes_the_lock;
-  during_writes([&] { free_meanwhile = is_free(aaa_lib_lock); });
-  call();
-  EXPECT_EQ(!GetParam().takes_the_lock, free_meanwhile);
-  EXPECT_TRUE(is_free(aaa_lib_lock));
-}
-
-TEST_P(OneWayRequests, LeaveTheLockFreeWhenTheWriteFails) {
-  next_write_fails(EPIPE);
-  call();
-  EXPECT_TRUE(is_free(aaa_lib_lock));
-}
+INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), one_way_name);
 
 }  // namespace
 }  // namespace test

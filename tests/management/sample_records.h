@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "support/linked_test.h"
+#include "support/encoded_body.h"
 
 namespace test {
 
@@ -75,13 +75,6 @@ inline result_info own_result() {
   record.sub.session_id = 0x0a0b0c0d;
   record.reply_message = {0, 5, "hello"};
   return record;
-}
-
-inline std::string own_result_body() {
-  result_info record = own_result();
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_result_info(&record, &body);
-  return take_block(body, length);
 }
 
 inline ldap_search_info ldap_question() {

@@ -19,7 +19,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::EndsWith;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -77,6 +76,11 @@ class HostLog : public ::testing::Test {
     return writes;
   }
 
+  template <class... Arguments>
+  static void log(const char* format, Arguments... arguments) {
+    printk_syslog_ext(7, "AAA", "CLIENT", 1, format, arguments...);
+  }
+
   static void ChooseByEnvironment(const char* name) {
     setenv("AAA_HOST_LOG", name, 1);
     host_log_from_environment();
@@ -87,34 +91,26 @@ class HostLog : public ::testing::Test {
   int reader_ = -1;
 };
 
-TEST_F(HostLog, WritesALineWithOneWrite) {
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "[%5d] %s", 42, "hello");
-  EXPECT_THAT(Writes(), ElementsAre("AAA/CLIENT: [   42] hello\n"));
+TEST_F(HostLog, WritesEachLineWithOneWriteAndAPlainLineEnd) {
+  log("[%5d] %s", 42, "hello");
+  log("one\r\n");
+  log("two\n\r\n");
+  log("three\n");
+  EXPECT_THAT(Writes(), ElementsAre("AAA/CLIENT: [   42] hello\n", "AAA/CLIENT: one\n",
+                                    "AAA/CLIENT: two\n", "AAA/CLIENT: three\n"));
 }
 
-TEST_F(HostLog, ReplacesTheLineEndOfAMessage) {
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "one\r\n");
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "two\n\r\n");
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "three\n");
-  EXPECT_THAT(Writes(),
-              ElementsAre("AAA/CLIENT: one\n", "AAA/CLIENT: two\n", "AAA/CLIENT: three\n"));
-}
-
-TEST_F(HostLog, MakesLineEndsInsideAMessageSpaces) {
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "%s\r\n", "name\r\nAAA/CLIENT: forged");
-  EXPECT_THAT(Writes(), ElementsAre("AAA/CLIENT: name  AAA/CLIENT: forged\n"));
-}
-
-TEST_F(HostLog, CutsAMessageAt2000Bytes) {
-  const std::string text(3000, 'x');
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "%s\r\n", text.c_str());
-  EXPECT_THAT(Writes(), ElementsAre("AAA/CLIENT: " + std::string(2000, 'x') + "\n"));
+TEST_F(HostLog, MakesLineEndsInsideAMessageSpacesAndCutsItAt2000Bytes) {
+  log("%s\r\n", "name\r\nAAA/CLIENT: forged");
+  log("%s\r\n", std::string(3000, 'x').c_str());
+  EXPECT_THAT(Writes(), ElementsAre("AAA/CLIENT: name  AAA/CLIENT: forged\n",
+                                    "AAA/CLIENT: " + std::string(2000, 'x') + "\n"));
 }
 
 TEST_F(HostLog, KeepsErrno) {
   close(STDERR_FILENO);
   errno = ENOENT;
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "the write fails\r\n");
+  log("the write fails\r\n");
   EXPECT_EQ(errno, ENOENT);
 }
 
@@ -124,7 +120,7 @@ TEST_F(HostLog, KeepsLinesOfThreadsApart) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([] {
       for (int n = 0; n < 10; ++n)
-        printk_syslog_ext(7, "AAA", "CLIENT", 1, "line\r\n");
+        log("line\r\n");
     });
   }
   for (std::thread& thread : threads)
@@ -134,35 +130,22 @@ TEST_F(HostLog, KeepsLinesOfThreadsApart) {
   EXPECT_THAT(writes, ::testing::Each("AAA/CLIENT: line\n"));
 }
 
-TEST_F(HostLog, WritesToSyslogWithThePriorityOfTheLine) {
+TEST_F(HostLog, WritesToSyslogWithThePriorityOfTheLineOrNothing) {
   host_log_to(HOST_LOG_SYSLOG);
   printk_syslog_ext(LOG_DEBUG, "AAA", "CLIENT", 1, "hello %d\r\n", 1);
+  host_log_to(HOST_LOG_NONE);
+  log("hello\r\n");
   EXPECT_THAT(syslog_lines, ElementsAre(SyslogLine{LOG_DEBUG, "AAA/CLIENT: hello 1"}));
   EXPECT_THAT(Writes(), IsEmpty());
 }
 
-TEST_F(HostLog, WritesNothingWhenToldSo) {
-  host_log_to(HOST_LOG_NONE);
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "hello\r\n");
-  EXPECT_THAT(Writes(), IsEmpty());
-  EXPECT_THAT(syslog_lines, IsEmpty());
-}
-
-TEST_F(HostLog, TheEnvironmentChooses) {
-  ChooseByEnvironment("syslog");
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "first\r\n");
-  ChooseByEnvironment("none");
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "second\r\n");
-  ChooseByEnvironment("stderr");
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "third\r\n");
-  EXPECT_THAT(syslog_lines, ElementsAre(SyslogLine{7, "AAA/CLIENT: first"}));
-  EXPECT_THAT(Writes(), ElementsAre("AAA/CLIENT: third\n"));
-}
-
-TEST_F(HostLog, AnUnknownNameInTheEnvironmentMeansStandardError) {
-  ChooseByEnvironment("elsewhere");
-  printk_syslog_ext(7, "AAA", "CLIENT", 1, "hello\r\n");
-  EXPECT_THAT(Writes(), ElementsAre(EndsWith("hello\n")));
+TEST_F(HostLog, TheEnvironmentChoosesAndAnUnknownNameMeansStandardError) {
+  for (const char* name : {"syslog", "none", "stderr", "elsewhere"}) {
+    ChooseByEnvironment(name);
+    log("by %s\r\n", name);
+  }
+  EXPECT_THAT(syslog_lines, ElementsAre(SyslogLine{7, "AAA/CLIENT: by syslog"}));
+  EXPECT_THAT(Writes(), ElementsAre("AAA/CLIENT: by stderr\n", "AAA/CLIENT: by elsewhere\n"));
 }
 
 }  // namespace

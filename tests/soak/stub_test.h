@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "server/file_descriptor.h"
-#include "wire/message.h"
 #include "soak/soak_test.h"
 #include "soak/timeouts.h"
 #include "traffic/calls.h"
+#include "wire/message.h"
 
 namespace soak {
 

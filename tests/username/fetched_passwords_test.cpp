@@ -1,17 +1,16 @@
 // The password list of a fetched local user, and its release.
 #include "session/state/client_state.h"
-#include "support/expected_line.h"
+#include "support/open_log.h"
 #include "username/user_records.h"
 
 namespace {
 
 using test::item;
-using test::message_bytes;
 using test::number_item;
 
 class FetchedPasswords : public test::UserRecordTest {
  protected:
-  std::vector<std::string> passwords() { return test::passwords_of(*record_); }
+  std::vector<std::string> passwords() { return test::passwords_of(record_); }
 
   // Only the `number`-th password finds memory wanting.
   static test::Scripts memory_fails_for_password(int number) {
@@ -25,18 +24,13 @@ class FetchedPasswords : public test::UserRecordTest {
   using Texts = std::vector<std::string>;
 };
 
-TEST_F(FetchedPasswords, StandInTheReverseOfTheirOrderOnTheWire) {
-  EXPECT_EQ(0, fetch(item(6, "A") + item(6, "B") + item(6, "C")));
+TEST_F(FetchedPasswords, StandInTheReverseOfTheirOrderOnTheWireAndAreWrittenBackInThat) {
+  const std::string items = item(6, "A") + item(6, "B") + item(6, "C");
+  EXPECT_EQ(0, fetch(items));
   EXPECT_EQ((Texts{"C", "B", "A"}), passwords());
-  EXPECT_EQ(3u, record_->password_count);
-}
-
-TEST_F(FetchedPasswords, AreWrittenBackInTheOrderInWhichTheyCame) {
-  fetch(item(6, "A") + item(6, "B") + item(6, "C"));
-  aaad_answers(message_bytes(120, "\1"));
-  EXPECT_EQ(0, username_lib_update_user(record_.get()));
-  const std::string sent = writes().back();
-  EXPECT_EQ(item(6, "A") + item(6, "B") + item(6, "C"), sent.substr(sent.size() - 27));
+  EXPECT_EQ(3u, record_.password_count);
+  EXPECT_EQ(0, update());
+  EXPECT_EQ(items, writes().back().substr(writes().back().size() - 27));
 }
 
 TEST_F(FetchedPasswords, AreCutTo255Characters) {
@@ -49,20 +43,18 @@ TEST_F(FetchedPasswords, AreCutTo255Characters) {
 TEST_F(FetchedPasswords, MayBeEmpty) {
   EXPECT_EQ(0, fetch(item(6, "") + number_item(2, 7)));
   EXPECT_EQ(Texts{""}, passwords());
-  EXPECT_EQ(7u, record_->value_2);
+  EXPECT_EQ(7u, record_.value_2);
 }
 
 TEST_F(FetchedPasswords, APasswordWithoutMemoryIsLeftOutAndLogged) {
   script(memory_fails_for_password(2));
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(
       0, fetch(item(1, "alice") + item(6, "A") + item(6, "B") + item(6, "C") + number_item(2, 7)));
-  test::expect_line(log, "username_lib_copy_user",
-                    "Failed to malloc mem for password of user alice\n\r\n");
+  log.expect("username_lib_copy_user", "Failed to malloc mem for password of user alice\n\r\n");
   EXPECT_EQ((Texts{"C", "A"}), passwords());
-  EXPECT_EQ(2u, record_->password_count);
-  EXPECT_EQ(7u, record_->value_2);
+  EXPECT_EQ(2u, record_.password_count);
+  EXPECT_EQ(7u, record_.value_2);
 }
 
 TEST_F(FetchedPasswords, TheLineOfAPasswordWithoutMemoryNeedsTheGate) {
@@ -72,9 +64,9 @@ TEST_F(FetchedPasswords, TheLineOfAPasswordWithoutMemoryNeedsTheGate) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(FetchedPasswords, AFetchForgetsTheListThatTheRecordHeld) {
+TEST_F(FetchedPasswords, AFetchForgetsTheListOfTheRecord) {
   fetch(item(6, "A") + item(6, "B"));
-  local_user_info first = *record_;
+  local_user_info first = record_;
   // The nodes keep pointing to the record's head: the first copy takes it over.
   first.passwords.next->prev = &first.passwords;
   first.passwords.prev->next = &first.passwords;
@@ -87,55 +79,50 @@ TEST_F(FetchedPasswords, AFetchForgetsTheListThatTheRecordHeld) {
 
 TEST_F(FetchedPasswords, ReleaseLeavesEmptyListsAndTheCounts) {
   fetch(item(6, "A") + item(6, "B"));
-  record_.add_block();
-  username_lib_release_user(record_.get());
-  EXPECT_TRUE(test::is_empty(record_->passwords));
-  EXPECT_TRUE(test::is_empty(record_->blocks));
-  EXPECT_EQ(2u, record_->password_count);
-  EXPECT_EQ(1u, record_->block_count);
+  add_block();
+  username_lib_release_user(&record_);
+  EXPECT_TRUE(test::is_empty(record_.passwords));
+  EXPECT_TRUE(test::is_empty(record_.blocks));
+  EXPECT_EQ(2u, record_.password_count);
+  EXPECT_EQ(1u, record_.block_count);
 }
 
 TEST_F(FetchedPasswords, ReleaseFreesEveryPasswordAndEveryBlock) {
   const std::uint32_t before = test::live_blocks();
   fetch(item(6, "A") + item(6, "B"));
-  record_.add_block();
-  record_.add_block();
-  record_.add_block();
+  add_block();
+  add_block();
+  add_block();
   EXPECT_EQ(before + 5, test::live_blocks());
-  username_lib_release_user(record_.get());
+  username_lib_release_user(&record_);
   EXPECT_EQ(before, test::live_blocks());
 }
 
 TEST_F(FetchedPasswords, ReleaseTouchesNothingElse) {
   fetch(item(1, "alice") + number_item(20, 7) + number_item(9, 1));
   aaa_list third, fourth;
-  record_->list_3 = {&third, &third};
-  record_->list_4 = {&fourth, &fourth};
-  const std::string before = test::bytes_of(*record_);
-  username_lib_release_user(record_.get());
-  EXPECT_EQ(before, test::bytes_of(*record_));
+  record_.list_3 = {&third, &third};
+  record_.list_4 = {&fourth, &fourth};
+  const std::string before = test::bytes_of(record_);
+  username_lib_release_user(&record_);
+  EXPECT_EQ(before, test::bytes_of(record_));
 }
 
-TEST_F(FetchedPasswords, ReleasingTwiceOrNothingDoesNothing) {
+TEST_F(FetchedPasswords, ReleaseNeedsNoRegistrationAndMayComeTwice) {
   fetch(item(6, "A"));
-  username_lib_release_user(record_.get());
-  username_lib_release_user(record_.get());
+  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  username_lib_release_user(&record_);
+  EXPECT_TRUE(test::is_empty(record_.passwords));
+  username_lib_release_user(&record_);
   username_lib_release_user(nullptr);
-  EXPECT_TRUE(test::is_empty(record_->passwords));
+  EXPECT_TRUE(test::is_empty(record_.passwords));
 }
 
-TEST_F(FetchedPasswords, AZeroedRecordHoldsNothingToRelease) {
+TEST_F(FetchedPasswords, AZeroedRecordHasNothingToRelease) {
   local_user_info zeroed = {};
   username_lib_release_user(&zeroed);
   EXPECT_TRUE(test::is_empty(zeroed.passwords));
   EXPECT_TRUE(test::is_empty(zeroed.blocks));
-}
-
-TEST_F(FetchedPasswords, ReleaseNeedsNoRegistration) {
-  fetch(item(6, "A"));
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
-  username_lib_release_user(record_.get());
-  EXPECT_TRUE(test::is_empty(record_->passwords));
 }
 
 }  // namespace

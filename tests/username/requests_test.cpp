@@ -2,10 +2,9 @@
 #include <functional>
 
 #include "session/state/client_state.h"
-#include "support/expected_line.h"
 #include "support/failing_block.h"
-#include "support/library_counters.h"
 #include "support/linked_test.h"
+#include "support/open_log.h"
 #include "support/own_stack.h"
 #include "username_lib.h"
 
@@ -14,8 +13,6 @@ namespace {
 using test::hex;
 using test::message_bytes;
 using test::word_bytes;
-
-constexpr char kNotAlive[] = "already unregistered or not registered or is connecting!\r\n";
 
 class LocalRequests : public test::LinkedTest {
  protected:
@@ -31,28 +28,56 @@ class LocalRequests : public test::LinkedTest {
     aaad_answers(answer);
     return username_lib_query_pwd_secu("alice", "secret");
   }
-
-  // Expects null to be refused with one line before the registration is asked for.
-  void expect_refused(std::int32_t result, const char* function,
-                      const std::function<std::int32_t()>& call) {
-    for (const auto state : {AAA_REG_REGISTERED, AAA_REG_LOST}) {
-      aaa::set_reg_state(state);
-      const test::OpenGate gate;
-      const test::LogCapture log;
-      EXPECT_EQ(result, call());
-      test::expect_line(log, function, "Null param passed in.\r\n");
-      EXPECT_EQ(1u, log.lines().size());
-    }
-    aaa::set_reg_state(AAA_REG_REGISTERED);
-    EXPECT_TRUE(writes().empty());
+  // The body that a grant of these texts has.
+  std::string grant_body(const std::string& first, const std::string& second) {
+    aaad_answers(message_bytes(118, "\1"));
+    username_lib_fs_grant_req(first.c_str(), second.c_str(), 7);
+    return writes().back().substr(16);
   }
 };
 
-TEST_F(LocalRequests, APasswordChangeTravelsInThreeItems) {
-  change(message_bytes(117, word_bytes(0)));
-  EXPECT_EQ(hex("01010101 00000000 75000000 17000000"
-                "0100 0500 616c696365  0200 0300 6f6c64  0300 0300 6e6577"),
-            only_write());
+TEST_F(LocalRequests, NullIsRefusedWithOneLineBeforeTheRegistrationIsAskedFor) {
+  authen_info authen = {};
+  author_info author = {};
+  result_info* result = nullptr;
+  const std::tuple<const char*, std::int32_t, std::function<std::int32_t()>> calls[] = {
+      {"username_lib_chg_pwd", -1, [] { return username_lib_chg_pwd(nullptr, "b", "c"); }},
+      {"username_lib_chg_pwd", -1, [] { return username_lib_chg_pwd("a", nullptr, "c"); }},
+      {"username_lib_chg_pwd", -1, [] { return username_lib_chg_pwd("a", "b", nullptr); }},
+      {"username_lib_fs_grant_req", -2, [] { return username_lib_fs_grant_req(nullptr, "b", 1); }},
+      {"username_lib_fs_grant_req", -2, [] { return username_lib_fs_grant_req("a", nullptr, 1); }},
+      {"username_lib_query_pwd_secu", -1, [] { return username_lib_query_pwd_secu(nullptr, "b"); }},
+      {"username_lib_query_pwd_secu", -1, [] { return username_lib_query_pwd_secu("a", nullptr); }},
+      {"username_lib_copy_user", -2, [] { return username_lib_copy_user(nullptr); }},
+      {"username_lib_update_user", -2, [] { return username_lib_update_user(nullptr); }},
+      {"username_lib_authen_req", -1, [&] { return username_lib_authen_req(nullptr, &result); }},
+      {"username_lib_authen_req", -1, [&] { return username_lib_authen_req(&authen, nullptr); }},
+      {"username_lib_author_req", -1, [&] { return username_lib_author_req(nullptr, &result); }},
+      {"username_lib_author_req", -1, [&] { return username_lib_author_req(&author, nullptr); }},
+  };
+  for (const auto state : {AAA_REG_REGISTERED, AAA_REG_LOST}) {
+    aaa::set_reg_state(state);
+    for (const auto& [function, code, call] : calls) {
+      const test::LogCapture closed;
+      EXPECT_EQ(code, call()) << function;
+      EXPECT_TRUE(closed.lines().empty()) << function;
+      const test::OpenLog log;
+      EXPECT_EQ(code, call()) << function;
+      log.expect_only(function, "Null param passed in.\r\n");
+    }
+  }
+  EXPECT_TRUE(writes().empty());
+}
+
+TEST_F(LocalRequests, WithoutARegistrationOnlyThatIsLogged) {
+  aaa::set_reg_state(AAA_REG_LOST);
+  const test::OpenLog log;
+  username_lib_chg_pwd("a", "b", "c");
+  username_lib_fs_grant_req("a", "b", 1);
+  username_lib_query_pwd_secu("a", "b");
+  EXPECT_EQ(
+      (std::vector<std::string>(3, "already unregistered or not registered or is connecting!\r\n")),
+      log.messages());
 }
 
 TEST_F(LocalRequests, APasswordChangeReturnsTheAnswersWordWhateverItsType) {
@@ -60,18 +85,8 @@ TEST_F(LocalRequests, APasswordChangeReturnsTheAnswersWordWhateverItsType) {
   EXPECT_EQ(0, change(message_bytes(103, word_bytes(0))));
   EXPECT_EQ(9, change(message_bytes(0, word_bytes(9) + word_bytes(1))));
   EXPECT_EQ(-9, change(message_bytes(117, word_bytes(0xfffffff7))));
-}
-
-TEST_F(LocalRequests, APasswordChangesShortAnswerReadsAsZeros) {
   EXPECT_EQ(0, change(message_bytes(117, "")));
   EXPECT_EQ(0x2211, change(message_bytes(117, hex("1122"))));
-}
-
-TEST_F(LocalRequests, APasswordChangeWithANullStringGivesMinus1) {
-  const char* const name = "username_lib_chg_pwd";
-  expect_refused(-1, name, [] { return username_lib_chg_pwd(nullptr, "b", "c"); });
-  expect_refused(-1, name, [] { return username_lib_chg_pwd("a", nullptr, "c"); });
-  expect_refused(-1, name, [] { return username_lib_chg_pwd("a", "b", nullptr); });
 }
 
 TEST_F(LocalRequests, StringsOf168BytesTogetherFillTheBodyOf180) {
@@ -88,13 +103,15 @@ TEST_F(LocalRequests, StringsOf169BytesTogetherAreRefusedWithOneLine) {
   for (const auto& [s1, s2, s3] :
        {std::tuple(long_one, std::string(), std::string()),
         std::tuple(first, second, std::string()), std::tuple(std::string(), first, second)}) {
-    const test::OpenGate gate;
-    const test::LogCapture log;
+    const test::OpenLog log;
     EXPECT_EQ(-1, username_lib_chg_pwd(s1.c_str(), s2.c_str(), s3.c_str()));
     ASSERT_EQ(1u, log.lines().size());
     EXPECT_EQ("username_lib_chg_pwd", log.lines()[0].function());
   }
   EXPECT_TRUE(writes().empty());
+  aaa::set_reg_state(AAA_REG_LOST);
+  EXPECT_EQ(-5, username_lib_chg_pwd(long_one.c_str(), "", ""))
+      << "the registration is asked first";
 }
 
 TEST_F(LocalRequests, APasswordChangeTakesNoBlockForItsBody) {
@@ -110,54 +127,27 @@ TEST_F(LocalRequests, APasswordChangeTakesNoBlockForItsBody) {
 
 TEST_F(LocalRequests, APasswordChangeLeavesNoPasswordOnTheStack) {
   const std::string secrets(60, 's');
-  const std::string others(60, 'o');
   test::OwnStack stack;
-  const auto change_to = [&](const std::string& password) {
+  // The first call may leave registers on the stack while the dynamic linker looks for functions.
+  for (const std::string& password : {std::string(60, 'o'), secrets}) {
     aaad_answers(message_bytes(117, word_bytes(0)));
     std::int32_t result = -1;
     stack.run([&] { result = username_lib_chg_pwd("alice", password.c_str(), password.c_str()); });
     EXPECT_EQ(0, result);
-  };
-  // The first call may leave registers on the stack while the dynamic linker looks for functions.
-  change_to(others);
-  change_to(secrets);
+  }
   EXPECT_NE(std::string::npos, writes().back().find(secrets));
   EXPECT_FALSE(stack.holds(secrets.substr(0, 8)));
 }
 
-TEST_F(LocalRequests, TheRegistrationIsAskedForBeforeTheLengths) {
-  aaa::set_reg_state(AAA_REG_LOST);
-  EXPECT_EQ(-5, username_lib_chg_pwd(std::string(169, 'a').c_str(), "", ""));
-}
-
-TEST_F(LocalRequests, AGrantTravelsInThreeItems) {
-  grant(message_bytes(118, "\1"));
-  EXPECT_EQ(hex("01010101 00000000 76000000 19000000"
-                "0100 0500 616c696365  0200 0400 70617468  0300 0400 07000000"),
-            only_write());
-}
-
-TEST_F(LocalRequests, AGrantsFirstStringIsCutTo64Bytes) {
-  const std::string text = std::string(64, 'a') + std::string(36, 'x');
-  aaad_answers(message_bytes(118, "\1"));
-  username_lib_fs_grant_req(text.c_str(), "", 7);
-  EXPECT_EQ(hex("0100 4000") + std::string(64, 'a') + hex("0200 0000 0300 0400 07000000"),
-            only_write().substr(16));
-}
-
-TEST_F(LocalRequests, AGrantsSecondStringIsCutTo4096Bytes) {
-  const std::string text = std::string(4096, 'b') + std::string(70000, 'x');
-  aaad_answers(message_bytes(118, "\1"));
-  username_lib_fs_grant_req("", text.c_str(), 7);
-  EXPECT_EQ(hex("0100 0000 0200 0010") + std::string(4096, 'b') + hex("0300 0400 07000000"),
-            only_write().substr(16));
-}
-
-TEST_F(LocalRequests, AGrantsLongestBodyHas4176Bytes) {
-  const std::string text(5000, 'x');
-  aaad_answers(message_bytes(118, "\1"));
-  username_lib_fs_grant_req(text.c_str(), text.c_str(), 7);
-  EXPECT_EQ(4176u, test::word_at(only_write(), 12));
+TEST_F(LocalRequests, AGrantsStringsAreCutTo64And4096Bytes) {
+  const std::string first = std::string(64, 'a') + std::string(36, 'x');
+  const std::string second = std::string(4096, 'b') + std::string(70000, 'x');
+  const std::string last = hex("0300 0400 07000000");
+  EXPECT_EQ(hex("0100 4000") + std::string(64, 'a') + hex("0200 0000") + last,
+            grant_body(first, ""));
+  EXPECT_EQ(hex("0100 0000 0200 0010") + std::string(4096, 'b') + last, grant_body("", second));
+  EXPECT_EQ(4176u, grant_body(first, second).size());
+  EXPECT_EQ(4176u, test::word_at(writes().back(), 12));
 }
 
 TEST_F(LocalRequests, AGrantReturnsTheNegatedFirstByteWhateverTheType) {
@@ -167,26 +157,15 @@ TEST_F(LocalRequests, AGrantReturnsTheNegatedFirstByteWhateverTheType) {
   EXPECT_EQ(0, grant(message_bytes(118, "")));
 }
 
-TEST_F(LocalRequests, AGrantWithANullStringGivesMinus2) {
-  const char* const name = "username_lib_fs_grant_req";
-  expect_refused(-2, name, [] { return username_lib_fs_grant_req(nullptr, "b", 1); });
-  expect_refused(-2, name, [] { return username_lib_fs_grant_req("a", nullptr, 1); });
-}
-
-TEST_F(LocalRequests, AGrantWithoutMemoryIsLogged) {
+TEST_F(LocalRequests, WithoutMemoryForTheBodyALineIsLogged) {
   script(test::FailingBlock(1).scripts());
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog grant_log;
   EXPECT_EQ(-1, username_lib_fs_grant_req("a", "b", 1));
-  test::expect_line(log, "username_lib_fs_grant_req", "Get new memory for sndbuf faild.\r\n");
-  EXPECT_EQ(1u, log.lines().size());
-}
-
-TEST_F(LocalRequests, ASecurityQueryTravelsInTwoItems) {
-  security(message_bytes(124, word_bytes(0)));
-  EXPECT_EQ(hex("01010101 00000000 16000000 13000000"
-                "0100 0500 616c696365  0200 0600 736563726574"),
-            only_write());
+  grant_log.expect_only("username_lib_fs_grant_req", "Get new memory for sndbuf faild.\r\n");
+  script(test::FailingBlock(1).scripts());
+  const test::OpenLog security_log;
+  EXPECT_EQ(-3, username_lib_query_pwd_secu("a", "b"));
+  security_log.expect_only("username_lib_query_pwd_secu", "out of memory\r\n");
 }
 
 TEST_F(LocalRequests, ASecurityQueryReturnsTheWordOfAnAnswerOfType124) {
@@ -194,10 +173,7 @@ TEST_F(LocalRequests, ASecurityQueryReturnsTheWordOfAnAnswerOfType124) {
   EXPECT_EQ(-5, security(message_bytes(124, word_bytes(0xfffffffb) + word_bytes(1))));
   EXPECT_EQ(0x2211, security(message_bytes(124, hex("1122"))));
   EXPECT_EQ(0, security(message_bytes(124, "")));
-}
-
-TEST_F(LocalRequests, ASecurityQueryAnsweredWithItsOwnTypeGivesMinus3) {
-  EXPECT_EQ(-3, security(message_bytes(22, word_bytes(5))));
+  EXPECT_EQ(-3, security(message_bytes(22, word_bytes(5)))) << "its own type";
 }
 
 TEST_F(LocalRequests, ALengthOfASecurityQueryIsCutTo16BitsAndTheTextIsNot) {
@@ -206,40 +182,6 @@ TEST_F(LocalRequests, ALengthOfASecurityQueryIsCutTo16BitsAndTheTextIsNot) {
   EXPECT_EQ(0, username_lib_query_pwd_secu(text.c_str(), "s"));
   EXPECT_EQ(65548u, test::word_at(only_write(), 12));
   EXPECT_EQ(hex("0100 0300") + text + hex("0200 0100 73"), only_write().substr(16));
-}
-
-TEST_F(LocalRequests, ASecurityQueryWithANullStringGivesMinus1) {
-  const char* const name = "username_lib_query_pwd_secu";
-  expect_refused(-1, name, [] { return username_lib_query_pwd_secu(nullptr, "b"); });
-  expect_refused(-1, name, [] { return username_lib_query_pwd_secu("a", nullptr); });
-}
-
-TEST_F(LocalRequests, ASecurityQueryWithoutMemoryIsLoggedWithoutAFullStop) {
-  script(test::FailingBlock(1).scripts());
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(-3, username_lib_query_pwd_secu("a", "b"));
-  test::expect_line(log, "username_lib_query_pwd_secu", "out of memory\r\n");
-  EXPECT_EQ(1u, log.lines().size());
-}
-
-TEST_F(LocalRequests, WithoutARegistrationOnlyThatIsLogged) {
-  aaa::set_reg_state(AAA_REG_LOST);
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  username_lib_chg_pwd("a", "b", "c");
-  username_lib_fs_grant_req("a", "b", 1);
-  username_lib_query_pwd_secu("a", "b");
-  EXPECT_EQ((std::vector<std::string>(3, kNotAlive)), log.messages());
-}
-
-TEST_F(LocalRequests, NoCounterMoves) {
-  const test::LibraryCounters counters;
-  change(message_bytes(117, word_bytes(0)));
-  grant(message_bytes(118, "\1"));
-  next_write_fails(EPIPE);
-  username_lib_query_pwd_secu("a", "b");
-  EXPECT_TRUE(counters.all_unchanged());
 }
 
 }  // namespace

@@ -1,135 +1,84 @@
-// Authentication and authorization of local users.
-#include <memory>
-
-#include "session/state/client_state.h"
-#include "session/state/locks.h"
-#include "support/expected_line.h"
+// Authentication and authorization of local users: what they make of the answer.
+#include "support/encoded_body.h"
 #include "support/failing_block.h"
-#include "support/library_counters.h"
-#include "support/linked_test.h"
-#include "support/lock_check.h"
+#include "support/open_log.h"
+#include "support/result.h"
 #include "username_lib.h"
 
 namespace {
 
-using test::hex;
 using test::message_bytes;
 
-struct Kind {
+struct ResultRequest {
   const char* name;
   const char* function;
   std::uint32_t type;
   std::int32_t (*call)(std::uint32_t session_id, result_info** result);
-  std::int32_t (*call_with_null)(result_info** result);
-  std::string (*body)(std::uint32_t session_id);
+  std::string body_of_session_0;
 };
 
-std::ostream& operator<<(std::ostream& out, const Kind& kind) {
-  return out << kind.name;
+std::ostream& operator<<(std::ostream& out, const ResultRequest& request) {
+  return out << request.name;
 }
 
-template <class Record>
-Record user(std::uint32_t session_id) {
+template <class Record, std::int32_t (*request)(Record*, result_info**)>
+std::int32_t ask(std::uint32_t session_id, result_info** result) {
   Record record = {};
   record.session_id = session_id;
-  record.user_password = {0, 6, "secret"};
-  return record;
+  return request(&record, result);
 }
 
-template <class Record, std::int32_t (*request)(Record*, result_info**),
-          std::uint32_t (*encode)(Record*, void**)>
-Kind kind(const char* name, const char* function, std::uint32_t type) {
-  return {name,
-          function,
-          type,
-          [](std::uint32_t session_id, result_info** result) {
-            Record record = user<Record>(session_id);
-            return request(&record, result);
-          },
-          [](result_info** result) { return request(nullptr, result); },
-          [](std::uint32_t session_id) {
-            Record record = user<Record>(session_id);
-            void* body = nullptr;
-            const std::uint32_t length = encode(&record, &body);
-            return test::take_block(body, length);
-          }};
+const ResultRequest authentication = {"authentication", "username_lib_authen_req", 115,
+                                      ask<authen_info, username_lib_authen_req>,
+                                      test::encoded_body(aaa_encap_authen_info, authen_info{})};
+const ResultRequest authorization = {"authorization", "username_lib_author_req", 116,
+                                     ask<author_info, username_lib_author_req>,
+                                     test::encoded_body(aaa_encap_author_info, author_info{})};
+
+std::string encoded(const result_info& record) {
+  return test::encoded_body(aaa_encap_result_info, record);
 }
 
-const Kind authentication = kind<authen_info, username_lib_authen_req, aaa_encap_authen_info>(
-    "authentication", "username_lib_authen_req", 115);
-const Kind authorization = kind<author_info, username_lib_author_req, aaa_encap_author_info>(
-    "authorization", "username_lib_author_req", 116);
-
-std::string encoded_result() {
-  result_info record = {};
-  record.sub.num_a = 1;
-  record.sub.session_id = 0x0a0b0c0d;
-  record.reply_message = {0, 5, "hello"};
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_result_info(&record, &body);
-  return test::take_block(body, length);
-}
-
-class ResultRequests : public test::LinkedTest, public testing::WithParamInterface<Kind> {
+class ResultRequests : public test::LinkedTest, public testing::WithParamInterface<ResultRequest> {
  protected:
   void TearDown() override {
     result_.reset();
     LinkedTest::TearDown();
   }
 
-  std::int32_t call(std::uint32_t session_id = 0x01020304) {
+  std::int32_t call_answered(const std::string& body, std::uint32_t type = GetParam().type) {
+    aaad_answers(message_bytes(type, body));
     result_info* result = nullptr;
-    const std::int32_t code = GetParam().call(session_id, &result);
+    const std::int32_t code = GetParam().call(0, &result);
     result_.reset(result);
     return code;
   }
-  std::int32_t answered_call() {
-    aaad_answers(answer());
-    return call();
-  }
-  static std::string answer() { return message_bytes(GetParam().type, encoded_result()); }
 
-  struct Release {
-    void operator()(result_info* result) const { aaa_free_result_info(result); }
-  };
-  std::unique_ptr<result_info, Release> result_;
+  test::Result result_;
 };
 
 INSTANTIATE_TEST_SUITE_P(, ResultRequests, testing::Values(authentication, authorization),
-                         [](const auto& kind) { return kind.param.name; });
-
-TEST_P(ResultRequests, SendTheRecordUnderItsSessionId) {
-  EXPECT_EQ(0, answered_call());
-  const std::string& message = only_write();
-  EXPECT_EQ(hex("01010101 04030201"), message.substr(0, 8));
-  EXPECT_EQ(GetParam().type, test::word_at(message, 8));
-  EXPECT_EQ(GetParam().body(0x01020304), message.substr(16));
-}
+                         [](const auto& request) { return request.param.name; });
 
 TEST_P(ResultRequests, AreSentWithSessionId0) {
-  aaad_answers(answer());
-  EXPECT_EQ(0, call(0));
+  EXPECT_EQ(0, call_answered(encoded({})));
   EXPECT_EQ(0u, test::word_at(only_write(), 4));
-  EXPECT_EQ(GetParam().body(0), only_write().substr(16));
+  EXPECT_EQ(GetParam().body_of_session_0, only_write().substr(16));
 }
 
-TEST_P(ResultRequests, HandOutTheDecodedResult) {
-  ASSERT_EQ(0, answered_call());
+TEST_P(ResultRequests, HandOutTheDecodedResultWithoutAPointerIntoTheReleasedAnswer) {
+  result_info record = {};
+  record.sub.num_a = 1;
+  record.sub.session_id = 0x0a0b0c0d;
+  record.reply_message = {0, 5, "hello"};
+  record.item_318 = {0, 5, "first"};
+  record.item_319 = {0, 6, "second"};
+  record.item_320 = {0, 5, "third"};
+  ASSERT_EQ(0, call_answered(encoded(record)));
   ASSERT_NE(nullptr, result_);
   EXPECT_EQ(1u, result_->sub.num_a);
   EXPECT_EQ(0x0a0b0c0du, result_->sub.session_id);
   EXPECT_STREQ("hello", static_cast<const char*>(result_->reply_message.value));
-}
-
-TEST_P(ResultRequests, HandOutNoPointerIntoTheReleasedAnswer) {
-  result_info record = {};
-  record.item_318 = {0, 5, "first"};
-  record.item_319 = {0, 6, "second"};
-  record.item_320 = {0, 5, "third"};
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_result_info(&record, &body);
-  aaad_answers(message_bytes(GetParam().type, test::take_block(body, length)));
-  ASSERT_EQ(0, call());
   EXPECT_EQ(nullptr, result_->item_318.value);
   EXPECT_EQ(5, result_->item_318.len);
   EXPECT_EQ(nullptr, result_->item_319.value);
@@ -138,76 +87,23 @@ TEST_P(ResultRequests, HandOutNoPointerIntoTheReleasedAnswer) {
   EXPECT_EQ(5, result_->item_320.len);
 }
 
-TEST_P(ResultRequests, RefuseNullWithOneLineBeforeTheyAskForTheRegistration) {
-  aaa::set_reg_state(AAA_REG_LOST);
-  const test::OpenGate gate;
-  result_info* result = nullptr;
-  const test::LogCapture no_record;
-  EXPECT_EQ(-1, GetParam().call_with_null(&result));
-  test::expect_line(no_record, GetParam().function, "Null param passed in.\r\n");
-  EXPECT_EQ(1u, no_record.lines().size());
-  const test::LogCapture no_result;
-  EXPECT_EQ(-1, GetParam().call(1, nullptr));
-  test::expect_line(no_result, GetParam().function, "Null param passed in.\r\n");
-  EXPECT_EQ(1u, no_result.lines().size());
-}
-
-TEST_P(ResultRequests, GiveMinus1InEveryStateButRegistered) {
-  for (const auto state :
-       {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
-    EXPECT_EQ(-1, answered_call()) << state;
-  }
-  EXPECT_TRUE(writes().empty());
-}
-
-TEST_P(ResultRequests, AFailedSendGivesMinus1WithoutReading) {
-  int reads = 0;
-  script({.recv = [&](int, void*, std::size_t, int) {
-    ++reads;
-    return std::optional<ssize_t>();
-  }});
-  next_write_fails(EPIPE);
-  EXPECT_EQ(-1, answered_call());
-  EXPECT_EQ(0, reads);
-  EXPECT_TRUE(test::is_free(aaa_lib_lock));
-}
-
-TEST_P(ResultRequests, NoAnswerGivesMinus1) {
-  during_writes([this] { link_.close_peer(); });
-  EXPECT_EQ(-1, call());
-  EXPECT_TRUE(test::is_free(aaa_lib_lock));
-}
-
-TEST_P(ResultRequests, ASilentAaadGivesMinus1) {
-  test::MovedClock clock;
-  script({.recv = [&](int, void*, std::size_t, int) {
-    clock.advance(2);
-    return std::optional<ssize_t>(test::fails(EAGAIN));
-  }});
-  EXPECT_EQ(-1, call());
-  EXPECT_EQ(1u, writes().size());
-}
-
 TEST_P(ResultRequests, AnAnswerOfTheOthersTypeGivesMinus1AndALine) {
   const std::uint32_t wrong = GetParam().type == 115 ? 116 : 115;
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  aaad_answers(message_bytes(wrong, encoded_result()));
-  EXPECT_EQ(-1, call());
+  const test::OpenLog log;
+  EXPECT_EQ(-1, call_answered(encoded({}), wrong));
   EXPECT_EQ(nullptr, result_);
-  test::expect_line(log, GetParam().function,
-                    "Wrong message type(" + std::to_string(wrong) + ").\r\n");
+  log.expect(GetParam().function, "Wrong message type(" + std::to_string(wrong) + ").\r\n");
 }
 
 TEST_P(ResultRequests, AnAnswerThatIsNoResultGivesMinus1AndALine) {
   for (const std::size_t length : {0, 3, 100}) {
-    const test::OpenGate gate;
-    const test::LogCapture log;
-    aaad_answers(message_bytes(GetParam().type, std::string(length, '\0')));
-    EXPECT_EQ(-1, call()) << length;
+    const test::LogCapture closed;
+    EXPECT_EQ(-1, call_answered(std::string(length, '\0')));
+    EXPECT_TRUE(closed.lines().empty());
+    const test::OpenLog log;
+    EXPECT_EQ(-1, call_answered(std::string(length, '\0'))) << length;
     EXPECT_EQ(nullptr, result_);
-    test::expect_line(log, GetParam().function, "Failed to parse result info.\r\n");
+    log.expect(GetParam().function, "Failed to parse result info.\r\n");
   }
 }
 
@@ -216,7 +112,7 @@ TEST_P(ResultRequests, GiveMinus1WhenAnyBlockIsMissing) {
   for (bool failed = true; failed; ++block) {
     const test::FailingBlock failing(block);
     script(failing.scripts());
-    const std::int32_t result = answered_call();
+    const std::int32_t result = call_answered(encoded({}));
     failed = failing.happened();
     EXPECT_EQ(failed ? -1 : 0, result) << "block " << block;
     EXPECT_EQ(failed, result_ == nullptr);
@@ -227,46 +123,11 @@ TEST_P(ResultRequests, GiveMinus1WhenAnyBlockIsMissing) {
   EXPECT_LE(5, block);
 }
 
-TEST_P(ResultRequests, HoldTheLibraryLockFromTheSendToTheEndOfTheAnswer) {
-  bool free_meanwhile = false;
-  const auto look = [&] { free_meanwhile = free_meanwhile || test::is_free(aaa_lib_lock); };
-  int reads = 0;
-  script({.recv = [&](int, void*, std::size_t, int) {
-    look();
-    ++reads;
-    return std::optional<ssize_t>();
-  }});
-  during_writes(look);
-  EXPECT_EQ(0, answered_call());
-  EXPECT_EQ(2, reads);
-  EXPECT_FALSE(free_meanwhile);
-  EXPECT_TRUE(test::is_free(aaa_lib_lock));
-}
-
 TEST_P(ResultRequests, LogOnlyTheSendWhenAllIsWell) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  EXPECT_EQ(0, answered_call());
+  const test::OpenLog log;
+  EXPECT_EQ(0, call_answered(encoded({})));
   ASSERT_EQ(1u, log.lines().size());
   EXPECT_EQ("aaa_lib_send_ipc_msg", log.lines()[0].function());
-}
-
-TEST_P(ResultRequests, LogNothingWhileTheGateIsClosed) {
-  const test::LogCapture log;
-  GetParam().call(1, nullptr);
-  aaad_answers(message_bytes(103, ""));
-  call();
-  aaad_answers(message_bytes(GetParam().type, ""));
-  call();
-  EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_P(ResultRequests, CountAndTimeNothing) {
-  const test::LibraryCounters counters;
-  EXPECT_EQ(0, answered_call());
-  next_write_fails(EPIPE);
-  EXPECT_EQ(-1, call());
-  EXPECT_TRUE(counters.all_unchanged());
 }
 
 }  // namespace

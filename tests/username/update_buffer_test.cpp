@@ -1,6 +1,6 @@
 // The buffer that a local user is written into: its size, and what does not fit.
-#include "support/expected_line.h"
 #include "support/failing_block.h"
+#include "support/open_log.h"
 #include "username/user_records.h"
 
 namespace {
@@ -29,47 +29,42 @@ class UpdateBuffer : public test::UserRecordTest {
 
 TEST_F(UpdateBuffer, HasRoomForEachPasswordAndBlockThatIsCounted) {
   EXPECT_EQ(1616u, buffer_size());
-  record_->password_count = 3;
+  record_.password_count = 3;
   EXPECT_EQ(1616u + 3 * 264, buffer_size());
-  record_->block_count = 2;
+  record_.block_count = 2;
   EXPECT_EQ(1616u + 3 * 264 + 2 * 8208, buffer_size());
 }
 
 TEST_F(UpdateBuffer, WithoutMemoryGivesMinus3AndALineWithSizeAndName) {
-  record_.set_name("alice");
-  record_->password_count = 2;
-  record_->block_count = 1;
+  set_name("alice");
+  record_.password_count = 2;
+  record_.block_count = 1;
   script(test::FailingBlock(1).scripts());
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(-3, update());
-  test::expect_line(log, "username_lib_update_user",
-                    "Failed to AAA_ALLOC(10352) for iov of user 'alice'.\r\n");
-  EXPECT_EQ(1u, log.lines().size());
+  log.expect_only("username_lib_update_user",
+                  "Failed to AAA_ALLOC(10352) for iov of user 'alice'.\r\n");
   EXPECT_TRUE(writes().empty());
 }
 
 TEST_F(UpdateBuffer, CountsBeyondAllMemoryCountAsNoMemory) {
-  record_->password_count = 0xffffffff;
-  EXPECT_EQ(-3, update());
-  record_->block_count = 0xffffffff;
-  EXPECT_EQ(-3, update());
-  // Their sizes would wrap around to small ones.
-  record_->password_count = 0x20000000;
-  record_->block_count = 0;
-  EXPECT_EQ(-3, update());
-  record_->password_count = 0;
-  record_->block_count = 0x10000000;
-  EXPECT_EQ(-3, update());
+  // The sizes of the last two would wrap around to small ones.
+  for (const auto& [passwords, blocks] : {std::pair{0xffffffffu, 0u},
+                                          {0xffffffffu, 0xffffffffu},
+                                          {0x20000000u, 0u},
+                                          {0u, 0x10000000u}}) {
+    record_.password_count = passwords;
+    record_.block_count = blocks;
+    EXPECT_EQ(-3, update()) << passwords << " passwords, " << blocks << " blocks";
+  }
   EXPECT_TRUE(writes().empty());
 }
 
 TEST_F(UpdateBuffer, ANameWithoutNulEndsInTheLineWithItsField) {
-  std::memset(record_->user_name, 'n', 65);
-  std::memset(&record_->value_2, 'x', 4);
+  std::memset(record_.user_name, 'n', 65);
+  std::memset(&record_.value_2, 'x', 4);
   script(test::FailingBlock(1).scripts());
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const test::OpenLog log;
   EXPECT_EQ(-3, update());
   ASSERT_EQ(1u, log.lines().size());
   EXPECT_EQ(std::string::npos, log.lines()[0].text.find('x'));
@@ -77,8 +72,8 @@ TEST_F(UpdateBuffer, ANameWithoutNulEndsInTheLineWithItsField) {
 
 TEST_F(UpdateBuffer, PasswordsBeyondTheCountAreLeftOutWhenTheRoomIsUsed) {
   for (int i = 0; i < 8; ++i)
-    record_.add_password(std::string(247, static_cast<char>('a' + i)));
-  record_->password_count = 0;
+    add_password(std::string(247, static_cast<char>('a' + i)));
+  record_.password_count = 0;
   std::string expected;
   for (int i = 0; i < 6; ++i)
     expected += item(6, std::string(247, static_cast<char>('a' + i)));
@@ -88,14 +83,14 @@ TEST_F(UpdateBuffer, PasswordsBeyondTheCountAreLeftOutWhenTheRoomIsUsed) {
 TEST_F(UpdateBuffer, AfterAnItemThatDoesNotFitTheNextIsTried) {
   std::string expected;
   for (int i = 0; i < 6; ++i) {
-    record_.add_password(std::string(247, 'p'));
+    add_password(std::string(247, 'p'));
     expected += item(6, std::string(247, 'p'));
   }
   // 1616 - 72 - 6 * 255 = 14 bytes are left: one too few, then exactly enough, then none.
-  record_.add_password("seven77");
-  record_.add_password("sixsix");
-  record_.add_password("x");
-  record_->password_count = 0;
+  add_password("seven77");
+  add_password("sixsix");
+  add_password("x");
+  record_.password_count = 0;
   EXPECT_EQ(expected + item(6, "sixsix"), sent_passwords());
   EXPECT_EQ(1616u, test::word_at(only_write(), 12));
 }
@@ -103,7 +98,7 @@ TEST_F(UpdateBuffer, AfterAnItemThatDoesNotFitTheNextIsTried) {
 TEST_F(UpdateBuffer, EveryCountedPasswordFits) {
   std::string expected;
   for (int i = 0; i < 100; ++i) {
-    record_.add_password(std::string(247, 'p'));
+    add_password(std::string(247, 'p'));
     expected += item(6, std::string(247, 'p'));
   }
   EXPECT_EQ(expected, sent_passwords());

@@ -25,9 +25,6 @@ inline std::string number_item(std::uint32_t type, std::uint32_t number) {
   return item(type, word_bytes(number));
 }
 
-inline void make_empty(aaa_list& head) {
-  head = {&head, &head};
-}
 inline bool is_empty(const aaa_list& head) {
   return head.next == &head && head.prev == &head;
 }
@@ -58,21 +55,28 @@ inline std::vector<std::string> passwords_of(const local_user_info& record) {
   return texts;
 }
 
-// A record with empty lists.
-class UserRecord {
- public:
-  UserRecord() {
-    make_empty(record_.passwords);
-    make_empty(record_.blocks);
-    make_empty(record_.list_3);
-    make_empty(record_.list_4);
+// Tests with a record, whose lists are empty at first and are released in the end.
+class UserRecordTest : public LinkedTest {
+ protected:
+  UserRecordTest() {
+    for (aaa_list* list : {&record_.passwords, &record_.blocks, &record_.list_3, &record_.list_4})
+      *list = {list, list};
   }
-  UserRecord(const UserRecord&) = delete;
-  UserRecord& operator=(const UserRecord&) = delete;
+  void TearDown() override {
+    username_lib_release_user(&record_);
+    LinkedTest::TearDown();
+  }
 
-  local_user_info* operator->() { return &record_; }
-  local_user_info& operator*() { return record_; }
-  local_user_info* get() { return &record_; }
+  // Fetches into the record from an answer of these items.
+  std::int32_t fetch(const std::string& items) {
+    aaad_answers(message_bytes(119, items));
+    return username_lib_copy_user(&record_);
+  }
+  // Writes the record back.
+  std::int32_t update(const std::string& answer = message_bytes(120, "\1")) {
+    aaad_answers(answer);
+    return username_lib_update_user(&record_);
+  }
 
   void set_name(const std::string& name) {
     std::snprintf(record_.user_name, sizeof record_.user_name, "%s", name.c_str());
@@ -95,30 +99,7 @@ class UserRecord {
     ++record_.block_count;
   }
 
- private:
   local_user_info record_ = {};
-};
-
-// Tests with a record, which is released in the end.
-class UserRecordTest : public LinkedTest {
- protected:
-  void TearDown() override {
-    username_lib_release_user(record_.get());
-    LinkedTest::TearDown();
-  }
-
-  // Fetches into the record from an answer of these items.
-  std::int32_t fetch(const std::string& items) {
-    aaad_answers(message_bytes(119, items));
-    return username_lib_copy_user(record_.get());
-  }
-  // Writes the record back.
-  std::int32_t update(const std::string& answer = message_bytes(120, "\1")) {
-    aaad_answers(answer);
-    return username_lib_update_user(record_.get());
-  }
-
-  UserRecord record_;
 };
 
 }  // namespace test

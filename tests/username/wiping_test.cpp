@@ -15,22 +15,22 @@ class UserWiping : public test::UserRecordTest {
 
 TEST_F(UserWiping, APasswordIsWipedBeforeItIsFreed) {
   fetch(item(6, std::string(255, 'p')) + item(6, "short"));
-  const void* const last = test::password_at(record_->passwords.next);
-  const void* const first = test::password_at(record_->passwords.prev);
+  const void* const last = test::password_at(record_.passwords.next);
+  const void* const first = test::password_at(record_.passwords.prev);
   freed_.watch(last, sizeof(local_user_password));
   freed_.watch(first, sizeof(local_user_password));
-  username_lib_release_user(record_.get());
+  username_lib_release_user(&record_);
   EXPECT_EQ(std::string(sizeof(local_user_password), '\0'), freed_.bytes(first));
   EXPECT_EQ(std::string(sizeof(local_user_password), '\0'), freed_.bytes(last));
 }
 
 TEST_F(UserWiping, ABlockIsWipedBeforeItIsFreed) {
-  record_.add_block();
+  add_block();
   auto* const block = reinterpret_cast<local_user_block*>(
-      reinterpret_cast<char*>(record_->blocks.next) - offsetof(local_user_block, links));
+      reinterpret_cast<char*>(record_.blocks.next) - offsetof(local_user_block, links));
   std::memset(block->data, 0x5A, sizeof block->data);
   freed_.watch(block, sizeof *block);
-  username_lib_release_user(record_.get());
+  username_lib_release_user(&record_);
   EXPECT_EQ(std::string(sizeof(local_user_block), '\0'), freed_.bytes(block));
 }
 
@@ -41,8 +41,8 @@ void* filled_block(std::size_t size) {
 }
 
 TEST_F(UserWiping, OfAnUpdatesBufferWhatWasWrittenIsWiped) {
-  record_.add_password("secret");
-  record_->block_count = 100;
+  add_password("secret");
+  record_.block_count = 100;
   const std::size_t size = 1616 + 264 + 100 * 8208;
   const void* buffer = nullptr;
   script({.malloc = [&](std::size_t asked) -> std::optional<void*> {
@@ -59,7 +59,7 @@ TEST_F(UserWiping, OfAnUpdatesBufferWhatWasWrittenIsWiped) {
   ASSERT_EQ(size, bytes.size());
   EXPECT_EQ(std::string(written, '\0'), bytes.substr(0, written));
   EXPECT_EQ(std::string::npos, bytes.find_first_not_of('\xAA', written)) << "beyond it";
-  record_->block_count = 0;
+  record_.block_count = 0;
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Requests to the local user database of a running aaad, from several threads at once.
 #include <thread>
 
-#include "support/library_test.h"
+#include "support/encoded_body.h"
 #include "username_lib.h"
 #include "wire/message.h"
 
@@ -17,12 +17,8 @@ using aaa_sim::Role;
 Replies accept(const Request& request) {
   result_info record = {};
   record.sub.session_id = request.header.id;
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_result_info(&record, &body);
-  const auto* bytes = static_cast<const std::uint8_t*>(body);
-  aaa_sim::Bytes copy(bytes, bytes + length);
-  aaa_free(0, "", body);
-  return {{Role::request, request.header.type, 0, std::move(copy)}};
+  const std::string body = test::encoded_body(aaa_encap_result_info, record);
+  return {{Role::request, request.header.type, 0, {body.begin(), body.end()}}};
 }
 
 // Answers with the first byte of the first item's value.
@@ -47,11 +43,6 @@ class WithAaad : public test::SimulatedTest {
     aaa_free_result_info(result);
     return answered;
   }
-  static reg_info gathering_client() {
-    reg_info info = test::client();
-    info.use_send_buf = 1;
-    return info;
-  }
 };
 
 TEST_F(WithAaad, EveryThreadGetsTheAnswerToItsOwnRequest) {
@@ -71,7 +62,9 @@ TEST_F(WithAaad, EveryThreadGetsTheAnswerToItsOwnRequest) {
 }
 
 TEST_F(WithAaad, AnAuthenticationWaitsUntilTheFlushThreadHasSentIt) {
-  register_client(gathering_client());
+  reg_info info = test::client();
+  info.use_send_buf = 1;
+  register_client(info);
   EXPECT_EQ(7u, authenticate(7));
   const auto message = sim_.wait_for_message(received(AAA_MSG_LOCAL_AUTHEN_REQ));
   ASSERT_TRUE(message);

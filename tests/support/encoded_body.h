@@ -1,0 +1,15 @@
+// The body that an encoder makes of a record.
+#pragma once
+
+#include "support/linked_test.h"
+
+namespace test {
+
+template <class Record>
+std::string encoded_body(std::uint32_t (*encode)(Record*, void**), Record record) {
+  void* body = nullptr;
+  const std::uint32_t length = encode(&record, &body);
+  return take_block(body, length);
+}
+
+}  // namespace test
