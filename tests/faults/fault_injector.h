@@ -9,7 +9,6 @@
 
 #include "faults/fault.h"
 #include "faults/file_calls.h"
-#include "support/moved_clock.h"
 #include "support/scripted_calls.h"
 
 namespace faults {

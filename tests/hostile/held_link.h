@@ -10,7 +10,6 @@
 #include <optional>
 
 #include "codec/bodies.h"
-#include "support/moved_clock.h"
 #include "support/scripted_calls.h"
 
 namespace test {

@@ -2,7 +2,7 @@
 #include <random>
 
 #include "support/login.h"
-#include "support/socket_pair.h"
+#include "support/scripted_peer.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "support/moved_clock.h"
+#include "support/scripted_calls.h"
 
 namespace soak {
 

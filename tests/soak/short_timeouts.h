@@ -4,7 +4,6 @@
 #include <atomic>
 #include <optional>
 
-#include "support/moved_clock.h"
 #include "support/scripted_calls.h"
 
 namespace soak {

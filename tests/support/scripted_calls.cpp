@@ -3,12 +3,16 @@
 #include <poll.h>
 #include <sched.h>
 #include <sys/socket.h>
+#include <sys/sysinfo.h>
+#include <time.h>
+#include <unistd.h>
 
 #include <memory>
 #include <mutex>
 
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
+#include "support/failing_allocator.h"
 
 namespace test {
 namespace {
@@ -43,13 +47,70 @@ std::optional<Result> ask(std::function<std::optional<Result>(Parameters...)> Sc
   return function ? function(arguments...) : std::nullopt;
 }
 
+std::atomic<std::int64_t> offset_us{0};
+std::atomic<bool> sleeps_are_short{false};
+std::atomic<std::uint32_t> sleep_count{0};
+std::atomic<std::uint64_t> slept_in_all_us{0};
+
+constexpr useconds_t short_sleep_us = 1000;
+
+// Returns how long to really sleep.
+useconds_t note_sleep(useconds_t asked_us) {
+  ++sleep_count;
+  slept_in_all_us += asked_us;
+  if (!sleeps_are_short) return asked_us;
+  offset_us += asked_us;
+  return short_sleep_us;
+}
+
+// A time with the clock's offset added, so many times.
+timespec moved(const timespec& time, std::int64_t times) {
+  const std::int64_t us =
+      std::int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000 + times * offset_us;
+  return {.tv_sec = us / 1000000, .tv_nsec = us % 1000000 * 1000};
+}
+
+std::optional<void*> ask_for_block(std::size_t size) {
+  return ask(&Scripts::malloc, size);
+}
+
 }  // namespace
 
 ScriptedCalls::ScriptedCalls(Scripts scripts) {
   replace(std::move(scripts));
+  answer_malloc(ask_for_block);
 }
 ScriptedCalls::~ScriptedCalls() {
   replace({});
+}
+
+MovedClock::~MovedClock() {
+  offset_us = 0;
+  sleeps_are_short = false;
+}
+void MovedClock::advance(std::int64_t seconds) {
+  offset_us += seconds * 1000000;
+}
+void MovedClock::shorten_sleeps() {
+  sleeps_are_short = true;
+}
+std::uint32_t MovedClock::sleeps() const {
+  return total_sleeps() - sleeps_before_;
+}
+std::uint64_t MovedClock::slept_us() const {
+  return total_slept_us() - slept_before_;
+}
+std::uint32_t MovedClock::total_sleeps() {
+  return sleep_count;
+}
+std::uint64_t MovedClock::total_slept_us() {
+  return slept_in_all_us;
+}
+
+std::uint32_t library_seconds() {
+  timespec now = {};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);  // moved, like the library's own calls
+  return static_cast<std::uint32_t>(now.tv_sec);
 }
 
 }  // namespace test
@@ -74,7 +135,11 @@ int __real_pthread_attr_init(pthread_attr_t* attributes);
 int __real_pthread_mutexattr_init(pthread_mutexattr_t* attributes);
 int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
 int __real_pthread_setaffinity_np(pthread_t thread, std::size_t size, const cpu_set_t* cores);
-void* __real_malloc(std::size_t size);
+int __real_clock_gettime(clockid_t clock, timespec* now);
+int __real_sysinfo(struct sysinfo* info);
+int __real_usleep(useconds_t us);
+int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline);
 
 ssize_t __wrap_send(int fd, const void* data, std::size_t size, int flags) {
   const auto answer = ask(&Scripts::send, fd, data, size, flags);
@@ -153,9 +218,32 @@ int __wrap_pthread_setaffinity_np(pthread_t thread, std::size_t size, const cpu_
   return answer ? *answer : __real_pthread_setaffinity_np(thread, size, cores);
 }
 
-void* __wrap_malloc(std::size_t size) {
-  const auto answer = ask(&Scripts::malloc, size);
-  return answer ? *answer : __real_malloc(size);
+int __wrap_clock_gettime(clockid_t clock, timespec* now) {
+  const int result = __real_clock_gettime(clock, now);
+  if (clock == CLOCK_MONOTONIC) *now = test::moved(*now, 1);
+  return result;
+}
+
+int __wrap_sysinfo(struct sysinfo* info) {
+  const int result = __real_sysinfo(info);
+  info->uptime += test::offset_us / 1000000;
+  return result;
+}
+
+// Deadlines of the library are on the monotonic clock as it sees it.
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline) {
+  const timespec real = test::moved(*deadline, -1);
+  return __real_pthread_cond_timedwait(condition, mutex, &real);
+}
+
+int __wrap_usleep(useconds_t us) {
+  return __real_usleep(test::note_sleep(us));
+}
+
+unsigned __wrap_sleep(unsigned seconds) {
+  __real_usleep(test::note_sleep(seconds * 1000000));
+  return 0;
 }
 
 }  // extern "C"
