@@ -20,7 +20,6 @@ class AgentTest : public RegisteredTest {
   void init(const reg_info& info = client());
   void init_and_connect(const reg_info& info = client());
 
-  // Runs a task, which must return `result`.
   int run(const std::string& task) { return loop_.run(task); }
   void run_and_expect(int result, const std::string& task) { EXPECT_EQ(result, run(task)); }
   void expect_journal(const std::vector<std::string>& expected) {

@@ -46,7 +46,7 @@ TEST_F(AgentHeartbeat, SendsOneOnTheRequestSocketEachTime) {
   const auto heartbeat = sim_.wait_for_message(received(AAA_MSG_HEARTBEAT));
   ASSERT_TRUE(heartbeat);
   EXPECT_EQ(Role::request, heartbeat->role);
-  EXPECT_EQ(words({0x01010101, 0, 132, 0}), bytes_of(*heartbeat));
+  EXPECT_EQ(word_bytes({0x01010101, 0, 132, 0}), bytes_of(*heartbeat));
   EXPECT_NEAR(library_seconds(), aaalib_hbt_last_send, 1);
   beat();
   beat();

@@ -64,7 +64,7 @@ TEST_F(AgentRead, OneMessageATimeIsDispatchedAndTheSocketWatchedAgain) {
 
 TEST_F(AgentRead, AMessageWithABodyIsDispatchedAndItsBodyFreed) {
   const std::uint32_t blocks = live_blocks();
-  deliver(AAA_MSG_AAA_DEBUG_INFO, words({1, 500}));
+  deliver(AAA_MSG_AAA_DEBUG_INFO, word_bytes({1, 500}));
   EXPECT_EQ(500u, g_aaa_status.debug_msg_limit);
   EXPECT_EQ(blocks, live_blocks());
   expect_steady();
@@ -183,8 +183,9 @@ TEST_F(AgentRead, ALinkThatEndsInsideABodyIsGivenUp) {
 }
 
 TEST_F(AgentRead, WithoutMemoryForABodyTheSocketIsUnwatched) {
-  for (const std::string& message : {message_bytes(AAA_MSG_NOTIFY_RESULT, zeros(333)),
-                                     words({0x01010101, 0, AAA_MSG_NOTIFY_RESULT, 0xffffffff})}) {
+  for (const std::string& message :
+       {message_bytes(AAA_MSG_NOTIFY_RESULT, zeros(333)),
+        word_bytes({0x01010101, 0, AAA_MSG_NOTIFY_RESULT, 0xffffffff})}) {
     const OpenLog log;
     const ScriptedCalls calls(no_memory_for(334));
     send_raw(message);

@@ -59,30 +59,32 @@ const std::string name_in_buffer = "corp" + zeros(252);
 
 std::vector<Delivery> one_of_each() {
   return {
-      {103, aaalib_ipc_msg_proc_notify_result, result_body(7), "result " + words({7}), zeros(100)},
+      {103, aaalib_ipc_msg_proc_notify_result, result_body(7), "result " + word_bytes({7}),
+       zeros(100)},
       {105, aaalib_ipc_msg_proc_notify_del_msg, std::string(560, 'n'),
        "deleted " + std::string(560, 'n'), zeros(559)},
       {109, aaalib_ipc_msg_proc_authen_group_req, named("corp", authen_body(7)),
-       "group " + words({7}) + name_in_buffer, named("corp", zeros(100))},
+       "group " + word_bytes({7}) + name_in_buffer, named("corp", zeros(100))},
       {110, aaalib_ipc_msg_proc_author_group_req, named("corp", author_body(7)),
-       "group " + words({7}) + name_in_buffer, named("corp", zeros(100))},
+       "group " + word_bytes({7}) + name_in_buffer, named("corp", zeros(100))},
       {111, aaalib_ipc_msg_proc_acct_group_req, named("corp", acct_body(7)),
-       "group " + words({7}) + name_in_buffer, named("corp", zeros(100))},
+       "group " + word_bytes({7}) + name_in_buffer, named("corp", zeros(100))},
       {112, aaalib_ipc_msg_proc_gs_valid_req, std::string(396, 'g'),
-       "valid? " + std::string(396, 'g') + "gggg" + words({396}), zeros(395)},
-      {121, aaalib_ipc_msg_proc_enable_authen, authen_body(7), "enable " + words({7}), zeros(100)},
-      {123, aaalib_ipc_msg_proc_del_msg_req, words({0x10203040, 2, 0xffffffff}),
-       "delete " + words({0x10203040, 2, 0xffffffff}), zeros(11)},
+       "valid? " + std::string(396, 'g') + "gggg" + word_bytes({396}), zeros(395)},
+      {121, aaalib_ipc_msg_proc_enable_authen, authen_body(7), "enable " + word_bytes({7}),
+       zeros(100)},
+      {123, aaalib_ipc_msg_proc_del_msg_req, word_bytes({0x10203040, 2, 0xffffffff}),
+       "delete " + word_bytes({0x10203040, 2, 0xffffffff}), zeros(11)},
       {125, aaalib_ipc_msg_proc_add_radext_result, std::string(24, 'r'),
        "radext " + std::string(24, 'r'), zeros(23)},
       {126, aaalib_ipc_msg_proc_notify_coa_req, std::string(720, 'c'),
        "coa " + std::string(720, 'c') + zeros(1), zeros(719)},
-      {127, aaalib_ipc_msg_proc_localeap_authen, authen_body(7), "localeap " + words({7}),
+      {127, aaalib_ipc_msg_proc_localeap_authen, authen_body(7), "localeap " + word_bytes({7}),
        zeros(100)},
       {140, aaalib_ipc_msg_proc_ldap_search_entry_req, named("corp", search_body(7)),
-       "search " + words({7}) + name_in_buffer, named("corp", zeros(39)), 3},
+       "search " + word_bytes({7}) + name_in_buffer, named("corp", zeros(39)), 3},
       {141, aaalib_ipc_msg_proc_notify_ldap_search_entry_result, found_body(7),
-       "found " + words({7}), zeros(23), 3},
+       "found " + word_bytes({7}), zeros(23), 3},
   };
 }
 
@@ -93,7 +95,7 @@ TEST_F(Dispatch, EachTypeReachesItsCallbackAndNoOtherAndFreesItsBlocks) {
     EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed()) << "type " << one.type;
   }
   EXPECT_THAT(told_by(113, "who"), ElementsAre("online? " + zeros(8) + "who"));
-  EXPECT_THAT(told_by(122), ElementsAre("event " + words({3})));
+  EXPECT_THAT(told_by(122), ElementsAre("event " + word_bytes({3})));
 }
 
 TEST_F(Dispatch, HandlersCanBeCalledByName) {
@@ -129,7 +131,7 @@ TEST_F(Dispatch, WithAClosedGateNothingIsLogged) {
     deliver(one.type, one.unreadable);
     deliver(one.type, std::string(3, '\xff'));
   }
-  deliver(128, words({1, 0, 0, 0, 0}));
+  deliver(128, word_bytes({1, 0, 0, 0, 0}));
   deliver(101);
   EXPECT_THAT(log.lines(), IsEmpty());
 }

@@ -48,7 +48,9 @@ class DispatchTest : public LibraryTest {
     aaa::store(g_aaa_client_cb.async_fd, aaad_.own());
     aaa::set_model_name("test");
     reg_info info = noting_client();
-    info.aaa_event_cb = [](std::uint32_t event) { return notes.add("event " + words({event})), 0; };
+    info.aaa_event_cb = [](std::uint32_t event) {
+      return notes.add("event " + word_bytes({event})), 0;
+    };
     use(info);
   }
   ~DispatchTest() override { notes.reset(); }

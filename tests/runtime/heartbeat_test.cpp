@@ -39,7 +39,7 @@ TEST_F(Heartbeat, TheFirstOneGoesOutInTheFirstPass) {
   const auto heartbeat = sim_.wait_for_message(received(AAA_MSG_HEARTBEAT));
   ASSERT_TRUE(heartbeat);
   EXPECT_EQ(Role::request, heartbeat->role);
-  EXPECT_EQ(words({0x01010101, 0, 132, 0}), bytes_of(*heartbeat));
+  EXPECT_EQ(word_bytes({0x01010101, 0, 132, 0}), bytes_of(*heartbeat));
   expect_now(last_send());
 }
 

@@ -74,9 +74,9 @@ TEST_F(LinkLoss, TheInjectedResultHoldsTheSessionWhichIsKeptAndCodeTwo) {
   lose();
   const std::string result = datagram();
   ASSERT_GE(result.size(), 1284u);
-  EXPECT_EQ(words({0x05000001, 2}), result.substr(0, 8));
+  EXPECT_EQ(word_bytes({0x05000001, 2}), result.substr(0, 8));
   EXPECT_EQ(zeros(568), result.substr(8, 568));
-  EXPECT_EQ(words({0x01020304}), result.substr(576, 4));
+  EXPECT_EQ(word_bytes({0x01020304}), result.substr(576, 4));
   EXPECT_EQ(zeros(704), result.substr(580, 704));
   EXPECT_EQ("", datagram());
   ASSERT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));

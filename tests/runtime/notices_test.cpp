@@ -11,7 +11,7 @@ using testing::IsEmpty;
 
 // A body that begins with `kind`.
 std::string notice(std::uint32_t kind, std::size_t size) {
-  return words({kind}) + std::string(size - 4, '3');
+  return word_bytes({kind}) + std::string(size - 4, '3');
 }
 
 class Notices : public DispatchTest {
@@ -35,7 +35,7 @@ TEST_F(Notices, ACoaRequestIsCounted) {
 TEST_F(Notices, NothingElseIsCounted) {
   expect_dropped(105, notice(2, 559));
   expect_dropped(126, notice(9, 719));
-  deliver(123, words({1, 2, 3}));
+  deliver(123, word_bytes({1, 2, 3}));
   deliver(125, notice(1, 24));
   use({});
   deliver(105, notice(2, 560));
@@ -44,14 +44,15 @@ TEST_F(Notices, NothingElseIsCounted) {
 }
 
 TEST_F(Notices, ADeleteRequestPassesItsFirstThreeWords) {
-  EXPECT_THAT(told_by(123, words({4, 5, 6, 7})), ElementsAre("delete " + words({4, 5, 6})));
+  EXPECT_THAT(told_by(123, word_bytes({4, 5, 6, 7})),
+              ElementsAre("delete " + word_bytes({4, 5, 6})));
 }
 
 class Questions : public DispatchTest {};
 
-const std::string group_is_valid = words({0x01010101, 0, 14, 4, 0});
-const std::string group_is_not_valid = words({0x01010101, 0, 14, 4, 0xffffffff});
-const std::string nobody_is_online = words({0x01010101, 0, 15, 8, 0, 0});
+const std::string group_is_valid = word_bytes({0x01010101, 0, 14, 4, 0});
+const std::string group_is_not_valid = word_bytes({0x01010101, 0, 14, 4, 0xffffffff});
+const std::string nobody_is_online = word_bytes({0x01010101, 0, 15, 8, 0, 0});
 
 TEST_F(Questions, AGroupIsValidWhenTheCallbackReturnsZero) {
   for (const int answer : {0, 7, -3}) {
@@ -62,8 +63,8 @@ TEST_F(Questions, AGroupIsValidWhenTheCallbackReturnsZero) {
 }
 
 TEST_F(Questions, TheCallbackGetsTheBodyItsWordAt392AndItsLength) {
-  const std::string body = std::string(392, '\x11') + words({0x01020304, 0xeeeeeeee});
-  EXPECT_THAT(told_by(112, body), ElementsAre("valid? " + body + words({0x01020304, 400})));
+  const std::string body = std::string(392, '\x11') + word_bytes({0x01020304, 0xeeeeeeee});
+  EXPECT_THAT(told_by(112, body), ElementsAre("valid? " + body + word_bytes({0x01020304, 400})));
 }
 
 TEST_F(Questions, AGroupQuestionOf395BytesIsNotAnswered) {
@@ -75,9 +76,9 @@ TEST_F(Questions, AGroupQuestionOf395BytesIsNotAnswered) {
 TEST_F(Questions, OnlineInfoIsWhatTheCallbackFillsIn) {
   notes.online_answer = "ABCDEFGH";
   EXPECT_THAT(told_by(113, "who"), ElementsAre("online? " + zeros(8) + "who"));
-  EXPECT_EQ(words({0x01010101, 0, 15, 8}) + "ABCDEFGH", answers());
+  EXPECT_EQ(word_bytes({0x01010101, 0, 15, 8}) + "ABCDEFGH", answers());
   EXPECT_THAT(told_by(113), ElementsAre("online? " + zeros(8) + "null"));
-  EXPECT_EQ(words({0x01010101, 0, 15, 8}) + "ABCDEFGH", answers());
+  EXPECT_EQ(word_bytes({0x01010101, 0, 15, 8}) + "ABCDEFGH", answers());
 }
 
 TEST_F(Questions, AreAnsweredWithoutCallbacksToo) {

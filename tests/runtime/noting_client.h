@@ -60,29 +60,29 @@ inline bool wait_for_notes(std::size_t count) {
 
 template <class Record>
 void note_group(Record* record, char* group) {
-  notes.add("group " + words({record->session_id}) + bytes_of(group, 256));
+  notes.add("group " + word_bytes({record->session_id}) + bytes_of(group, 256));
 }
 
 inline reg_info noting_client() {
   reg_info info = client();
   info.notify_result_cb = [](result_info* result) {
-    notes.add("result " + words({result->sub.session_id}));
+    notes.add("result " + word_bytes({result->sub.session_id}));
   };
   info.notify_del_msg_cb = [](const void* body) { notes.add("deleted " + bytes_of(body, 560)); };
   // The NUL behind the body too.
   info.notify_coa_req_cb = [](const void* body) { notes.add("coa " + bytes_of(body, 721)); };
   info.reserved_cb = [] { notes.add("reserved"); };
   info.ldap_search_result_cb = [](ldap_search_result* result) {
-    notes.add("found " + words({result->head.session_id}));
+    notes.add("found " + word_bytes({result->head.session_id}));
   };
   info.authen_group_req_cb = note_group<authen_info>;
   info.author_group_req_cb = note_group<author_info>;
   info.acct_group_req_cb = note_group<acct_info>;
   info.del_msg_req_cb = [](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
-    notes.add("delete " + words({a, b, c}));
+    notes.add("delete " + word_bytes({a, b, c}));
   };
   info.gs_valid_req_cb = [](const void* body, std::uint32_t word, std::uint32_t length) {
-    notes.add("valid? " + bytes_of(body, length) + words({word, length}));
+    notes.add("valid? " + bytes_of(body, length) + word_bytes({word, length}));
     return notes.group_answer;
   };
   info.get_online_info_cb = [](void* answer, const void* body) {
@@ -91,14 +91,14 @@ inline reg_info noting_client() {
     notes.online_answer.copy(static_cast<char*>(answer), 8);
   };
   info.enable_authen_cb = [](authen_info* authen) {
-    notes.add("enable " + words({authen->session_id}));
+    notes.add("enable " + word_bytes({authen->session_id}));
   };
   info.add_radext_result_cb = [](const void* body) { notes.add("radext " + bytes_of(body, 24)); };
   info.localeap_authen_cb = [](authen_info* authen) {
-    notes.add("localeap " + words({authen->session_id}));
+    notes.add("localeap " + word_bytes({authen->session_id}));
   };
   info.ldap_search_entry_req_cb = [](ldap_search_info* search, char* group) {
-    notes.add("search " + words({search->head.session_id}) + bytes_of(group, 256));
+    notes.add("search " + word_bytes({search->head.session_id}) + bytes_of(group, 256));
   };
   return info;
 }

@@ -14,12 +14,12 @@ std::string counted(const std::string& string) {
   return word_bytes(static_cast<std::uint32_t>(string.size())) + string;
 }
 std::string update_body(std::uint32_t code, const char* s1, const char* s2, const char* s3) {
-  return words({code, 0xdddddddd}) + counted(s1) + counted(s2) + counted(s3);
+  return word_bytes({code, 0xdddddddd}) + counted(s1) + counted(s2) + counted(s3);
 }
 // A call of the handler, as its arguments show.
 std::string call(std::uint32_t code, const std::string& s1, const std::string& s2,
                  const std::string& s3) {
-  return words({code}) + s1 + "|" + s2 + "|" + s3;
+  return word_bytes({code}) + s1 + "|" + s2 + "|" + s3;
 }
 
 class PasswordUpdate : public DispatchTest {
@@ -63,24 +63,24 @@ TEST_F(PasswordUpdate, IsLoggedBeforeTheHandlerOrWithoutOne) {
 }
 
 TEST_F(PasswordUpdate, AStringThatReachesBeyondTheBodyEndsWithIt) {
-  deliver(128, words({7, 0, 100}) + "abc");
+  deliver(128, word_bytes({7, 0, 100}) + "abc");
   EXPECT_THAT(noted(), ElementsAre(call(7, "abc", "", "")));
 }
 
 TEST_F(PasswordUpdate, ALengthWithoutAStringGivesAnEmptyOne) {
   for (const std::uint32_t length : {1u, 0x7fffffffu, 0xfffffffeu, 0xffffffffu})
-    EXPECT_THAT(told_by(128, words({7, 0}) + counted("abc") + words({length})),
+    EXPECT_THAT(told_by(128, word_bytes({7, 0}) + counted("abc") + word_bytes({length})),
                 ElementsAre(call(7, "abc", "", "")));
 }
 
 TEST_F(PasswordUpdate, LengthsThatWrapAroundStayInsideTheBody) {
-  deliver(128, words({7, 0, 0xfffffff8, 0xffffffff, 0xffffffff}));
+  deliver(128, word_bytes({7, 0, 0xfffffff8, 0xffffffff, 0xffffffff}));
   ASSERT_EQ(1u, noted().size());
-  EXPECT_EQ(words({7}), noted()[0].substr(0, 4));
+  EXPECT_EQ(word_bytes({7}), noted()[0].substr(0, 4));
 }
 
 TEST_F(PasswordUpdate, MissingPartsOfABodyAreZero) {
-  for (const std::string& body : {words({7}), std::string(1, 7)})
+  for (const std::string& body : {word_bytes({7}), std::string(1, 7)})
     EXPECT_THAT(told_by(128, body), ElementsAre(call(7, "", "", "")));
 }
 

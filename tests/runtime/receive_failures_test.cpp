@@ -120,7 +120,7 @@ class LengthsBeyondMemory : public ReceiveFailures,
 
 TEST_P(LengthsBeyondMemory, AreOutOfMemoryToo) {
   register_waiting();
-  send_raw(words({0x01010101, 0, 126, GetParam()}));
+  send_raw(word_bytes({0x01010101, 0, 126, GetParam()}));
   expect_new_connection();
   expect_thread_line("out of memory.\r\n");
 }
@@ -132,7 +132,7 @@ TEST_F(ReceiveFailures, AFailedBodyReadKeepsTheConnectionWithoutALine) {
   register_waiting();
   const std::size_t lines = log_.lines().size();
   const ScriptedCalls calls(next_read_fails(ECONNRESET, 16));
-  send_raw(words({0x01010101, 0, 126, 100}));
+  send_raw(word_bytes({0x01010101, 0, 126, 100}));
   expect_same_connection();
   // The handling of the message that followed.
   EXPECT_EQ(lines + 1, log_.lines().size());
@@ -141,7 +141,7 @@ TEST_F(ReceiveFailures, AFailedBodyReadKeepsTheConnectionWithoutALine) {
 TEST_F(ReceiveFailures, AfterAFailedBodyReadTheNextHeaderIsReadFromWhereTheStreamStands) {
   register_waiting();
   const ScriptedCalls calls(next_read_fails(EIO, 16));
-  send_raw(words({0x01010101, 0, 126, 100}) + std::string(100, 'x'));
+  send_raw(word_bytes({0x01010101, 0, 126, 100}) + std::string(100, 'x'));
   expect_new_connection();
   std::size_t ungated_lines = 0;
   for (const LogLine& line : log_.lines())
@@ -158,7 +158,7 @@ TEST_F(ReceiveFailures, ABodyThatStaysAwayIsGivenUpAfterTenSeconds) {
                                clock_.advance(2);
                                return fails(EAGAIN);
                              })});
-  send_raw(words({0x01010101, 0, 126, 100}));
+  send_raw(word_bytes({0x01010101, 0, 126, 100}));
   ASSERT_TRUE(eventually([&] { return reads >= 6; }));
   expect_same_connection();
 }

@@ -63,10 +63,10 @@ TEST_F(ReceivePasses, MessagesArriveInOrderOnTheReceiveThread) {
   register_noting();
   const pid_t thread = receive_thread();
   for (std::uint32_t i = 0; i < 50; ++i)
-    send(AAA_MSG_DEL_MSG_REQ, words({i, 2 * i, 3 * i}));
+    send(AAA_MSG_DEL_MSG_REQ, word_bytes({i, 2 * i, 3 * i}));
   ASSERT_TRUE(wait_for_notes(50));
   for (std::uint32_t i = 0; i < 50; ++i) {
-    EXPECT_EQ("delete " + words({i, 2 * i, 3 * i}), notes.all()[i].told);
+    EXPECT_EQ("delete " + word_bytes({i, 2 * i, 3 * i}), notes.all()[i].told);
     EXPECT_EQ(thread, notes.all()[i].thread);
   }
 }
@@ -74,9 +74,9 @@ TEST_F(ReceivePasses, MessagesArriveInOrderOnTheReceiveThread) {
 TEST_F(ReceivePasses, AMessageInPiecesIsOneMessage) {
   register_noting();
   sim_.change([](Settings& settings) { settings.byte_wise = true; });
-  send(AAA_MSG_DEL_MSG_REQ, words({1, 2, 3}));
+  send(AAA_MSG_DEL_MSG_REQ, word_bytes({1, 2, 3}));
   ASSERT_TRUE(wait_for_notes(1));
-  EXPECT_THAT(noted(), testing::ElementsAre("delete " + words({1, 2, 3})));
+  EXPECT_THAT(noted(), testing::ElementsAre("delete " + word_bytes({1, 2, 3})));
 }
 
 TEST_F(ReceivePasses, ABodyIsOneBlockFollowedByANulThatIsFreedAfterwards) {

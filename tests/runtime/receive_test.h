@@ -35,9 +35,11 @@ class ReceiveTest : public RegisteredTest {
 
   // The message for del_msg_req_cb that carries a number, and what is noted of it.
   static std::string numbered(std::uint32_t number) {
-    return message_bytes(AAA_MSG_DEL_MSG_REQ, words({0, 0, number}));
+    return message_bytes(AAA_MSG_DEL_MSG_REQ, word_bytes({0, 0, number}));
   }
-  static std::string note_of(std::uint32_t number) { return "delete " + words({0, 0, number}); }
+  static std::string note_of(std::uint32_t number) {
+    return "delete " + word_bytes({0, 0, number});
+  }
 };
 
 }  // namespace test

@@ -205,7 +205,7 @@ TEST_F(ReceiveThreadEnd, WhenItIsCancelledWhileItReadsABody) {
   register_client();
   take_pass();
   const std::uint32_t blocks = live_blocks();
-  send_raw(words({0x01010101, 0, 126, 1000}) + zeros(10));
+  send_raw(word_bytes({0x01010101, 0, 126, 1000}) + zeros(10));
   ASSERT_TRUE(eventually([&] { return live_blocks() == blocks + 1; }));
   EXPECT_EQ(0, aaa_svr_dereg());
   EXPECT_TRUE(receive_thread_is_gone());
@@ -241,6 +241,7 @@ TEST_F(ReceiveThreadEnd, AClientMayDeregisterInsideACallback) {
   send(AAA_MSG_NOTIFY_DEL_MSG, zeros(560));
   EXPECT_TRUE(eventually([&] { return result == 0; }));
   EXPECT_TRUE(receive_thread_is_gone());
+  EXPECT_THAT(locks_held(), testing::IsEmpty());
   EXPECT_EQ(0, aaa_is_alive());
   EXPECT_THAT(client_events(), ElementsAre(1, 0));
 }
@@ -260,7 +261,7 @@ TEST_F(ReceiveThreadEnd, AClientMayDeregisterAndRegisterAgainInsideACallback) {
     const pid_t after = receive_thread();
     EXPECT_NE(before, after);
     EXPECT_TRUE(sim_.wait_for_clients(1));
-    send(AAA_MSG_DEL_MSG_REQ, words({1, 2, 3}));
+    send(AAA_MSG_DEL_MSG_REQ, word_bytes({1, 2, 3}));
     EXPECT_TRUE(wait_for_notes(2 * round));
     EXPECT_EQ(after, notes.all().back().thread);
   }
@@ -289,6 +290,8 @@ TEST_F(ReceiveThreadEnd, ManyThreadsThatRegisterGetOneThread) {
     one.join();
   EXPECT_NE(0, receive_thread());
   EXPECT_EQ(2u, sim_.accepted_connections());
+  EXPECT_THAT(client_events(), ElementsAre(1));
+  EXPECT_EQ(1, aaa_is_alive());
   take_pass();
 }
 

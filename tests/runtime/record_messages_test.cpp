@@ -40,7 +40,7 @@ TEST_P(GroupMessages, PassTheRecordAndTheNameInAZeroedBufferThatIsTerminated) {
     std::string name(size, 'a');
     if (size > 1) name.back() = 'z';
     EXPECT_THAT(told_by(GetParam().type, named(name, GetParam().body(0x01020304))),
-                ElementsAre("group " + words({0x01020304}) + name + zeros(256 - size)));
+                ElementsAre("group " + word_bytes({0x01020304}) + name + zeros(256 - size)));
   }
 }
 
@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(Types, GroupMessages,
 TEST_F(RecordMessages, TheLongestGroupNameOfASearchIsTerminated) {
   const std::string longest(255, '\xff');
   EXPECT_THAT(told_by(140, "\xff" + longest + search_body(5)),
-              ElementsAre("search " + words({5}) + longest + zeros(1)));
+              ElementsAre("search " + word_bytes({5}) + longest + zeros(1)));
 }
 
 constexpr char kSearchFunction[] = "aaalib_ipc_msg_proc_ldap_search_entry_req";
@@ -119,7 +119,7 @@ TEST_F(ResultMessages, AResultIsCountedBeforeTheCallbackAlsoWhenItCannotBeRead) 
   std::uint32_t counted = 0;
   in_callback([&](const std::string&) { counted = counters_.grown(16); });
   deliver(103, result_body(0x01020304));
-  EXPECT_THAT(noted(), ElementsAre("result " + words({0x01020304})));
+  EXPECT_THAT(noted(), ElementsAre("result " + word_bytes({0x01020304})));
   EXPECT_EQ(1u, counted);
   EXPECT_EQ(1u, counters_.grown(16));
   expect_dropped(103, zeros(100));

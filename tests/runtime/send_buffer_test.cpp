@@ -13,7 +13,7 @@ class SendBuffer : public SendBufferTest {};
 TEST_F(SendBuffer, EmptyIsAMessageOfType25WithoutABody) {
   ASSERT_EQ(8208u, sizeof aaalib_send_buf);
   expect_buffer("", 0);
-  EXPECT_EQ(words({0x01010101, 0, 25, 0}), bytes_of(&aaalib_send_buf, 16));
+  EXPECT_EQ(word_bytes({0x01010101, 0, 25, 0}), bytes_of(&aaalib_send_buf, 16));
 }
 
 TEST_F(SendBuffer, MessagesAreCopiedBackToBackInTheOrderInWhichTheyWereAdded) {
@@ -88,7 +88,7 @@ TEST_F(SendBuffer, AFlushWritesTheHeaderAndTheUsedPartAndDoesNotReset) {
   add(request(20, 1));
   add(request(24, 2));
   aaa_lib_send_buf();
-  EXPECT_EQ(words({0x01010101, 0, 25, 44}) + request(20, 1) + request(24, 2), sent());
+  EXPECT_EQ(word_bytes({0x01010101, 0, 25, 44}) + request(20, 1) + request(24, 2), sent());
   expect_buffer(request(20, 1) + request(24, 2), 2);
 }
 
@@ -192,23 +192,24 @@ TEST_F(SendBufferWrites, MayHappenUnderTheBuffersLockWhichIsRecursive) {
 }
 
 // The messages of one thread among all that crossed the socket, by their marks, in order.
-std::vector<char> marks_of(const std::string& stream, std::uint32_t type) {
-  std::vector<char> marks;
+std::vector<std::uint8_t> marks_of(const std::string& stream, std::uint32_t type) {
+  std::vector<std::uint8_t> marks;
   for (std::size_t at = 0; at + 16 <= stream.size();) {
     const bool is_batch = word_at(stream, at + 8) == 25;
-    if (word_at(stream, at + 8) == type) marks.push_back(stream[at + 16]);
+    if (word_at(stream, at + 8) == type)
+      marks.push_back(static_cast<std::uint8_t>(stream[at + 16]));
     at += 16 + (is_batch ? 0 : word_at(stream, at + 12));
   }
   return marks;
 }
 
 TEST_F(SendBufferWrites, OfManyThreadsLoseNoMessageNorSplitNorReorderThem) {
-  constexpr char count = 120;
+  constexpr std::size_t count = 200;
   std::vector<std::thread> clients;
   for (std::uint32_t type = 5; type <= 7; ++type) {
     clients.emplace_back([type] {
-      for (char mark = 0; mark < count; ++mark)
-        add(message_bytes(type, std::string(5, mark)));
+      for (std::size_t mark = 0; mark < count; ++mark)
+        add(message_bytes(type, std::string(5, static_cast<char>(mark))));
     });
   }
   for (std::thread& one : clients)
@@ -216,7 +217,7 @@ TEST_F(SendBufferWrites, OfManyThreadsLoseNoMessageNorSplitNorReorderThem) {
   aaa_lib_send_buf();
   const std::string stream = sent();
   for (std::uint32_t type = 5; type <= 7; ++type) {
-    const std::vector<char> marks = marks_of(stream, type);
+    const std::vector<std::uint8_t> marks = marks_of(stream, type);
     EXPECT_EQ(count, marks.size());
     EXPECT_TRUE(std::is_sorted(marks.begin(), marks.end()));
   }

@@ -8,12 +8,12 @@ namespace test {
 
 // A message of `size` bytes in all, at least 16, that `mark` tells from others.
 inline std::string request(std::size_t size, std::uint8_t mark) {
-  return words({0x01010101, mark, 5, static_cast<std::uint32_t>(size - 16)}) +
+  return word_bytes({0x01010101, mark, 5, static_cast<std::uint32_t>(size - 16)}) +
          std::string(size - 16, static_cast<char>(mark));
 }
 // What crosses the socket when these messages are flushed.
 inline std::string batch_of(const std::string& messages) {
-  return words({0x01010101, 0, 25, static_cast<std::uint32_t>(messages.size())}) + messages;
+  return word_bytes({0x01010101, 0, 25, static_cast<std::uint32_t>(messages.size())}) + messages;
 }
 
 inline void add(const std::string& message) {

@@ -114,9 +114,9 @@ TEST_F(StaleMessage, ChangesNothingAndRaisesNoEvent) {
   aaa::store(aaalib_hbt_last_recv, 5U);
   aaa::store_callbacks(client());
   const std::uint32_t results = g_aaalib_stat.results_to_waiter;
-  deliver(102, aaa::handle_aaa_info_notify, words({9, 9, 9, 9, 9, 9, 9, 9, 9, 9}));
+  deliver(102, aaa::handle_aaa_info_notify, word_bytes({9, 9, 9, 9, 9, 9, 9, 9, 9, 9}));
   EXPECT_EQ(5u, g_aaa_status.acct_period);
-  deliver(106, aaa::handle_aaa_debug_info, words({1, 77}));
+  deliver(106, aaa::handle_aaa_debug_info, word_bytes({1, 77}));
   EXPECT_EQ(0u, g_aaa_status.debug);
   EXPECT_EQ(0u, g_aaa_status.debug_msg_limit);
   deliver(132, aaa::handle_heartbeat);

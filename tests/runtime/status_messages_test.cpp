@@ -11,20 +11,20 @@ std::string status_words() {
   return bytes_of(&g_aaa_status, sizeof g_aaa_status);
 }
 std::string event(std::uint32_t number) {
-  return "event " + words({number});
+  return "event " + word_bytes({number});
 }
 
 class StatusMessages : public DispatchTest {};
 
 TEST_F(StatusMessages, TheFirst40BytesAreTheStatusRecordWhichIsInPlaceWhenTheEventIsRaised) {
   ASSERT_EQ(40u, sizeof g_aaa_status);
-  const std::string body = words({11, 12, 13, 0, 15, 16, 17, 18, 19, 20});
+  const std::string body = word_bytes({11, 12, 13, 0, 15, 16, 17, 18, 19, 20});
   std::string at_event;
   in_callback([&](const std::string&) { at_event = status_words(); });
   deliver(102, body + std::string(8, '\xff'));
   EXPECT_EQ(body, at_event);
   EXPECT_EQ(body, status_words());
-  const std::string other = words({1, 2, 3, 0, 5, 6, 7, 8, 9, 10});
+  const std::string other = word_bytes({1, 2, 3, 0, 5, 6, 7, 8, 9, 10});
   deliver(102, other);
   EXPECT_EQ(other, status_words());
   EXPECT_THAT(told_by(102, other), IsEmpty()) << "no event of an unchanged status";
@@ -42,14 +42,16 @@ TEST_F(StatusMessages, EachWatchedWordHasItsEventAndTheyComeInOrder) {
     ++body[4 * word];
     EXPECT_THAT(told_by(102, body), ElementsAre(event(number)));
   }
-  EXPECT_THAT(told_by(102, words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0})),
+  EXPECT_THAT(told_by(102, word_bytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0})),
               ElementsAre(event(4), event(5), event(6), event(7)));
-  EXPECT_THAT(told_by(102, words({1, 0, 0, 0, 1, 1, 1, 0, 0, 1})), IsEmpty()) << "the others";
+  EXPECT_THAT(told_by(102, word_bytes({1, 0, 0, 0, 1, 1, 1, 0, 0, 1})), IsEmpty()) << "the others";
 }
 
 TEST_F(StatusMessages, TheStatusAndAHeartbeatNeedNoLock) {
   use({});
-  EXPECT_TRUE(returns_under_locks(2, [] { deliver(102, words({1, 2, 3, 0, 5, 6, 7, 8, 9, 10})); }));
+  EXPECT_TRUE(returns_under_locks(2, [] {
+    deliver(102, word_bytes({1, 2, 3, 0, 5, 6, 7, 8, 9, 10}));
+  }));
   EXPECT_TRUE(returns_under_locks(2, [] { deliver(132); }));
 }
 
@@ -64,11 +66,11 @@ struct Debug {
 TEST_F(StatusMessages, TheDebugSwitchAndTheLimitAreSetAndTheCountStartsAnew) {
   const Debug before = {0, 77, 5};
   const std::pair<std::string, Debug> bodies[] = {
-      {words({1, 500}), {1, 500, 0}},     {words({0, 9}), {0, 9, 0}},
-      {words({0, 65534}), {0, 65534, 0}}, {words({0, 65535}), {0, 1000, 0}},
-      {words({0, 65536}), {0, 1000, 0}},  {words({0, 0xffffffff}), {0, 1000, 0}},
-      {words({0, 0}), {0, 0, 0}},         {words({2, 500}), before},
-      {words({0xffffffff, 500}), before}, {words({0x100, 500}), before},
+      {word_bytes({1, 500}), {1, 500, 0}},     {word_bytes({0, 9}), {0, 9, 0}},
+      {word_bytes({0, 65534}), {0, 65534, 0}}, {word_bytes({0, 65535}), {0, 1000, 0}},
+      {word_bytes({0, 65536}), {0, 1000, 0}},  {word_bytes({0, 0xffffffff}), {0, 1000, 0}},
+      {word_bytes({0, 0}), {0, 0, 0}},         {word_bytes({2, 500}), before},
+      {word_bytes({0xffffffff, 500}), before}, {word_bytes({0x100, 500}), before},
       {std::string(7, '\1'), before},
   };
   for (const auto& [body, after] : bodies) {

@@ -183,18 +183,4 @@ TEST_F(Deregistration, HoldsTheLibraryLockWhileItSendsTheRequest) {
   EXPECT_FALSE(was_free);
 }
 
-std::int32_t result_inside_callback;
-
-TEST_F(Deregistration, MayBeCalledFromInsideACallback) {
-  result_inside_callback = -2;
-  reg_info info = client();
-  info.notify_del_msg_cb = [](const void*) { result_inside_callback = aaa_svr_dereg(); };
-  register_client(info);
-  send_notice();
-  EXPECT_TRUE(wait_for_event(0));
-  EXPECT_TRUE(eventually([] { return !aaa::receive_thread_exists(); }));
-  EXPECT_TRUE(eventually([] { return is_free(aaa_lib_lock); }));
-  EXPECT_EQ(0, result_inside_callback);
-}
-
 }  // namespace test::deregistration

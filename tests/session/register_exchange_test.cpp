@@ -64,7 +64,7 @@ TEST_F(RegisterExchange, Word0OfTheResponseIsTheIdAlsoAbove255) {
 TEST_F(RegisterExchange, TheStatusRecordIsOverwritten) {
   change([](Settings& settings) { settings.status = distinct_status(); });
   EXPECT_EQ(0, aaalib_connect_and_register_to_aaad());
-  EXPECT_EQ(words({11, 12, 13, 0, 15, 16, 17, 18, 19, 20}), bytes_of(&g_aaa_status, 40));
+  EXPECT_EQ(word_bytes({11, 12, 13, 0, 15, 16, 17, 18, 19, 20}), bytes_of(&g_aaa_status, 40));
 }
 
 TEST_F(RegisterExchange, OnlyTheFirst40BytesOfTheStatusAreTaken) {

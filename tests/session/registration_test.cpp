@@ -174,17 +174,6 @@ TEST_F(Registration, WithoutAaadItSucceedsInState1WithoutSockets) {
   EXPECT_EQ(0, aaa_is_alive());
 }
 
-TEST_F(Registration, WithoutAaadTheReceiveThreadIsStartedAndRegistersLater) {
-  sim_.stop();
-  MovedClock clock;
-  clock.shorten_sleeps();
-  const reg_info info = client();
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  sim_.start();
-  EXPECT_TRUE(wait_for_event(2));
-  EXPECT_EQ(1, aaa_is_alive());
-}
-
 TEST_F(Registration, ARefusalSucceedsInState1WithoutSockets) {
   answer_id(255);
   const OpenGate gate;

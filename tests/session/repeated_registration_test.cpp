@@ -89,20 +89,6 @@ TEST_F(RepeatedRegistration, AReceiveThreadThatIsStillTryingIsRegistered) {
   EXPECT_THAT(client_events(), ElementsAre(1));
 }
 
-TEST_F(RepeatedRegistration, TwoThreadsThatComeTogetherGetOneRegistration) {
-  const auto register_once = [] {
-    const reg_info info = client();
-    EXPECT_EQ(0, aaa_svr_reg(&info));
-  };
-  std::thread first(register_once);
-  std::thread second(register_once);
-  first.join();
-  second.join();
-  EXPECT_EQ(2u, sim_.accepted_connections());
-  EXPECT_THAT(client_events(), ElementsAre(1));
-  EXPECT_EQ(1, aaa_is_alive());
-}
-
 TEST_F(RepeatedRegistration, AfterDeregistrationItConnectsFromScratch) {
   register_client();
   EXPECT_EQ(0, aaa_svr_dereg());
@@ -111,16 +97,6 @@ TEST_F(RepeatedRegistration, AfterDeregistrationItConnectsFromScratch) {
   EXPECT_STREQ("again", g_aaa_client_cb.model_name);
   EXPECT_THAT(client_events(), ElementsAre(1, 0, 1));
   EXPECT_EQ(1, aaa_is_alive());
-}
-
-TEST_F(RepeatedRegistration, ManyTimesInARowLeavesNothingBehind) {
-  MovedClock clock;
-  clock.shorten_sleeps();
-  for (int i = 0; i < 20; ++i) {
-    register_client(batching_client());
-    ASSERT_EQ(0, aaa_svr_dereg());
-  }
-  EXPECT_EQ(40u, sim_.accepted_connections());
 }
 
 }  // namespace test::repeated_registration

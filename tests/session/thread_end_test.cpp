@@ -48,6 +48,7 @@ TEST_F(ThreadEnd, HasComeWhenDeregistrationReturns) {
     // The kernel may need a moment to take a thread that has ended from its list.
     EXPECT_TRUE(eventually([&] { return thread_count() == threads; }));
   }
+  EXPECT_EQ(40u, sim_.accepted_connections());
 }
 
 TEST_F(ThreadEnd, IsWaitedForWhileACallbackRuns) {

@@ -12,11 +12,11 @@
 namespace test {
 
 // 32-bit words as they stand in a message.
-inline std::string words(std::initializer_list<std::uint32_t> values) {
-  return {reinterpret_cast<const char*>(values.begin()), 4 * values.size()};
+inline std::string word_bytes(std::initializer_list<std::uint32_t> words) {
+  return {reinterpret_cast<const char*>(words.begin()), 4 * words.size()};
 }
 inline std::string word_bytes(std::uint32_t word) {
-  return words({word});
+  return word_bytes({word});
 }
 inline std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
   std::uint32_t word = 0;
@@ -45,7 +45,7 @@ inline std::string hex(const std::string& digits) {
 // A message as aaad writes it.
 inline std::string message_bytes(std::uint32_t type, const std::string& body = "",
                                  std::uint32_t marker = 0x01010101) {
-  return words({marker, 0, type, static_cast<std::uint32_t>(body.size())}) + body;
+  return word_bytes({marker, 0, type, static_cast<std::uint32_t>(body.size())}) + body;
 }
 
 // A copy of whatever lies at `place`.

@@ -16,15 +16,19 @@ namespace test {
 
 class ScriptedPeer {
  public:
-  ScriptedPeer() { EXPECT_EQ(0, ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds_)); }
+  ScriptedPeer() { EXPECT_TRUE(open()); }
   ~ScriptedPeer() {
     request();
-    close_own();
-    close_peer();
+    close();
   }
   ScriptedPeer(const ScriptedPeer&) = delete;
   ScriptedPeer& operator=(const ScriptedPeer&) = delete;
 
+  bool open() { return ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds_) == 0; }
+  void close() {
+    close_own();
+    close_peer();
+  }
   // The library's end, and the peer's.
   int own() const { return fds_[0]; }
   int peer() const { return fds_[1]; }

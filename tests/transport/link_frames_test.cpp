@@ -105,7 +105,7 @@ long most_resident_kilobytes() {
 
 // A header that claims 300 MB, with no body behind it, makes no memory resident.
 TEST_F(LinkFrames, AMessageThatFailsIsWipedAsFarAsItCame) {
-  pair_.peer_writes(words({0x01010101, 0, 3, 300 << 20}) + "beginning");
+  pair_.peer_writes(word_bytes({0x01010101, 0, 3, 300 << 20}) + "beginning");
   pair_.close_peer();
   const long before = most_resident_kilobytes();
   EXPECT_EQ(nullptr, aaa_recv_ipc_msg_from_sd(pair_.own()));

@@ -197,16 +197,6 @@ TEST_F(Sending, FramesOfSeveralThreadsNeverMix) {
   second.join();
 }
 
-TEST_F(Sending, BytesAloneTakesNoLock) {
-  std::vector<std::string> held = {"not sent"};
-  const ScriptedCalls calls({.send = [&](int, const void*, std::size_t size, int) {
-    held = locks_held();
-    return static_cast<ssize_t>(size);
-  }});
-  EXPECT_EQ(0, aaa_msg_send(pair_.own(), "x", 1, 0x100));
-  EXPECT_THAT(held, IsEmpty());
-}
-
 class Receiving : public PairTest {
  protected:
   std::string receive() { return take_message(aaa_recv_ipc_msg_from_sd(pair_.own())); }
@@ -223,7 +213,7 @@ class Receiving : public PairTest {
 };
 
 TEST_F(Receiving, GivesOneBlockOfHeaderAndBodyAndLeavesTheRest) {
-  const std::string message = words({0x01010101, 7, 103, 4}) + "body";
+  const std::string message = word_bytes({0x01010101, 7, 103, 4}) + "body";
   pair_.peer_writes(message + "rest");
   EXPECT_EQ(message, receive());
   EXPECT_EQ(4u, pair_.waiting_for_library());
@@ -267,7 +257,7 @@ TEST_F(Receiving, WithoutMemoryTheBodyStaysInTheSocket) {
 }
 
 TEST_F(Receiving, ALengthThatNoBlockCanHaveCountsAsNoMemory) {
-  pair_.peer_writes(words({0x01010101, 0, 5, 0xFFFFFFFF}) + "abc");
+  pair_.peer_writes(word_bytes({0x01010101, 0, 5, 0xFFFFFFFF}) + "abc");
   expect_only_failure("Alloc memory failed.\r\n");
   EXPECT_EQ(3u, pair_.waiting_for_library());
 }
