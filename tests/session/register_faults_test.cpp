@@ -143,9 +143,15 @@ TEST_F(RegisterFaults, ASilentAaadIsAFailedHeaderAfterTenSeconds) {
   EXPECT_GE(library_seconds(), start + 10);
 }
 
-TEST_F(RegisterFaults, AFailedSendIsReportedWithItsText) {
-  expect_failure("send packet error with error Broken pipe.\r\n",
-                 {.send = on_request_socket(failing(EPIPE))});
+TEST_F(RegisterFaults, AFailedSendIsReportedWithItsTextUnlessTheGateIsClosed) {
+  const Scripts scripts = {.send = on_request_socket(failing(EPIPE))};
+  expect_failure("send packet error with error Broken pipe.\r\n", scripts);
+  aaa_lib_client_close();
+  aaa_set_debug_switch(0);
+  const LogCapture log;
+  const ScriptedCalls calls(scripts);
+  EXPECT_EQ(-1, aaalib_connect_and_register_to_aaad());
+  EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(RegisterFaults, WithoutMemoryForTheFrameTheSendFails) {

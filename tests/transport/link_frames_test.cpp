@@ -56,6 +56,13 @@ TEST_F(LinkFrames, OfALinkThatHasEndedAreNotWritten) {
   EXPECT_EQ(0u, g_aaa_msg_stat.send_error_times);
 }
 
+TEST_F(LinkFrames, WithoutMemoryAreNotWritten) {
+  const ScriptedCalls calls(no_memory());
+  EXPECT_EQ(ENOMEM,
+            aaa::send_message_on_link(LinkSocket::event, aaa::link_number(), 132, nullptr, 0));
+  EXPECT_EQ(0u, event_.waiting_for_peer());
+}
+
 TEST_F(LinkFrames, FindNoRequestSocketBeforeTheRegisterRequest) {
   record_new_request_socket();
   EXPECT_TRUE(aaa::waits_for_register_request());
