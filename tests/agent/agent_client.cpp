@@ -2,15 +2,8 @@
 
 #include <poll.h>
 
-#include "runtime/agent/agent_tasks.h"
-#include "session/state/client_state.h"
-
 namespace test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 aaa_event_fn note_event = nullptr;
 std::function<void(std::uint32_t)> event_action;
@@ -19,11 +12,6 @@ int act_on_event(std::uint32_t event) {
   const int result = note_event(event);
   event_action(event);
   return result;
-}
-
-bool becomes_readable(int fd) {
-  pollfd watched = {.fd = fd, .events = POLLIN, .revents = 0};
-  return poll(&watched, 1, static_cast<int>(kPatience.count())) == 1;
 }
 
 }  // namespace
@@ -36,8 +24,13 @@ reg_info client_that(std::function<void(std::uint32_t event)> action) {
   return info;
 }
 
-void AgentTest::SetUp() {
-  RegisteredTest::SetUp();
+reg_info client_that_at(std::uint32_t event, std::function<void()> action) {
+  return client_that([=, acted = false](std::uint32_t told) mutable {
+    if (told == event && !std::exchange(acted, true)) action();
+  });
+}
+
+AgentTest::AgentTest() {
   open_gate_for_clients();
   aaa::g_agent_master = nullptr;
 }
@@ -58,12 +51,21 @@ void AgentTest::init_and_connect(const reg_info& info) {
   ASSERT_EQ(4, state());
 }
 
+void AgentTest::schedule_all_others() {
+  aaa_lib_thread_event(0, nullptr, 0);
+  aaa_lib_thread_event(1, nullptr, 0);
+  aaa::g_agent_spare_ev =
+      zv_thread_add_event_withname(loop_.master(), aaa::aaa_lib_agent_read, nullptr, 0, "spare");
+  loop_.take_journal();
+}
+
 int AgentTest::read() {
-  EXPECT_TRUE(becomes_readable(event_socket())) << "nothing arrives";
+  pollfd watched = {.fd = event_socket(), .events = POLLIN, .revents = 0};
+  EXPECT_EQ(1, poll(&watched, 1, static_cast<int>(kPatience.count()))) << "nothing arrives";
   return run("aaa-read");
 }
 
-void AgentTest::deliver(std::uint32_t type, const Bytes& body) {
+void AgentTest::deliver(std::uint32_t type, const std::string& body) {
   send(type, body);
   EXPECT_EQ(0, read());
 }
@@ -79,19 +81,18 @@ void AgentTest::lose_aaad() {
 }
 
 void AgentTest::expect_steady() const {
-  EXPECT_THAT(loop_.names(), UnorderedElementsAre("aaa-read", "aaa-heartbeat"));
+  EXPECT_THAT(loop_.names(), testing::UnorderedElementsAre("aaa-read", "aaa-heartbeat"));
   EXPECT_EQ(event_socket(), loop_.task("aaa-read").number);
 }
 void AgentTest::expect_reconnecting() const {
-  EXPECT_THAT(loop_.names(), ElementsAre("aaa-reconnect"));
+  EXPECT_THAT(loop_.names(), testing::ElementsAre("aaa-reconnect"));
 }
 void AgentTest::expect_nothing_scheduled() const {
-  EXPECT_THAT(loop_.names(), IsEmpty());
-  EXPECT_EQ(nullptr, aaa::g_agent_connect_ev);
-  EXPECT_EQ(nullptr, aaa::g_agent_reconnect_tmr);
-  EXPECT_EQ(nullptr, aaa::g_agent_read_ev);
-  EXPECT_EQ(nullptr, aaa::g_agent_spare_ev);
-  EXPECT_EQ(nullptr, aaa::g_agent_hbt_tmr);
+  EXPECT_THAT(loop_.names(), testing::IsEmpty());
+  for (const zv_thread* const handle :
+       {aaa::g_agent_connect_ev, aaa::g_agent_reconnect_tmr, aaa::g_agent_read_ev,
+        aaa::g_agent_spare_ev, aaa::g_agent_hbt_tmr})
+    EXPECT_EQ(nullptr, handle);
 }
 void AgentTest::expect_unconnected() const {
   EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);

@@ -1,22 +1,16 @@
-// aaa_agent_finish.
-#include <atomic>
-#include <cerrno>
-#include <thread>
-
+// aaa_agent_finish, and tasks of a registration that has ended, by it or by deregistration alone.
 #include "agent/agent_client.h"
-#include "runtime/agent/agent_tasks.h"
+#include "runtime/receive/heartbeat.h"
 #include "runtime/send/send_buffer.h"
-#include "session/session_test.h"
-#include "transport/base/cancellation.h"
 
-namespace test {
-namespace {
+namespace test::agent_finish {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 class AgentFinish : public AgentTest {
  protected:
+  // Finishes, and expects which tasks are cancelled for it.
   void expect_finished() {
     EXPECT_EQ(0, aaa_agent_finish());
     expect_nothing_scheduled();
@@ -28,6 +22,11 @@ class AgentFinish : public AgentTest {
     EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
     EXPECT_TRUE(is_free(aaa_lib_lock));
   }
+  void expect_finished(const std::vector<std::string>& journal) {
+    loop_.take_journal();
+    expect_finished();
+    expect_journal(journal);
+  }
   // A second life on the same loop, from its beginning to a message.
   void expect_new_life() {
     init_and_connect();
@@ -36,21 +35,16 @@ class AgentFinish : public AgentTest {
     deliver(AAA_MSG_MLIST_CHANGE);
     EXPECT_EQ(told + 1, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
   }
-  static reg_info batching_client() {
-    reg_info info = client();
-    info.use_send_buf = 1;
-    return info;
-  }
 };
 
-TEST_F(AgentFinish, DeregistersAndCancelsEverything) {
+TEST_F(AgentFinish, DeregistersAndCancelsEverythingButKeepsTheMaster) {
   init_and_connect(batching_client());
-  loop_.take_journal();
-  expect_finished();
-  EXPECT_THAT(loop_.take_journal(), ElementsAre("cancel aaa-read", "cancel aaa-heartbeat"));
+  expect_finished({"cancel aaa-read", "cancel aaa-heartbeat"});
   EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_DEREGISTER_REQ, Role::request)));
-  EXPECT_THAT(client_events(), ElementsAre(1, 0));
   EXPECT_TRUE(sim_.wait_for_connections(0));
+  EXPECT_EQ(loop_.master(), aaa::g_agent_master);
+  expect_finished({});
+  EXPECT_THAT(client_events(), ElementsAre(1, 0)) << "once";
 }
 
 TEST_F(AgentFinish, CancelsTheSpareTaskToo) {
@@ -60,42 +54,27 @@ TEST_F(AgentFinish, CancelsTheSpareTaskToo) {
   expect_finished();
 }
 
-TEST_F(AgentFinish, KeepsTheMaster) {
-  init_and_connect();
-  expect_finished();
-  EXPECT_EQ(loop_.master(), aaa::g_agent_master);
-}
-
 TEST_F(AgentFinish, CancelsAPendingConnection) {
   init(batching_client());
-  loop_.take_journal();
-  expect_finished();
-  EXPECT_THAT(loop_.take_journal(), ElementsAre("cancel aaa-connect"));
+  expect_finished({"cancel aaa-connect"});
   EXPECT_THAT(client_events(), IsEmpty());
   expect_new_life();
 }
 
-TEST_F(AgentFinish, CancelsAPendingReconnection) {
-  init_and_connect(batching_client());
-  lose_aaad();
-  loop_.take_journal();
-  expect_finished();
-  EXPECT_THAT(loop_.take_journal(), ElementsAre("cancel aaa-reconnect"));
-  aaad_returns();
-  expect_new_life();
+TEST_F(AgentFinish, CancelsAPendingReconnectionAndEndsASearchForAaad) {
+  for (const bool searching : {false, true}) {
+    init_and_connect(batching_client());
+    lose_aaad();
+    if (searching) run("aaa-reconnect");
+    expect_finished({"cancel aaa-reconnect"});
+    EXPECT_EQ(searching ? 0u : 1u, client_events().back());
+    aaad_returns();
+    expect_new_life();
+    EXPECT_EQ(0, aaa_agent_finish());
+  }
 }
 
-TEST_F(AgentFinish, EndsASearchForAaad) {
-  init_and_connect(batching_client());
-  lose_aaad();
-  run("aaa-reconnect");
-  expect_finished();
-  EXPECT_THAT(client_events(), ElementsAre(1, 0));
-  aaad_returns();
-  expect_new_life();
-}
-
-TEST_F(AgentFinish, EndsARegistrationWhoseFarewellCannotBeSent) {
+TEST_F(AgentFinish, EndsARegistrationWhoseDeregistrationCannotBeSent) {
   init_and_connect(batching_client());
   sim_.close_connections();
   ASSERT_TRUE(sim_.wait_for_connections(0));
@@ -103,18 +82,25 @@ TEST_F(AgentFinish, EndsARegistrationWhoseFarewellCannotBeSent) {
   expect_new_life();
 }
 
-TEST_F(AgentFinish, EndsARegistrationWhoseFarewellIsAnsweredWrongly) {
+TEST_F(AgentFinish, EndsARegistrationAfterARequestThatCouldNotBeSent) {
   init_and_connect();
-  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, aaa_sim::Fault::wrong_type);
-  expect_finished();
-  expect_new_life();
-}
-
-TEST_F(AgentFinish, EndsARegistrationWhoseFarewellIsNotAnswered) {
-  init_and_connect();
-  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, aaa_sim::Fault::close);
+  const ScriptedCalls calls({.send = failing(ENOBUFS)});
   expect_finished();
   EXPECT_THAT(client_events(), ElementsAre(1, 0));
+}
+
+TEST_F(AgentFinish, EndsARegistrationWhoseDeregistrationIsAnsweredWronglyOrNotAtAll) {
+  for (const Fault fault : {Fault::wrong_type, Fault::close}) {
+    sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, fault);
+    init_and_connect(batching_client());
+    expect_finished();
+    EXPECT_EQ(0u, client_events().back());
+    EXPECT_TRUE(sim_.wait_for_connections(0));
+    sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::none);
+    expect_new_life();
+    EXPECT_EQ(0, aaa_agent_finish());
+  }
+  EXPECT_THAT(client_events(), ElementsAre(1, 0, 1, 3, 0, 1, 0, 1, 3, 0));
 }
 
 TEST_F(AgentFinish, BeforeAnyRegistrationItDoesNothing) {
@@ -122,13 +108,6 @@ TEST_F(AgentFinish, BeforeAnyRegistrationItDoesNothing) {
   EXPECT_EQ(0, aaa_agent_finish());
   EXPECT_EQ(0, g_aaa_client_cb.aaa_id);
   expect_nothing_scheduled();
-}
-
-TEST_F(AgentFinish, TwiceIsAsGoodAsOnce) {
-  init_and_connect();
-  expect_finished();
-  expect_finished();
-  EXPECT_THAT(client_events(), ElementsAre(1, 0));
 }
 
 TEST_F(AgentFinish, AfterDeregistrationAloneItCancelsWhatIsLeft) {
@@ -153,46 +132,42 @@ TEST_F(AgentFinish, ASecondLifeWithoutAaadFindsItLater) {
   expect_finished();
   set_listening(false);
   init();
-  EXPECT_EQ(-1, run("aaa-connect"));
-  EXPECT_EQ(-1, run("aaa-reconnect"));
+  run_and_expect(-1, "aaa-connect");
+  run_and_expect(-1, "aaa-reconnect");
   aaad_returns();
-  EXPECT_EQ(0, run("aaa-reconnect"));
+  run_and_expect(0, "aaa-reconnect");
   expect_steady();
 }
 
 TEST_F(AgentFinish, FromInsideACallbackNoTaskIsLeft) {
-  init_and_connect(client_that([this](std::uint32_t event) {
-    if (event == AAA_EVENT_METHOD_LISTS_CHANGED) expect_finished();
-  }));
+  init_and_connect(client_that_at(AAA_EVENT_METHOD_LISTS_CHANGED, [this] { expect_finished(); }));
   deliver(AAA_MSG_MLIST_CHANGE);
   expect_nothing_scheduled();
   expect_new_life();
 }
 
 TEST_F(AgentFinish, ANewLifeBegunInsideACallbackIsNotDisturbed) {
-  init_and_connect(client_that([this](std::uint32_t event) {
-    if (event != AAA_EVENT_METHOD_LISTS_CHANGED || times_told(event) > 1) return;
+  init_and_connect(client_that_at(AAA_EVENT_METHOD_LISTS_CHANGED, [this] {
     expect_finished();
     init();
   }));
   deliver(AAA_MSG_MLIST_CHANGE);
   EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
-  EXPECT_EQ(0, run("aaa-connect"));
+  run_and_expect(0, "aaa-connect");
   expect_steady();
   deliver(AAA_MSG_MLIST_CHANGE);
   EXPECT_EQ(2u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
 }
 
 TEST_F(AgentFinish, ANewLifeBegunInsideTheLossEventIsNotDisturbed) {
-  init_and_connect(client_that([this](std::uint32_t event) {
-    if (event != AAA_EVENT_CONNECTION_LOST || times_told(event) > 1) return;
+  init_and_connect(client_that_at(AAA_EVENT_CONNECTION_LOST, [this] {
     expect_finished();
     init();
   }));
   lose_link();
-  EXPECT_EQ(0, run("aaa-reconnect"));
+  run_and_expect(0, "aaa-reconnect");
   EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
-  EXPECT_EQ(0, run("aaa-connect"));
+  run_and_expect(0, "aaa-connect");
   expect_steady();
   EXPECT_TRUE(sim_.wait_for_connections(2));
 }
@@ -206,51 +181,65 @@ TEST_F(AgentFinish, ASecondLifeInThreadModeFollows) {
   expect_nothing_scheduled();
 }
 
-TEST_F(AgentFinish, AfterAWrongAnswerEndsTheRegistrationAndTellsEvent0) {
-  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::wrong_type);
-  init_and_connect(batching_client());
-  expect_finished();
-  EXPECT_THAT(client_events(), ElementsAre(1, 0));
-  EXPECT_TRUE(sim_.wait_for_connections(0));
-  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::none);
-  expect_new_life();
+// The loop still holds the tasks of an agent registration; a receive thread serves the next one.
+class EndedRegistration : public AgentTest {
+ protected:
+  void SetUp() override {
+    AgentTest::SetUp();
+    init_and_connect();
+    EXPECT_EQ(0, aaa_svr_dereg());
+    EXPECT_THAT(loop_.names(), testing::UnorderedElementsAre("aaa-read", "aaa-heartbeat"));
+    register_client();
+    loop_.take_journal();
+  }
+};
+
+TEST_F(EndedRegistration, ItsReadTaskLeavesTheNewEventSocketAlone) {
+  int reads_of_the_loop = 0;
+  const ScriptedCalls calls({.recv = noting([&, loop = pthread_self()] {
+                               if (pthread_equal(pthread_self(), loop) != 0) ++reads_of_the_loop;
+                             })});
+  run("aaa-read");
+  EXPECT_EQ(0, reads_of_the_loop);
+  expect_journal({});
+  take_pass();
 }
 
-TEST_F(AgentFinish, AfterAWrongAnswerWaitsForTheFlushThread) {
-  std::atomic<bool> hold = false;
-  std::atomic<bool> is_held = false;
-  std::atomic<bool> returned = false;
-  std::atomic<bool> let_go = false;
-  const ScriptedCalls calls({.select = [&](timeval&) -> std::optional<int> {
-    if (!hold) return std::nullopt;
-    const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
-    is_held = true;
-    EXPECT_TRUE(eventually([&] { return let_go.load(); }));
-    return std::nullopt;
-  }});
-  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::wrong_type);
-  init_and_connect(batching_client());
-  hold = true;
-  EXPECT_TRUE(eventually([&] { return is_held.load(); }));
-  std::thread host([&] {
-    EXPECT_TRUE(eventually([] { return aaa::load(g_aaa_client_cb.aaa_id) == -1; }));
-    EXPECT_FALSE(eventually([&] { return returned.load(); }, std::chrono::milliseconds(300)));
-    let_go = true;
-  });
-  EXPECT_EQ(0, aaa_agent_finish());
-  returned = true;
-  host.join();
+TEST_F(EndedRegistration, ItsHeartbeatTaskSendsNothingAndIsNotScheduledAgain) {
+  take_pass();
+  EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_HEARTBEAT))) << "the receive thread's";
+  run("aaa-heartbeat");
+  EXPECT_NE(0u, aaa_get_session_id()) << "a later message on the same socket";
+  EXPECT_EQ(1u, heartbeats());
+  expect_journal({});
 }
 
-TEST_F(AgentFinish, AfterARequestThatCouldNotBeSentEndsTheRegistration) {
+TEST_F(EndedRegistration, ItsHeartbeatTaskDoesNotDropTheNewConnection) {
+  aaa::store(aaalib_hbt_last_recv, library_seconds() - 182);
+  aaa::store(g_aaa_client_cb.aaa_id, 0);
+  run("aaa-heartbeat");
+  EXPECT_EQ(4, state());
+  expect_journal({});
+}
+
+class EndedBeforeItsConnection : public AgentTest {};
+
+TEST_F(EndedBeforeItsConnection, TheConnectTaskDoesNothingMore) {
+  init();
+  EXPECT_EQ(0, aaa_svr_dereg());
+  run("aaa-connect");
+  expect_nothing_scheduled();
+  EXPECT_EQ(0u, sim_.accepted_connections());
+  EXPECT_THAT(client_events(), IsEmpty());
+}
+
+TEST_F(EndedBeforeItsConnection, TheReconnectTaskRaisesNoEvent) {
   init_and_connect();
-  const ScriptedCalls calls({.send = [](int, const void*, std::size_t, int) {
-    errno = ENOBUFS;
-    return -1;
-  }});
-  expect_finished();
-  EXPECT_THAT(client_events(), ElementsAre(1, 0));
+  lose_aaad();
+  EXPECT_EQ(0, aaa_svr_dereg());
+  run("aaa-reconnect");
+  expect_nothing_scheduled();
+  EXPECT_THAT(client_events(), ElementsAre(1));
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::agent_finish

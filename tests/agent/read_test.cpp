@@ -1,31 +1,36 @@
 // The task "aaa-read".
 #include <sys/ioctl.h>
 
-#include <cerrno>
-#include <cstring>
-
 #include "agent/agent_client.h"
-#include "runtime/agent/agent_tasks.h"
 #include "runtime/send/waiting_session.h"
-#include "session/session_test.h"
-#include "support/expected_line.h"
+#include "session/state/link.h"
 
-namespace test {
-namespace {
+namespace test::agent_read {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char start_again_line[] = "aaa client start to try re-reg.\r\n";
-
 class AgentRead : public AgentTest {
  protected:
+  void SetUp() override {
+    AgentTest::SetUp();
+    init_and_connect();
+    loop_.take_journal();
+  }
+  // Has the client do `action` when it is told of changed method lists, which then happens.
+  void deliver_to_client_that(std::function<void()> action) {
+    aaa::store(g_aaa_client_cb.aaa_event_cb,
+               client_that_at(AAA_EVENT_METHOD_LISTS_CHANGED, std::move(action)).aaa_event_cb);
+    deliver(AAA_MSG_MLIST_CHANGE);
+    EXPECT_EQ(1u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
+  }
   // The socket stays as it is and is not watched; only the heartbeat is left.
-  void expect_unwatched() {
+  void expect_unwatched(std::size_t registrations = 1) {
     EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
     EXPECT_EQ(4, state());
     EXPECT_LT(0, event_socket());
-    EXPECT_THAT(client_events(), ElementsAre(1));
+    EXPECT_EQ(2 * registrations - 1, client_events().size());
+    EXPECT_FALSE(aaa::link_is_lost());
   }
   void expect_link_given_up() {
     expect_reconnecting();
@@ -46,52 +51,37 @@ class AgentRead : public AgentTest {
   }
 };
 
-TEST_F(AgentRead, AMessageWithoutABodyIsDispatchedAndTheSocketWatchedAgain) {
-  init_and_connect();
-  loop_.take_journal();
-  deliver(AAA_MSG_MLIST_CHANGE);
-  EXPECT_THAT(client_events(), ElementsAre(1, 3));
-  EXPECT_THAT(loop_.take_journal(), ElementsAre("add aaa-read"));
-  expect_steady();
+TEST_F(AgentRead, OneMessageATimeIsDispatchedAndTheSocketWatchedAgain) {
+  send(AAA_MSG_MLIST_CHANGE);
+  send(AAA_MSG_MLIST_CHANGE);
+  for (std::size_t n = 1; n <= 2; ++n) {
+    EXPECT_EQ(0, read());
+    EXPECT_EQ(n, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
+    expect_journal({"add aaa-read"});
+    expect_steady();
+  }
 }
 
 TEST_F(AgentRead, AMessageWithABodyIsDispatchedAndItsBodyFreed) {
-  init_and_connect();
   const std::uint32_t blocks = live_blocks();
-  deliver(AAA_MSG_AAA_DEBUG_INFO, aaa_sim::encode_words(std::vector<std::uint32_t>{1, 500}));
+  deliver(AAA_MSG_AAA_DEBUG_INFO, word_bytes({1, 500}));
   EXPECT_EQ(500u, g_aaa_status.debug_msg_limit);
   EXPECT_EQ(blocks, live_blocks());
   expect_steady();
 }
 
-TEST_F(AgentRead, ReadsOneMessageATime) {
-  init_and_connect();
-  send(AAA_MSG_MLIST_CHANGE);
-  send(AAA_MSG_MLIST_CHANGE);
-  read();
-  EXPECT_EQ(1u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
-  read();
-  EXPECT_EQ(2u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
-}
-
-TEST_F(AgentRead, IsNotScheduledWhileACallbackRuns) {
-  init_and_connect(client_that([this](std::uint32_t event) {
-    if (event != AAA_EVENT_METHOD_LISTS_CHANGED) return;
+TEST_F(AgentRead, IsNotScheduledAndHoldsNoLockWhileACallbackRuns) {
+  deliver_to_client_that([this] {
     EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
     EXPECT_EQ(nullptr, aaa::g_agent_read_ev);
-    EXPECT_TRUE(is_free(aaa_lib_lock));
-    EXPECT_TRUE(is_free(aaa::event_read_lock));
-  }));
-  deliver(AAA_MSG_MLIST_CHANGE);
+    EXPECT_THAT(locks_held(), IsEmpty());
+  });
   expect_steady();
 }
 
 TEST_F(AgentRead, TheMarkerIsNotChecked) {
-  init_and_connect();
   const LogCapture log;
-  Bytes bytes = aaa_sim::to_bytes(aaa_sim::make_frame(AAA_MSG_MLIST_CHANGE, 0, {}));
-  bytes[0] = 0x7f;
-  send_raw(bytes);
+  send_raw(message_bytes(AAA_MSG_MLIST_CHANGE, "", 0x0101017f));
   EXPECT_EQ(0, read());
   EXPECT_THAT(client_events(), ElementsAre(1, 3));
   EXPECT_EQ(0u, log.count("aaa id not match.\r\n"));
@@ -99,7 +89,6 @@ TEST_F(AgentRead, TheMarkerIsNotChecked) {
 }
 
 TEST_F(AgentRead, AQuestionIsAnswered) {
-  init_and_connect();
   deliver(AAA_MSG_GET_ONLINE_INFO);
   const auto answer = sim_.wait_for_message(received(AAA_MSG_RDS_ONLINE_INFO_RESP));
   ASSERT_TRUE(answer);
@@ -107,38 +96,45 @@ TEST_F(AgentRead, AQuestionIsAnswered) {
   expect_steady();
 }
 
-TEST_F(AgentRead, AClosedLinkIsGivenUp) {
-  init_and_connect();
-  const OpenGate gate;
-  const LogCapture log;
-  loop_.take_journal();
-  lose_link();
+TEST_F(AgentRead, ComesAfterAMessageThatTheClientReadsItself) {
+  send(AAA_MSG_NOTIFY_RESULT, std::string(30, '\7'));
+  send(AAA_MSG_MLIST_CHANGE);
+  EXPECT_EQ(message_bytes(103, std::string(30, '\7')), take_message(aaalib_recv_async_ipc_msg()));
+  EXPECT_EQ(0u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
+  EXPECT_EQ(0, read());
+  EXPECT_EQ(1u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
+  expect_steady();
+}
+
+TEST_F(AgentRead, AClosedLinkIsAnnouncedAsLostAndGivenUp) {
+  const OpenLog log;
+  std::vector<bool> announced;
+  {
+    const ScriptedCalls calls(
+        {.close = on_request_socket(noting([&] { announced.push_back(aaa::link_is_lost()); }))});
+    lose_link();
+  }
+  EXPECT_THAT(announced, ElementsAre(true)) << "before it is closed";
   expect_line(log, "aaa_lib_agent_read", "receive error with error Broken pipe.\r\n");
-  expect_line(log, "aaa_lib_agent_read", start_again_line);
-  EXPECT_THAT(loop_.take_journal(), ElementsAre("cancel aaa-heartbeat", "add aaa-reconnect"));
+  expect_line(log, "aaa_lib_agent_read", kStartLine);
+  expect_journal({"cancel aaa-heartbeat", "add aaa-reconnect"});
   expect_link_given_up();
+  run("aaa-reconnect");
+  EXPECT_FALSE(aaa::link_is_lost());
 }
 
 TEST_F(AgentRead, EveryScheduledTaskIsCancelledWithTheLink) {
-  init_and_connect();
-  aaa_lib_thread_event(0, nullptr, 0);
-  aaa_lib_thread_event(1, nullptr, 0);
-  aaa::g_agent_spare_ev =
-      zv_thread_add_event_withname(loop_.master(), aaa::aaa_lib_agent_read, nullptr, 0, "spare");
-  loop_.take_journal();
+  schedule_all_others();
   lose_link();
-  EXPECT_THAT(loop_.take_journal(),
-              ElementsAre("cancel aaa-connect", "cancel aaa-reconnect", "cancel spare",
-                          "cancel aaa-heartbeat", "add aaa-reconnect"));
+  expect_journal({"cancel aaa-connect", "cancel aaa-reconnect", "cancel spare",
+                  "cancel aaa-heartbeat", "add aaa-reconnect"});
   EXPECT_EQ(nullptr, aaa::g_agent_spare_ev);
 }
 
 TEST_F(AgentRead, EveryConnectionErrorGivesTheLinkUp) {
   for (const int error :
        {EBADF, EPIPE, ENOTSOCK, EOPNOTSUPP, ENETDOWN, ECONNRESET, ENOTCONN, ETIMEDOUT}) {
-    init_and_connect();
-    const OpenGate gate;
-    const LogCapture log;
+    const OpenLog log;
     EXPECT_EQ(0, read_failing(error));
     expect_line(log, "aaa_lib_agent_read",
                 std::string("receive error with error ") + std::strerror(error) + ".\r\n");
@@ -146,69 +142,16 @@ TEST_F(AgentRead, EveryConnectionErrorGivesTheLinkUp) {
     expect_unconnected();
     EXPECT_EQ(1, state());
     aaa_agent_finish();
+    init_and_connect();
   }
 }
 
-TEST_F(AgentRead, AnotherHeaderErrorLeavesTheSocketUnwatched) {
-  init_and_connect();
-  const OpenGate gate;
-  const LogCapture log;
+TEST_F(AgentRead, AnotherHeaderErrorLeavesTheSocketUnwatchedUntilTheHeartbeatFails) {
+  const OpenLog log;
   EXPECT_EQ(0, read_failing(ENOBUFS));
   expect_line(log, "aaa_lib_agent_read", "receive error with error No buffer space available.\r\n");
-  EXPECT_EQ(0u, log.count(start_again_line));
+  EXPECT_EQ(0u, log.count(kStartLine));
   expect_unwatched();
-}
-
-TEST_F(AgentRead, AnotherBodyErrorLeavesTheSocketUnwatched) {
-  init_and_connect();
-  const OpenGate gate;
-  const LogCapture log;
-  send(AAA_MSG_NOTIFY_RESULT, Bytes(33));
-  EXPECT_EQ(0, read_failing(ENOBUFS, 16));
-  EXPECT_THAT(log.lines(), IsEmpty());
-  expect_unwatched();
-}
-
-TEST_F(AgentRead, ALinkThatEndsInsideABodyIsGivenUp) {
-  init_and_connect();
-  const std::uint32_t blocks = live_blocks();
-  Bytes bytes = aaa_sim::to_bytes(aaa_sim::make_frame(AAA_MSG_NOTIFY_RESULT, 0, Bytes(50)));
-  bytes.resize(30);
-  send_raw(bytes);
-  lose_link();
-  EXPECT_EQ(blocks, live_blocks());
-  expect_link_given_up();
-}
-
-TEST_F(AgentRead, WithoutMemoryForABodyTheSocketIsUnwatched) {
-  init_and_connect();
-  const OpenGate gate;
-  const LogCapture log;
-  send(AAA_MSG_NOTIFY_RESULT, Bytes(333));
-  const ScriptedCalls calls({.malloc = [](std::size_t size) -> std::optional<void*> {
-    return size == 334 ? std::optional<void*>(nullptr) : std::nullopt;
-  }});
-  EXPECT_EQ(0, read());
-  expect_line(log, "aaa_lib_agent_read", "out of memory.\r\n");
-  EXPECT_EQ(1u, log.lines().size());
-  expect_unwatched();
-}
-
-TEST_F(AgentRead, ALengthBeyondAllMemoryLeavesTheSocketUnwatched) {
-  init_and_connect();
-  const OpenGate gate;
-  const LogCapture log;
-  Bytes header = aaa_sim::to_bytes(aaa_sim::make_frame(AAA_MSG_NOTIFY_RESULT, 0, {}));
-  std::memset(header.data() + 12, 0xff, 4);
-  send_raw(header);
-  EXPECT_EQ(0, read());
-  expect_line(log, "aaa_lib_agent_read", "out of memory.\r\n");
-  expect_unwatched();
-}
-
-TEST_F(AgentRead, MessagesOnAnUnwatchedSocketWaitUntilTheHeartbeatFails) {
-  init_and_connect();
-  EXPECT_EQ(0, read_failing(ENOBUFS));
   send(AAA_MSG_MLIST_CHANGE);
   for (int minute = 0; minute < 3; ++minute) {
     clock_.advance(60);
@@ -218,40 +161,65 @@ TEST_F(AgentRead, MessagesOnAnUnwatchedSocketWaitUntilTheHeartbeatFails) {
   clock_.advance(60);
   run("aaa-heartbeat");
   expect_link_given_up();
-  EXPECT_EQ(0, run("aaa-reconnect"));
+  run_and_expect(0, "aaa-reconnect");
   EXPECT_THAT(client_events(), ElementsAre(1, 0, 1));
   expect_steady();
 }
 
+TEST_F(AgentRead, AnotherBodyErrorLeavesTheSocketUnwatched) {
+  const OpenLog log;
+  send(AAA_MSG_NOTIFY_RESULT, zeros(33));
+  EXPECT_EQ(0, read_failing(ENOBUFS, 16));
+  EXPECT_THAT(log.lines(), IsEmpty());
+  expect_unwatched();
+}
+
+TEST_F(AgentRead, ALinkThatEndsInsideABodyIsGivenUp) {
+  const std::uint32_t blocks = live_blocks();
+  send_raw(message_bytes(AAA_MSG_NOTIFY_RESULT, zeros(50)).substr(0, 30));
+  lose_link();
+  EXPECT_EQ(blocks, live_blocks());
+  expect_link_given_up();
+}
+
+TEST_F(AgentRead, WithoutMemoryForABodyTheSocketIsUnwatched) {
+  for (const std::string& message :
+       {message_bytes(AAA_MSG_NOTIFY_RESULT, zeros(333)),
+        word_bytes({0x01010101, 0, AAA_MSG_NOTIFY_RESULT, 0xffffffff})}) {
+    const OpenLog log;
+    const ScriptedCalls calls(no_memory_for(334));
+    send_raw(message);
+    EXPECT_EQ(0, read());
+    expect_only_line(log, "aaa_lib_agent_read", "out of memory.\r\n");
+    expect_unwatched(times_told(AAA_EVENT_REGISTERED));
+    aaa_agent_finish();
+    init_and_connect();
+  }
+}
+
 TEST_F(AgentRead, AfterDeregistrationAnErrorEndsItAll) {
   for (const int error : {EPIPE, ENOBUFS}) {
-    init_and_connect();
     aaa::store(g_aaa_client_cb.aaa_id, -1);
     const LogCapture log;
     EXPECT_EQ(0, read_failing(error));
-    EXPECT_EQ(0u, log.count(start_again_line));
+    EXPECT_EQ(0u, log.count(kStartLine));
     EXPECT_EQ(1, state());
     EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
     EXPECT_LT(0, event_socket()) << "the sockets are left alone";
     aaa::set_reg_state(AAA_REG_REGISTERED);
     aaa_agent_finish();
+    init_and_connect();
   }
 }
 
 TEST_F(AgentRead, AClientThatDeregistersInACallbackHasNoSocketToWatch) {
-  init_and_connect(client_that([](std::uint32_t event) {
-    if (event == AAA_EVENT_METHOD_LISTS_CHANGED) aaa_svr_dereg();
-  }));
-  deliver(AAA_MSG_MLIST_CHANGE);
+  deliver_to_client_that(aaa_svr_dereg);
   EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
   EXPECT_EQ(0u, clock_.sleeps());
 }
 
 TEST_F(AgentRead, AClientThatClosesTheEventSocketInACallbackHasNoneToWatch) {
-  init_and_connect(client_that([](std::uint32_t event) {
-    if (event == AAA_EVENT_METHOD_LISTS_CHANGED) aaalib_ipc_msg_proc_dereg_response();
-  }));
-  deliver(AAA_MSG_MLIST_CHANGE);
+  deliver_to_client_that(aaalib_ipc_msg_proc_dereg_response);
   EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
   clock_.advance(181);
   run("aaa-heartbeat");
@@ -259,7 +227,6 @@ TEST_F(AgentRead, AClientThatClosesTheEventSocketInACallbackHasNoneToWatch) {
 }
 
 TEST_F(AgentRead, AThreadThatWaitsForAResultIsNotWokenByALoss) {
-  init_and_connect();
   aaa::set_waiting_session(77);
   lose_link();
   run("aaa-reconnect");
@@ -268,24 +235,4 @@ TEST_F(AgentRead, AThreadThatWaitsForAResultIsNotWokenByALoss) {
   expect_steady();
 }
 
-TEST_F(AgentRead, AnnouncesTheLossOfTheLinkBeforeItIsClosed) {
-  init_and_connect();
-  std::vector<bool> announced;
-  const ScriptedCalls calls({.close = [&](int fd) -> std::optional<int> {
-    if (fd == g_aaa_client_cb.sync_fd) announced.push_back(aaa::link_is_lost());
-    return std::nullopt;
-  }});
-  lose_link();
-  EXPECT_THAT(announced, ElementsAre(true));
-  run("aaa-reconnect");
-  EXPECT_FALSE(aaa::link_is_lost());
-}
-
-TEST_F(AgentRead, AnnouncesNoLossAfterAnotherError) {
-  init_and_connect();
-  read_failing(ENOBUFS);
-  EXPECT_FALSE(aaa::link_is_lost());
-}
-
-}  // namespace
-}  // namespace test
+}  // namespace test::agent_read

@@ -1,123 +1,101 @@
 // Scheduling that the event library refuses: each caller sleeps 2 seconds and tries again.
-#include <functional>
-#include <thread>
-
 #include "agent/agent_client.h"
-#include "runtime/agent/agent_tasks.h"
 #include "runtime/receive/heartbeat.h"
-#include "session/state/locks.h"
-#include "support/expected_line.h"
-#include "support/lock_check.h"
 
-namespace test {
-namespace {
+namespace test::refusal {
 
-constexpr std::size_t kTimes = 3;
+enum class Situation { unregistered, initialised, without_aaad, connected, lost, lost_with_aaad };
 
-class Refusal : public AgentTest {
+// Something that schedules a task which the loop refuses first.
+struct Scheduling {
+  const char* name;
+  Situation before;
+  // A task that is run, with its result, or the message that is read; otherwise aaa_agent_init().
+  const char* task;
+  int result;
+  const char* refused;
+  // How many tasks are not refused before it.
+  std::size_t accepted = 0;
+  std::uint32_t message = 0;
+  // What makes the heartbeat do something else.
+  std::int32_t id = 1;
+  std::uint32_t silence = 0;
+};
+
+std::ostream& operator<<(std::ostream& out, const Scheduling& scheduling) {
+  return out << scheduling.name;
+}
+
+class Refusal : public AgentTest, public testing::WithParamInterface<Scheduling> {
  protected:
-  // Does `action` while the next tasks are refused. It must try until the last of them, which is
-  // called `name` in the log, is taken.
-  void expect_patience(const std::function<void()>& action, const std::string& name) {
-    const OpenGate gate;
-    const LogCapture log;
-    const MovedClock pauses;
-    loop_.refuse(kTimes, [] { EXPECT_TRUE(is_free(aaa_lib_lock)); });
-    action();
-    EXPECT_EQ(kTimes, loop_.refused());
-    EXPECT_EQ(kTimes, log.count("Failed to add thread for aaa_lib_" + name + "\r\n"));
-    EXPECT_EQ(kTimes, pauses.sleeps());
-    EXPECT_EQ(kTimes * 2000000, pauses.slept_us());
+  void bring_about(Situation situation) {
+    set_listening(situation != Situation::without_aaad);
+    if (situation == Situation::unregistered) return;
+    if (situation <= Situation::without_aaad) return init();
+    init_and_connect();
+    if (situation == Situation::lost) lose_link();
+    if (situation == Situation::lost_with_aaad) lose_aaad();
+    aaa::store(g_aaa_client_cb.aaa_id, GetParam().id);
+    aaa::store(aaalib_hbt_last_recv, library_seconds() - GetParam().silence);
+  }
+  void act() {
+    const Scheduling& given = GetParam();
+    if (given.message != 0) return deliver(given.message, zeros(given.message == 123 ? 12 : 0));
+    if (given.task == nullptr) return init();
+    if (given.task == std::string("aaa-read")) return lose_link();
+    run_and_expect(given.result, given.task);
   }
 };
 
-TEST_F(Refusal, OfTheFirstConnection) {
-  expect_patience([this] { init(); }, "connect");
-  EXPECT_EQ(0, run("aaa-connect"));
-  expect_steady();
+TEST_P(Refusal, IsMetWithPatienceUntilTheTaskIsTaken) {
+  constexpr std::size_t times = 3;
+  bring_about(GetParam().before);
+  const OpenLog log;
+  const MovedClock pauses;
+  loop_.accept(GetParam().accepted);
+  loop_.refuse(times, [] { EXPECT_TRUE(is_free(aaa_lib_lock)); });
+  act();
+  EXPECT_EQ(times, loop_.refused());
+  EXPECT_EQ(times, log.count(std::string("Failed to add thread for aaa_lib_") + GetParam().refused +
+                             "\r\n"));
+  EXPECT_EQ(times, pauses.sleeps());
+  EXPECT_EQ(times * 2000000, pauses.slept_us());
+  const std::string refused = GetParam().refused;
+  if (refused == "connect") run_and_expect(0, "aaa-connect");
+  if (refused == "reconnect")
+    expect_reconnecting();
+  else
+    expect_steady();
 }
 
-TEST_F(Refusal, OfTheReadAfterTheFirstConnection) {
-  init();
-  expect_patience([this] { EXPECT_EQ(0, run("aaa-connect")); }, "read");
-  expect_steady();
-}
+INSTANTIATE_TEST_SUITE_P(
+    Agent, Refusal,
+    testing::Values(
+        Scheduling{"TheFirstConnection", Situation::unregistered, nullptr, 0, "connect"},
+        Scheduling{"TheFirstRead", Situation::initialised, "aaa-connect", 0, "read"},
+        Scheduling{"TheFirstHeartbeat", Situation::initialised, "aaa-connect", 0, "heartbeat", 1},
+        Scheduling{"TheReconnectionAfterAFailedFirstConnection", Situation::without_aaad,
+                   "aaa-connect", -1, "reconnect"},
+        Scheduling{"TheReadAfterAReconnection", Situation::lost, "aaa-reconnect", 0, "read"},
+        Scheduling{"TheHeartbeatAfterAReconnection", Situation::lost, "aaa-reconnect", 0,
+                   "heartbeat", 1},
+        Scheduling{"TheNextReconnection", Situation::lost_with_aaad, "aaa-reconnect", -1,
+                   "reconnect"},
+        Scheduling{"TheNextRead", Situation::connected, nullptr, 0, "read", 0,
+                   AAA_MSG_MLIST_CHANGE},
+        Scheduling{"TheReadAfterAMessageWithABody", Situation::connected, nullptr, 0, "read", 0,
+                   AAA_MSG_DEL_MSG_REQ},
+        Scheduling{"TheReconnectionAfterALoss", Situation::connected, "aaa-read", 0, "reconnect"},
+        Scheduling{"TheNextHeartbeat", Situation::connected, "aaa-heartbeat", 0, "heartbeat"},
+        Scheduling{"TheNextHeartbeatWithoutAnId", Situation::connected, "aaa-heartbeat", 0,
+                   "heartbeat", 0, 0, 0},
+        Scheduling{"TheReconnectionAfterASilence", Situation::connected, "aaa-heartbeat", 0,
+                   "reconnect", 0, 0, 1, 300}),
+    [](const auto& tested) { return tested.param.name; });
 
-TEST_F(Refusal, OfTheReconnectionAfterAFailedFirstConnection) {
-  set_listening(false);
-  init();
-  expect_patience([this] { EXPECT_EQ(-1, run("aaa-connect")); }, "reconnect");
-  expect_reconnecting();
-}
+using RefusalEnd = AgentTest;
 
-TEST_F(Refusal, OfTheReadAfterAReconnection) {
-  init_and_connect();
-  lose_link();
-  expect_patience([this] { EXPECT_EQ(0, run("aaa-reconnect")); }, "read");
-  expect_steady();
-}
-
-TEST_F(Refusal, OfTheNextReconnection) {
-  init_and_connect();
-  lose_aaad();
-  expect_patience([this] { EXPECT_EQ(-1, run("aaa-reconnect")); }, "reconnect");
-  expect_reconnecting();
-}
-
-TEST_F(Refusal, OfTheNextRead) {
-  init_and_connect();
-  expect_patience([this] { deliver(AAA_MSG_MLIST_CHANGE); }, "read");
-  expect_steady();
-}
-
-TEST_F(Refusal, OfTheReadAfterAMessageWithABody) {
-  init_and_connect();
-  expect_patience([this] { deliver(AAA_MSG_DEL_MSG_REQ, Bytes(12)); }, "read");
-  expect_steady();
-}
-
-TEST_F(Refusal, OfTheReconnectionAfterALoss) {
-  init_and_connect();
-  expect_patience([this] { lose_link(); }, "reconnect");
-  expect_reconnecting();
-}
-
-TEST_F(Refusal, OfTheNextHeartbeat) {
-  init_and_connect();
-  expect_patience([this] { run("aaa-heartbeat"); }, "heartbeat");
-  expect_steady();
-}
-
-TEST_F(Refusal, OfTheNextHeartbeatWithoutAnId) {
-  init_and_connect();
-  aaa::store(g_aaa_client_cb.aaa_id, 0);
-  expect_patience([this] { run("aaa-heartbeat"); }, "heartbeat");
-  expect_steady();
-}
-
-TEST_F(Refusal, OfTheReconnectionAfterASilence) {
-  init_and_connect();
-  aaa::store(aaalib_hbt_last_recv, library_seconds() - 300);
-  expect_patience([this] { run("aaa-heartbeat"); }, "reconnect");
-  expect_reconnecting();
-}
-
-TEST_F(Refusal, OfTheHeartbeatBehindTheRead) {
-  init();
-  loop_.accept(1);
-  expect_patience([this] { EXPECT_EQ(0, run("aaa-connect")); }, "heartbeat");
-  expect_steady();
-}
-
-TEST_F(Refusal, OfTheHeartbeatBehindTheReadOfAReconnection) {
-  init_and_connect();
-  lose_link();
-  loop_.accept(1);
-  expect_patience([this] { EXPECT_EQ(0, run("aaa-reconnect")); }, "heartbeat");
-  expect_steady();
-}
-
-TEST_F(Refusal, EndsWhenAnotherThreadDeregisters) {
+TEST_F(RefusalEnd, ComesWhenAnotherThreadDeregisters) {
   init_and_connect();
   loop_.refuse(1000, [this] {
     if (loop_.refused() == 3) std::thread(aaa_svr_dereg).join();
@@ -128,5 +106,4 @@ TEST_F(Refusal, EndsWhenAnotherThreadDeregisters) {
   EXPECT_EQ(nullptr, aaa::g_agent_read_ev);
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::refusal

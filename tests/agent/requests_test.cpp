@@ -3,15 +3,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <thread>
 
 #include "agent/agent_client.h"
 #include "runtime/send/send_buffer.h"
-#include "session/state/locks.h"
 #include "support/login.h"
 
-namespace test {
-namespace {
+namespace test::agent_requests {
 
 class AgentRequests : public AgentTest {
  protected:
@@ -142,5 +139,4 @@ TEST_F(AgentRequests, AThreadMayDeregisterWhileTheLoopReads) {
   }
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::agent_requests

@@ -1,6 +1,4 @@
 // Agent mode on the event loop of a development host, whose timers of the library are short.
-#include <gmock/gmock.h>
-
 #include <atomic>
 #include <optional>
 
@@ -30,8 +28,7 @@ zv_thread* __wrap_zv_thread_add_timer_withname(zv_thread_master* master, zv_thre
 
 }  // extern "C"
 
-namespace test {
-namespace {
+namespace test::agent_loop {
 
 class AgentLoop : public RegisteredTest {
  protected:
@@ -180,5 +177,4 @@ TEST_F(AgentLoop, ThreadsMayCallWhileTheLinkComesAndGoes) {
   expect_registrations(21);
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::agent_loop

@@ -1,36 +1,36 @@
 // The flush thread of a client that asked for batches.
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 
-#include "bytes.h"
-#include "log_lines.h"
-#include "runtime/send/send_buffer.h"
-#include "session/state/locks.h"
+#include "runtime/send_buffer_test.h"
 #include "support/registered_test.h"
 
-namespace test {
-namespace {
+namespace test::flush_thread {
 
-constexpr char log_name[] = "aaa_lib_send_buf_chk_thread";
+constexpr char kFunction[] = "aaa_lib_send_buf_chk_thread";
+constexpr char kNoWatchdogLine[] = "ham_client_reg_thread_notify: Operation not permitted\r\n";
+
+bool flush_thread_is_gone() {
+  return eventually([] { return threads_named(flush_thread_name()).empty(); });
+}
 
 class FlushThread : public RegisteredTest {
  protected:
-  void register_with_buffer() {
-    reg_info info = client();
-    info.use_send_buf = 1;
-    register_client(info);
-  }
   pid_t flush_thread() {
     EXPECT_TRUE(eventually([] { return threads_named(flush_thread_name()).size() == 1; }));
     return threads_named(flush_thread_name()).at(0);
   }
-  static void add(const Bytes& message) {
-    aaa_lib_add_send_buf(message.data(), static_cast<std::uint32_t>(message.size()));
+  // Registers, and returns the flush thread.
+  pid_t register_with_buffer() {
+    register_client(batching_client());
+    return flush_thread();
   }
   std::size_t batches() { return sim_.count(received(AAA_MSG_PAD_PKT)); }
+  std::string next_batch() {
+    const auto batch = sim_.wait_for_message(received(AAA_MSG_PAD_PKT));
+    EXPECT_TRUE(batch && batch->role == Role::request);
+    return batch ? bytes_of(*batch) : "";
+  }
   // Watchdog calls of this name made for one thread.
   std::ptrdiff_t calls(const char* name, pid_t thread) {
     const std::vector<WatchdogCall> all = watchdog_.calls();
@@ -40,6 +40,7 @@ class FlushThread : public RegisteredTest {
     });
   }
 
+  LogCapture log_;
   WatchdogRecorder watchdog_;
 };
 
@@ -48,17 +49,14 @@ struct Waits {
   std::atomic<std::uint32_t> count = 0;
   std::atomic<int> error = 0;
 
-  Scripts script() {
-    Scripts scripts;
-    scripts.select = [this](const timeval& timeout) -> std::optional<int> {
+  Scripts scripts() {
+    return {.select = [this](const timeval& timeout) -> std::optional<int> {
       if (timeout.tv_sec != 0 || timeout.tv_usec != 20000) ADD_FAILURE() << timeout.tv_usec;
       ++count;
       if (error == 0) return std::nullopt;
       pause_in_script();
-      errno = error;
-      return -1;
-    };
-    return scripts;
+      return fails(error);
+    }};
   }
   bool pass(std::uint32_t more) {
     const std::uint32_t goal = count + more;
@@ -66,40 +64,37 @@ struct Waits {
   }
 };
 
-TEST_F(FlushThread, IsNamedAfterTheProcess) {
-  const LogCapture log;
+TEST_F(FlushThread, IsNamedAfterTheProcessAndRegistersWithTheWatchdogWhileItRuns) {
   open_gate_for_clients();
-  register_with_buffer();
-  const pid_t thread = flush_thread();
+  const pid_t thread = register_with_buffer();
   const std::string line = "thread name: " + flush_thread_name() + ".\r\n";
-  EXPECT_TRUE(log.wait_for(line));
-  expect_debug_line(log, line, "set_thread_name", thread);
-}
-
-TEST_F(FlushThread, RegistersWithTheWatchdog) {
-  register_with_buffer();
-  const pid_t thread = flush_thread();
+  EXPECT_TRUE(log_.wait_for(line));
+  expect_line(log_, "set_thread_name", line, thread);
   EXPECT_TRUE(eventually([&] { return calls("reg", thread) == 1; }));
+  EXPECT_NE(pthread_t{0}, g_send_buf_tid);
+  EXPECT_EQ(0, aaa_svr_dereg());
+  EXPECT_EQ(pthread_t{0}, g_send_buf_tid);
+  EXPECT_TRUE(flush_thread_is_gone());
+  const std::vector<WatchdogCall> all = watchdog_.calls();
+  EXPECT_EQ(1, std::count_if(all.begin(), all.end(), [&](const WatchdogCall& call) {
+              return call.name == "unreg" && call.tid == thread;
+            }));
 }
 
 TEST_F(FlushThread, GoesOnWithoutAWatchdog) {
-  const LogCapture log;
   watchdog_.answer(-1, EPERM);
   open_gate_for_clients();
-  register_with_buffer();
-  const pid_t thread = flush_thread();
-  const std::string line = "ham_client_reg_thread_notify: Operation not permitted\r\n";
-  EXPECT_TRUE(eventually([&] { return log.count(line) == 2; }));
-  expect_debug_line(log, line, log_name, thread);
+  const pid_t thread = register_with_buffer();
+  EXPECT_TRUE(eventually([&] { return log_.count(kNoWatchdogLine) == 2; }));
+  EXPECT_EQ(1u, expect_lines(log_, kFunction, kNoWatchdogLine, thread));
   add(request(20, 1));
-  EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_PAD_PKT)));
+  EXPECT_EQ(batch_of(request(20, 1)), next_batch());
 }
 
 TEST_F(FlushThread, FeedsTheWatchdogEveryFiftySeconds) {
   Waits waits;
-  const ScriptedCalls calls_replaced(waits.script());
-  register_with_buffer();
-  const pid_t thread = flush_thread();
+  const ScriptedCalls scripted(waits.scripts());
+  const pid_t thread = register_with_buffer();
   ASSERT_TRUE(waits.pass(3));
   EXPECT_EQ(0, calls("reset", thread));
   clock_.advance(51);
@@ -116,18 +111,15 @@ TEST_F(FlushThread, WritesTheBufferWithinAPeriodAndEmptiesIt) {
     add(request(20, 1));
     add(request(24, 2));
   }
-  const auto batch = sim_.wait_for_message(received(AAA_MSG_PAD_PKT));
-  ASSERT_TRUE(batch);
-  EXPECT_EQ(Role::request, batch->role);
-  EXPECT_EQ(words({0x01010101, 0, 25, 44}) + request(20, 1) + request(24, 2), batch->bytes);
+  EXPECT_EQ(word_bytes({0x01010101, 0, 25, 44}) + request(20, 1) + request(24, 2), next_batch());
   const aaa::ScopedLock lock(aaa_lib_send_buf_lock);
   EXPECT_EQ(0u, g_send_buf_msg_cnt);
-  EXPECT_EQ(Bytes(8192, 0), bytes_of(aaalib_send_buf.body, 8192));
+  EXPECT_EQ(zeros(8192), bytes_of(aaalib_send_buf.body, 8192));
 }
 
 TEST_F(FlushThread, WaitsTwentyMillisecondsAndSendsNothingWhenThereIsNothing) {
   Waits waits;
-  const ScriptedCalls calls_replaced(waits.script());
+  const ScriptedCalls scripted(waits.scripts());
   register_with_buffer();
   EXPECT_TRUE(waits.pass(5));
   EXPECT_EQ(0u, batches());
@@ -135,18 +127,17 @@ TEST_F(FlushThread, WaitsTwentyMillisecondsAndSendsNothingWhenThereIsNothing) {
 }
 
 TEST_F(FlushThread, AFailedWaitIsLoggedAndFollowedByNoFlush) {
-  const LogCapture log;
   Waits waits;
   waits.error = EINTR;
-  const ScriptedCalls calls_replaced(waits.script());
+  const ScriptedCalls scripted(waits.scripts());
   open_gate_for_clients();
-  register_with_buffer();
+  const pid_t thread = register_with_buffer();
   add(request(20, 1));
   EXPECT_TRUE(waits.pass(5));
   EXPECT_EQ(0u, batches());
-  expect_debug_line(log, "select error! errno:4.\r\n", log_name, flush_thread());
+  expect_lines(log_, kFunction, "select error! errno:4.\r\n", thread);
   waits.error = 0;
-  EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_PAD_PKT)));
+  EXPECT_EQ(batch_of(request(20, 1)), next_batch());
   stop_library();
 }
 
@@ -155,16 +146,13 @@ TEST_F(FlushThread, ABatchIsDroppedWhileTheConnectionIsLost) {
   set_listening(false);
   sim_.close_connections();
   ASSERT_TRUE(wait_for_event(AAA_EVENT_CONNECTION_LOST));
-  const LogCapture log;
-  const OpenGate gate;
+  const OpenLog log;
   add(request(20, 1));
   EXPECT_TRUE(log.wait_for("send sd not available.\r\n"));
   set_listening(true);
   ASSERT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
   add(request(20, 2));
-  const auto batch = sim_.wait_for_message(received(AAA_MSG_PAD_PKT));
-  ASSERT_TRUE(batch);
-  EXPECT_EQ(request(20, 2), Bytes(batch->body().begin(), batch->body().end()));
+  EXPECT_EQ(batch_of(request(20, 2)), next_batch());
 }
 
 TEST_F(FlushThread, RunsOnlyWhenAskedFor) {
@@ -172,15 +160,6 @@ TEST_F(FlushThread, RunsOnlyWhenAskedFor) {
   receive_thread();
   EXPECT_EQ(pthread_t{0}, g_send_buf_tid);
   EXPECT_TRUE(threads_named(flush_thread_name()).empty());
-}
-
-TEST_F(FlushThread, EndsWithTheRegistration) {
-  register_with_buffer();
-  flush_thread();
-  EXPECT_NE(pthread_t{0}, g_send_buf_tid);
-  EXPECT_EQ(0, aaa_svr_dereg());
-  EXPECT_EQ(pthread_t{0}, g_send_buf_tid);
-  EXPECT_TRUE(eventually([] { return threads_named(flush_thread_name()).empty(); }));
 }
 
 TEST_F(FlushThread, RequestsInTheBufferAreDroppedAtDeregistration) {
@@ -193,66 +172,50 @@ TEST_F(FlushThread, RequestsInTheBufferAreDroppedAtDeregistration) {
     EXPECT_EQ(0u, g_send_buf_msg_cnt);
     EXPECT_EQ(0u, aaalib_send_buf.header.length);
   }
-  EXPECT_TRUE(eventually([] { return threads_named(flush_thread_name()).empty(); }));
+  EXPECT_TRUE(flush_thread_is_gone());
   EXPECT_EQ(0u, batches());
 }
 
 TEST_F(FlushThread, RequestsAreBufferedWhileItRunsAndSentDirectlyAfterwards) {
-  const std::uint32_t control[3] = {1, 2, 3};
-  register_with_buffer();
-  EXPECT_EQ(0, aaa_notify_ctrl_if_switch(control));
-  const auto buffered = sim_.wait_for_message(received(AAA_MSG_INTERFACE_CONTROL));
-  ASSERT_TRUE(buffered);
-  EXPECT_TRUE(buffered->in_batch);
-  EXPECT_EQ(0, aaa_svr_dereg());
-  sim_.clear_messages();
-  register_client();
-  EXPECT_EQ(0, aaa_notify_ctrl_if_switch(control));
-  const auto direct = sim_.wait_for_message(received(AAA_MSG_INTERFACE_CONTROL));
-  ASSERT_TRUE(direct);
-  EXPECT_FALSE(direct->in_batch);
+  for (const bool buffered : {true, false}) {
+    register_client(buffered ? batching_client() : client());
+    const std::uint32_t control[3] = {1, 2, 3};
+    EXPECT_EQ(0, aaa_notify_ctrl_if_switch(control));
+    const auto request = sim_.wait_for_message(received(AAA_MSG_INTERFACE_CONTROL));
+    ASSERT_TRUE(request);
+    EXPECT_EQ(buffered, request->in_batch);
+    EXPECT_EQ(0, aaa_svr_dereg());
+    sim_.clear_messages();
+  }
 }
 
-TEST_F(FlushThread, IsNotStartedWithoutThreadAttributes) {
-  const LogCapture log;
-  const OpenGate gate;
-  Scripts scripts;
-  scripts.pthread_attr_init = [] { return ENOMEM; };
-  const ScriptedCalls calls_replaced(scripts);
-  EXPECT_EQ(-1, aaalib_init_send_buf_thread());
-  expect_debug_line(log, "aaalib attr init failed\r\n", "aaalib_init_send_buf_thread");
-  EXPECT_EQ(1u, log.lines().size());
-  EXPECT_EQ(pthread_t{0}, g_send_buf_tid);
+TEST_F(FlushThread, IsNotStartedWithoutThreadAttributesOrWhenItCannotBeCreated) {
+  const std::pair<Scripts, std::string> scripts_and_lines[] = {
+      {{.pthread_attr_init = returning(ENOMEM)}, "aaalib attr init failed\r\n"},
+      {{.pthread_create = returning(EAGAIN)}, "aaalib create send buffer thread failed\r\n"}};
+  aaa::set_model_name("test");
+  for (const auto& [scripts, line] : scripts_and_lines) {
+    const OpenLog log;
+    const ScriptedCalls scripted(scripts);
+    EXPECT_EQ(-1, aaalib_init_send_buf_thread());
+    expect_only_line(log, "aaalib_init_send_buf_thread", line);
+    EXPECT_EQ(pthread_t{0}, g_send_buf_tid);
+  }
 }
 
-TEST_F(FlushThread, IsNotThereWhenItCannotBeCreated) {
-  const LogCapture log;
-  const OpenGate gate;
-  Scripts scripts;
-  scripts.pthread_create = [] { return EAGAIN; };
-  const ScriptedCalls calls_replaced(scripts);
-  EXPECT_EQ(-1, aaalib_init_send_buf_thread());
-  expect_debug_line(log, "aaalib create send buffer thread failed\r\n",
-                    "aaalib_init_send_buf_thread");
-  EXPECT_EQ(1u, log.lines().size());
-  EXPECT_EQ(pthread_t{0}, g_send_buf_tid);
-}
-
-TEST_F(FlushThread, IsStartedWithResultZero) {
+TEST_F(FlushThread, IsStartedOnceByHandWithResultZero) {
+  std::atomic<int> started = 0;
+  const ScriptedCalls scripted({.pthread_create = noting([&] { ++started; })});
   EXPECT_EQ(0, aaalib_init_send_buf_thread());
   flush_thread();
+  const pthread_t first = aaa::load(g_send_buf_tid);
+  EXPECT_EQ(0, aaalib_init_send_buf_thread());
+  EXPECT_EQ(1, started);
+  EXPECT_EQ(first, aaa::load(g_send_buf_tid));
   EXPECT_TRUE(aaa::aaalib_stop_send_buf_thread());
-}
-
-TEST_F(FlushThread, TakesItsWatchdogEntryWithIt) {
-  register_with_buffer();
-  const pid_t thread = flush_thread();
-  EXPECT_TRUE(eventually([&] { return calls("reg", thread) == 1; }));
+  EXPECT_EQ(0, aaalib_init_send_buf_thread());
   EXPECT_EQ(0, aaa_svr_dereg());
-  const std::vector<WatchdogCall> all = watchdog_.calls();
-  EXPECT_EQ(1, std::count_if(all.begin(), all.end(), [&](const WatchdogCall& call) {
-              return call.name == "unreg" && call.tid == thread;
-            }));
+  EXPECT_EQ(pthread_t{0}, aaa::load(g_send_buf_tid));
 }
 
 // The link is lost while a request waits in the buffer, and connecting anew takes its time between
@@ -262,20 +225,17 @@ TEST_F(FlushThread, LeavesTheBufferAloneUntilTheRegisterRequestIsWritten) {
   take_pass();
   sim_.clear_messages();
   std::atomic<int> connects = 0;
-  std::atomic<bool> added = false;
   Waits waits;
-  Scripts scripts = waits.script();
-  scripts.connect = [&](int, const sockaddr*, unsigned) -> std::optional<int> {
-    if (++connects != 2) return std::nullopt;
+  Scripts scripts = waits.scripts();
+  scripts.connect = noting([&] {
+    if (++connects != 2) return;
     add(request(16, 1));
-    added = true;
     EXPECT_TRUE(waits.pass(3)) << "the flush thread has had its chance";
-    return std::nullopt;
-  };
-  const ScriptedCalls calls(scripts);
+  });
+  const ScriptedCalls scripted(scripts);
   sim_.close_connections();
   EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
-  EXPECT_TRUE(added);
+  EXPECT_LE(2, connects);
   EXPECT_TRUE(eventually([&] { return batches() == 1; })) << "kept, not dropped";
   const auto place_of = [all = sim_.messages()](std::uint32_t type) {
     return std::find_if(all.begin(), all.end(),
@@ -288,25 +248,19 @@ TEST_F(FlushThread, LeavesTheBufferAloneUntilTheRegisterRequestIsWritten) {
 TEST_F(FlushThread, AForcedFlushFindsNoSocketUntilTheRegisterRequestIsWritten) {
   register_with_buffer();
   take_pass();
-  const LogCapture log;
   aaa_set_debug_switch(1);
   std::atomic<int> connects = 0;
-  Scripts scripts;
-  scripts.connect = [&](int, const sockaddr*, unsigned) -> std::optional<int> {
-    if (++connects != 2) return std::nullopt;
-    for (std::uint8_t i = 0; i < 17; ++i)
-      add(request(16, i));
-    add(request(8192, 1));
-    return std::nullopt;
-  };
-  const ScriptedCalls calls(scripts);
+  const ScriptedCalls scripted({.connect = noting([&] {
+                                  if (++connects != 2) return;
+                                  add_many(17);
+                                  add(request(8192, 1));
+                                })});
   sim_.clear_messages();
   sim_.close_connections();
   EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
-  EXPECT_LE(1u, log.count("send sd not available.\r\n"));
-  EXPECT_EQ(1u, log.count("send fail error Invalid argument.\r\n"));
+  EXPECT_LE(1u, log_.count("send sd not available.\r\n"));
+  EXPECT_EQ(1u, log_.count("send fail error Invalid argument.\r\n"));
   EXPECT_EQ(0u, sim_.count(received(5)));
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::flush_thread

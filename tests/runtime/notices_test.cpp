@@ -1,106 +1,167 @@
-// Notices whose body goes to the client as it is: 105, 123, 125, 126.
-#include "dispatch_test.h"
+// Messages whose body goes to the client as it is (105, 123, 125, 126), the two questions that are
+// answered in any case (112, 113), and the response to a deregistration.
+#include <fcntl.h>
 
-namespace test {
-namespace {
+#include "runtime/dispatch_test.h"
+
+namespace test::notices {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// A body that begins with `kind`.
+std::string notice(std::uint32_t kind, std::size_t size) {
+  return word_bytes({kind}) + std::string(size - 4, '3');
+}
 
 class Notices : public DispatchTest {
  protected:
-  void SetUp() override {
-    DispatchTest::SetUp();
-    reg_info info = {};
-    info.notify_del_msg_cb = [](const void* body) { note_unlocked(bytes_of(body, 560)); };
-    info.notify_coa_req_cb = [](const void* body) { note_unlocked(bytes_of(body, 720)); };
-    info.add_radext_result_cb = [](const void* body) { note_unlocked(bytes_of(body, 24)); };
-    info.del_msg_req_cb = [](std::uint32_t w0, std::uint32_t w1, std::uint32_t w2) {
-      note_unlocked(words({w0, w1, w2}));
-    };
-    use(info);
-  }
-  // A body that begins with `kind`.
-  static Bytes notice(std::uint32_t kind, std::size_t size) {
-    return words({kind}) + Bytes(size - 4, 0x33);
-  }
-
   LibraryCounters counters_;
 };
 
-TEST_F(Notices, ADeleteNoticeOf560BytesReachesTheCallback) {
-  deliver(105, notice(1, 560));
-  EXPECT_EQ(once(notice(1, 560)), noted());
-  EXPECT_TRUE(counters_.all_unchanged());
+TEST_F(Notices, ADeleteNoticeOfKind2IsCountedBeforeTheCallback) {
+  std::vector<std::uint32_t> counted;
+  in_callback([&](const std::string&) { counted.push_back(counters_.grown(24)); });
+  for (const std::string& body : {notice(1, 560), notice(2, 560), notice(3, 561), notice(2, 5000)})
+    EXPECT_THAT(told_by(105, body), ElementsAre("deleted " + body.substr(0, 560)));
+  EXPECT_THAT(counted, ElementsAre(0, 1, 1, 2));
 }
 
-TEST_F(Notices, ADeleteNoticeOf559BytesIsDropped) {
-  deliver(105, notice(2, 559));
-  EXPECT_TRUE(noted().empty());
-  EXPECT_TRUE(counters_.all_unchanged());
-}
-
-TEST_F(Notices, ADeleteNoticeOfKind2IsCounted) {
-  deliver(105, notice(2, 560));
-  deliver(105, notice(3, 561));
-  deliver(105, notice(2, 5000));
-  EXPECT_EQ(3u, noted().size());
-  EXPECT_EQ(2u, counters_.grown(24));
-}
-
-TEST_F(Notices, ADeleteNoticeWithoutACallbackIsNotCounted) {
-  use({});
-  deliver(105, notice(2, 560));
-  EXPECT_TRUE(counters_.all_unchanged());
-}
-
-TEST_F(Notices, ADeleteNoticeIsCountedBeforeTheCallback) {
-  static std::uint32_t counted = 0;
-  reg_info info = {};
-  info.notify_del_msg_cb = [](const void*) { counted = LibraryCounters::word(24); };
-  use(info);
-  const std::uint32_t before = LibraryCounters::word(24);
-  deliver(105, notice(2, 560));
-  EXPECT_EQ(before + 1, counted);
-}
-
-TEST_F(Notices, ACoaRequestOf720BytesReachesTheCallbackAndIsCounted) {
+TEST_F(Notices, ACoaRequestIsCounted) {
   deliver(126, notice(9, 720));
-  EXPECT_EQ(once(notice(9, 720)), noted());
   EXPECT_EQ(1u, counters_.grown(24));
 }
 
-TEST_F(Notices, ACoaRequestOf719BytesIsDropped) {
-  deliver(126, notice(9, 719));
-  EXPECT_TRUE(noted().empty());
-  EXPECT_TRUE(counters_.all_unchanged());
-}
-
-TEST_F(Notices, ACoaRequestWithoutACallbackIsNotCounted) {
+TEST_F(Notices, NothingElseIsCounted) {
+  expect_dropped(105, notice(2, 559));
+  expect_dropped(126, notice(9, 719));
+  deliver(123, word_bytes({1, 2, 3}));
+  deliver(125, notice(1, 24));
   use({});
+  deliver(105, notice(2, 560));
   deliver(126, notice(9, 720));
   EXPECT_TRUE(counters_.all_unchanged());
 }
 
 TEST_F(Notices, ADeleteRequestPassesItsFirstThreeWords) {
-  deliver(123, words({0x10203040, 2, 0xffffffff}));
-  deliver(123, words({4, 5, 6, 7}));
-  EXPECT_EQ((std::vector<Bytes>{words({0x10203040, 2, 0xffffffff}), words({4, 5, 6})}), noted());
-  EXPECT_TRUE(counters_.all_unchanged());
+  EXPECT_THAT(told_by(123, word_bytes({4, 5, 6, 7})),
+              ElementsAre("delete " + word_bytes({4, 5, 6})));
 }
 
-TEST_F(Notices, ADeleteRequestOf11BytesIsDropped) {
-  deliver(123, Bytes(11, 1));
-  EXPECT_TRUE(noted().empty());
+class Questions : public DispatchTest {};
+
+const std::string group_is_valid = word_bytes({0x01010101, 0, 14, 4, 0});
+const std::string group_is_not_valid = word_bytes({0x01010101, 0, 14, 4, 0xffffffff});
+const std::string nobody_is_online = word_bytes({0x01010101, 0, 15, 8, 0, 0});
+
+TEST_F(Questions, AGroupIsValidWhenTheCallbackReturnsZero) {
+  for (const int answer : {0, 7, -3}) {
+    notes.group_answer = answer;
+    deliver(112, std::string(396, '1'));
+    EXPECT_EQ(answer == 0 ? group_is_valid : group_is_not_valid, answers()) << answer;
+  }
 }
 
-TEST_F(Notices, ARadextResultOf24BytesReachesTheCallback) {
-  deliver(125, notice(1, 24));
-  EXPECT_EQ(once(notice(1, 24)), noted());
-  EXPECT_TRUE(counters_.all_unchanged());
+TEST_F(Questions, TheCallbackGetsTheBodyItsWordAt392AndItsLength) {
+  const std::string body = std::string(392, '\x11') + word_bytes({0x01020304, 0xeeeeeeee});
+  EXPECT_THAT(told_by(112, body), ElementsAre("valid? " + body + word_bytes({0x01020304, 400})));
 }
 
-TEST_F(Notices, ARadextResultOf23BytesIsDropped) {
-  deliver(125, notice(1, 23));
-  EXPECT_TRUE(noted().empty());
+TEST_F(Questions, AGroupQuestionOf395BytesIsNotAnswered) {
+  expect_dropped(112, std::string(395, '1'));
+  expect_dropped(112);
+  EXPECT_EQ("", answers());
 }
 
-}  // namespace
-}  // namespace test
+TEST_F(Questions, OnlineInfoIsWhatTheCallbackFillsIn) {
+  notes.online_answer = "ABCDEFGH";
+  EXPECT_THAT(told_by(113, "who"), ElementsAre("online? " + zeros(8) + "who"));
+  EXPECT_EQ(word_bytes({0x01010101, 0, 15, 8}) + "ABCDEFGH", answers());
+  EXPECT_THAT(told_by(113), ElementsAre("online? " + zeros(8) + "null"));
+  EXPECT_EQ(word_bytes({0x01010101, 0, 15, 8}) + "ABCDEFGH", answers());
+}
+
+TEST_F(Questions, AreAnsweredWithoutCallbacksToo) {
+  use({});
+  deliver(112, std::string(396, '1'));
+  deliver(113, std::string(5, '1'));
+  deliver(113);
+  EXPECT_EQ(group_is_valid + nobody_is_online + nobody_is_online, answers());
+}
+
+TEST_F(Questions, AnswersAreWrittenUnderTheLibrarysLock) {
+  std::vector<bool> free;
+  const auto look = noting([&] { free.push_back(is_free(aaa_lib_lock)); });
+  const ScriptedCalls calls({.send = on_event_socket(look)});
+  deliver(112, std::string(396, '1'));
+  deliver(113);
+  EXPECT_THAT(free, ElementsAre(false, false));
+}
+
+TEST_F(Questions, AnAnswerThatCannotBeWrittenIsForgotten) {
+  const OpenLog log;
+  aaad_.close_peer();
+  for (int round = 0; round < 2; ++round) {
+    deliver(112, std::string(396, '1'));
+    deliver(113);
+    aaa::store(g_aaa_client_cb.async_fd, -1);
+  }
+  // A line for each message and each answer, none for a failure.
+  EXPECT_EQ(8u, log.lines().size());
+}
+
+// For a callback that fills the bytes as words. The stack's own alignment must not make it true.
+TEST_F(Questions, TheBytesOfAnAnswerAreAlignedTo8) {
+  static std::uintptr_t misaligned;
+  misaligned = 0;
+  reg_info info = {};
+  info.get_online_info_cb = [](void* answer, const void*) {
+    misaligned |= reinterpret_cast<std::uintptr_t>(answer) % 8;
+  };
+  use(info);
+  for (std::size_t depth = 0; depth < 64; ++depth) {
+    auto* const stack = static_cast<volatile char*>(__builtin_alloca(depth + 1));
+    stack[0] = 0;
+    deliver(113);
+  }
+  EXPECT_EQ(0u, misaligned);
+}
+
+class DeregisterResponse : public DispatchTest {
+ protected:
+  // An event socket that the test does not close itself.
+  DeregisterResponse() { aaa::store(g_aaa_client_cb.async_fd, fd_); }
+
+  const int fd_ = fcntl(aaad_.own(), F_DUPFD_CLOEXEC, 0);
+};
+
+TEST_F(DeregisterResponse, ClosesAndForgetsTheEventSocketUnderTheLibrarysLock) {
+  std::vector<bool> free;
+  const auto look = noting([&] { free.push_back(is_free(aaa_lib_lock)); });
+  const ScriptedCalls calls({.close = on_event_socket(look)});
+  aaalib_ipc_msg_proc_dereg_response();
+  EXPECT_THAT(free, ElementsAre(false));
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  EXPECT_EQ(-1, fcntl(fd_, F_GETFD));
+}
+
+TEST_F(DeregisterResponse, ForgetsASocketThatCannotBeClosed) {
+  {
+    const ScriptedCalls calls({.close = failing(EIO)});
+    aaalib_ipc_msg_proc_dereg_response();
+  }
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  ::close(fd_);
+}
+
+TEST_F(DeregisterResponse, WithoutAnEventSocketClosesNothing) {
+  aaa::store(g_aaa_client_cb.async_fd, -1);
+  {
+    const ScriptedCalls calls({.close = unwanted()});
+    aaalib_ipc_msg_proc_dereg_response();
+  }
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  ::close(fd_);
+}
+
+}  // namespace test::notices

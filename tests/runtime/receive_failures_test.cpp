@@ -1,29 +1,14 @@
 // What the receive thread makes of waits and reads that fail, and which of them lose the
 // connection.
 #include <atomic>
-#include <cerrno>
-#include <cstring>
 
-#include "bytes.h"
-#include "log_lines.h"
-#include "message_pair.h"
-#include "runtime/send/waiting_session.h"
-#include "support/registered_test.h"
+#include "runtime/receive_test.h"
 
-namespace test {
-namespace {
+namespace test::receive_failures {
 
-class ReceiveFailures : public RegisteredTest {
+class ReceiveFailures : public ReceiveTest {
  protected:
-  void SetUp() override {
-    RegisteredTest::SetUp();
-    open_gate_for_clients();
-  }
-  void TearDown() override {
-    aaa::set_waiting_session(0);
-    RegisteredTest::TearDown();
-    forget_datagrams();
-  }
+  ReceiveFailures() { open_gate_for_clients(); }
 
   // Registers, with a session waiting for its result.
   void register_waiting() {
@@ -31,12 +16,13 @@ class ReceiveFailures : public RegisteredTest {
     take_pass();
     forget_datagrams();
     aaa::set_waiting_session(77);
+    socket_before_ = event_socket();
   }
   // Expects that the waiting session was told of a failure that cost nothing else.
-  void expect_same_connection(int event_socket_before) {
+  void expect_same_connection() {
     take_pass();
     EXPECT_EQ(77u, word_at(datagram(), 576));
-    EXPECT_EQ(event_socket_before, event_socket());
+    EXPECT_EQ(socket_before_, event_socket());
     EXPECT_EQ(AAA_REG_REGISTERED, state());
     EXPECT_EQ(0u, times_told(AAA_EVENT_CONNECTION_LOST));
     EXPECT_EQ(2u, sim_.accepted_connections());
@@ -50,10 +36,10 @@ class ReceiveFailures : public RegisteredTest {
     take_pass();
   }
   void expect_thread_line(const std::string& message) {
-    EXPECT_EQ(1u, log_.count(message)) << message;
-    expect_debug_line(log_, message, "aaa_lib_thread", receive_thread());
+    expect_line(log_, "aaa_lib_thread", message, receive_thread());
   }
 
+  int socket_before_ = -1;
   LogCapture log_;
 };
 
@@ -64,7 +50,7 @@ TEST_F(ReceiveFailures, AClosedConnectionIsABrokenPipe) {
   expect_thread_line("receive error with error Broken pipe.\r\n");
 }
 
-TEST_F(ReceiveFailures, AFailedWaitIsLoggedAndAClosedDescriptorLosesTheConnection) {
+TEST_F(ReceiveFailures, AWaitOnAClosedDescriptorLosesTheConnection) {
   register_waiting();
   const ScriptedCalls calls(next_wait_fails(EBADF));
   nudge();
@@ -74,19 +60,25 @@ TEST_F(ReceiveFailures, AFailedWaitIsLoggedAndAClosedDescriptorLosesTheConnectio
 
 TEST_F(ReceiveFailures, AWaitThatFailsOtherwiseKeepsTheConnection) {
   register_waiting();
-  const int before = event_socket();
   const ScriptedCalls calls(next_wait_fails(EINVAL));
   take_pass();
-  expect_same_connection(before);
+  expect_same_connection();
   expect_thread_line("select error! errno:22.\r\n");
+}
+
+TEST_F(ReceiveFailures, AnInterruptedWaitIsRepeatedWithoutALine) {
+  const ScriptedCalls calls(next_wait_fails(EINTR));
+  register_client();
+  take_pass();
+  EXPECT_EQ(0u, log_.count("select error! errno:4.\r\n"));
+  EXPECT_EQ(0u, times_told(AAA_EVENT_CONNECTION_LOST));
 }
 
 TEST_F(ReceiveFailures, AFailedHeaderReadThatIsNoConnectionErrorKeepsTheConnection) {
   register_waiting();
-  const int before = event_socket();
   const ScriptedCalls calls(next_read_fails(EIO));
   nudge();
-  expect_same_connection(before);
+  expect_same_connection();
   expect_thread_line("receive error with error Input/output error.\r\n");
 }
 
@@ -104,65 +96,44 @@ TEST_P(ConnectionErrors, OfAHeaderReadLoseTheConnection) {
 INSTANTIATE_TEST_SUITE_P(Numbers, ConnectionErrors,
                          testing::Values(9, 32, 88, 95, 100, 104, 107, 110));
 
-TEST_F(ReceiveFailures, AHeaderWithAWrongMarkerIsAlwaysLoggedAndLosesTheConnection) {
+TEST_F(ReceiveFailures, AWrongMarkerIsAlwaysLoggedNotDispatchedAndLosesTheConnection) {
   sim_.change([](Settings& settings) { settings.status.debug = 0; });
   register_waiting();
   const pid_t thread = receive_thread();
-  send_raw(words({0x01010102, 0, 122, 0}));
+  send_raw(message_bytes(AAA_MSG_MLIST_CHANGE, "", 0x01010102));
   expect_new_connection();
+  EXPECT_EQ(2u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED)) << "of the two passes";
   ASSERT_EQ(1u, log_.lines().size());
-  const LogLine line = log_.lines()[0];
-  char text[80];
-  std::snprintf(text, sizeof text, "AAA LIB [%5d][%30.30s] aaa id not match.\r\n", thread,
-                "aaa_lib_thread");
-  EXPECT_EQ(text, line.text);
-  EXPECT_EQ(7, line.priority);
-  EXPECT_EQ("UNKNOW_MODULE", line.module);
-  EXPECT_EQ("DEBUG", line.submodule);
-  EXPECT_EQ(2, line.kind);
-}
-
-TEST_F(ReceiveFailures, AMessageWithAWrongMarkerIsNotDispatched) {
-  register_waiting();
-  send_raw(words({0, 0, 122, 0}));
-  expect_new_connection();
-  EXPECT_EQ(2u, times_told(AAA_EVENT_METHOD_LISTS_CHANGED));
+  expect_ungated(log_.lines()[0], ungated_text("aaa_lib_thread", "aaa id not match.\r\n", thread));
 }
 
 TEST_F(ReceiveFailures, ABodyWithoutMemoryIsLoggedAndLosesTheConnection) {
   register_waiting();
-  Scripts scripts;
-  scripts.malloc = [](std::size_t size) -> std::optional<void*> {
-    if (size != 5001) return std::nullopt;
-    return nullptr;
-  };
-  const ScriptedCalls calls(scripts);
-  send(AAA_MSG_NOTIFY_COA_REQ, Bytes(5000, 0));
+  const ScriptedCalls calls(no_memory_for(5001));
+  send(AAA_MSG_NOTIFY_COA_REQ, zeros(5000));
   expect_new_connection();
   expect_thread_line("out of memory.\r\n");
 }
 
-TEST_F(ReceiveFailures, ALengthThatNoMemoryHoldsIsOutOfMemoryToo) {
-  for (const std::uint32_t length : {0xffffffffu, 0x80000000u, 0x7ffffff0u}) {
-    const LogCapture log;
-    register_client();
-    take_pass();
-    send_raw(words({0x01010101, 0, 126, length}));
-    EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
-    EXPECT_EQ(1u, log.count("out of memory.\r\n"));
-    stop_library();
-    TearDown();
-    SetUp();
-  }
+class LengthsBeyondMemory : public ReceiveFailures,
+                            public testing::WithParamInterface<std::uint32_t> {};
+
+TEST_P(LengthsBeyondMemory, AreOutOfMemoryToo) {
+  register_waiting();
+  send_raw(word_bytes({0x01010101, 0, 126, GetParam()}));
+  expect_new_connection();
+  expect_thread_line("out of memory.\r\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(Lengths, LengthsBeyondMemory,
+                         testing::Values(0xffffffff, 0x80000000, 0x7ffffff0));
 
 TEST_F(ReceiveFailures, AFailedBodyReadKeepsTheConnectionWithoutALine) {
   register_waiting();
-  const int before = event_socket();
   const std::size_t lines = log_.lines().size();
   const ScriptedCalls calls(next_read_fails(ECONNRESET, 16));
-  send_raw(words({0x01010101, 0, 126, 100}));
-  expect_same_connection(before);
+  send_raw(word_bytes({0x01010101, 0, 126, 100}));
+  expect_same_connection();
   // The handling of the message that followed.
   EXPECT_EQ(lines + 1, log_.lines().size());
 }
@@ -170,33 +141,26 @@ TEST_F(ReceiveFailures, AFailedBodyReadKeepsTheConnectionWithoutALine) {
 TEST_F(ReceiveFailures, AfterAFailedBodyReadTheNextHeaderIsReadFromWhereTheStreamStands) {
   register_waiting();
   const ScriptedCalls calls(next_read_fails(EIO, 16));
-  send_raw(words({0x01010101, 0, 126, 100}) + Bytes(100, 'x'));
+  send_raw(word_bytes({0x01010101, 0, 126, 100}) + std::string(100, 'x'));
   expect_new_connection();
-  EXPECT_EQ(1u, log_.count([&] {
-    for (const LogLine& line : log_.lines()) {
-      if (line.module == "UNKNOW_MODULE") return line.message();
-    }
-    return std::string();
-  }()));
+  std::size_t ungated_lines = 0;
+  for (const LogLine& line : log_.lines())
+    ungated_lines += line.module == "UNKNOW_MODULE" ? 1 : 0;
+  EXPECT_EQ(1u, ungated_lines) << "of a wrong marker";
 }
 
 TEST_F(ReceiveFailures, ABodyThatStaysAwayIsGivenUpAfterTenSeconds) {
   register_waiting();
-  const int before = event_socket();
-  Scripts scripts;
   std::atomic<int> reads = 0;
-  scripts.recv = [&](int given, void*, std::size_t, int) -> std::optional<ssize_t> {
-    // The header, five attempts at the body, and what follows.
-    if (given != before || reads++ % 6 == 0) return std::nullopt;
-    clock_.advance(2);
-    errno = EAGAIN;
-    return -1;
-  };
-  const ScriptedCalls calls(scripts);
-  send_raw(words({0x01010101, 0, 126, 100}));
+  // The header, five attempts at the body, and what follows.
+  const ScriptedCalls calls({.recv = on_event_socket([&](auto&&...) -> std::optional<ssize_t> {
+                               if (reads++ % 6 == 0) return std::nullopt;
+                               clock_.advance(2);
+                               return fails(EAGAIN);
+                             })});
+  send_raw(word_bytes({0x01010101, 0, 126, 100}));
   ASSERT_TRUE(eventually([&] { return reads >= 6; }));
-  expect_same_connection(before);
+  expect_same_connection();
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::receive_failures

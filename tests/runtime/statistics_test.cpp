@@ -1,42 +1,20 @@
 // The statistics record, by word number, and its timing slots.
 #include "runtime/send/statistics.h"
 
-#include <algorithm>
-#include <array>
-#include <thread>
-#include <vector>
+#include <sys/time.h>
 
-#include "bytes.h"
 #include "support/library_test.h"
-#include "transport/base/atomic_word.h"
 
-namespace test {
-namespace {
+namespace test::statistics {
 
-using Counters = std::array<std::uint32_t, 27>;
+static_assert(sizeof g_aaalib_stat == 108);
 
-Counters counters() {
-  Counters values;
-  static_assert(sizeof g_aaalib_stat == 108);
-  std::memcpy(values.data(), &g_aaalib_stat, sizeof values);
-  return values;
-}
-
-void set_counters(const Counters& values) {
-  std::memcpy(&g_aaalib_stat, values.data(), sizeof values);
-}
-
-std::uint32_t wall_microseconds() {
-  timeval now = {};
-  gettimeofday(&now, nullptr);
-  return static_cast<std::uint32_t>(now.tv_sec) * 1000000U +
-         static_cast<std::uint32_t>(now.tv_usec);
-}
-
-class Statistics : public testing::Test {
+class Statistics : public LibraryTest {
  protected:
-  Statistics() { set_counters({}); }
-  ~Statistics() override { set_counters(before_); }
+  Statistics() { g_aaalib_stat = {}; }
+  ~Statistics() override { g_aaalib_stat = before_; }
+
+  static std::uint32_t word(std::size_t n) { return LibraryCounters::word(n); }
 
   // Times from an instant that lies `ago_us` microseconds back.
   static void elapse(std::uint32_t slot, std::uint32_t ago_us) {
@@ -46,59 +24,53 @@ class Statistics : public testing::Test {
     const auto usec = static_cast<std::uint32_t>(now.tv_usec);
     aaalib_stat_time_elapse(slot, sec - ago_us / 1000000U, usec - ago_us % 1000000U);
   }
+  static std::uint32_t wall_microseconds() {
+    timeval now = {};
+    gettimeofday(&now, nullptr);
+    return static_cast<std::uint32_t>(now.tv_sec) * 1000000U +
+           static_cast<std::uint32_t>(now.tv_usec);
+  }
 
  private:
-  Counters before_ = counters();
+  const aaalib_stat before_ = g_aaalib_stat;
 };
 
-// All counters but two are zero.
-void expect_only(const Counters& values, std::size_t total, std::size_t maximum) {
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (i == total || i == maximum) continue;
-    EXPECT_EQ(0u, values[i]) << "counter " << i;
-  }
-  EXPECT_EQ(values[total], values[maximum]);
-}
-
-TEST_F(Statistics, EachSlotHasItsPairOfCounters) {
-  constexpr std::size_t pairs[4][2] = {{2, 3}, {6, 7}, {10, 11}, {14, 15}};
+TEST_F(Statistics, EachSlotHasItsPairOfCountersAndOthersAreIgnored) {
+  constexpr std::size_t totals[4] = {2, 6, 10, 14};
   for (std::uint32_t slot = 0; slot < 4; ++slot) {
-    set_counters({});
+    g_aaalib_stat = {};
     elapse(slot, 5000000);
-    expect_only(counters(), pairs[slot][0], pairs[slot][1]);
-    EXPECT_GE(counters()[pairs[slot][0]], 5000000u);
-    EXPECT_LT(counters()[pairs[slot][0]], 8000000u);
+    const std::size_t total = totals[slot];
+    EXPECT_GE(word(total), 5000000u);
+    EXPECT_LT(word(total), 8000000u);
+    for (std::size_t n = 0; n < LibraryCounters::kWords; ++n)
+      EXPECT_EQ(n == total || n == total + 1 ? word(total) : 0u, word(n)) << "counter " << n;
   }
-}
-
-TEST_F(Statistics, OtherSlotsAreIgnored) {
+  const LibraryCounters counters;
   for (const std::uint32_t slot : {4u, 5u, 0xffffffffu})
     elapse(slot, 5000000);
-  EXPECT_EQ(Counters{}, counters());
+  EXPECT_TRUE(counters.all_unchanged());
 }
 
-TEST_F(Statistics, TotalsAddUpAndTheMaximumStays) {
+TEST_F(Statistics, TotalsAddUpAndTheMaximumStaysUntilThereIsAGreaterOne) {
   elapse(0, 9000000);
-  const std::uint32_t first = counters()[2];
+  const std::uint32_t first = word(2);
   elapse(0, 1000000);
-  EXPECT_EQ(first, counters()[3]);
-  EXPECT_GE(counters()[2], first + 1000000);
-  EXPECT_LT(counters()[2], first + 4000000);
-}
-
-TEST_F(Statistics, AGreaterTimeReplacesTheMaximum) {
+  EXPECT_EQ(first, word(3));
+  EXPECT_GE(word(2), first + 1000000);
+  EXPECT_LT(word(2), first + 4000000);
   elapse(1, 1000000);
-  const std::uint32_t first = counters()[6];
+  const std::uint32_t second = word(6);
   elapse(1, 9000000);
-  EXPECT_EQ(counters()[6] - first, counters()[7]);
+  EXPECT_EQ(word(6) - second, word(7));
 }
 
 TEST_F(Statistics, TheElapsedTimeIsExactWithinTheCall) {
   const std::uint32_t before = wall_microseconds();
   aaalib_stat_time_elapse(2, 1000, 7);
   const std::uint32_t after = wall_microseconds();
-  EXPECT_GE(counters()[10], before - 1000000007U);
-  EXPECT_LE(counters()[10], after - 1000000007U);
+  EXPECT_GE(word(10), before - 1000000007U);
+  EXPECT_LE(word(10), after - 1000000007U);
 }
 
 TEST_F(Statistics, AStartInTheFutureWrapsAround) {
@@ -106,15 +78,15 @@ TEST_F(Statistics, AStartInTheFutureWrapsAround) {
   gettimeofday(&now, nullptr);
   aaalib_stat_time_elapse(3, static_cast<std::uint32_t>(now.tv_sec) + 100,
                           static_cast<std::uint32_t>(now.tv_usec));
-  EXPECT_GE(counters()[14], 0U - 100000000U);
-  EXPECT_LT(counters()[14], 0U - 97000000U);
-  EXPECT_EQ(counters()[14], counters()[15]);
+  EXPECT_GE(word(14), 0U - 100000000U);
+  EXPECT_LT(word(14), 0U - 97000000U);
+  EXPECT_EQ(word(14), word(15));
 }
 
 TEST_F(Statistics, CountersAreChangedByAtomicAdds) {
   constexpr std::uint32_t rounds = 20000;
   const auto count = [] {
-    const Bytes body(720, 0);
+    const std::string body = zeros(720);
     const aaa_ipc_header header = {0x01010101, 0, 126, 720};
     for (std::uint32_t i = 0; i < rounds; ++i)
       aaalib_ipc_msg_proc_notify_coa_req(&header, body.data());
@@ -123,9 +95,7 @@ TEST_F(Statistics, CountersAreChangedByAtomicAdds) {
   std::thread other(count);
   count();
   other.join();
-  aaa::store(g_aaa_client_cb.notify_coa_req_cb, aaa_notify_coa_req_fn(nullptr));
-  EXPECT_EQ(2 * rounds, counters()[24]);
+  EXPECT_EQ(2 * rounds, word(24));
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::statistics

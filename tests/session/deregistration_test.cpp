@@ -1,42 +1,44 @@
 // aaa_svr_dereg.
 #include "session/session_test.h"
 
-namespace {
+namespace test::deregistration {
 
-using test::bytes_of;
-using test::received;
-using test::Role;
-using test::word_at;
+using testing::Contains;
 using testing::ElementsAre;
 
-class Deregistration : public test::LoggedSessionTest {
+class Deregistration : public SessionTest {
  protected:
+  void SetUp() override {
+    SessionTest::SetUp();
+    open_gate();
+  }
   // Deregisters; keeps the lines.
   std::int32_t deregister() {
-    const test::LogCapture log;
+    const LogCapture log;
     const std::int32_t result = aaa_svr_dereg();
     messages_ = log.messages();
-    for (const test::LogLine& line : log.lines())
-      functions_.push_back(line.function());
+    functions_ = log.functions();
     return result;
   }
   static void expect_deregistered() {
     EXPECT_EQ(1, g_aaa_client_cb.reg_state);
     EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
-    test::expect_unconnected();
+    EXPECT_EQ(0, aaa_is_alive());
+    expect_unconnected();
     EXPECT_FALSE(aaa::receive_thread_exists());
     EXPECT_FALSE(aaa::send_buffer_is_used());
-    EXPECT_TRUE(test::is_free(aaa_lib_lock));
-    EXPECT_TRUE(test::is_free(aaa_lib_send_buf_lock));
+    EXPECT_TRUE(is_free(aaa_lib_lock));
+    EXPECT_TRUE(is_free(aaa_lib_send_buf_lock));
   }
 
   std::vector<std::string> messages_;
   std::vector<std::string> functions_;
 };
 
-TEST_F(Deregistration, TheRequestIsTheModelNameWithoutItsEnd) {
+TEST_F(Deregistration, SendsTheModelNameWithoutItsEndAndTellsEvent0Once) {
   register_client();
   EXPECT_EQ(0, deregister());
+  expect_deregistered();
   const auto message = sim_.wait_for_message(received(2));
   ASSERT_TRUE(message);
   EXPECT_EQ(Role::request, message->role);
@@ -47,24 +49,18 @@ TEST_F(Deregistration, TheRequestIsTheModelNameWithoutItsEnd) {
   EXPECT_EQ(2u, word_at(bytes, 8));
   EXPECT_EQ(4u, word_at(bytes, 12));
   EXPECT_EQ("test", bytes.substr(16));
-}
-
-TEST_F(Deregistration, ReturnsTheRecordToItsUnregisteredState) {
-  register_client();
-  EXPECT_EQ(0, deregister());
-  expect_deregistered();
-  EXPECT_EQ(0, aaa_is_alive());
   EXPECT_TRUE(sim_.wait_for_connections(0));
+  EXPECT_THAT(client_events(), ElementsAre(1, 0));
 }
 
-// The event callback registers anew as soon as it hears of the end.
+// The event callback registers anew as soon as it is told of the end.
 int register_at_once(std::uint32_t event) {
-  const reg_info info = test::client("again");
+  const reg_info info = client("again");
   return event == AAA_EVENT_CONNECTION_LOST ? aaa_svr_reg(&info) : 0;
 }
 
 TEST_F(Deregistration, LeavesARegistrationOfItsOwnEventCallbackAlone) {
-  reg_info info = test::client();
+  reg_info info = client();
   info.aaa_event_cb = register_at_once;
   register_client(info);
   EXPECT_EQ(0, deregister());
@@ -75,22 +71,16 @@ TEST_F(Deregistration, LeavesARegistrationOfItsOwnEventCallbackAlone) {
   expect_deregistered();
 }
 
-TEST_F(Deregistration, TellsEvent0Once) {
-  register_client();
-  EXPECT_EQ(0, deregister());
-  EXPECT_THAT(test::client_events(), ElementsAre(1, 0));
-}
-
 TEST_F(Deregistration, ForgetsTheCallbacksButThoseOfLdapSearches) {
-  register_quietly(test::with_all_callbacks(test::client()));
+  register_quietly(with_all_callbacks(client()));
   EXPECT_EQ(0, deregister());
-  EXPECT_EQ(std::vector<std::uintptr_t>(13, 0), test::ordinary_callbacks());
+  EXPECT_EQ(no_ordinary_callbacks, ordinary_callbacks());
   EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
-  EXPECT_EQ(test::ldap_numbers(), test::ldap_callbacks());
+  EXPECT_EQ(ldap_numbers(), ldap_callbacks());
 }
 
 TEST_F(Deregistration, KeepsTheModelNameTheStatusAndThePairOfDatagramSockets) {
-  sim_.change([](aaa_sim::Settings& settings) { settings.status = test::distinct_status(); });
+  change([](Settings& settings) { settings.status = distinct_status(); });
   register_client();
   const std::int32_t server = lib_msg_server_fd;
   EXPECT_EQ(0, deregister());
@@ -116,9 +106,7 @@ TEST_F(Deregistration, WritesItsLinesInOrder) {
 }
 
 TEST_F(Deregistration, SaysWhichThreadsItCancels) {
-  reg_info info = test::client();
-  info.use_send_buf = 1;
-  register_client(info);
+  register_client(batching_client());
   EXPECT_EQ(0, deregister());
   std::vector<std::string> of_the_call;
   for (std::size_t i = 0; i < messages_.size(); ++i)
@@ -126,18 +114,15 @@ TEST_F(Deregistration, SaysWhichThreadsItCancels) {
   EXPECT_THAT(of_the_call,
               ElementsAre("cancel receive msg thread.\r\n", "cancel send buffer thread.\r\n",
                           "deregister to aaad success!\r\n"));
-}
-
-TEST_F(Deregistration, ThreadsThatWereNotStartedAreNotCancelled) {
   register_client();
   EXPECT_EQ(0, deregister());
-  EXPECT_THAT(messages_, testing::Contains("cancel receive msg thread.\r\n"));
-  EXPECT_THAT(messages_, testing::Not(testing::Contains("cancel send buffer thread.\r\n")));
+  EXPECT_THAT(messages_, Contains("cancel receive msg thread.\r\n"));
+  EXPECT_THAT(messages_, testing::Not(Contains("cancel send buffer thread.\r\n")));
 }
 
 TEST_F(Deregistration, ABufferedMessageIsDiscarded) {
   register_quietly();
-  EXPECT_EQ(0, aaa_lib_add_send_buf(test::message_bytes(132, "x").data(), 17));
+  EXPECT_EQ(0, aaa_lib_add_send_buf(message_bytes(132, "x").data(), 17));
   ASSERT_EQ(1u, g_send_buf_msg_cnt);
   EXPECT_EQ(0, deregister());
   EXPECT_EQ(0u, g_send_buf_msg_cnt);
@@ -152,35 +137,33 @@ std::vector<std::int32_t> seen_at_event;
 int look_at_the_record(std::uint32_t event) {
   if (event == 0) {
     seen_at_event = {g_aaa_client_cb.reg_state, g_aaa_client_cb.aaa_id, g_aaa_client_cb.sync_fd,
-                     g_aaa_client_cb.async_fd, test::is_free(aaa_lib_lock) ? 1 : 0};
+                     g_aaa_client_cb.async_fd, is_free(aaa_lib_lock) ? 1 : 0};
   }
   return 0;
 }
 
 TEST_F(Deregistration, Event0ComesWhenTheStateIs1AndBeforeTheIdIsForgotten) {
-  reg_info info = test::client();
+  reg_info info = client();
   info.aaa_event_cb = look_at_the_record;
   register_quietly(info);
   EXPECT_EQ(0, deregister());
   EXPECT_THAT(seen_at_event, ElementsAre(1, 1, -1, -1, 0));
 }
 
-TEST_F(Deregistration, OfAClientThatIsNotRegisteredDoesNothing) {
-  EXPECT_EQ(0, deregister());
-  EXPECT_THAT(messages_, ElementsAre("already unregistered or not registered or is connecting!\r\n",
-                                     "aaa has been deregister\r\n"));
-  EXPECT_THAT(functions_, ElementsAre("aaa_is_alive", "aaa_svr_dereg"));
-  EXPECT_TRUE(test::is_free(aaa_lib_lock));
-}
-
-TEST_F(Deregistration, ASecondCallDoesNothing) {
-  register_client();
-  EXPECT_EQ(0, deregister());
-  functions_.clear();
-  EXPECT_EQ(0, deregister());
-  EXPECT_THAT(messages_, ElementsAre("already unregistered or not registered or is connecting!\r\n",
-                                     "aaa has been deregister\r\n"));
-  EXPECT_THAT(test::client_events(), ElementsAre(1, 0));
+TEST_F(Deregistration, OfAClientThatIsNotOrNoLongerRegisteredDoesNothing) {
+  for (const bool registered_before : {false, true}) {
+    if (registered_before) {
+      register_client();
+      EXPECT_EQ(0, aaa_svr_dereg());
+    }
+    EXPECT_EQ(0, deregister());
+    EXPECT_THAT(messages_,
+                ElementsAre("already unregistered or not registered or is connecting!\r\n",
+                            "aaa has been deregister\r\n"));
+    EXPECT_THAT(functions_, ElementsAre("aaa_is_alive", "aaa_svr_dereg"));
+    EXPECT_TRUE(is_free(aaa_lib_lock));
+  }
+  EXPECT_THAT(client_events(), ElementsAre(1, 0));
   EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
 }
 
@@ -191,31 +174,13 @@ TEST_F(Deregistration, AClosedGateKeepsItsLinesBack) {
   EXPECT_TRUE(messages_.empty());
 }
 
-TEST_F(Deregistration, HoldsTheLibraryLockDuringTheFarewell) {
+TEST_F(Deregistration, HoldsTheLibraryLockWhileItSendsTheRequest) {
   register_quietly();
   bool was_free = true;
-  const test::ScriptedCalls calls(
-      {.send = [&](int fd, const void*, std::size_t, int) -> std::optional<ssize_t> {
-        if (fd == g_aaa_client_cb.sync_fd) was_free = test::is_free(aaa_lib_lock);
-        return std::nullopt;
-      }});
+  const ScriptedCalls calls(
+      {.send = on_request_socket(noting([&] { was_free = is_free(aaa_lib_lock); }))});
   EXPECT_EQ(0, deregister());
   EXPECT_FALSE(was_free);
 }
 
-std::int32_t result_inside_callback;
-
-TEST_F(Deregistration, MayBeCalledFromInsideACallback) {
-  result_inside_callback = -2;
-  reg_info info = test::client();
-  info.notify_del_msg_cb = [](const void*) { result_inside_callback = aaa_svr_dereg(); };
-  register_client(info);
-  const std::vector<std::uint8_t> body(560);
-  EXPECT_EQ(1u, sim_.send_message({}, Role::event, AAA_MSG_NOTIFY_DEL_MSG, 0, body));
-  EXPECT_TRUE(test::wait_for_event(0));
-  EXPECT_TRUE(test::eventually([] { return !aaa::receive_thread_exists(); }));
-  EXPECT_TRUE(test::eventually([] { return test::is_free(aaa_lib_lock); }));
-  EXPECT_EQ(0, result_inside_callback);
-}
-
-}  // namespace
+}  // namespace test::deregistration

@@ -2,36 +2,41 @@
 #include <fcntl.h>
 
 #include "session/session_test.h"
-#include "support/socket_pair.h"
 
-namespace {
+namespace test::failed_deregistration {
 
-using test::Fault;
-using test::Role;
-using test::ScriptedCalls;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr std::uint32_t kDeregister = 2;
 
-class FailedDeregistration : public test::LoggedSessionTest {
+class FailedDeregistration : public SessionTest {
  protected:
+  void SetUp() override {
+    SessionTest::SetUp();
+    open_gate();
+  }
   // Deregisters; keeps the lines behind the one of the send.
   std::int32_t deregister() {
-    const test::LogCapture log;
+    const LogCapture log;
     const std::int32_t result = aaa_svr_dereg();
-    for (const test::LogLine& line : log.lines()) {
+    messages_.clear();
+    functions_.clear();
+    for (const LogLine& line : log.lines()) {
       if (line.function() == "aaalib_send_ipc_msg_print") continue;
       messages_.push_back(line.message());
       functions_.push_back(line.function());
     }
-    EXPECT_TRUE(test::is_free(aaa_lib_lock));
+    EXPECT_TRUE(is_free(aaa_lib_lock));
     return result;
   }
   static void expect_deregistered() {
     EXPECT_EQ(1, g_aaa_client_cb.reg_state);
     EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
-    test::expect_unconnected();
-    EXPECT_THAT(test::client_events(), ElementsAre(1, 0));
+    expect_unconnected();
+    EXPECT_THAT(client_events(), ElementsAre(1, 0));
+    EXPECT_FALSE(aaa::receive_thread_exists());
+    EXPECT_FALSE(aaa::send_buffer_is_used());
   }
   static void expect_still_registered() {
     EXPECT_EQ(4, g_aaa_client_cb.reg_state);
@@ -39,12 +44,11 @@ class FailedDeregistration : public test::LoggedSessionTest {
     EXPECT_GT(g_aaa_client_cb.sync_fd, 0);
     EXPECT_GT(g_aaa_client_cb.async_fd, 0);
     EXPECT_NE(nullptr, g_aaa_client_cb.aaa_event_cb);
-    EXPECT_THAT(test::client_events(), ElementsAre(1));
+    EXPECT_THAT(client_events(), ElementsAre(1));
   }
-  static test::Scripts failing_send() {
-    return {.send = [](int fd, const void*, std::size_t, int) {
-      return test::only_on(g_aaa_client_cb.sync_fd, fd, [] { return test::fails(ENOBUFS); });
-    }};
+  std::int32_t deregister_with_failing_send() {
+    const ScriptedCalls calls({.send = on_request_socket(failing(ENOBUFS))});
+    return deregister();
   }
 
   std::vector<std::string> messages_;
@@ -54,14 +58,14 @@ class FailedDeregistration : public test::LoggedSessionTest {
 TEST_F(FailedDeregistration, AFailedSendLeavesEverythingAsItWas) {
   register_client();
   const pthread_t thread = aaa::load(aaa::g_receive_msg_tid);
-  {
-    const ScriptedCalls calls(failing_send());
-    EXPECT_EQ(-1, deregister());
-  }
+  EXPECT_EQ(-1, deregister_with_failing_send());
   EXPECT_TRUE(pthread_equal(thread, aaa::load(aaa::g_receive_msg_tid)));
   EXPECT_THAT(messages_, ElementsAre("send deregister message fail.\r\n", "deregister error!\r\n"));
   EXPECT_THAT(functions_, ElementsAre("aaa_client_dereg", "aaa_client_dereg"));
   expect_still_registered();
+  aaa_set_debug_switch(0);
+  EXPECT_EQ(-1, deregister_with_failing_send());
+  EXPECT_THAT(messages_, IsEmpty()) << "behind a closed gate";
   EXPECT_EQ(0, aaa_svr_dereg());
 }
 
@@ -77,31 +81,23 @@ TEST_F(FailedDeregistration, AnAaadThatClosesDoesNotKeepTheClientRegistered) {
   expect_deregistered();
 }
 
+TEST_F(FailedDeregistration, TheThreadsEndAlsoWhenAaadCloses) {
+  sim_.set_fault(Role::request, kDeregister, Fault::close);
+  register_client(batching_client());
+  EXPECT_EQ(0, deregister());
+  expect_deregistered();
+}
+
 TEST_F(FailedDeregistration, ASilentAaadDoesNotKeepTheClientRegistered) {
   sim_.set_fault(Role::request, kDeregister, Fault::silent);
   register_quietly();
   const std::string fd = sync_fd();
-  test::MovedClock clock;
-  const ScriptedCalls calls({.recv = [&](int called_on, void*, std::size_t, int) {
-    return test::only_on(g_aaa_client_cb.sync_fd, called_on, [&] {
-      clock.advance(2);
-      return test::fails(EAGAIN);
-    });
-  }});
+  MovedClock clock;
+  const ScriptedCalls calls(
+      {.recv = on_request_socket([&](auto&&...) { return clock.advance(2), fails(EAGAIN); })});
   EXPECT_EQ(0, deregister());
   EXPECT_EQ("receive deregister response fail, client " + fd + " break!\r\n", messages_.front());
   expect_deregistered();
-}
-
-TEST_F(FailedDeregistration, TheThreadsEndAlsoWhenAaadCloses) {
-  sim_.set_fault(Role::request, kDeregister, Fault::close);
-  reg_info info = test::client();
-  info.use_send_buf = 1;
-  register_client(info);
-  EXPECT_EQ(0, deregister());
-  expect_deregistered();
-  EXPECT_FALSE(aaa::receive_thread_exists());
-  EXPECT_FALSE(aaa::send_buffer_is_used());
 }
 
 TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
@@ -112,10 +108,57 @@ TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
   EXPECT_THAT(messages_,
               ElementsAre(": aaa lib receive message from aaad type (notify result), len(0).\r\n",
                           "receive message dismatch, type is 103\r\n", "deregister error!\r\n"));
-  EXPECT_THAT(functions_, ElementsAre("aaa_client_dereg", "aaa_client_dereg", "aaa_client_dereg"));
+  EXPECT_THAT(functions_, testing::Each("aaa_client_dereg"));
   expect_still_registered();
   EXPECT_EQ(number, g_aaa_client_cb.sync_fd);
   EXPECT_TRUE(sim_.wait_for_connections(1)) << "the request socket";
+}
+
+TEST_F(FailedDeregistration, OnlyTheHeaderOfTheResponseIsRead) {
+  sim_.set_answer(kDeregister, [](const aaa_sim::Request&) -> aaa_sim::Replies {
+    return {{Role::request, 101, 0, {1, 2, 3, 4}}};
+  });
+  register_quietly();
+  std::vector<std::size_t> sizes;
+  const ScriptedCalls calls({.recv = on_request_socket([&](int, void*, std::size_t size, int) {
+                               sizes.push_back(size);
+                               return std::nullopt;
+                             })});
+  EXPECT_EQ(0, deregister());
+  EXPECT_THAT(sizes, ElementsAre(16));
+  EXPECT_EQ(": aaa lib receive message from aaad type (deregister response), len(4).\r\n",
+            messages_.front());
+  expect_deregistered();
+}
+
+TEST_F(FailedDeregistration, WithoutARequestSocketNoRequestIsSent) {
+  for (const std::int32_t closed : {-1, 0}) {
+    register_quietly();
+    ::close(g_aaa_client_cb.sync_fd);
+    aaa::store(g_aaa_client_cb.sync_fd, closed);
+    EXPECT_EQ(0, deregister());
+    EXPECT_THAT(messages_, ElementsAre("deregister to aaad success!\r\n"));
+    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
+    EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+    aaa::store(g_aaa_client_cb.sync_fd, -1);
+  }
+  EXPECT_EQ(0u, sim_.count(received(kDeregister)));
+}
+
+TEST_F(FailedDeregistration, ASocketThatCannotBeClosedIsReportedWhenTheThreadsAreGone) {
+  register_client(batching_client());
+  {
+    const ScriptedCalls calls({.close = on_event_socket(failing(EIO))});
+    EXPECT_EQ(-1, deregister());
+  }
+  EXPECT_EQ("close socket error when deregister!\r\n", messages_.back());
+  EXPECT_EQ("aaa_svr_dereg", functions_.back());
+  EXPECT_FALSE(aaa::receive_thread_exists());
+  EXPECT_FALSE(aaa::send_buffer_is_used());
+  EXPECT_EQ(4, g_aaa_client_cb.reg_state);
+  EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
+  EXPECT_THAT(client_events(), ElementsAre(1));
+  EXPECT_EQ(0, aaa_svr_dereg());
 }
 
 // A client that is left with the closed number of its request socket on record, and whose own file
@@ -124,7 +167,6 @@ class ClosedNumber : public FailedDeregistration {
  protected:
   void SetUp() override {
     FailedDeregistration::SetUp();
-    ASSERT_TRUE(others_.open());
     sim_.set_fault(Role::request, kDeregister, Fault::wrong_type);
     register_quietly();
     number_ = g_aaa_client_cb.sync_fd;
@@ -138,18 +180,20 @@ class ClosedNumber : public FailedDeregistration {
   }
   void TearDown() override {
     ::close(number_);
-    others_.close();
     FailedDeregistration::TearDown();
   }
 
-  test::SocketPair others_;
+  ScriptedPeer others_;
   std::int32_t number_ = -1;
 };
 
 TEST_F(ClosedNumber, IsNotWrittenTo) {
+  const std::uint32_t before = g_aaa_msg_stat.send_error_times;
   EXPECT_EQ(EBADF, aaa_send_ipc_msg(number_, 132, nullptr, 0));
-  const std::uint32_t words[3] = {1, 2, 3};
-  EXPECT_EQ(-EBADF, aaa_notify_ctrl_if_switch(words));
+  EXPECT_EQ(before + 1, g_aaa_msg_stat.send_error_times) << "it counts as an error";
+  EXPECT_EQ(static_cast<std::uint32_t>(EBADF), g_aaa_msg_stat.last_error_errno);
+  const std::uint32_t control[3] = {1, 2, 3};
+  EXPECT_EQ(-EBADF, aaa_notify_ctrl_if_switch(control));
   EXPECT_EQ(-1, deregister());
   EXPECT_EQ(0u, others_.waiting_for_peer());
 }
@@ -161,17 +205,9 @@ TEST_F(ClosedNumber, IsNotReadFrom) {
   EXPECT_EQ(20u, others_.waiting_for_library());
 }
 
-TEST_F(ClosedNumber, AsARefusedSendCountsAsAnError) {
-  const std::uint32_t before = g_aaa_msg_stat.send_error_times;
-  EXPECT_EQ(EBADF, aaa_send_ipc_msg(number_, 132, nullptr, 0));
-  EXPECT_EQ(before + 1, g_aaa_msg_stat.send_error_times);
-  EXPECT_EQ(static_cast<std::uint32_t>(EBADF), g_aaa_msg_stat.last_error_errno);
-}
-
 TEST_F(ClosedNumber, IsNotClosedAgainAndThenForgotten) {
   EXPECT_EQ(-1, aaa_lib_client_close()) << "as for a descriptor that is not open";
-  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
-  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+  expect_unconnected();
   EXPECT_NE(-1, fcntl(number_, F_GETFD)) << "the host's file";
   EXPECT_EQ(3, ::send(number_, "own", 3, MSG_NOSIGNAL)) << "nor shut down";
   aaa::store(g_aaa_client_cb.sync_fd, number_);
@@ -188,7 +224,7 @@ TEST_F(ClosedNumber, StaysOneWhenTheEventSocketIsClosed) {
   EXPECT_NE(-1, fcntl(number_, F_GETFD)) << "the host's file";
 }
 
-TEST_F(ClosedNumber, CountsAsOneUntilTheFieldHasHeldAnotherValue) {
+TEST_F(ClosedNumber, CountsAsClosedUntilTheFieldHasHeldAnotherValue) {
   aaa::store(g_aaa_client_cb.sync_fd, others_.own());
   EXPECT_EQ(0, aaa_send_ipc_msg(others_.own(), 132, nullptr, 0));
   aaa::store(g_aaa_client_cb.sync_fd, number_);
@@ -227,68 +263,4 @@ TEST_F(ClosedNumber, IsNoObstacleToTheSocketLoops) {
   EXPECT_EQ("own", others_.peer_reads(3));
 }
 
-TEST_F(FailedDeregistration, OnlyTheHeaderOfTheResponseIsRead) {
-  sim_.set_answer(kDeregister, [](const aaa_sim::Request&) -> aaa_sim::Replies {
-    return {{Role::request, 101, 0, {1, 2, 3, 4}}};
-  });
-  register_quietly();
-  std::vector<std::size_t> sizes;
-  const ScriptedCalls calls(
-      {.recv = [&](int fd, void*, std::size_t size, int) -> std::optional<ssize_t> {
-        if (fd == g_aaa_client_cb.sync_fd) sizes.push_back(size);
-        return std::nullopt;
-      }});
-  EXPECT_EQ(0, deregister());
-  EXPECT_THAT(sizes, ElementsAre(16));
-  EXPECT_EQ(": aaa lib receive message from aaad type (deregister response), len(4).\r\n",
-            messages_.front());
-  expect_deregistered();
-}
-
-TEST_F(FailedDeregistration, WithoutARequestSocketThereIsNoFarewell) {
-  for (const std::int32_t closed : {-1, 0}) {
-    register_quietly();
-    ::close(g_aaa_client_cb.sync_fd);
-    aaa::store(g_aaa_client_cb.sync_fd, closed);
-    messages_.clear();
-    EXPECT_EQ(0, deregister());
-    EXPECT_THAT(messages_, ElementsAre("deregister to aaad success!\r\n"));
-    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
-    EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
-    aaa::store(g_aaa_client_cb.sync_fd, -1);
-  }
-  EXPECT_EQ(0u, sim_.count(test::received(kDeregister)));
-}
-
-TEST_F(FailedDeregistration, ASocketThatCannotBeClosedIsReportedWhenTheThreadsAreGone) {
-  reg_info info = test::client();
-  info.use_send_buf = 1;
-  register_client(info);
-  {
-    const ScriptedCalls calls({.close = [](int fd) -> std::optional<int> {
-      if (fd == g_aaa_client_cb.async_fd) return test::fails(EIO);
-      return std::nullopt;
-    }});
-    EXPECT_EQ(-1, deregister());
-  }
-  EXPECT_EQ("close socket error when deregister!\r\n", messages_.back());
-  EXPECT_EQ("aaa_svr_dereg", functions_.back());
-  EXPECT_FALSE(aaa::receive_thread_exists());
-  EXPECT_FALSE(aaa::send_buffer_is_used());
-  EXPECT_EQ(4, g_aaa_client_cb.reg_state);
-  EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
-  EXPECT_THAT(test::client_events(), ElementsAre(1));
-  EXPECT_EQ(0, aaa_svr_dereg());
-}
-
-TEST_F(FailedDeregistration, AClosedGateKeepsItsLinesBack) {
-  register_quietly();
-  aaa_set_debug_switch(0);
-  {
-    const ScriptedCalls calls(failing_send());
-    EXPECT_EQ(-1, deregister());
-  }
-  EXPECT_TRUE(messages_.empty());
-}
-
-}  // namespace
+}  // namespace test::failed_deregistration

@@ -2,18 +2,14 @@
 #include "session/link/connect.h"
 #include "session/session_test.h"
 
-namespace {
+namespace test::register_faults {
 
 using aaa::aaalib_connect_and_register_to_aaad;
-using test::Fault;
-using test::Role;
-using test::ScriptedCalls;
-using testing::Contains;
 using testing::ElementsAre;
 
 constexpr std::uint32_t kRegister = 0;
 
-class RegisterFaults : public test::SessionTest {
+class RegisterFaults : public SessionTest {
  protected:
   void SetUp() override {
     SessionTest::SetUp();
@@ -21,14 +17,13 @@ class RegisterFaults : public test::SessionTest {
   }
 
   // Expects the exchange to fail with `line` from it, then the line of the whole step.
-  void expect_failure(const std::string& line) {
-    const test::OpenGate gate;
-    const test::LogCapture log;
+  void expect_failure(const std::string& line, Scripts scripts = {}) {
+    const OpenLog log;
+    const ScriptedCalls calls(std::move(scripts));
     EXPECT_EQ(-1, aaalib_connect_and_register_to_aaad());
-    EXPECT_EQ("aaa_lib_client_reg", log.find(line).function()) << line;
+    expect_line(log, "aaa_lib_client_reg", line);
     EXPECT_EQ("register to aaad failed\r\n", log.messages().back());
-    EXPECT_EQ("aaalib_connect_and_register_to", log.lines().back().function());
-    EXPECT_EQ(1u, log.count(line));
+    EXPECT_EQ("aaalib_connect_and_register_to", log.functions().back());
     messages_ = log.messages();
     expect_half_registered();
   }
@@ -36,9 +31,9 @@ class RegisterFaults : public test::SessionTest {
     EXPECT_EQ(3, g_aaa_client_cb.reg_state);
     EXPECT_GT(g_aaa_client_cb.sync_fd, 0);
     EXPECT_GT(g_aaa_client_cb.async_fd, 0);
-    EXPECT_TRUE(test::is_free(aaa_lib_lock));
+    EXPECT_TRUE(is_free(aaa_lib_lock));
   }
-  bool event_socket_was_tried() { return sim_.count(test::received(kRegister, Role::event)) > 0; }
+  bool event_socket_was_tried() { return sim_.count(received(kRegister, Role::event)) > 0; }
   // aaad answers the request of one role with that message, the other's as it should.
   void answer_with(Role role, std::uint32_t type, aaa_sim::Bytes body) {
     sim_.set_answer(kRegister, [=](const aaa_sim::Request& request) -> aaa_sim::Replies {
@@ -52,7 +47,7 @@ class RegisterFaults : public test::SessionTest {
 };
 
 TEST_F(RegisterFaults, AnIdOf255IsARefusal) {
-  sim_.change([](aaa_sim::Settings& settings) { settings.aaa_id = 255; });
+  answer_id(255);
   expect_failure("model test has been registered or tag is used up\r\n");
   EXPECT_EQ(255, g_aaa_client_cb.aaa_id);
   ASSERT_EQ(6u, messages_.size());
@@ -61,45 +56,28 @@ TEST_F(RegisterFaults, AnIdOf255IsARefusal) {
 }
 
 TEST_F(RegisterFaults, EachLineOfARefusalPassesTheGateByItself) {
-  sim_.change([](aaa_sim::Settings& settings) { settings.aaa_id = 255; });
-  const test::OpenGate gate;
+  answer_id(255);
+  const OpenLog log;
   // connect, send, receive and the first line of the refusal
   aaa::store(g_aaa_status.debug_msg_limit, 4U);
-  const test::LogCapture log;
   EXPECT_EQ(-1, aaalib_connect_and_register_to_aaad());
   EXPECT_EQ(1u, log.count("model test has been registered or tag is used up\r\n"));
   EXPECT_EQ(0u, log.count("model test has already registered or is an illegal model.\r\n"));
 }
 
-TEST_F(RegisterFaults, AnotherTypeOnTheRequestSocketIsWrong) {
+TEST_F(RegisterFaults, AWrongTypeOnTheRequestSocketLeavesTheIdAlone) {
+  aaa::store(g_aaa_client_cb.aaa_id, 77);
   answer_with(Role::request, 102, aaa_sim::Bytes(40));
   expect_failure("get wrong response of register request.\r\n");
   EXPECT_FALSE(event_socket_was_tried());
-}
-
-TEST_F(RegisterFaults, TheRequestSocketsTypeOnTheEventSocketIsWrong) {
-  aaa::store_status(test::distinct_status());
-  answer_with(Role::event, 100, {1, 0, 0, 0});
-  expect_failure("get wrong response of register request.\r\n");
-  EXPECT_EQ(11u, g_aaa_status.new_model) << "the status is left alone";
-}
-
-TEST_F(RegisterFaults, AWrongTypeLeavesTheIdAlone) {
-  aaa::store(g_aaa_client_cb.aaa_id, 77);
-  sim_.set_fault(Role::request, kRegister, Fault::wrong_type);
-  expect_failure("get wrong response of register request.\r\n");
   EXPECT_EQ(77, g_aaa_client_cb.aaa_id);
 }
 
-TEST_F(RegisterFaults, AnEmptyBodyOnTheRequestSocketIsAFailure) {
-  sim_.set_fault(Role::request, kRegister, Fault::empty_body);
-  expect_failure("receive message len is 0.\r\n");
-  EXPECT_FALSE(event_socket_was_tried());
-}
-
-TEST_F(RegisterFaults, AnEmptyBodyOnTheEventSocketToo) {
-  sim_.set_fault(Role::event, kRegister, Fault::empty_body);
-  expect_failure("receive message len is 0.\r\n");
+TEST_F(RegisterFaults, TheRequestSocketsTypeOnTheEventSocketLeavesTheStatusAlone) {
+  aaa::store_status(distinct_status());
+  answer_with(Role::event, 100, {1, 0, 0, 0});
+  expect_failure("get wrong response of register request.\r\n");
+  EXPECT_EQ(11u, g_aaa_status.new_model);
 }
 
 TEST_F(RegisterFaults, AnEmptyBodyIsReportedBeforeAWrongType) {
@@ -115,7 +93,7 @@ TEST_F(RegisterFaults, AShortIdIsFilledUpWithZeros) {
 }
 
 TEST_F(RegisterFaults, AShortStatusIsFilledUpWithZeros) {
-  aaa::store_status(test::distinct_status());
+  aaa::store_status(distinct_status());
   answer_with(Role::event, 102, {9, 0, 0, 0, 8});
   EXPECT_EQ(0, aaalib_connect_and_register_to_aaad());
   EXPECT_EQ(9u, g_aaa_status.new_model);
@@ -124,49 +102,65 @@ TEST_F(RegisterFaults, AShortStatusIsFilledUpWithZeros) {
   EXPECT_EQ(0u, g_aaa_status.aaa_id_limit);
 }
 
-TEST_F(RegisterFaults, AnAaadThatClosesIsAFailedHeader) {
-  sim_.set_fault(Role::request, kRegister, Fault::close);
-  expect_failure("receive message error 32.\n\r\n");
-  EXPECT_FALSE(event_socket_was_tried());
+struct FaultAndLine {
+  Fault fault;
+  const char* line;
+};
+
+class FaultOfAaad : public RegisterFaults, public testing::WithParamInterface<FaultAndLine> {};
+
+TEST_P(FaultOfAaad, OnEitherSocketHasItsLineAndTheStepCanBeRepeatedOnNewSockets) {
+  for (const Role role : {Role::request, Role::event}) {
+    SCOPED_TRACE(aaa_sim::role_name(role));
+    sim_.clear_messages();
+    sim_.set_fault(role, kRegister, GetParam().fault);
+    expect_failure(GetParam().line);
+    EXPECT_EQ(role == Role::event, event_socket_was_tried());
+    sim_.set_fault(role, kRegister, Fault::none);
+    aaa_lib_client_close();
+  }
+  EXPECT_EQ(0, aaalib_connect_and_register_to_aaad());
+  EXPECT_EQ(4, g_aaa_client_cb.reg_state);
 }
 
-TEST_F(RegisterFaults, AnAaadThatDiesBetweenTheExchangesIsAFailedHeader) {
-  sim_.set_fault(Role::event, kRegister, Fault::close);
-  expect_failure("receive message error 32.\n\r\n");
-  EXPECT_TRUE(event_socket_was_tried());
-}
+INSTANTIATE_TEST_SUITE_P(
+    RegisterFaults, FaultOfAaad,
+    testing::Values(FaultAndLine{Fault::empty_body, "receive message len is 0.\r\n"},
+                    FaultAndLine{Fault::wrong_type, "get wrong response of register request.\r\n"},
+                    FaultAndLine{Fault::close, "receive message error 32.\n\r\n"}),
+    [](const auto& tested) {
+      return tested.param.fault == Fault::close        ? "Close"
+             : tested.param.fault == Fault::wrong_type ? "WrongType"
+                                                       : "EmptyBody";
+    });
 
 TEST_F(RegisterFaults, ASilentAaadIsAFailedHeaderAfterTenSeconds) {
-  test::MovedClock clock;
-  const std::uint32_t start = test::library_seconds();
+  MovedClock clock;
+  const std::uint32_t start = library_seconds();
   sim_.set_fault(Role::request, kRegister, Fault::silent);
-  const ScriptedCalls calls({.recv = [&](int fd, void*, std::size_t, int) {
-    return test::only_on(g_aaa_client_cb.sync_fd, fd, [&] {
-      clock.advance(2);
-      return test::fails(EAGAIN);
-    });
-  }});
-  expect_failure("receive message error 11.\n\r\n");
-  EXPECT_GE(test::library_seconds(), start + 10);
+  const auto recv = [&](auto&&...) { return clock.advance(2), fails(EAGAIN); };
+  expect_failure("receive message error 11.\n\r\n", {.recv = on_request_socket(recv)});
+  EXPECT_GE(library_seconds(), start + 10);
 }
 
-TEST_F(RegisterFaults, AFailedSendIsReportedWithItsText) {
-  const ScriptedCalls calls({.send = [&](int fd, const void*, std::size_t, int) {
-    return test::only_on(g_aaa_client_cb.sync_fd, fd, [] { return test::fails(EPIPE); });
-  }});
-  expect_failure("send packet error with error Broken pipe.\r\n");
+TEST_F(RegisterFaults, AFailedSendIsReportedWithItsTextUnlessTheGateIsClosed) {
+  const Scripts scripts = {.send = on_request_socket(failing(EPIPE))};
+  expect_failure("send packet error with error Broken pipe.\r\n", scripts);
+  aaa_lib_client_close();
+  aaa_set_debug_switch(0);
+  const LogCapture log;
+  const ScriptedCalls calls(scripts);
+  EXPECT_EQ(-1, aaalib_connect_and_register_to_aaad());
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(RegisterFaults, WithoutMemoryForTheFrameTheSendFails) {
+  expect_failure("send packet error with error Cannot allocate memory.\r\n", no_memory_for(22));
 }
 
 TEST_F(RegisterFaults, ABodyThatDoesNotArriveHasNoLineOfItsOwn) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  int reads = 0;
-  const ScriptedCalls calls({.recv = [&](int fd, void*, std::size_t, int) {
-    return test::only_on(g_aaa_client_cb.sync_fd, fd, [&]() -> std::optional<ssize_t> {
-      if (++reads == 2) return test::fails(ECONNRESET);
-      return std::nullopt;
-    });
-  }});
+  const OpenLog log;
+  const ScriptedCalls calls({.recv = on_request_socket(failing_at(2, ECONNRESET))});
   EXPECT_EQ(-1, aaalib_connect_and_register_to_aaad());
   EXPECT_THAT(log.messages(),
               ElementsAre("connect to aaad successfully.\r\n",
@@ -175,49 +169,26 @@ TEST_F(RegisterFaults, ABodyThatDoesNotArriveHasNoLineOfItsOwn) {
   expect_half_registered();
 }
 
+// The request's body is 6 bytes, the responses' bodies 4 and 40.
 class WithoutMemory : public RegisterFaults, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(WithoutMemory, TheExchangeFails) {
-  const ScriptedCalls calls({.malloc = [](std::size_t size) -> std::optional<void*> {
-    if (size == GetParam()) return nullptr;
-    return std::nullopt;
-  }});
-  expect_failure("out of memory.\r\n");
+  expect_failure("out of memory.\r\n", no_memory_for(GetParam()));
 }
 
-// The request's body is 6 bytes, the responses' bodies 4 and 40.
 INSTANTIATE_TEST_SUITE_P(RegisterFaults, WithoutMemory, testing::Values(6, 4, 40));
 
-TEST_F(RegisterFaults, WithoutMemoryForTheFrameTheSendFails) {
-  const ScriptedCalls calls({.malloc = [](std::size_t size) -> std::optional<void*> {
-    if (size == 22) return nullptr;
-    return std::nullopt;
-  }});
-  expect_failure("send packet error with error Cannot allocate memory.\r\n");
-}
-
 TEST_F(RegisterFaults, ALengthThatNoBlockCanHaveCountsAsNoMemory) {
-  const ScriptedCalls calls({.recv = [&](int fd, void* data, std::size_t size, int) {
-    return test::only_on(g_aaa_client_cb.sync_fd, fd, [&] {
-      std::memset(data, 0xFF, size);
-      return static_cast<ssize_t>(size);
-    });
-  }});
-  expect_failure("out of memory.\r\n");
+  expect_failure("out of memory.\r\n",
+                 {.recv = on_request_socket([](int, void* data, std::size_t size, int) {
+                    std::memset(data, 0xFF, size);
+                    return static_cast<ssize_t>(size);
+                  })});
 }
 
 TEST_F(RegisterFaults, AResponseByteByByteIsAsGood) {
-  sim_.change([](aaa_sim::Settings& settings) { settings.byte_wise = true; });
+  change([](Settings& settings) { settings.byte_wise = true; });
   EXPECT_EQ(0, aaalib_connect_and_register_to_aaad());
 }
 
-TEST_F(RegisterFaults, TheStepCanBeRepeatedOnNewSockets) {
-  sim_.set_fault(Role::event, kRegister, Fault::close);
-  EXPECT_EQ(-1, aaalib_connect_and_register_to_aaad());
-  sim_.set_fault(Role::event, kRegister, Fault::none);
-  aaa_lib_client_close();
-  EXPECT_EQ(0, aaalib_connect_and_register_to_aaad());
-  EXPECT_EQ(4, g_aaa_client_cb.reg_state);
-}
-
-}  // namespace
+}  // namespace test::register_faults

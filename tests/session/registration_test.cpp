@@ -1,53 +1,52 @@
 // aaa_svr_reg.
-#include <thread>
-
 #include "session/session_test.h"
 #include "support/fresh_message_sockets.h"
 
-namespace {
+namespace test::registration {
 
-using test::received;
-using test::Role;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Registration : public test::SessionTest {};
+class Registration : public SessionTest {
+ protected:
+  // Registers without threads, and runs `action` at each connection that is made.
+  void register_looking(const std::function<void()>& action) {
+    Scripts scripts = without_threads();
+    scripts.connect = noting(action);
+    const ScriptedCalls calls(scripts);
+    register_client();
+  }
+};
 
-TEST_F(Registration, RegistersAndTellsEvent1) {
+TEST_F(Registration, RegistersUnderTheModelNameAndTellsEvent1) {
   register_client();
   EXPECT_EQ(4, g_aaa_client_cb.reg_state);
   EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
-  EXPECT_THAT(test::client_events(), ElementsAre(1));
+  EXPECT_STREQ("test", g_aaa_client_cb.model_name);
+  EXPECT_THAT(client_events(), ElementsAre(1));
   EXPECT_EQ((std::vector<aaa_sim::ClientName>{{"test", getpid()}}), sim_.clients());
 }
 
 TEST_F(Registration, ANullRecordIsRefused) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const OpenGate gate;
   EXPECT_EQ(-1, aaa_svr_reg(nullptr));
-  EXPECT_THAT(log.messages(), ElementsAre("invalid args reg_info((nil))\r\n"));
-  EXPECT_EQ("[%5d][%14.14s][%30.30s] invalid args reg_info(%p)\r\n", log.lines().front().format);
-  EXPECT_EQ("aaa_svr_reg", log.lines().front().function());
+  EXPECT_THAT(log_.messages(), ElementsAre("invalid args reg_info((nil))\r\n"));
+  EXPECT_EQ("[%5d][%14.14s][%30.30s] invalid args reg_info(%p)\r\n", log_.lines().front().format);
+  EXPECT_THAT(log_.functions(), ElementsAre("aaa_svr_reg"));
 }
 
 TEST_F(Registration, AnEmptyModelNameIsRefusedWithoutALine) {
-  const test::OpenGate gate;
-  const test::LogCapture log;
+  const OpenGate gate;
   aaa::set_model_name("before");
-  const reg_info info = test::client("");
+  const reg_info info = client("");
   EXPECT_EQ(-1, aaa_svr_reg(&info));
-  EXPECT_THAT(log.lines(), IsEmpty());
+  EXPECT_THAT(log_.lines(), IsEmpty());
   EXPECT_STREQ("before", g_aaa_client_cb.model_name);
   EXPECT_EQ(0u, sim_.accepted_connections());
 }
 
-TEST_F(Registration, TheModelNameIsStored) {
-  register_client(test::client("dot1x"));
-  EXPECT_STREQ("dot1x", g_aaa_client_cb.model_name);
-}
-
 TEST_F(Registration, AModelNameWithoutEndIsStoredAsItsFirst63Characters) {
-  reg_info info = test::client();
+  reg_info info = client();
   std::memset(info.model_name, 'm', sizeof info.model_name);
   register_client(info);
   EXPECT_EQ(std::string(63, 'm'), g_aaa_client_cb.model_name);
@@ -55,97 +54,74 @@ TEST_F(Registration, AModelNameWithoutEndIsStoredAsItsFirst63Characters) {
 }
 
 TEST_F(Registration, EveryCallbackGoesToItsField) {
-  register_quietly(test::with_all_callbacks(test::client()));
-  EXPECT_EQ(test::ordinary_numbers(), test::ordinary_callbacks());
-  EXPECT_EQ(test::ldap_numbers(), test::ldap_callbacks());
-  EXPECT_EQ(test::client().aaa_event_cb, g_aaa_client_cb.aaa_event_cb);
+  register_quietly(with_all_callbacks(client()));
+  EXPECT_EQ(ordinary_numbers(), ordinary_callbacks());
+  EXPECT_EQ(ldap_numbers(), ldap_callbacks());
+  EXPECT_EQ(client().aaa_event_cb, g_aaa_client_cb.aaa_event_cb);
 }
 
-TEST_F(Registration, TheReservedCallbackIsNeverCalled) {
-  reg_info info = test::client();
+TEST_F(Registration, TheReservedCallbackIsNeverCalledAndOthersMayBeNull) {
+  reg_info info = client();
   info.reserved_cb = [] { ADD_FAILURE() << "called"; };
   register_client(info);
   EXPECT_EQ(0, aaa_svr_dereg());
-}
-
-TEST_F(Registration, NullCallbacksAreAllowed) {
-  reg_info info = test::client();
   info.aaa_event_cb = nullptr;
   register_client(info);
   EXPECT_EQ(0, aaa_svr_dereg());
 }
 
-TEST_F(Registration, ThePairOfDatagramSocketsIsMade) {
-  const test::FreshMessageSockets fresh;
-  register_quietly();
-  EXPECT_TRUE(fresh.made());
-  EXPECT_EQ(0, aaa_svr_dereg());
-  EXPECT_TRUE(fresh.made());
-}
-
-TEST_F(Registration, TheSendBufferIsInitialised) {
+TEST_F(Registration, ThePairOfDatagramSocketsIsMadeAndTheSendBufferInitialised) {
+  const FreshMessageSockets fresh;
   g_send_buf_init = 0;
   aaalib_send_buf.header = {};
   register_quietly();
+  EXPECT_TRUE(fresh.made());
   EXPECT_EQ(1u, g_send_buf_init);
   EXPECT_EQ(25u, aaalib_send_buf.header.type);
   EXPECT_EQ(0x01010101u, aaalib_send_buf.header.marker);
+  EXPECT_EQ(0, aaa_svr_dereg());
+  EXPECT_TRUE(fresh.made());
 }
 
 TEST_F(Registration, TheHeartbeatClocksAndTheCoreAreSet) {
   aaalib_hbt_last_send = 5;
   aaalib_hbt_last_recv = 5;
-  reg_info info = test::client();
+  reg_info info = client();
   info.bind_core_id = 3;
-  const std::uint32_t before = test::library_seconds();
+  const std::uint32_t before = library_seconds();
   register_quietly(info);
   EXPECT_EQ(0u, aaalib_hbt_last_send);
   EXPECT_GE(aaalib_hbt_last_recv, before);
-  EXPECT_LE(aaalib_hbt_last_recv, test::library_seconds());
+  EXPECT_LE(aaalib_hbt_last_recv, library_seconds());
   EXPECT_EQ(3, aaa::g_aaalib_bind_core_id);
 }
 
-TEST_F(Registration, TheIdOfAnEarlierRegistrationIsForgottenFirst) {
+TEST_F(Registration, TheOldIdIsForgottenBeforeTheExchangesAndTheCallbacksStoredAfterThem) {
   aaa::store(g_aaa_client_cb.aaa_id, -1);
   std::int32_t id_while_connecting = 99;
-  test::Scripts scripts = test::without_threads();
-  scripts.connect = [&](int, const sockaddr*, unsigned) -> std::optional<int> {
-    id_while_connecting = g_aaa_client_cb.aaa_id;
-    return std::nullopt;
-  };
-  const test::ScriptedCalls calls(scripts);
-  register_client();
-  EXPECT_EQ(0, id_while_connecting);
-}
-
-TEST_F(Registration, TheCallbacksAreStoredAfterTheExchanges) {
   bool stored = true;
-  test::Scripts scripts = test::without_threads();
-  scripts.connect = [&](int, const sockaddr*, unsigned) -> std::optional<int> {
+  register_looking([&] {
+    id_while_connecting = g_aaa_client_cb.aaa_id;
     stored = g_aaa_client_cb.aaa_event_cb != nullptr;
-    return std::nullopt;
-  };
-  const test::ScriptedCalls calls(scripts);
-  register_client();
+  });
+  EXPECT_EQ(0, id_while_connecting);
   EXPECT_FALSE(stored);
 }
 
 std::uint64_t slept_at_event;
 bool lock_free_at_event;
-const test::MovedClock* clock_at_event;
-
-int look_around(std::uint32_t) {
-  slept_at_event = clock_at_event->slept_us();
-  lock_free_at_event = test::is_free(aaa_lib_lock);
-  return 0;
-}
+const MovedClock* clock_at_event;
 
 TEST_F(Registration, Event1FollowsASleepOf100MillisecondsWithoutTheLock) {
-  const test::MovedClock clock;
+  const MovedClock clock;
   clock_at_event = &clock;
   lock_free_at_event = false;
-  reg_info info = test::client();
-  info.aaa_event_cb = look_around;
+  reg_info info = client();
+  info.aaa_event_cb = [](std::uint32_t) {
+    slept_at_event = clock_at_event->slept_us();
+    lock_free_at_event = is_free(aaa_lib_lock);
+    return 0;
+  };
   register_quietly(info);
   EXPECT_EQ(1u, clock.sleeps());
   EXPECT_EQ(100000u, slept_at_event);
@@ -155,52 +131,37 @@ TEST_F(Registration, Event1FollowsASleepOf100MillisecondsWithoutTheLock) {
 
 TEST_F(Registration, TheLibraryLockIsHeldUntilTheThreadsAreStarted) {
   std::vector<bool> free;
-  const test::ScriptedCalls calls({.connect =
-                                       [&](int, const sockaddr*, unsigned) {
-                                         free.push_back(test::is_free(aaa_lib_lock));
-                                         return std::optional<int>();
-                                       },
-                                   .pthread_create =
-                                       [&] {
-                                         free.push_back(test::is_free(aaa_lib_lock));
-                                         return 0;
-                                       }});
+  const auto look = [&] { free.push_back(is_free(aaa_lib_lock)); };
+  const ScriptedCalls calls({.connect = noting(look), .pthread_create = [&] { return look(), 0; }});
   register_client();
   EXPECT_GE(free.size(), 3u);
   EXPECT_THAT(free, testing::Each(false));
-  EXPECT_TRUE(test::is_free(aaa_lib_lock));
+  EXPECT_TRUE(is_free(aaa_lib_lock));
 }
 
-TEST_F(Registration, WithoutASendBufferOneThreadIsStarted) {
-  register_client();
-  EXPECT_NE(0u, aaa::g_receive_msg_tid);
-  EXPECT_FALSE(aaa::send_buffer_is_used());
-}
-
-TEST_F(Registration, WithASendBufferTwoThreadsAreStarted) {
-  reg_info info = test::client();
-  info.use_send_buf = 200;
-  register_client(info);
-  EXPECT_NE(0u, aaa::g_receive_msg_tid);
-  EXPECT_TRUE(aaa::send_buffer_is_used());
-}
-
-TEST_F(Registration, TheReceiveThreadIsDetached) {
-  register_client();
-  pthread_attr_t attributes;
-  ASSERT_EQ(0, pthread_getattr_np(aaa::g_receive_msg_tid, &attributes));
-  int state = -1;
-  pthread_attr_getdetachstate(&attributes, &state);
-  pthread_attr_destroy(&attributes);
-  EXPECT_EQ(PTHREAD_CREATE_DETACHED, state);
+TEST_F(Registration, AFlushThreadIsStartedWhenAskedForAndADetachedReceiveThreadAlways) {
+  for (const std::uint8_t use_send_buf : {std::uint8_t{0}, std::uint8_t{200}}) {
+    reg_info info = client();
+    info.use_send_buf = use_send_buf;
+    register_client(info);
+    ASSERT_NE(0u, aaa::g_receive_msg_tid);
+    EXPECT_EQ(use_send_buf != 0, aaa::send_buffer_is_used());
+    pthread_attr_t attributes;
+    ASSERT_EQ(0, pthread_getattr_np(aaa::g_receive_msg_tid, &attributes));
+    int state = -1;
+    pthread_attr_getdetachstate(&attributes, &state);
+    pthread_attr_destroy(&attributes);
+    EXPECT_EQ(PTHREAD_CREATE_DETACHED, state);
+    EXPECT_EQ(0, aaa_svr_dereg());
+  }
 }
 
 TEST_F(Registration, LocksThatCannotBeMadeDoNotStopIt) {
   aaa::g_mutex_init = 0;
   {
-    test::Scripts scripts = test::without_threads();
-    scripts.pthread_mutex_init = [](pthread_mutex_t*) { return EAGAIN; };
-    const test::ScriptedCalls calls(scripts);
+    Scripts scripts = without_threads();
+    scripts.pthread_mutex_init = returning(EAGAIN);
+    const ScriptedCalls calls(scripts);
     register_client();
   }
   EXPECT_EQ(0, aaa_lib_mutex_init());
@@ -208,49 +169,23 @@ TEST_F(Registration, LocksThatCannotBeMadeDoNotStopIt) {
 
 TEST_F(Registration, WithoutAaadItSucceedsInState1WithoutSockets) {
   sim_.stop();
-  const test::ScriptedCalls calls(test::without_threads());
-  const reg_info info = test::client();
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  EXPECT_EQ(1, g_aaa_client_cb.reg_state);
-  test::expect_unconnected();
+  register_unconnected();
   EXPECT_EQ(0, g_aaa_client_cb.aaa_id);
-  EXPECT_THAT(test::client_events(), ElementsAre(1));
   EXPECT_EQ(0, aaa_is_alive());
 }
 
-TEST_F(Registration, WithoutAaadTheReceiveThreadIsStartedAndRegistersLater) {
-  sim_.stop();
-  test::MovedClock clock;
-  clock.shorten_sleeps();
-  const reg_info info = test::client();
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  sim_.start();
-  EXPECT_TRUE(test::wait_for_event(2));
-  EXPECT_EQ(1, aaa_is_alive());
-}
-
 TEST_F(Registration, ARefusalSucceedsInState1WithoutSockets) {
-  sim_.change([](aaa_sim::Settings& settings) { settings.aaa_id = 255; });
-  const test::OpenGate gate;
-  const test::LogCapture log;
-  const test::ScriptedCalls calls(test::without_threads());
-  const reg_info info = test::client();
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  EXPECT_EQ(1u, log.count("model test has been registered or tag is used up\r\n"));
-  EXPECT_EQ(1u, log.count("model test has already registered or is an illegal model.\r\n"));
-  EXPECT_EQ(1, g_aaa_client_cb.reg_state);
-  test::expect_unconnected();
-  EXPECT_THAT(test::client_events(), ElementsAre(1));
+  answer_id(255);
+  const OpenGate gate;
+  register_unconnected();
+  EXPECT_EQ(1u, log_.count("model test has been registered or tag is used up\r\n"));
+  EXPECT_EQ(1u, log_.count("model test has already registered or is an illegal model.\r\n"));
 }
 
 TEST_F(Registration, AFailedEventSocketClosesBoth) {
-  sim_.set_fault(Role::event, 0, test::Fault::close);
-  const test::ScriptedCalls calls(test::without_threads());
-  const reg_info info = test::client();
-  EXPECT_EQ(0, aaa_svr_reg(&info));
-  EXPECT_EQ(1, g_aaa_client_cb.reg_state);
-  test::expect_unconnected();
+  sim_.set_fault(Role::event, 0, Fault::close);
+  register_unconnected();
   EXPECT_TRUE(sim_.wait_for_connections(0));
 }
 
-}  // namespace
+}  // namespace test::registration

@@ -11,7 +11,7 @@
 
 #include "session/session_test.h"
 
-namespace {
+namespace test::socket_directory {
 
 constexpr uid_t kOtherUser = 65534;
 constexpr gid_t kOtherGroup = 65534;
@@ -45,14 +45,14 @@ int as_other_user(gid_t group, Attempt attempt) {
   const pid_t child = ::fork();
   if (child == 0) ::_exit(is_root() && !becomes_other_user(group) ? no_other_user : attempt());
   int status = 0;
-  EXPECT_TRUE(test::eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; }))
+  EXPECT_TRUE(eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; }))
       << "the child does not end";
   EXPECT_TRUE(WIFEXITED(status));
   EXPECT_NE(no_other_user, WEXITSTATUS(status)) << "no change of user";
   return WEXITSTATUS(status);
 }
 
-class SocketDirectory : public test::SessionTest {
+class SocketDirectory : public SessionTest {
  protected:
   void SetUp() override {
     mask_ = ::umask(022);
@@ -125,4 +125,4 @@ TEST_F(SocketDirectory, IsClosedToThoseOutsideTheGroupThatTmpdirLetsIn) {
   EXPECT_EQ(EACCES, replacing_the_socket());
 }
 
-}  // namespace
+}  // namespace test::socket_directory

@@ -1,67 +1,64 @@
 // Deregistration waits for the library's threads.
 #include <atomic>
 #include <chrono>
-#include <thread>
 
 #include "session/session_test.h"
 
-namespace {
+namespace test::thread_end {
 
 using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::milliseconds;
 
 std::atomic<bool> inside;
 std::atomic<bool> let_go;
+std::atomic<std::int64_t> took_ms;
 
-class ThreadEnd : public test::SessionTest {
+// Deregisters, and returns how long that took.
+Milliseconds deregister(std::int32_t result = 0) {
+  const auto start = Clock::now();
+  EXPECT_EQ(result, aaa_svr_dereg());
+  return std::chrono::duration_cast<Milliseconds>(Clock::now() - start);
+}
+
+class ThreadEnd : public SessionTest {
  protected:
-  void SetUp() override {
-    SessionTest::SetUp();
-    inside = let_go = false;
-    threads_ = test::thread_count();
-  }
+  ThreadEnd() { inside = let_go = false; }
   void TearDown() override {
     let_go = true;
     SessionTest::TearDown();
   }
-  static reg_info batching_client() {
-    reg_info info = test::client();
-    info.use_send_buf = 1;
-    return info;
-  }
+  // Registers a client in whose callback the receive thread then is.
   void enter_callback() {
     reg_info info = batching_client();
     info.notify_del_msg_cb = [](const void*) {
       inside = true;
-      EXPECT_TRUE(test::eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
+      EXPECT_TRUE(eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
     };
     register_client(info);
-    const std::vector<std::uint8_t> body(560);
-    sim_.send_message({}, test::Role::event, AAA_MSG_NOTIFY_DEL_MSG, 0, body);
-    ASSERT_TRUE(test::eventually([] { return inside.load(); }));
+    send_notice();
+    ASSERT_TRUE(eventually([] { return inside.load(); }));
   }
-
-  std::size_t threads_ = 0;
 };
 
 TEST_F(ThreadEnd, HasComeWhenDeregistrationReturns) {
+  const std::size_t threads = thread_count();
   for (int round = 0; round < 20; ++round) {
     register_client(batching_client());
     EXPECT_EQ(0, aaa_svr_dereg());
     // The kernel may need a moment to take a thread that has ended from its list.
-    EXPECT_TRUE(test::eventually([&] { return test::thread_count() == threads_; }));
+    EXPECT_TRUE(eventually([&] { return thread_count() == threads; }));
   }
+  EXPECT_EQ(40u, sim_.accepted_connections());
 }
 
 TEST_F(ThreadEnd, IsWaitedForWhileACallbackRuns) {
   enter_callback();
   std::thread host([] {
-    EXPECT_TRUE(test::eventually([] { return aaa_is_alive() == 0; }));
+    EXPECT_TRUE(eventually([] { return aaa_is_alive() == 0; }));
     let_go = true;
   });
-  const auto start = Clock::now();
-  EXPECT_EQ(0, aaa_svr_dereg());
+  EXPECT_LT(deregister(), Milliseconds(1900));
   EXPECT_TRUE(let_go) << "it came back before the callback had been let go";
-  EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1900));
   host.join();
 }
 
@@ -88,48 +85,38 @@ TEST_F(ThreadEnd, IsWaitedForWhileAaadIsAwayToo) {
 
 TEST_F(ThreadEnd, IsWaitedForAtMost2Seconds) {
   enter_callback();
-  const auto start = Clock::now();
-  EXPECT_EQ(0, aaa_svr_dereg());
-  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(1990));
-  EXPECT_LT(Clock::now() - start, std::chrono::seconds(8));
+  const Milliseconds took = deregister();
+  EXPECT_GE(took, Milliseconds(1990));
+  EXPECT_LT(took, Milliseconds(8000));
   EXPECT_FALSE(let_go);
 }
 
 TEST_F(ThreadEnd, IsWaitedForWithoutALockOfTheLibrary) {
   enter_callback();
   std::thread leaving([] { EXPECT_EQ(0, aaa_svr_dereg()); });
-  EXPECT_TRUE(test::eventually([] { return aaa_is_alive() == 0; }));
-  EXPECT_TRUE(test::eventually([] { return test::is_free(aaa_lib_lock); },
-                               std::chrono::milliseconds(1500)));
+  EXPECT_TRUE(eventually([] { return aaa_is_alive() == 0; }));
+  EXPECT_TRUE(eventually([] { return is_free(aaa_lib_lock); }, Milliseconds(1500)));
   let_go = true;
   leaving.join();
 }
 
 TEST_F(ThreadEnd, IsNotWaitedForByTheThreadItself) {
-  static std::atomic<std::int64_t> took_ms;
   took_ms = -1;
   reg_info info = batching_client();
-  info.notify_del_msg_cb = [](const void*) {
-    const auto start = Clock::now();
-    aaa_svr_dereg();
-    took_ms = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-  };
+  info.notify_del_msg_cb = [](const void*) { took_ms = deregister().count(); };
   register_client(info);
-  const std::vector<std::uint8_t> body(560);
-  sim_.send_message({}, test::Role::event, AAA_MSG_NOTIFY_DEL_MSG, 0, body);
-  EXPECT_TRUE(test::eventually([] { return took_ms >= 0; }));
+  send_notice();
+  EXPECT_TRUE(eventually([] { return took_ms >= 0; }));
   EXPECT_LT(took_ms, 1900);
 }
 
 TEST_F(ThreadEnd, IsNotWaitedForWhenTheRegistrationGoesOn) {
-  sim_.set_fault(test::Role::request, AAA_MSG_DEREGISTER_REQ, test::Fault::wrong_type);
+  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::wrong_type);
   register_client(batching_client());
-  const auto start = Clock::now();
-  EXPECT_EQ(-1, aaa_svr_dereg());
-  EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1900));
-  sim_.set_fault(test::Role::request, AAA_MSG_DEREGISTER_REQ, test::Fault::none);
+  EXPECT_LT(deregister(-1), Milliseconds(1900));
+  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::none);
   sim_.close_connections();
-  EXPECT_TRUE(test::wait_for_event(AAA_EVENT_REREGISTERED));
+  EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
 }
 
-}  // namespace
+}  // namespace test::thread_end

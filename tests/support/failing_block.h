@@ -1,11 +1,6 @@
 // Memory in which one block cannot be had.
 #pragma once
 
-#include <atomic>
-#include <cerrno>
-#include <memory>
-#include <optional>
-
 #include "support/scripted_calls.h"
 
 namespace test {

@@ -1,13 +1,13 @@
 #include "support/library_test.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
 
 #include "api/session_ids.h"
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/send_buffer.h"
-#include "session/state/client_state.h"
+#include "runtime/send/waiting_session.h"
 #include "transport/debug_log.h"
 
 namespace test {
@@ -30,12 +30,17 @@ void forget_events() {
 void reset_library_state() {
   aaa::store_callbacks({});
   aaa::set_model_name("");
+  g_aaalib_process_name[0] = '\0';
+  aaa::store(g_aaa_client_cb.sync_fd, -1);
+  aaa::store(g_aaa_client_cb.async_fd, -1);
   aaa::store(g_aaa_client_cb.aaa_id, 0);
   aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
   aaa::store_status({});
   aaa::store(aaa::g_aaalib_debug_count_curr, std::uint16_t{0});
   aaa::g_session_id = 0;
   aaa::g_session_id_max = 0;
+  aaa::set_waiting_session(0);
+  g_aaa_msg_stat = {};
 }
 
 bool threads_are_gone() {
@@ -51,18 +56,24 @@ reg_info client(const std::string& model_name) {
   return info;
 }
 
+reg_info batching_client() {
+  reg_info info = client();
+  info.use_send_buf = 1;
+  return info;
+}
+
 std::vector<std::uint32_t> client_events() {
   const std::lock_guard<std::mutex> hold(events_lock);
   return events;
 }
 
+std::size_t times_told(std::uint32_t event) {
+  const std::vector<std::uint32_t> all = client_events();
+  return static_cast<std::size_t>(std::count(all.begin(), all.end(), event));
+}
+
 bool wait_for_event(std::uint32_t event, std::size_t times) {
-  return eventually([&] {
-    std::size_t seen = 0;
-    for (const std::uint32_t one : client_events())
-      seen += one == event ? 1 : 0;
-    return seen >= times;
-  });
+  return eventually([&] { return times_told(event) >= times; });
 }
 
 void stop_library() {
@@ -78,31 +89,27 @@ void stop_library() {
 
 LibraryTest::LibraryTest() {
   setenv("TMPDIR", directory_.path().c_str(), 1);
-}
-LibraryTest::~LibraryTest() {
-  unsetenv("TMPDIR");
-}
-
-void LibraryTest::SetUp() {
   reset_library_state();
   forget_events();
 }
 
 void LibraryTest::TearDown() {
   stop_library();
+}
+
+LibraryTest::~LibraryTest() {
   leaks_.expect_nothing_left(blocks_left_);
   reset_library_state();
+  unsetenv("TMPDIR");
 }
 
 void SimulatedTest::SetUp() {
-  LibraryTest::SetUp();
   sim_.start();
 }
 
 void SimulatedTest::TearDown() {
   stop_library();
   sim_.stop();
-  LibraryTest::TearDown();
 }
 
 void SimulatedTest::register_client(const reg_info& info) {

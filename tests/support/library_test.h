@@ -1,39 +1,52 @@
 // Fixtures for tests of the library in this process.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "aaa_client.h"
 #include "aaad_sim.h"
+#include "session/state/client_state.h"
+#include "support/bytes.h"
 #include "support/eventually.h"
+#include "support/expected_line.h"
 #include "support/leak_check.h"
+#include "support/library_counters.h"
+#include "support/lock_check.h"
 #include "support/log_capture.h"
-#include "support/moved_clock.h"
+#include "support/open_log.h"
+#include "support/scripted_calls.h"
+#include "support/scripted_peer.h"
 #include "support/temporary_directory.h"
 #include "support/watchdog_recorder.h"
+#include "transport/base/atomic_word.h"
 
 namespace test {
 
 // A registration record with a model name and the event callback that client_events() shows.
 reg_info client(const std::string& model_name = "test");
+// The same with a send buffer.
+reg_info batching_client();
 
 // The events told to clients made by client(), since the test began.
 std::vector<std::uint32_t> client_events();
+std::size_t times_told(std::uint32_t event);
 bool wait_for_event(std::uint32_t event, std::size_t times = 1);
 
-// The library's state as after loading, TMPDIR in a fresh directory, and afterwards a check that
-// nothing is left: blocks, descriptors, threads.
+// The library's state as after loading and TMPDIR in a fresh directory. When the test and the
+// members of its fixture are gone, nothing may be left: blocks, descriptors, threads.
 class LibraryTest : public testing::Test {
  protected:
   LibraryTest();
   ~LibraryTest() override;
 
-  void SetUp() override;
   void TearDown() override;
 
   // For tests after which blocks are left on purpose.

@@ -3,32 +3,11 @@
 #include <cerrno>
 
 #include "runtime/send/send_buffer.h"
-#include "session/state/client_state.h"
 
 namespace test {
 
-std::string hex(const std::string& digits) {
-  std::string bytes;
-  std::string pair;
-  for (const char digit : digits) {
-    if (digit == ' ') continue;
-    pair += digit;
-    if (pair.size() < 2) continue;
-    bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
-    pair.clear();
-  }
-  return bytes;
-}
-
-std::string take_block(void* block, std::uint32_t length) {
-  const std::string bytes(static_cast<const char*>(block), block == nullptr ? 0 : length);
-  aaa_free(__LINE__, __func__, block);
-  return bytes;
-}
-
 void LinkedTest::SetUp() {
   LibraryTest::SetUp();
-  ASSERT_TRUE(link_.open());
   aaa::set_model_name("test");
   aaa::store(g_aaa_client_cb.sync_fd, link_.own());
   aaa::set_reg_state(AAA_REG_REGISTERED);
@@ -38,8 +17,6 @@ void LinkedTest::SetUp() {
 void LinkedTest::TearDown() {
   scripts_.reset();
   aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
-  aaa::store(g_aaa_client_cb.sync_fd, -1);
-  link_.close();
   LibraryTest::TearDown();
 }
 

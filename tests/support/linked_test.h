@@ -9,16 +9,8 @@
 #include <vector>
 
 #include "support/library_test.h"
-#include "support/scripted_calls.h"
-#include "support/socket_pair.h"
 
 namespace test {
-
-// Bytes given as hexadecimal digits; blanks are passed over.
-std::string hex(const std::string& digits);
-
-// A block of the library as bytes; frees it.
-std::string take_block(void* block, std::uint32_t length);
 
 class LinkedTest : public LibraryTest {
  protected:
@@ -38,7 +30,7 @@ class LinkedTest : public LibraryTest {
   const std::string& only_write() const;
   int write_flags() const { return write_flags_; }
 
-  SocketPair link_;
+  ScriptedPeer link_;
 
  private:
   std::optional<ssize_t> write(int fd, const void* data, std::size_t size, int flags);

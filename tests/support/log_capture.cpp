@@ -72,6 +72,13 @@ std::vector<std::string> LogCapture::messages() const {
   return messages;
 }
 
+std::vector<std::string> LogCapture::functions() const {
+  std::vector<std::string> functions;
+  for (const LogLine& line : lines())
+    functions.push_back(line.function());
+  return functions;
+}
+
 LogLine LogCapture::find(const std::string& message) const {
   for (const LogLine& line : lines()) {
     if (line.message() == message) return line;

@@ -34,6 +34,8 @@ class LogCapture {
   // The first line whose message is exactly `message`, or one with an empty format.
   LogLine find(const std::string& message) const;
   std::size_t count(const std::string& message) const;
+  // The functions that the debug lines name.
+  std::vector<std::string> functions() const;
   bool wait_for(const std::string& message) const;
 
  private:

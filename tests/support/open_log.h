@@ -13,8 +13,7 @@ class OpenLog : public LogCapture {
   }
   // And no other line.
   void expect_only(const std::string& function, const std::string& message) const {
-    expect(function, message);
-    EXPECT_EQ(1u, lines().size());
+    expect_only_line(*this, function, message);
   }
   // And none after it.
   void expect_last(const std::string& function, const std::string& message) const {

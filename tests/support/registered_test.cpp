@@ -30,13 +30,6 @@ std::string flush_thread_name() {
   return (std::to_string(getpid()) + "_aaa_buf").substr(0, 14);
 }
 
-std::size_t times_told(std::uint32_t event) {
-  std::size_t times = 0;
-  for (const std::uint32_t one : client_events())
-    times += one == event ? 1 : 0;
-  return times;
-}
-
 void pause_in_script() {
   const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
   std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -79,19 +72,12 @@ bool RegisteredTest::receive_thread_is_gone() {
   return eventually([] { return threads_named(receive_thread_name()).empty(); });
 }
 
-void RegisteredTest::send(std::uint32_t type, const Bytes& body, std::uint32_t id) {
-  ASSERT_EQ(1u, sim_.send_message({}, Role::event, type, id, body));
+void RegisteredTest::send(std::uint32_t type, const std::string& body, std::uint32_t id) {
+  ASSERT_EQ(1u, sim_.send_message({}, Role::event, type, id, view(body)));
 }
 
 Scripts RegisteredTest::next_wait_fails(int error) {
-  Scripts scripts;
-  scripts.poll = [error, failed = std::make_shared<std::atomic<bool>>(false)](
-                     int, int) -> std::optional<int> {
-    if (failed->exchange(true)) return std::nullopt;
-    errno = error;
-    return -1;
-  };
-  return scripts;
+  return {.poll = failing_at(1, error)};
 }
 
 Scripts RegisteredTest::next_read_fails(int error, std::size_t bytes_before) {

@@ -1,17 +1,11 @@
 // A registered client, its receive thread, and the passes that the thread takes.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "support/library_test.h"
-#include "support/scripted_calls.h"
-#include "transport/base/atomic_word.h"
-#include "wire/message.h"
 
 namespace test {
 
-using aaa_sim::Bytes;
+using aaa_sim::Fault;
 using aaa_sim::received;
 using aaa_sim::Role;
 using aaa_sim::sent;
@@ -45,8 +39,9 @@ class RegisteredTest : public SimulatedTest {
 
   std::size_t heartbeats() { return sim_.count(received(AAA_MSG_HEARTBEAT)); }
 
-  void send(std::uint32_t type, const Bytes& body = {}, std::uint32_t id = 0);
-  void send_raw(const Bytes& bytes) { sim_.send_raw({}, Role::event, bytes); }
+  // aaad sends one message, or any bytes, on the event socket.
+  void send(std::uint32_t type, const std::string& body = "", std::uint32_t id = 0);
+  void send_raw(const std::string& bytes) { sim_.send_raw({}, Role::event, view(bytes)); }
 
   static int event_socket() { return aaa::load(g_aaa_client_cb.async_fd); }
   static int state() { return aaa::load(g_aaa_client_cb.reg_state); }
@@ -58,8 +53,6 @@ class RegisteredTest : public SimulatedTest {
 
   MovedClock clock_;
 };
-
-std::size_t times_told(std::uint32_t event);
 
 // A millisecond inside a script, in which the library's thread cannot be cancelled.
 void pause_in_script();

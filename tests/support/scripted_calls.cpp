@@ -3,12 +3,16 @@
 #include <poll.h>
 #include <sched.h>
 #include <sys/socket.h>
+#include <sys/sysinfo.h>
+#include <time.h>
+#include <unistd.h>
 
 #include <memory>
 #include <mutex>
 
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
+#include "support/failing_allocator.h"
 
 namespace test {
 namespace {
@@ -43,13 +47,70 @@ std::optional<Result> ask(std::function<std::optional<Result>(Parameters...)> Sc
   return function ? function(arguments...) : std::nullopt;
 }
 
+std::atomic<std::int64_t> offset_us{0};
+std::atomic<bool> sleeps_are_short{false};
+std::atomic<std::uint32_t> sleep_count{0};
+std::atomic<std::uint64_t> slept_in_all_us{0};
+
+constexpr useconds_t short_sleep_us = 1000;
+
+// Returns how long to really sleep.
+useconds_t note_sleep(useconds_t asked_us) {
+  ++sleep_count;
+  slept_in_all_us += asked_us;
+  if (!sleeps_are_short) return asked_us;
+  offset_us += asked_us;
+  return short_sleep_us;
+}
+
+// A time with the clock's offset added, so many times.
+timespec moved(const timespec& time, std::int64_t times) {
+  const std::int64_t us =
+      std::int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000 + times * offset_us;
+  return {.tv_sec = us / 1000000, .tv_nsec = us % 1000000 * 1000};
+}
+
+std::optional<void*> ask_for_block(std::size_t size) {
+  return ask(&Scripts::malloc, size);
+}
+
 }  // namespace
 
 ScriptedCalls::ScriptedCalls(Scripts scripts) {
   replace(std::move(scripts));
+  answer_malloc(ask_for_block);
 }
 ScriptedCalls::~ScriptedCalls() {
   replace({});
+}
+
+MovedClock::~MovedClock() {
+  offset_us = 0;
+  sleeps_are_short = false;
+}
+void MovedClock::advance(std::int64_t seconds) {
+  offset_us += seconds * 1000000;
+}
+void MovedClock::shorten_sleeps() {
+  sleeps_are_short = true;
+}
+std::uint32_t MovedClock::sleeps() const {
+  return total_sleeps() - sleeps_before_;
+}
+std::uint64_t MovedClock::slept_us() const {
+  return total_slept_us() - slept_before_;
+}
+std::uint32_t MovedClock::total_sleeps() {
+  return sleep_count;
+}
+std::uint64_t MovedClock::total_slept_us() {
+  return slept_in_all_us;
+}
+
+std::uint32_t library_seconds() {
+  timespec now = {};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);  // moved, like the library's own calls
+  return static_cast<std::uint32_t>(now.tv_sec);
 }
 
 }  // namespace test
@@ -57,70 +118,45 @@ ScriptedCalls::~ScriptedCalls() {
 using test::ask;
 using test::Scripts;
 
+// A call that is answered by the script of its name, given these of its arguments, or goes through.
+#define SCRIPTED_CALL(result, call, parameters, arguments, ...)         \
+  result __real_##call parameters;                                      \
+  result __wrap_##call parameters {                                     \
+    const auto answer = ask(&Scripts::call __VA_OPT__(, ) __VA_ARGS__); \
+    return answer ? *answer : __real_##call arguments;                  \
+  }
+
 extern "C" {
 
-ssize_t __real_send(int fd, const void* data, std::size_t size, int flags);
-ssize_t __real_recv(int fd, void* data, std::size_t size, int flags);
-int __real_socket(int domain, int type, int protocol);
-int __real_bind(int fd, const sockaddr* address, socklen_t length);
-int __real_connect(int fd, const sockaddr* address, socklen_t length);
-int __real_setsockopt(int fd, int level, int option, const void* value, socklen_t length);
-int __real_close(int fd);
-int __real_poll(pollfd* fds, nfds_t count, int timeout_ms);
-int __real_select(int limit, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout);
+SCRIPTED_CALL(ssize_t, send, (int fd, const void* data, std::size_t size, int flags),
+              (fd, data, size, flags), fd, data, size, flags)
+SCRIPTED_CALL(ssize_t, recv, (int fd, void* data, std::size_t size, int flags),
+              (fd, data, size, flags), fd, data, size, flags)
+SCRIPTED_CALL(int, socket, (int domain, int type, int protocol), (domain, type, protocol), domain,
+              type)
+SCRIPTED_CALL(int, bind, (int fd, const sockaddr* address, socklen_t length), (fd, address, length),
+              fd, address, length)
+SCRIPTED_CALL(int, connect, (int fd, const sockaddr* address, socklen_t length),
+              (fd, address, length), fd, address, length)
+SCRIPTED_CALL(int, setsockopt, (int fd, int level, int option, const void* value, socklen_t length),
+              (fd, level, option, value, length), fd, level, option)
+SCRIPTED_CALL(int, close, (int fd), (fd), fd)
+SCRIPTED_CALL(int, poll, (pollfd * fds, nfds_t count, int timeout_ms), (fds, count, timeout_ms),
+              fds->fd, timeout_ms)
+SCRIPTED_CALL(int, select,
+              (int limit, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout),
+              (limit, readable, writable, failed, timeout), std::ref(*timeout))
+SCRIPTED_CALL(int, pthread_attr_init, (pthread_attr_t * attributes), (attributes))
+SCRIPTED_CALL(int, pthread_mutexattr_init, (pthread_mutexattr_t * attributes), (attributes))
+SCRIPTED_CALL(int, pthread_mutex_init,
+              (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes), (mutex, attributes),
+              mutex)
+SCRIPTED_CALL(int, pthread_setaffinity_np,
+              (pthread_t thread, std::size_t size, const cpu_set_t* cores), (thread, size, cores),
+              thread, size, cores)
+
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument);
-int __real_pthread_attr_init(pthread_attr_t* attributes);
-int __real_pthread_mutexattr_init(pthread_mutexattr_t* attributes);
-int __real_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes);
-int __real_pthread_setaffinity_np(pthread_t thread, std::size_t size, const cpu_set_t* cores);
-void* __real_malloc(std::size_t size);
-
-ssize_t __wrap_send(int fd, const void* data, std::size_t size, int flags) {
-  const auto answer = ask(&Scripts::send, fd, data, size, flags);
-  return answer ? *answer : __real_send(fd, data, size, flags);
-}
-
-ssize_t __wrap_recv(int fd, void* data, std::size_t size, int flags) {
-  const auto answer = ask(&Scripts::recv, fd, data, size, flags);
-  return answer ? *answer : __real_recv(fd, data, size, flags);
-}
-
-int __wrap_socket(int domain, int type, int protocol) {
-  const auto answer = ask(&Scripts::socket, domain, type);
-  return answer ? *answer : __real_socket(domain, type, protocol);
-}
-
-int __wrap_bind(int fd, const sockaddr* address, socklen_t length) {
-  const auto answer = ask(&Scripts::bind, fd, address, length);
-  return answer ? *answer : __real_bind(fd, address, length);
-}
-
-int __wrap_connect(int fd, const sockaddr* address, socklen_t length) {
-  const auto answer = ask(&Scripts::connect, fd, address, length);
-  return answer ? *answer : __real_connect(fd, address, length);
-}
-
-int __wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t length) {
-  const auto answer = ask(&Scripts::setsockopt, fd, level, option);
-  return answer ? *answer : __real_setsockopt(fd, level, option, value, length);
-}
-
-int __wrap_close(int fd) {
-  const auto answer = ask(&Scripts::close, fd);
-  return answer ? *answer : __real_close(fd);
-}
-
-int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) {
-  const auto answer = ask(&Scripts::poll, fds->fd, timeout_ms);
-  return answer ? *answer : __real_poll(fds, count, timeout_ms);
-}
-
-int __wrap_select(int limit, fd_set* readable, fd_set* writable, fd_set* failed, timeval* timeout) {
-  const auto answer = ask(&Scripts::select, std::ref(*timeout));
-  return answer ? *answer : __real_select(limit, readable, writable, failed, timeout);
-}
-
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument) {
   const auto answer = ask(&Scripts::pthread_create);
@@ -133,29 +169,37 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
   return *answer;
 }
 
-int __wrap_pthread_attr_init(pthread_attr_t* attributes) {
-  const auto answer = ask(&Scripts::pthread_attr_init);
-  return answer ? *answer : __real_pthread_attr_init(attributes);
+int __real_clock_gettime(clockid_t clock, timespec* now);
+int __wrap_clock_gettime(clockid_t clock, timespec* now) {
+  const int result = __real_clock_gettime(clock, now);
+  if (clock == CLOCK_MONOTONIC) *now = test::moved(*now, 1);
+  return result;
 }
 
-int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes) {
-  const auto answer = ask(&Scripts::pthread_mutexattr_init);
-  return answer ? *answer : __real_pthread_mutexattr_init(attributes);
+int __real_sysinfo(struct sysinfo* info);
+int __wrap_sysinfo(struct sysinfo* info) {
+  const int result = __real_sysinfo(info);
+  info->uptime += test::offset_us / 1000000;
+  return result;
 }
 
-int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
-  const auto answer = ask(&Scripts::pthread_mutex_init, mutex);
-  return answer ? *answer : __real_pthread_mutex_init(mutex, attributes);
+int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline);
+// Deadlines of the library are on the monotonic clock as it sees it.
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const timespec* deadline) {
+  const timespec real = test::moved(*deadline, -1);
+  return __real_pthread_cond_timedwait(condition, mutex, &real);
 }
 
-int __wrap_pthread_setaffinity_np(pthread_t thread, std::size_t size, const cpu_set_t* cores) {
-  const auto answer = ask(&Scripts::pthread_setaffinity_np, thread, size, cores);
-  return answer ? *answer : __real_pthread_setaffinity_np(thread, size, cores);
+int __real_usleep(useconds_t us);
+int __wrap_usleep(useconds_t us) {
+  return __real_usleep(test::note_sleep(us));
 }
 
-void* __wrap_malloc(std::size_t size) {
-  const auto answer = ask(&Scripts::malloc, size);
-  return answer ? *answer : __real_malloc(size);
+unsigned __wrap_sleep(unsigned seconds) {
+  __real_usleep(test::note_sleep(seconds * 1000000));
+  return 0;
 }
 
 }  // extern "C"

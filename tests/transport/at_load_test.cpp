@@ -9,9 +9,9 @@
 #include "transport/debug_log.h"
 #include "transport/message_endpoints.h"
 
-namespace {
+namespace test::at_load {
 
-struct AtLoad {
+struct Words {
   aaa_msg_stat msg_stat = g_aaa_msg_stat;
   std::uint32_t malloc_times = g_aaa_malloc_times;
   std::uint32_t malloc_fail_times = g_aaa_malloc_fail_times;
@@ -22,7 +22,7 @@ struct AtLoad {
   std::uint8_t msg_socket_ok = aaa::g_msg_socket_ok;
   std::string process_name{g_aaalib_process_name, sizeof g_aaalib_process_name};
 };
-const AtLoad at_load;
+const Words at_load;
 
 TEST(AtLoad, TheCountersAreZero) {
   const aaa_msg_stat zero = {};
@@ -43,4 +43,4 @@ TEST(AtLoad, TheProcessNameIsEmptyAndHas64Bytes) {
   EXPECT_EQ(std::string(64, '\0'), at_load.process_name);
 }
 
-}  // namespace
+}  // namespace test::at_load

@@ -1,39 +1,30 @@
 // The drain before an exchange, and what cuts it: then nothing is sent and nothing is read.
 #include <atomic>
 #include <chrono>
-#include <thread>
 
 #include "session/state/link.h"
-#include "support/lock_check.h"
 #include "transport/exchange.h"
 #include "transport/link_sockets.h"
 #include "transport/pair_test.h"
 
-namespace {
+namespace test::drain {
 
-using aaa::Reply;
-using test::message_bytes;
-using test::ScriptedCalls;
-using testing::ElementsAre;
-
-class Drain : public test::PairTest {
+class Drain : public PairTest {
  protected:
-  void SetUp() override {
-    PairTest::SetUp();
+  Drain() {
     use_as_request_socket();
     aaa_set_debug_switch(1);
   }
 
-  static bool exchange_fails() { return !Reply(aaalib_sr_ipc_msg(3, "ask", 3)); }
+  static bool exchange_fails() { return !aaa::Reply(aaalib_sr_ipc_msg(3, "ask", 3)); }
   // The lines of a drain that was cut after so many bytes, with the error of the failed send.
   void expect_cut(int cleared, int error) {
-    EXPECT_THAT(log_.messages(),
-                ElementsAre("clear " + std::to_string(cleared) + " bytes data from sd buffer\r\n",
-                            "Send ipc message failed, errno(" + std::to_string(error) + ").\r\n"));
-    EXPECT_TRUE(test::is_free(aaa_lib_lock));
+    EXPECT_THAT(
+        log_.messages(),
+        testing::ElementsAre("clear " + std::to_string(cleared) + " bytes data from sd buffer\r\n",
+                             "Send ipc message failed, errno(" + std::to_string(error) + ").\r\n"));
+    EXPECT_TRUE(is_free(aaa_lib_lock));
   }
-
-  test::LogCapture log_;
 };
 
 TEST_F(Drain, ThatFindsThePeerGoneFailsTheExchangeAtOnce) {
@@ -53,12 +44,8 @@ TEST_F(Drain, CountsWhatItThrewAwayBeforeThePeerWasGone) {
 
 TEST_F(Drain, IsCutByAnErrorOfTheSocket) {
   int reads = 0;
-  const ScriptedCalls calls({.recv =
-                                 [&](int, void*, std::size_t, int) {
-                                   ++reads;
-                                   return test::fails(ECONNRESET);
-                                 },
-                             .poll = [](int, int) { return 1; }});
+  const ScriptedCalls calls(
+      {.recv = [&](auto&&...) { return ++reads, fails(ECONNRESET); }, .poll = returning(1)});
   EXPECT_TRUE(exchange_fails());
   EXPECT_EQ(1, reads);
   expect_cut(0, 32);
@@ -75,13 +62,9 @@ TEST_F(Drain, IsCutByADescriptorThatIsNotOpen) {
 TEST_F(Drain, GoesOnWhenACallIsInterruptedOrFindsNothing) {
   int polls = 0;
   int reads = 0;
-  const ScriptedCalls calls(
-      {.send = [](int, const void*, std::size_t, int) { return test::fails(EIO); },
-       .recv = [&](int, void*, std::size_t,
-                   int) { return test::fails(++reads % 2 == 0 ? EAGAIN : EINTR); },
-       .poll = [&](int, int) { return ++polls < 3 ? test::fails(EINTR)
-                                      : polls < 5 ? 1
-                                                  : 0; }});
+  const auto poll = [&](auto&&...) { return ++polls < 3 ? fails(EINTR) : polls < 5 ? 1 : 0; };
+  const auto recv = [&](auto&&...) { return fails(++reads % 2 == 0 ? EAGAIN : EINTR); };
+  const ScriptedCalls calls({.send = failing(EIO), .recv = recv, .poll = poll});
   EXPECT_TRUE(exchange_fails());
   EXPECT_EQ(5, polls);
   EXPECT_EQ(4, reads);
@@ -89,14 +72,10 @@ TEST_F(Drain, GoesOnWhenACallIsInterruptedOrFindsNothing) {
 
 TEST_F(Drain, WithoutAByteEndsWhenTheLossOfTheLinkIsAnnounced) {
   std::atomic<bool> drains = false;
-  const ScriptedCalls calls({.recv =
-                                 [&](int, void*, std::size_t, int) {
-                                   drains = true;
-                                   return test::fails(EAGAIN);
-                                 },
-                             .poll = [](int, int) { return 1; }});
+  const auto recv = [&](auto&&...) { return drains = true, fails(EAGAIN); };
+  const ScriptedCalls calls({.recv = recv, .poll = returning(1)});
   std::thread client([] { EXPECT_TRUE(exchange_fails()); });
-  EXPECT_TRUE(test::eventually([&] { return drains.load(); }));
+  EXPECT_TRUE(eventually([&] { return drains.load(); }));
   aaa::announce_link_loss(aaa::link_number());
   client.join();
   expect_cut(0, 32);
@@ -105,8 +84,7 @@ TEST_F(Drain, WithoutAByteEndsWhenTheLossOfTheLinkIsAnnounced) {
 TEST_F(Drain, IsNotCutByAnAnnouncedLossWhileBytesCome) {
   aaa::announce_link_loss(aaa::link_number());
   pair_.peer_writes("stale");
-  const ScriptedCalls calls(
-      {.send = [](int, const void*, std::size_t, int) { return test::fails(EIO); }});
+  const ScriptedCalls calls({.send = failing(EIO)});
   EXPECT_TRUE(exchange_fails());
   EXPECT_EQ(1u, log_.count("clear 5 bytes data from sd buffer\r\n"));
   EXPECT_EQ(1u, log_.count("Send ipc message failed, errno(5).\r\n"));
@@ -117,61 +95,35 @@ TEST_F(Drain, IsNotCutByTheLossOfAnEarlierLink) {
   aaa::announce_link_loss(aaa::link_number());
   aaa::end_link();
   int polls = 0;
-  const ScriptedCalls calls(
-      {.send = [](int, const void*, std::size_t, int) { return test::fails(EIO); },
-       .recv = [](int, void*, std::size_t, int) { return test::fails(EAGAIN); },
-       .poll = [&](int, int) { return ++polls < 4 ? 1 : 0; }});
+  const ScriptedCalls calls({.send = failing(EIO), .recv = failing(EAGAIN), .poll = [&](auto&&...) {
+                               return ++polls < 4 ? 1 : 0;
+                             }});
   EXPECT_TRUE(exchange_fails());
   EXPECT_EQ(4, polls);
   EXPECT_EQ(1u, log_.count("Send ipc message failed, errno(5).\r\n"));
 }
 
 TEST_F(Drain, OfAPeerThatNeverStopsEndsAfterTenSeconds) {
-  test::MovedClock clock;
   int bytes = 0;
-  const ScriptedCalls calls({.recv =
-                                 [&](int, void*, std::size_t, int) {
-                                   ++bytes;
-                                   clock.advance(1);
-                                   return 1;
-                                 },
-                             .poll = [&](int, int) { return bytes < 100 ? 1 : 0; }});
-  test::enter_second();
+  const auto recv = [&](auto&&...) { return ++bytes, clock_.advance(1), 1; };
+  const ScriptedCalls calls({.recv = recv, .poll = returning(1)});
+  enter_second();
   EXPECT_TRUE(exchange_fails());
   EXPECT_EQ(10, bytes);
   expect_cut(10, 110);
 }
 
-TEST_F(Drain, OfASocketThatIsReadableAndGivesNothingEndsAfterTenSeconds) {
-  test::MovedClock clock;
-  int reads = 0;
-  const ScriptedCalls calls({.recv =
-                                 [&](int, void*, std::size_t, int) {
-                                   clock.advance(1);
-                                   return test::fails(++reads % 2 == 0 ? EAGAIN : EINTR);
-                                 },
-                             .poll = [&](int, int) { return reads < 100 ? 1 : 0; }});
-  test::enter_second();
-  EXPECT_TRUE(exchange_fails());
-  EXPECT_EQ(10, reads);
-  expect_cut(0, 110);
-}
-
 // With stale replies in the request socket, an exchange that went on would take one for its answer.
 TEST_F(Drain, ThatIsCutNeverLetsAStaleReplyBeTheAnswer) {
-  test::MovedClock clock;
   pair_.peer_writes(message_bytes(3, "stale") + message_bytes(3, "stale"));
   int bytes = 0;
-  const ScriptedCalls calls(
-      {.send = [](int, const void*, std::size_t, int) { return ADD_FAILURE(), 0; },
-       .recv = [&](int, void*, std::size_t, int) -> std::optional<ssize_t> {
-         if (++bytes == 21) clock.advance(10);
-         return std::nullopt;
-       }});
+  const ScriptedCalls calls({.send = unwanted(), .recv = noting([&] {
+                                                   if (++bytes == 21) clock_.advance(10);
+                                                 })});
   EXPECT_TRUE(exchange_fails());
   expect_cut(21, 110);
   EXPECT_EQ(0u, pair_.waiting_for_peer());
   EXPECT_EQ(21u, pair_.waiting_for_library());
 }
 
-}  // namespace
+}  // namespace test::drain

@@ -3,40 +3,21 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <functional>
-#include <string>
-#include <vector>
+#include <fstream>
 
-#include "transport/message_endpoints.h"
-#include "transport/pair_test.h"
+#include "support/library_test.h"
 
 namespace test {
 
-// The text of a line that the gate does not hold back, written on this thread.
-inline std::string ungated_text(const std::string& function, const std::string& message) {
-  char columns[64];
-  std::snprintf(columns, sizeof columns, "AAA LIB [%5ld][%30.30s] ", syscall(SYS_gettid),
-                function.c_str());
-  return columns + message;
-}
-
 class EndpointTest : public LibraryTest {
  protected:
-  void SetUp() override {
-    LibraryTest::SetUp();
-    std::filesystem::create_directories(work_directory());
-  }
-  void TearDown() override {
-    aaa_lib_client_close();
-    LibraryTest::TearDown();
-  }
+  EndpointTest() { std::filesystem::create_directories(work_directory()); }
+  void TearDown() override { aaa_lib_client_close(); }
 
   std::string work_directory() const { return directory() + "/security/aaa"; }
 
@@ -51,6 +32,13 @@ class EndpointTest : public LibraryTest {
   static std::string local_name(int fd) { return name_of(fd, ::getsockname); }
   static std::string peer_name(int fd) { return name_of(fd, ::getpeername); }
 
+  static void expect_type_and_close_on_exec(int fd, int expected) {
+    int type = 0;
+    socklen_t size = sizeof type;
+    ASSERT_EQ(0, getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size));
+    EXPECT_EQ(expected, type);
+    EXPECT_EQ(FD_CLOEXEC, fcntl(fd, F_GETFD));
+  }
   static std::string timeout(int fd, int option) {
     timeval value = {};
     socklen_t size = sizeof value;
@@ -61,11 +49,10 @@ class EndpointTest : public LibraryTest {
   // Expects -1 and exactly one line, from that function.
   static void expect_failure(const std::function<std::int32_t()>& call, const std::string& message,
                              const std::string& function) {
-    const OpenGate gate;
-    const LogCapture log;
+    const OpenLog log;
     EXPECT_EQ(-1, call());
     EXPECT_THAT(log.messages(), testing::ElementsAre(message));
-    EXPECT_EQ(function, log.find(message).function());
+    EXPECT_THAT(log.functions(), testing::ElementsAre(function));
   }
 
  private:

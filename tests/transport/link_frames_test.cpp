@@ -1,37 +1,25 @@
 // Frames on the link's two sockets: each under a lock of its own, the register request first.
+#include "transport/link_sockets.h"
+
 #include <sys/resource.h>
 
 #include <atomic>
-#include <chrono>
-#include <thread>
 
-#include "support/lock_check.h"
-#include "transport/link_sockets.h"
 #include "transport/pair_test.h"
 
-namespace {
+namespace test::link_frames {
 
 using aaa::LinkSocket;
-using test::message_bytes;
-using test::ScriptedCalls;
 
-class LinkFrames : public test::PairTest {
+class LinkFrames : public PairTest {
  protected:
-  void SetUp() override {
-    PairTest::SetUp();
-    ASSERT_TRUE(event_.open());
+  LinkFrames() {
     use_as_request_socket();
     aaa::store(g_aaa_client_cb.async_fd, event_.own());
   }
-  void TearDown() override {
-    aaa::store(g_aaa_client_cb.async_fd, -1);
-    event_.close();
-    PairTest::TearDown();
-  }
 
   static std::int32_t send(LinkSocket socket, aaa::LinkNumber link = aaa::link_number()) {
-    const std::string frame = message_bytes(132, "");
-    return aaa::send_on_link(socket, link, frame.data(), 16);
+    return aaa::send_on_link(socket, link, message_bytes(132).data(), 16);
   }
   // A request socket that the library has opened itself.
   void record_new_request_socket() {
@@ -39,24 +27,21 @@ class LinkFrames : public test::PairTest {
     aaa::record_socket(LinkSocket::request, pair_.own());
   }
 
-  test::SocketPair event_;
+  ScriptedPeer event_;
 };
 
 TEST_F(LinkFrames, AWriteThatIsStuckOnTheRequestSocketHoldsUpNothingOnTheEventSocket) {
   std::atomic<bool> is_stuck = false;
   std::atomic<bool> go_on = false;
-  const ScriptedCalls calls(
-      {.send = [&](int fd, const void*, std::size_t, int) -> std::optional<ssize_t> {
-        if (fd != pair_.own()) return std::nullopt;
-        is_stuck = true;
-        EXPECT_TRUE(test::eventually([&] { return go_on.load(); }));
-        return std::nullopt;
-      }});
+  const ScriptedCalls calls({.send = on_request_socket(noting([&] {
+                               is_stuck = true;
+                               EXPECT_TRUE(eventually([&] { return go_on.load(); }));
+                             }))});
   std::thread stuck([] { EXPECT_EQ(0, send(LinkSocket::request)); });
-  EXPECT_TRUE(test::eventually([&] { return is_stuck.load(); }));
-  EXPECT_FALSE(test::is_free(aaa::request_write_lock));
+  EXPECT_TRUE(eventually([&] { return is_stuck.load(); }));
+  EXPECT_FALSE(is_free(aaa::request_write_lock));
   EXPECT_EQ(0, send(LinkSocket::event));
-  EXPECT_EQ(message_bytes(132, ""), event_.peer_reads(16));
+  EXPECT_EQ(message_bytes(132), event_.peer_reads(16));
   go_on = true;
   stuck.join();
 }
@@ -71,6 +56,13 @@ TEST_F(LinkFrames, OfALinkThatHasEndedAreNotWritten) {
   EXPECT_EQ(0u, g_aaa_msg_stat.send_error_times);
 }
 
+TEST_F(LinkFrames, WithoutMemoryAreNotWritten) {
+  const ScriptedCalls calls(no_memory());
+  EXPECT_EQ(ENOMEM,
+            aaa::send_message_on_link(LinkSocket::event, aaa::link_number(), 132, nullptr, 0));
+  EXPECT_EQ(0u, event_.waiting_for_peer());
+}
+
 TEST_F(LinkFrames, FindNoRequestSocketBeforeTheRegisterRequest) {
   record_new_request_socket();
   EXPECT_TRUE(aaa::waits_for_register_request());
@@ -80,15 +72,14 @@ TEST_F(LinkFrames, FindNoRequestSocketBeforeTheRegisterRequest) {
   EXPECT_EQ(0, aaa_send_ipc_msg(pair_.own(), 0, "1test", 6));
   EXPECT_FALSE(aaa::waits_for_register_request());
   EXPECT_EQ(0, send(LinkSocket::request));
-  EXPECT_EQ(message_bytes(0, std::string("1test", 6)) + message_bytes(132, ""),
+  EXPECT_EQ(message_bytes(0, std::string("1test", 6)) + message_bytes(132),
             pair_.peer_reads(22 + 16));
 }
 
 TEST_F(LinkFrames, GoOnWaitingWhenTheRegisterRequestCouldNotBeSent) {
   record_new_request_socket();
   {
-    const ScriptedCalls calls(
-        {.send = [](int, const void*, std::size_t, int) { return test::fails(ENOBUFS); }});
+    const ScriptedCalls calls({.send = failing(ENOBUFS)});
     EXPECT_EQ(ENOBUFS, aaa_send_ipc_msg(pair_.own(), 0, "1test", 6));
   }
   EXPECT_EQ(EINVAL, send(LinkSocket::request));
@@ -98,18 +89,6 @@ TEST_F(LinkFrames, OnADescriptorThatAClientPutOnRecordAreWrittenAtOnce) {
   record_new_request_socket();
   aaa::store(g_aaa_client_cb.sync_fd, event_.own());
   EXPECT_FALSE(aaa::waits_for_register_request());
-  EXPECT_EQ(0, send(LinkSocket::request));
-  EXPECT_EQ(16u, event_.waiting_for_peer());
-}
-
-TEST_F(LinkFrames, OnAClientsDescriptorWithTheNumberOfAClosedOneAreWrittenAtOnce) {
-  record_new_request_socket();
-  {
-    const aaa::ScopedLock lock(aaa_lib_lock);
-    EXPECT_EQ(0, aaa::close_socket(LinkSocket::request));
-  }
-  ASSERT_EQ(pair_.own(), dup2(event_.own(), pair_.own()));
-  use_as_request_socket();
   EXPECT_EQ(0, send(LinkSocket::request));
   EXPECT_EQ(16u, event_.waiting_for_peer());
 }
@@ -125,17 +104,19 @@ TEST_F(LinkFrames, OnAClosedDescriptorCannotBeWritten) {
   ASSERT_EQ(pair_.own(), dup2(STDERR_FILENO, pair_.own()));
 }
 
-// A header that claims 300 MB, with no body behind it, makes no memory resident.
-TEST_F(LinkFrames, AMessageThatFailsIsWipedAsFarAsItCame) {
-  pair_.peer_writes(test::word_bytes(0x01010101) + test::word_bytes(0) + test::word_bytes(3) +
-                    test::word_bytes(300 << 20) + "beginning");
-  pair_.close_peer();
-  rusage before = {};
-  getrusage(RUSAGE_SELF, &before);
-  EXPECT_EQ(nullptr, aaa_recv_ipc_msg_from_sd(pair_.own()));
-  rusage after = {};
-  getrusage(RUSAGE_SELF, &after);
-  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 150 << 10) << "kB";
+long most_resident_kilobytes() {
+  rusage usage = {};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
 }
 
-}  // namespace
+// A header that claims 300 MB, with no body behind it, makes no memory resident.
+TEST_F(LinkFrames, AMessageThatFailsIsWipedAsFarAsItCame) {
+  pair_.peer_writes(word_bytes({0x01010101, 0, 3, 300 << 20}) + "beginning");
+  pair_.close_peer();
+  const long before = most_resident_kilobytes();
+  EXPECT_EQ(nullptr, aaa_recv_ipc_msg_from_sd(pair_.own()));
+  EXPECT_LT(most_resident_kilobytes() - before, 150 << 10);
+}
+
+}  // namespace test::link_frames

@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "support/freed_blocks.h"
+#include "support/failing_allocator.h"
 #include "transport/message.h"
 #include "transport/pair_test.h"
 

@@ -1,140 +1,124 @@
 // Paths and directories below TMPDIR.
 #include "transport/base/paths.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
 #include "support/library_test.h"
 
-namespace {
+namespace test::paths {
 
 namespace fs = std::filesystem;
 
-class Paths : public test::LibraryTest {
+class Paths : public LibraryTest {
  protected:
-  void SetUp() override {
-    LibraryTest::SetUp();
-    old_directory_ = fs::current_path();
-  }
-  void TearDown() override {
-    fs::current_path(old_directory_);
-    LibraryTest::TearDown();
-  }
+  ~Paths() override { fs::current_path(old_directory_); }
 
-  std::string make_path(const std::string& suffix, std::size_t size) {
+  // Expects a result and what the buffer then holds.
+  static void expect_path(int result, const std::string& path, const char* suffix,
+                          std::uint32_t size = 100) {
     char buffer[256] = "untouched";
-    result_ = aaa_make_path(buffer, suffix.c_str(), static_cast<std::uint32_t>(size));
-    return buffer;
+    EXPECT_EQ(result, aaa_make_path(buffer, suffix, size));
+    EXPECT_EQ(path, buffer);
   }
-  static bool is_directory(const std::string& path) { return fs::is_directory(path); }
-
-  std::int32_t result_ = -1;
+  // Makes a directory below the test's own; the path is taken as it is.
+  std::int32_t make_dir(const std::string& below) {
+    return aaa_make_dir((directory() + below).c_str());
+  }
+  bool is_directory(const std::string& below) const {
+    return fs::is_directory(directory() + below);
+  }
+  mode_t mode(const std::string& below) const {
+    struct stat status = {};
+    EXPECT_EQ(0, stat((directory() + below).c_str(), &status));
+    EXPECT_TRUE(S_ISDIR(status.st_mode));
+    return status.st_mode & 07777u;
+  }
+  // Fills a path below the test's directory up to a length.
+  std::string filled_to(std::size_t length, char letter) const {
+    const std::string begin = directory() + "/";
+    return begin + std::string(length - begin.size(), letter);
+  }
 
  private:
-  fs::path old_directory_;
+  fs::path old_directory_ = fs::current_path();
 };
 
 TEST_F(Paths, APathIsTmpdirFollowedByTheSuffix) {
   setenv("TMPDIR", "/some/where/", 1);
-  EXPECT_EQ("/some/where//x", make_path("/x", 100));
-  EXPECT_EQ(1, result_);
-}
-
-TEST_F(Paths, AnEmptyTmpdirIsATmpdir) {
+  expect_path(1, "/some/where//x", "/x");
   setenv("TMPDIR", "", 1);
-  EXPECT_EQ("/x", make_path("/x", 100));
-  EXPECT_EQ(1, result_);
-}
-
-TEST_F(Paths, WithoutTmpdirThereIsNoPath) {
+  expect_path(1, "/x", "/x");
   unsetenv("TMPDIR");
-  EXPECT_EQ("untouched", make_path("/x", 100));
-  EXPECT_EQ(0, result_);
+  expect_path(0, "untouched", "/x");
 }
 
 TEST_F(Paths, APathMustStayBelowTheSizeOfTheBuffer) {
   setenv("TMPDIR", "/1234", 1);
-  EXPECT_EQ("/1234/6789", make_path("/6789", 11));
-  EXPECT_EQ(1, result_);
-  EXPECT_EQ("untouched", make_path("/6789", 10));
-  EXPECT_EQ(0, result_);
-  EXPECT_EQ("untouched", make_path("/6789", 0));
-  EXPECT_EQ(0, result_);
+  expect_path(1, "/1234/6789", "/6789", 11);
+  expect_path(0, "untouched", "/6789", 10);
+  expect_path(0, "untouched", "/6789", 0);
 }
 
-TEST_F(Paths, EveryMissingDirectoryIsMade) {
-  EXPECT_EQ(0, aaa_make_dir((directory() + "/a/b/c").c_str()));
-  EXPECT_TRUE(is_directory(directory() + "/a/b/c"));
+TEST_F(Paths, APathNeedsABufferAndASuffix) {
+  EXPECT_EQ(0, aaa_make_path(nullptr, "/x", 32));
+  expect_path(0, "untouched", nullptr, 32);
 }
 
-TEST_F(Paths, NewDirectoriesHaveMode777UnderTheMaskOfTheProcess) {
+TEST_F(Paths, EveryMissingDirectoryIsMadeWithMode777UnderTheMaskOfTheProcess) {
   const mode_t mask = umask(027);
-  EXPECT_EQ(0, aaa_make_dir((directory() + "/a").c_str()));
+  EXPECT_EQ(0, make_dir("/a/b/c"));
   umask(mask);
-  struct stat status = {};
-  ASSERT_EQ(0, stat((directory() + "/a").c_str(), &status));
-  EXPECT_EQ(0750u, status.st_mode & 0777u);
+  EXPECT_EQ(0750u, mode("/a"));
+  EXPECT_EQ(0750u, mode("/a/b/c"));
 }
 
 TEST_F(Paths, DirectoriesThatExistAreNoFailure) {
-  EXPECT_EQ(0, aaa_make_dir((directory() + "/a").c_str()));
-  EXPECT_EQ(0, aaa_make_dir((directory() + "/a/b").c_str()));
-  EXPECT_EQ(0, aaa_make_dir((directory() + "/a/b").c_str()));
+  for (const char* const path : {"/a", "/a/b", "/a/b"})
+    EXPECT_EQ(0, make_dir(path));
+  EXPECT_EQ(0, aaa_make_dir("/"));
 }
 
 TEST_F(Paths, RepeatedAndTrailingSlashesDoNotMatter) {
-  EXPECT_EQ(0, aaa_make_dir((directory() + "//a///b/").c_str()));
-  EXPECT_TRUE(is_directory(directory() + "/a/b"));
-  EXPECT_EQ(0, aaa_make_dir("/"));
+  EXPECT_EQ(0, make_dir("//a///b/"));
+  EXPECT_TRUE(is_directory("/a/b"));
 }
 
 TEST_F(Paths, ANullPathIsABadArgument) {
   EXPECT_EQ(22, aaa_make_dir(nullptr));
 }
 
-TEST_F(Paths, ADotPathIsBelowTheCurrentDirectory) {
+TEST_F(Paths, ADotPathIsBelowTheCurrentDirectoryAndOtherRelativeOnesAreRefused) {
   fs::current_path(directory());
-  EXPECT_EQ(0, aaa_make_dir("./a/b"));
-  EXPECT_TRUE(is_directory(directory() + "/a/b"));
-}
-
-TEST_F(Paths, OtherRelativePathsAreRefused) {
-  fs::current_path(directory());
-  EXPECT_EQ(-1, aaa_make_dir("relative/dir"));
-  EXPECT_EQ(-1, aaa_make_dir("../x"));
-  EXPECT_EQ(-1, aaa_make_dir(".x/y"));
-  EXPECT_EQ(-1, aaa_make_dir("./"));
-  EXPECT_EQ(-1, aaa_make_dir("."));
-  EXPECT_EQ(-1, aaa_make_dir(""));
+  for (const char* const path : {"relative/dir", "../x", ".x/y", "./", ".", ""})
+    EXPECT_EQ(-1, aaa_make_dir(path)) << path;
   EXPECT_TRUE(fs::is_empty(directory()));
+  EXPECT_EQ(0, aaa_make_dir("./a/b"));
+  EXPECT_TRUE(is_directory("/a/b"));
 }
 
 TEST_F(Paths, TheErrorOfMkdirIsReturned) {
   std::ofstream(directory() + "/file") << "x";
-  EXPECT_EQ(20, aaa_make_dir((directory() + "/file/below").c_str()));
+  EXPECT_EQ(20, make_dir("/file/below"));
 }
 
 TEST_F(Paths, AnAbsolutePathIsCutAt255Characters) {
   const std::string cut = directory() + "/a" + std::string(253 - directory().size(), '/');
   ASSERT_EQ(255u, cut.size());
   EXPECT_EQ(0, aaa_make_dir((cut + "b").c_str()));
-  EXPECT_TRUE(is_directory(directory() + "/a"));
-  EXPECT_FALSE(is_directory(directory() + "/a/b"));
+  EXPECT_TRUE(is_directory("/a"));
+  EXPECT_FALSE(is_directory("/a/b"));
 }
 
 TEST_F(Paths, APrefixMayHave255CharactersWithItsSlash) {
-  const std::string longest = directory() + "/" + std::string(253 - directory().size(), 'x');
-  ASSERT_EQ(254u, longest.size());
+  const std::string longest = filled_to(254, 'x');
   EXPECT_EQ(0, aaa_make_dir(longest.c_str()));
-  EXPECT_TRUE(is_directory(longest));
-  EXPECT_EQ(-1, aaa_make_dir((directory() + "/" + std::string(200, 'y') + "/" +
-                              std::string(53 - directory().size(), 'z'))
-                                 .c_str()));
-  EXPECT_TRUE(is_directory(directory() + "/" + std::string(200, 'y')));
+  EXPECT_TRUE(fs::is_directory(longest));
+  const std::string first = "/" + std::string(200, 'y');
+  EXPECT_EQ(-1, make_dir(first + "/" + std::string(53 - directory().size(), 'z')));
+  EXPECT_TRUE(is_directory(first));
 }
 
 TEST_F(Paths, ADotPathAndItsDirectoryTogetherMayHave255Characters) {
@@ -142,67 +126,48 @@ TEST_F(Paths, ADotPathAndItsDirectoryTogetherMayHave255Characters) {
   std::string path = "./a";
   path.append(255 - directory().size() - path.size(), '/');
   EXPECT_EQ(0, aaa_make_dir(path.c_str()));
-  EXPECT_TRUE(is_directory(directory() + "/a"));
+  EXPECT_TRUE(is_directory("/a"));
   fs::remove(directory() + "/a");
   EXPECT_EQ(-1, aaa_make_dir((path + "/").c_str()));
-  EXPECT_FALSE(is_directory(directory() + "/a"));
+  EXPECT_FALSE(is_directory("/a"));
 }
 
 TEST_F(Paths, ADotPathNeedsACurrentDirectoryThatFits128Bytes) {
-  const std::string deep = directory() + "/" + std::string(127 - directory().size(), 'd');
-  ASSERT_EQ(128u, deep.size());
+  const std::string deep = filled_to(128, 'd');
   fs::create_directory(deep);
   fs::current_path(deep);
   EXPECT_EQ(-1, aaa_make_dir("./a"));
-  EXPECT_FALSE(is_directory(deep + "/a"));
+  EXPECT_FALSE(fs::is_directory(deep + "/a"));
+  fs::remove(deep);
+  EXPECT_EQ(-1, aaa_make_dir("./a")) << "there is none";
 }
 
-TEST_F(Paths, ADotPathNeedsACurrentDirectory) {
-  fs::create_directory(directory() + "/gone");
-  fs::current_path(directory() + "/gone");
-  fs::remove(directory() + "/gone");
-  EXPECT_EQ(-1, aaa_make_dir("./a"));
-}
-
-TEST_F(Paths, TheWorkDirectoryIsOpenToEverybodyWhateverTheMask) {
+TEST_F(Paths, TheWorkDirectoryIsOpenToEverybodyWhateverTheMaskAndTheModeOfBefore) {
   const mode_t mask = umask(077);
   EXPECT_EQ(0, aaa_lib_make_work_dir());
   umask(mask);
-  struct stat status = {};
-  ASSERT_EQ(0, stat((directory() + "/security/aaa").c_str(), &status));
-  EXPECT_TRUE(S_ISDIR(status.st_mode));
-  EXPECT_EQ(0777u, status.st_mode & 07777u);
-}
-
-TEST_F(Paths, TheWorkDirectoryMayExist) {
-  EXPECT_EQ(0, aaa_lib_make_work_dir());
+  EXPECT_EQ(0777u, mode("/security/aaa"));
   chmod((directory() + "/security/aaa").c_str(), 0700);
   EXPECT_EQ(0, aaa_lib_make_work_dir());
-  struct stat status = {};
-  ASSERT_EQ(0, stat((directory() + "/security/aaa").c_str(), &status));
-  EXPECT_EQ(0777u, status.st_mode & 0777u);
+  EXPECT_EQ(0777u, mode("/security/aaa"));
 }
 
-TEST_F(Paths, TheWorkDirectoryNeedsTmpdir) {
+TEST_F(Paths, TheWorkDirectoryNeedsTmpdirAndAPathBelow256Characters) {
   unsetenv("TMPDIR");
   EXPECT_EQ(-1, aaa_lib_make_work_dir());
-}
-
-TEST_F(Paths, TheWorkDirectoryNeedsAPathBelow256Characters) {
-  setenv("TMPDIR", ("/" + std::string(242, 'x')).c_str(), 1);
+  const std::string longer = "/" + std::string(242, 'x');
+  setenv("TMPDIR", longer.c_str(), 1);
   EXPECT_EQ(-1, aaa_lib_make_work_dir());
-  EXPECT_FALSE(is_directory("/" + std::string(242, 'x')));
+  EXPECT_FALSE(fs::is_directory(longer));
 }
 
-TEST_F(Paths, TheWorkDirectoryFailsWhenItCannotBeMade) {
+TEST_F(Paths, TheWorkDirectoryFailsWhenItCannotBeMadeOrOpenedToEverybody) {
   std::ofstream(directory() + "/security") << "x";
   EXPECT_EQ(-1, aaa_lib_make_work_dir());
-}
-
-TEST_F(Paths, TheWorkDirectoryFailsWhenItCannotBeOpenedToEverybody) {
+  fs::remove(directory() + "/security");
   fs::create_directory(directory() + "/security");
   fs::create_symlink("nowhere", directory() + "/security/aaa");
   EXPECT_EQ(-1, aaa_lib_make_work_dir());
 }
 
-}  // namespace
+}  // namespace test::paths

@@ -1,23 +1,12 @@
 // Taking bytes from a socket that were received before they were asked for.
 #include "transport/read_ahead.h"
 
-#include <gtest/gtest.h>
+#include "support/library_test.h"
 
-#include <cerrno>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "support/scripted_calls.h"
-#include "support/socket_pair.h"
-
-namespace test {
-namespace {
+namespace test::read_ahead {
 
 class ReadAheadTest : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(pair_.open()); }
-
   // So many bytes, or the error's number in brackets.
   std::string take(std::size_t length) {
     std::string bytes(length, '\0');
@@ -25,27 +14,19 @@ class ReadAheadTest : public testing::Test {
     const std::int32_t error = ahead_->receive(pair_.own(), bytes.data(), length, received);
     return error == 0 ? bytes : "[" + std::to_string(error) + "]";
   }
-  Scripts noting_sizes() {
-    Scripts scripts;
-    scripts.recv = [this](int, void*, std::size_t size, int) {
-      sizes_.push_back(size);
-      return std::nullopt;
-    };
-    return scripts;
-  }
 
-  SocketPair pair_;
+  ScriptedPeer pair_;
   std::unique_ptr<aaa::ReadAhead> ahead_ = std::make_unique<aaa::ReadAhead>();
-  std::vector<std::size_t> sizes_;
 };
 
 TEST_F(ReadAheadTest, OneSystemCallTakesAllThatIsThere) {
   pair_.peer_writes("onetwothree");
-  const ScriptedCalls calls(noting_sizes());
+  int reads = 0;
+  const ScriptedCalls calls({.recv = noting([&] { ++reads; })});
   EXPECT_EQ("one", take(3));
   EXPECT_EQ("two", take(3));
   EXPECT_EQ("three", take(5));
-  EXPECT_EQ(1u, sizes_.size());
+  EXPECT_EQ(1, reads);
 }
 
 TEST_F(ReadAheadTest, WhatIsMissingComesFromTheSocket) {
@@ -84,9 +65,7 @@ TEST_F(ReadAheadTest, ForgetsEverythingWhenTheConnectionEnds) {
 TEST_F(ReadAheadTest, NothingOfWhatWasTakenOrForgottenStaysInMemory) {
   pair_.peer_writes("password, secret");
   EXPECT_EQ("password", take(8));
-  const auto memory = [this] {
-    return std::string(reinterpret_cast<const char*>(ahead_.get()), sizeof *ahead_);
-  };
+  const auto memory = [this] { return bytes_of(ahead_.get(), sizeof *ahead_); };
   EXPECT_EQ(std::string::npos, memory().find("password"));
   EXPECT_NE(std::string::npos, memory().find("secret"));
   ahead_->clear();
@@ -109,5 +88,4 @@ TEST_F(ReadAheadTest, AFailedReadLosesTheBytesThatItTook) {
   EXPECT_FALSE(ahead_->holds_bytes());
 }
 
-}  // namespace
-}  // namespace test
+}  // namespace test::read_ahead

@@ -1,7 +1,7 @@
 // What may hold a password is wiped before its memory is given back, and no more than that.
 #include <cstdlib>
 
-#include "support/freed_blocks.h"
+#include "support/failing_allocator.h"
 #include "username/user_records.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// The catalogue of message types: numbers, constants and display names.
+// Catalogues: message types with their numbers, constants and display names, terminate causes.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -6,7 +6,7 @@
 
 #include "aaa_client.h"
 
-namespace {
+namespace test::catalogues {
 
 struct Row {
   std::uint32_t number;
@@ -103,14 +103,11 @@ constexpr Row kSubTypes[] = {
 TEST(MessageTypes, EveryConstantHasItsNumber) {
   for (const Row& row : kTypes)
     EXPECT_EQ(row.number, row.constant) << row.name;
-}
-
-TEST(MessageTypes, EverySubTypeConstantHasItsNumber) {
   for (const Row& row : kSubTypes)
     EXPECT_EQ(row.number, row.constant) << row.name;
 }
 
-TEST(MessageTypes, Every256NumbersHaveTheirNameOrNone) {
+TEST(MessageTypes, EveryNumberHasItsNameOrNone) {
   std::map<std::uint32_t, std::string> names;
   for (const Row& row : kTypes)
     names[row.number] = row.name;
@@ -119,26 +116,53 @@ TEST(MessageTypes, Every256NumbersHaveTheirNameOrNone) {
     EXPECT_EQ(known == names.end() ? "Unknown msg" : known->second, aaa_ipc_get_msg_type_str(type))
         << type;
   }
-}
-
-TEST(MessageTypes, NumbersPastTheTableAreUnknown) {
   for (const std::uint32_t type : {256u, 257u, 258u, 267u, 268u, 1000u, 0x80000000u, 0xFFFFFFFFu})
     EXPECT_STREQ("Unknown msg", aaa_ipc_get_msg_type_str(type)) << type;
 }
 
-TEST(MessageTypes, TwoTypesShareTheNameOfTheLdapSearch) {
-  EXPECT_STREQ("ldap search request", aaa_ipc_get_msg_type_str(32));
-  EXPECT_STREQ("ldap search request", aaa_ipc_get_msg_type_str(140));
-}
-
-TEST(MessageTypes, EverySubTypeHasItsName) {
+TEST(MessageTypes, EverySubTypeFrom1To11HasItsName) {
   for (const Row& row : kSubTypes)
     EXPECT_STREQ(row.name, aaa_kel_ipc_get_msg_type_str(row.number)) << row.number;
-}
-
-TEST(MessageTypes, SubTypesOutside1To11AreUnknown) {
   for (const std::uint32_t type : {0u, 12u, 13u, 255u, 256u, 268u, 0x80000000u, 0xFFFFFFFFu})
     EXPECT_STREQ("Unknown msg", aaa_kel_ipc_get_msg_type_str(type)) << type;
 }
 
-}  // namespace
+const std::map<std::uint32_t, std::string> kCauses = {
+    {1, "User request"},
+    {2, "Lost carrier"},
+    {3, "Lost service"},
+    {4, "Idle timeout"},
+    {5, "Session timeout"},
+    {6, "Admin reset"},
+    {7, "Admin reboot"},
+    {8, "Port error"},
+    {9, "Nas error"},
+    {10, "Nas request"},
+    {12, "Port unneeded"},
+    {14, "Port suspended"},
+    {15, "Service unavailable"},
+    {16, "Callback"},
+    {17, "User error"},
+    {18, "Host request"},
+    {19, "Supplicant restart"},
+    {20, "Reauth fail"},
+    {21, "Port reinit"},
+    {22, "Port admin disabled"},
+    {200, "Hello timeout"},
+    {250, "Low flow detect"},
+    {500, "Authen timeout"},
+    {501, "Authen reject"},
+    {502, "Over user limit"},
+};
+
+TEST(TerminateCauses, EveryCodeHasItsTextOrNone) {
+  for (const auto& [code, text] : kCauses)
+    EXPECT_STREQ(text.c_str(), rds_acct_term_cause_string(code)) << code;
+  for (std::uint32_t code = 0; code < 1000; ++code) {
+    if (kCauses.count(code) != 0) continue;
+    EXPECT_EQ(nullptr, rds_acct_term_cause_string(code)) << code;
+  }
+  EXPECT_EQ(nullptr, rds_acct_term_cause_string(0xFFFFFFFF));
+}
+
+}  // namespace test::catalogues

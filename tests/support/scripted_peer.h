@@ -1,34 +1,39 @@
-// A connected pair of stream sockets: the library's end, and the end that a test plays aaad on.
+// A peer whose bytes the test scripts: the library has one end of a connected pair of stream
+// sockets, the test plays aaad on the other.
 #pragma once
 
-#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <cstring>
 #include <string>
+#include <thread>
+
+#include "support/bytes.h"
 
 namespace test {
 
-class SocketPair {
+class ScriptedPeer {
  public:
-  SocketPair() = default;
-  ~SocketPair() { close(); }
-  SocketPair(const SocketPair&) = delete;
-  SocketPair& operator=(const SocketPair&) = delete;
+  ScriptedPeer() { EXPECT_TRUE(open()); }
+  ~ScriptedPeer() {
+    request();
+    close();
+  }
+  ScriptedPeer(const ScriptedPeer&) = delete;
+  ScriptedPeer& operator=(const ScriptedPeer&) = delete;
 
   bool open() { return ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds_) == 0; }
   void close() {
     close_own();
     close_peer();
   }
-  void close_own() { close_one(fds_[0]); }
-  void close_peer() { close_one(fds_[1]); }
-
+  // The library's end, and the peer's.
   int own() const { return fds_[0]; }
   int peer() const { return fds_[1]; }
+  void close_own() { close_one(fds_[0]); }
+  void close_peer() { close_one(fds_[1]); }
 
   void peer_writes(const std::string& bytes) const {
     std::size_t written = 0;
@@ -51,6 +56,26 @@ class SocketPair {
     bytes.resize(read);
     return bytes;
   }
+  std::string peer_reads_message() const {
+    const std::string header = peer_reads(16);
+    return header.size() < 16 ? header : header + peer_reads(word_at(header, 12));
+  }
+  // All that has arrived.
+  std::string peer_reads() const { return peer_reads(waiting_for_peer()); }
+
+  // Reads one message on a thread of its own, and answers it.
+  void answers(const std::string& answer) {
+    request();
+    thread_ = std::thread([this, answer] {
+      request_ = peer_reads_message();
+      peer_writes(answer);
+    });
+  }
+  // The message that was answered.
+  std::string request() {
+    if (thread_.joinable()) thread_.join();
+    return request_;
+  }
 
   // Bytes that have arrived and nobody has read.
   std::size_t waiting_for_peer() const { return waiting(fds_[1]); }
@@ -67,23 +92,8 @@ class SocketPair {
   }
 
   int fds_[2] = {-1, -1};
+  std::thread thread_;
+  std::string request_;
 };
-
-// 32-bit words as they stand in a message.
-inline std::string word_bytes(std::uint32_t word) {
-  return {reinterpret_cast<const char*>(&word), sizeof word};
-}
-inline std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
-  std::uint32_t word = 0;
-  std::memcpy(&word, bytes.substr(offset, sizeof word).data(), sizeof word);
-  return word;
-}
-
-// A message as aaad writes it.
-inline std::string message_bytes(std::uint32_t type, const std::string& body,
-                                 std::uint32_t marker = 0x01010101) {
-  return word_bytes(marker) + word_bytes(0) + word_bytes(type) +
-         word_bytes(static_cast<std::uint32_t>(body.size())) + body;
-}
 
 }  // namespace test

@@ -1,0 +1,74 @@
+// Bytes and frames, made and read at literal places.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <string>
+
+#include "aaa_client.h"
+#include "wire/message.h"
+
+namespace test {
+
+// 32-bit words as they stand in a message.
+inline std::string word_bytes(std::initializer_list<std::uint32_t> words) {
+  return {reinterpret_cast<const char*>(words.begin()), 4 * words.size()};
+}
+inline std::string word_bytes(std::uint32_t word) {
+  return word_bytes({word});
+}
+inline std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
+  std::uint32_t word = 0;
+  std::memcpy(&word, bytes.substr(offset, sizeof word).data(), sizeof word);
+  return word;
+}
+
+inline std::string zeros(std::size_t size) {
+  return std::string(size, '\0');
+}
+
+// Bytes given as hexadecimal digits; blanks are ignored.
+inline std::string hex(const std::string& digits) {
+  std::string bytes;
+  std::string pair;
+  for (const char digit : digits) {
+    if (digit == ' ') continue;
+    pair += digit;
+    if (pair.size() < 2) continue;
+    bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
+    pair.clear();
+  }
+  return bytes;
+}
+
+// A message as aaad writes it.
+inline std::string message_bytes(std::uint32_t type, const std::string& body = "",
+                                 std::uint32_t marker = 0x01010101) {
+  return word_bytes({marker, 0, type, static_cast<std::uint32_t>(body.size())}) + body;
+}
+
+// A copy of whatever lies at `place`.
+inline std::string bytes_of(const void* place, std::size_t size) {
+  return {static_cast<const char*>(place), size};
+}
+inline std::string bytes_of(const aaa_sim::Message& message) {
+  return {message.bytes.begin(), message.bytes.end()};
+}
+// Bytes as the simulator takes them.
+inline aaa_sim::View view(const std::string& bytes) {
+  return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
+}
+
+// A block of the library as bytes; frees it.
+inline std::string take_block(void* block, std::uint32_t length) {
+  const std::string bytes(static_cast<const char*>(block), block == nullptr ? 0 : length);
+  aaa_free(__LINE__, __func__, block);
+  return bytes;
+}
+// A message that the library handed out, or "none"; frees it.
+inline std::string take_message(aaa_ipc_header* message) {
+  return message == nullptr ? "none" : take_block(message, 16 + message->length);
+}
+
+}  // namespace test
