@@ -1,5 +1,6 @@
 // The tasks "aaa-connect" and "aaa-reconnect".
 #include "agent/agent_client.h"
+#include "support/locked_state.h"
 
 namespace test::agent_connect {
 
@@ -175,7 +176,7 @@ TEST_F(AgentReconnect, ADeregisteredClientIsNotTriedAgain) {
   expect_nothing_scheduled();
   expect_unconnected();
   EXPECT_NE(5, state());
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  test::set_reg_state(AAA_REG_NOT_REGISTERED);
 }
 
 TEST_F(AgentReconnect, AClientThatFinishesInEvent0IsNotConnected) {

@@ -9,6 +9,7 @@
 #include "runtime/send/send_buffer.h"
 #include "session/callbacks_of_clients.h"
 #include "support/fresh_message_sockets.h"
+#include "support/locked_state.h"
 
 namespace test::agent_init {
 
@@ -65,7 +66,7 @@ std::string text_of(const void* pointer) {
 }
 
 TEST_F(AgentInit, BadArgumentsAreRefusedWithALineAndKeepTheModelName) {
-  aaa::set_model_name("test");
+  test::set_model_name("test");
   const reg_info info = client();
   const reg_info nameless = client("");
   const std::string of_info = text_of(&info);

@@ -4,6 +4,7 @@
 #include "agent/agent_client.h"
 #include "runtime/send/waiting_session.h"
 #include "session/state/link.h"
+#include "support/locked_state.h"
 
 namespace test::agent_read {
 
@@ -206,7 +207,7 @@ TEST_F(AgentRead, AfterDeregistrationAnErrorEndsItAll) {
     EXPECT_EQ(1, state());
     EXPECT_THAT(loop_.names(), ElementsAre("aaa-heartbeat"));
     EXPECT_LT(0, event_socket()) << "the sockets are left alone";
-    aaa::set_reg_state(AAA_REG_REGISTERED);
+    test::set_reg_state(AAA_REG_REGISTERED);
     aaa_agent_finish();
     init_and_connect();
   }

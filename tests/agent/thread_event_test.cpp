@@ -1,5 +1,6 @@
 // aaa_lib_thread_event: how each task is scheduled.
 #include "agent/agent_client.h"
+#include "support/locked_state.h"
 
 namespace test::thread_event {
 
@@ -10,7 +11,7 @@ class ThreadEvent : public AgentTest {
  protected:
   ThreadEvent() {
     aaa::g_agent_master = loop_.master();
-    aaa::set_model_name("test");
+    test::set_model_name("test");
   }
   static zv_thread* const& handle(std::int32_t event) {
     zv_thread* const* const handles[] = {&aaa::g_agent_connect_ev, &aaa::g_agent_reconnect_tmr,

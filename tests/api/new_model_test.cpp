@@ -9,6 +9,7 @@
 
 #include "session/state/client_state.h"
 #include "support/linked_test.h"
+#include "support/locked_state.h"
 #include "support/open_log.h"
 
 namespace {
@@ -91,7 +92,7 @@ TEST_F(NewModel, APathMayHave255Characters) {
 }
 
 TEST_F(NewModel, TheFileIsReadWithoutARegistration) {
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  test::set_reg_state(AAA_REG_NOT_REGISTERED);
   write_file("1");
   const test::OpenLog log;
   EXPECT_EQ(1u, aaa_get_new_model_from_file());
@@ -115,7 +116,7 @@ TEST_F(NewModel, SynchronisingStoresWhatTheFileSaysAnd0WithoutIt) {
 TEST_F(NewModel, SynchronisingWhileNotRegisteredGives0AndTouchesNothing) {
   g_aaa_status.new_model = 7;
   write_file("1");
-  aaa::set_reg_state(AAA_REG_LOST);
+  test::set_reg_state(AAA_REG_LOST);
   EXPECT_EQ(0u, aaa_get_new_model_status_syn());
   EXPECT_EQ(7u, g_aaa_status.new_model);
 }

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "support/encoded_body.h"
+#include "support/locked_state.h"
 #include "support/one_way_scenarios.h"
 
 namespace test {
@@ -106,7 +107,7 @@ class UserRequests : public LinkedTest {
 
 TEST_F(UserRequests, RefuseANullRecordBeforeTheyAskForTheRegistration) {
   for (const auto state : {AAA_REG_REGISTERED, AAA_REG_NOT_REGISTERED}) {
-    aaa::set_reg_state(state);
+    test::set_reg_state(state);
     const LibraryCounters counters;
     expect_refused([] { return aaa_user_req_authen(nullptr); });
     expect_refused([] { return aaa_user_req_author(nullptr); });
@@ -126,7 +127,7 @@ TEST_F(UserRequests, RefuseSessionId0) {
   expect_refused([&] { return aaa_user_req_authen(&authen); });
   expect_refused([&] { return aaa_user_req_author(&author); });
   expect_refused([&] { return aaa_user_req_acct(&acct); });
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  test::set_reg_state(AAA_REG_NOT_REGISTERED);
   EXPECT_EQ(-1, aaa_user_req_authen(&authen));
   EXPECT_EQ(-1, aaa_user_req_author(&author));
   EXPECT_EQ(-1, aaa_user_req_acct(&acct));
@@ -169,7 +170,7 @@ TEST_F(UserRequests, MayBeMadeByACallerThatHasTheLock) {
 TEST_F(UserRequests, ControlOfInterfacesRefusesNullAndAFirstWordOf0) {
   const std::uint32_t words[3] = {0, 5, 6};
   for (const auto state : {AAA_REG_REGISTERED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
+    test::set_reg_state(state);
     expect_refused([] { return aaa_notify_ctrl_if_switch(nullptr); });
     expect_refused([&] { return aaa_notify_ctrl_if_switch(words); });
   }

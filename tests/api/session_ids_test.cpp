@@ -1,5 +1,6 @@
 // Session ids: blocks that aaad grants and the client hands out one by one.
 #include "api/session_ids.h"
+#include "support/locked_state.h"
 
 #include "support/exchange_scenarios.h"
 #include "support/open_log.h"
@@ -146,12 +147,12 @@ TEST_F(SessionIds, NotRegisteredGives0CountsNothingAndLeavesTheBlock) {
   const LibraryCounters counters;
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
+    test::set_reg_state(state);
     EXPECT_EQ(0u, aaa_get_session_id());
   }
   EXPECT_TRUE(counters.all_unchanged());
   expect_block(5, 9);
-  aaa::set_reg_state(AAA_REG_REGISTERED);
+  test::set_reg_state(AAA_REG_REGISTERED);
   EXPECT_EQ(6u, aaa_get_session_id());
   EXPECT_TRUE(writes().empty());
 }

@@ -7,6 +7,7 @@
 #include "session/state/client_state.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
+#include "support/locked_state.h"
 #include "support/open_log.h"
 
 namespace {
@@ -78,7 +79,7 @@ TEST_P(StatusGetters, Return0AndALineInEveryStateButRegistered) {
   status_word(GetParam().word) = 1;
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
+    test::set_reg_state(state);
     const test::OpenLog log;
     EXPECT_EQ(0, GetParam().get()) << state;
     log.expect("aaa_is_alive", "already unregistered or not registered or is connecting!\r\n");

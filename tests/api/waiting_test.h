@@ -16,6 +16,7 @@
 #include "session/state/locks.h"
 #include "support/encoded_body.h"
 #include "support/library_counters.h"
+#include "support/locked_state.h"
 #include "support/result.h"
 #include "support/scripted_calls.h"
 #include "transport/base/paths.h"
@@ -49,7 +50,7 @@ class WaitingTest : public LibraryTest {
  protected:
   void SetUp() override {
     LibraryTest::SetUp();
-    aaa::set_model_name("test");
+    test::set_model_name("test");
     const aaa::ScopedLock lock(aaa_lib_lock);
     ASSERT_EQ(0, aaa_lib_make_work_dir());
     ASSERT_EQ(0, aaa_lib_msg_socket_init());

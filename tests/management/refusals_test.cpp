@@ -5,6 +5,7 @@
 #include "management/sample_records.h"
 #include "session/state/client_state.h"
 #include "support/library_counters.h"
+#include "support/locked_state.h"
 #include "support/open_log.h"
 
 namespace test {
@@ -81,7 +82,7 @@ TEST_P(Refusals, SendAndLogNothingAndCountAsStated) {
 }
 
 TEST_P(Refusals, AskForTheRegistrationFirstOrNotAtAll) {
-  aaa::set_reg_state(AAA_REG_LOST);
+  test::set_reg_state(AAA_REG_LOST);
   const LibraryCounters counters;
   const OpenLog log;
   EXPECT_EQ(GetParam().not_alive.value_or(GetParam().result), GetParam().call());

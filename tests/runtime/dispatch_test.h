@@ -2,6 +2,7 @@
 #pragma once
 
 #include "runtime/noting_client.h"
+#include "support/locked_state.h"
 
 namespace test {
 
@@ -46,7 +47,7 @@ class DispatchTest : public LibraryTest {
       in_callback_(told);
     };
     aaa::store(g_aaa_client_cb.async_fd, aaad_.own());
-    aaa::set_model_name("test");
+    test::set_model_name("test");
     reg_info info = noting_client();
     info.aaa_event_cb = [](std::uint32_t event) {
       return notes.add("event " + word_bytes({event})), 0;
@@ -55,7 +56,7 @@ class DispatchTest : public LibraryTest {
   }
   ~DispatchTest() override { notes.reset(); }
 
-  static void use(const reg_info& info) { aaa::store_callbacks(info); }
+  static void use(const reg_info& info) { test::store_callbacks(info); }
   void in_callback(std::function<void(const std::string&)> action) { in_callback_ = action; }
 
   // One message, with the NUL behind its body; no body is a null body.

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "runtime/send_buffer_test.h"
+#include "support/locked_state.h"
 #include "support/registered_test.h"
 
 namespace test::flush_thread {
@@ -193,7 +194,7 @@ TEST_F(FlushThread, IsNotStartedWithoutThreadAttributesOrWhenItCannotBeCreated) 
   const std::pair<Scripts, std::string> scripts_and_lines[] = {
       {{.pthread_attr_init = returning(ENOMEM)}, "aaalib attr init failed\r\n"},
       {{.pthread_create = returning(EAGAIN)}, "aaalib create send buffer thread failed\r\n"}};
-  aaa::set_model_name("test");
+  test::set_model_name("test");
   for (const auto& [scripts, line] : scripts_and_lines) {
     const OpenLog log;
     const ScriptedCalls scripted(scripts);

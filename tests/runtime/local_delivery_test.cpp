@@ -1,6 +1,7 @@
 // Datagrams to the thread that waits for a result.
 #include "runtime/message_pair.h"
 #include "support/fresh_message_sockets.h"
+#include "support/locked_state.h"
 
 namespace test::local_delivery {
 
@@ -8,7 +9,7 @@ class LocalDelivery : public LibraryTest {
  protected:
   LocalDelivery() {
     make_message_pair();
-    aaa::set_model_name("test");
+    test::set_model_name("test");
   }
   ~LocalDelivery() override { aaa::store(lib_msg_client_fd, client_fd_); }
 

@@ -3,6 +3,7 @@
 
 #include "runtime/send/send_buffer.h"
 #include "support/library_test.h"
+#include "support/locked_state.h"
 
 namespace test {
 
@@ -34,7 +35,7 @@ class SendBufferTest : public LibraryTest {
   SendBufferTest() {
     aaa_lib_send_buf_reset();
     use_request_socket(aaad_.own());
-    aaa::set_model_name("test");
+    test::set_model_name("test");
   }
   ~SendBufferTest() override { aaa_lib_send_buf_reset(); }
 

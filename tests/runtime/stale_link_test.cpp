@@ -5,6 +5,7 @@
 #include "runtime/receive/inbound.h"
 #include "runtime/receive_test.h"
 #include "session/state/link.h"
+#include "support/locked_state.h"
 
 namespace test::stale_link {
 
@@ -112,7 +113,7 @@ class StaleMessage : public RegisteredTest {
 TEST_F(StaleMessage, ChangesNothingAndRaisesNoEvent) {
   aaa::store(g_aaa_status.acct_period, 5U);
   aaa::store(aaalib_hbt_last_recv, 5U);
-  aaa::store_callbacks(client());
+  test::store_callbacks(client());
   const std::uint32_t results = g_aaalib_stat.results_to_waiter;
   deliver(102, aaa::handle_aaa_info_notify, word_bytes({9, 9, 9, 9, 9, 9, 9, 9, 9, 9}));
   EXPECT_EQ(5u, g_aaa_status.acct_period);

@@ -1,6 +1,7 @@
 // Connecting and registering both sockets.
 #include "session/link/connect.h"
 #include "session/session_test.h"
+#include "support/locked_state.h"
 
 namespace test::register_exchange {
 
@@ -11,7 +12,7 @@ class RegisterExchange : public SessionTest {
  protected:
   void SetUp() override {
     SessionTest::SetUp();
-    aaa::set_model_name("test");
+    test::set_model_name("test");
   }
   // The register request that arrived on a connection.
   std::string request(Role role) {
@@ -37,7 +38,7 @@ TEST_F(RegisterExchange, TheRequestHasTheRoleAndTheModelName) {
 }
 
 TEST_F(RegisterExchange, ALongModelNameIsSentAsItIsStored) {
-  aaa::set_model_name(std::string(70, 'm').c_str());
+  test::set_model_name(std::string(70, 'm').c_str());
   ASSERT_EQ(0, aaalib_connect_and_register_to_aaad());
   EXPECT_EQ(65u, word_at(request(Role::request), 12));
   EXPECT_EQ("1" + std::string(63, 'm') + std::string(1, '\0'), request(Role::request).substr(16));
@@ -57,7 +58,7 @@ TEST_F(RegisterExchange, Word0OfTheResponseIsTheIdAlsoAbove255) {
     EXPECT_EQ(0, aaalib_connect_and_register_to_aaad());
     EXPECT_EQ(id, g_aaa_client_cb.aaa_id);
     aaa_lib_client_close();
-    aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+    test::set_reg_state(AAA_REG_NOT_REGISTERED);
   }
 }
 

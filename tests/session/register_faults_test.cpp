@@ -1,6 +1,7 @@
 // Register exchanges that go wrong.
 #include "session/link/connect.h"
 #include "session/session_test.h"
+#include "support/locked_state.h"
 
 namespace test::register_faults {
 
@@ -13,7 +14,7 @@ class RegisterFaults : public SessionTest {
  protected:
   void SetUp() override {
     SessionTest::SetUp();
-    aaa::set_model_name("test");
+    test::set_model_name("test");
   }
 
   // Expects the exchange to fail with `line` from it, then the line of the whole step.

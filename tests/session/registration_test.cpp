@@ -1,6 +1,7 @@
 // aaa_svr_reg.
 #include "session/session_test.h"
 #include "support/fresh_message_sockets.h"
+#include "support/locked_state.h"
 
 namespace test::registration {
 
@@ -37,7 +38,7 @@ TEST_F(Registration, ANullRecordIsRefused) {
 
 TEST_F(Registration, AnEmptyModelNameIsRefusedWithoutALine) {
   const OpenGate gate;
-  aaa::set_model_name("before");
+  test::set_model_name("before");
   const reg_info info = client("");
   EXPECT_EQ(-1, aaa_svr_reg(&info));
   EXPECT_THAT(log_.lines(), IsEmpty());

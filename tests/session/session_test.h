@@ -5,6 +5,7 @@
 #include "runtime/send/send_buffer.h"
 #include "session/callbacks_of_clients.h"
 #include "support/library_test.h"
+#include "support/locked_state.h"
 #include "transport/message_endpoints.h"
 
 namespace test {
@@ -44,7 +45,7 @@ class SessionTest : public SimulatedTest {
   void TearDown() override {
     stop_library();
     aaa_lib_client_close();
-    aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+    test::set_reg_state(AAA_REG_NOT_REGISTERED);
     SimulatedTest::TearDown();
   }
 

@@ -11,6 +11,7 @@
 #include "session/state/locks.h"
 #include "soak/soak_test.h"
 #include "soak/timeouts.h"
+#include "support/locked_state.h"
 
 namespace soak {
 namespace {
@@ -162,7 +163,7 @@ TEST_F(Cancellation, InThePauseBetweenTwoAttempts) {
     }
     EXPECT_TRUE(test::eventually([] { return receive_threads_of(getpid()) == 0; }));
     EXPECT_EQ(attempts_before, attempts);
-    aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+    test::set_reg_state(AAA_REG_NOT_REGISTERED);
     aaa::aaalib_stop_send_buf_thread();
     listen(true);
   });

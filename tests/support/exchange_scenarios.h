@@ -13,6 +13,7 @@
 #include "support/library_counters.h"
 #include "support/linked_test.h"
 #include "support/lock_check.h"
+#include "support/locked_state.h"
 
 namespace test {
 
@@ -71,7 +72,7 @@ TEST_P(Exchanges, AskForTheRegistrationOrDoWithoutIt) {
   const LibraryCounters counters;
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
+    test::set_reg_state(state);
     EXPECT_EQ(GetParam().results.not_alive.value_or(GetParam().success), answered_call()) << state;
   }
   EXPECT_EQ(GetParam().results.not_alive ? 0u : 4u, writes().size());
@@ -183,7 +184,7 @@ TEST_P(Exchanges, LogNothingWhileTheGateIsClosed) {
   call();
   aaad_answers(message_bytes(103, ""));
   call();
-  aaa::set_reg_state(AAA_REG_LOST);
+  test::set_reg_state(AAA_REG_LOST);
   aaad_answers(GetParam().answer);
   call();
   EXPECT_TRUE(log.lines().empty());

@@ -1,4 +1,5 @@
 #include "support/library_test.h"
+#include "support/locked_state.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -28,13 +29,13 @@ void forget_events() {
 }
 
 void reset_library_state() {
-  aaa::store_callbacks({});
-  aaa::set_model_name("");
+  test::store_callbacks({});
+  test::set_model_name("");
   g_aaalib_process_name[0] = '\0';
   aaa::store(g_aaa_client_cb.sync_fd, -1);
   aaa::store(g_aaa_client_cb.async_fd, -1);
   aaa::store(g_aaa_client_cb.aaa_id, 0);
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  test::set_reg_state(AAA_REG_NOT_REGISTERED);
   aaa::store_status({});
   aaa::store(aaa::g_aaalib_debug_count_curr, std::uint16_t{0});
   aaa::g_session_id = 0;

@@ -1,4 +1,5 @@
 #include "support/linked_test.h"
+#include "support/locked_state.h"
 
 #include <cerrno>
 
@@ -8,15 +9,15 @@ namespace test {
 
 void LinkedTest::SetUp() {
   LibraryTest::SetUp();
-  aaa::set_model_name("test");
+  test::set_model_name("test");
   aaa::store(g_aaa_client_cb.sync_fd, link_.own());
-  aaa::set_reg_state(AAA_REG_REGISTERED);
+  test::set_reg_state(AAA_REG_REGISTERED);
   script({});
 }
 
 void LinkedTest::TearDown() {
   scripts_.reset();
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  test::set_reg_state(AAA_REG_NOT_REGISTERED);
   LibraryTest::TearDown();
 }
 

@@ -13,6 +13,7 @@
 #include "support/library_counters.h"
 #include "support/linked_test.h"
 #include "support/lock_check.h"
+#include "support/locked_state.h"
 #include "support/open_log.h"
 
 namespace test {
@@ -98,7 +99,7 @@ TEST_P(OneWayRequests, AskForTheRegistrationOrDoWithoutIt) {
   const LibraryCounters counters;
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
+    test::set_reg_state(state);
     EXPECT_EQ(GetParam().results.not_alive.value_or(GetParam().results.sent), call()) << state;
   }
   EXPECT_EQ(GetParam().results.not_alive ? 0u : 4u, writes().size());
@@ -184,7 +185,7 @@ TEST_P(OneWayRequests, LogNothingWhileTheGateIsClosed) {
   call();
   script(FailingBlock(1).scripts());
   call();
-  aaa::set_reg_state(AAA_REG_LOST);
+  test::set_reg_state(AAA_REG_LOST);
   call();
   EXPECT_TRUE(log.lines().empty());
 }

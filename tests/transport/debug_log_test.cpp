@@ -1,5 +1,6 @@
 // The debug gate with its rate limit, and the shape of a line.
 #include "transport/debug_log.h"
+#include "support/locked_state.h"
 
 #include "support/library_test.h"
 
@@ -121,7 +122,7 @@ TEST_F(DebugLog, TheCountIsExactWithManyThreads) {
 
 TEST_F(DebugLog, ALineHasItsThreadItsModelAndItsFunctionAndGoesToTheClientSubmodule) {
   aaa_set_debug_switch(1);
-  aaa::set_model_name("dot1x");
+  test::set_model_name("dot1x");
   write_line();
   char expected[256];
   std::snprintf(expected, sizeof expected,
@@ -147,7 +148,7 @@ TEST_F(DebugLog, TheThreadIsTheOneThatWrites) {
 
 TEST_F(DebugLog, ModelAndFunctionAreCutToTheirColumns) {
   aaa_set_debug_switch(1);
-  aaa::set_model_name("abcdefghijklmnopq");
+  test::set_model_name("abcdefghijklmnopq");
   AAA_DEBUG_LOG_AS("a_function_with_a_name_of_forty_letters_", "x\r\n");
   const std::string text = log_.lines().front().text;
   EXPECT_EQ("[abcdefghijklmn][a_function_with_a_name_of_fort] x\r\n", text.substr(text.find("[a")));

@@ -15,6 +15,7 @@ class ReadAheadTest : public testing::Test {
     return error == 0 ? bytes : "[" + std::to_string(error) + "]";
   }
 
+  const aaa::ScopedLock lock_{aaa::event_read_lock};
   ScriptedPeer pair_;
   std::unique_ptr<aaa::ReadAhead> ahead_ = std::make_unique<aaa::ReadAhead>();
 };

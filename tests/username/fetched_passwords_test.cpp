@@ -1,5 +1,6 @@
 // The password list of a fetched local user, and its release.
 #include "session/state/client_state.h"
+#include "support/locked_state.h"
 #include "support/open_log.h"
 #include "username/user_records.h"
 
@@ -110,7 +111,7 @@ TEST_F(FetchedPasswords, ReleaseTouchesNothingElse) {
 
 TEST_F(FetchedPasswords, ReleaseNeedsNoRegistrationAndMayComeTwice) {
   fetch(item(6, "A"));
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
+  test::set_reg_state(AAA_REG_NOT_REGISTERED);
   username_lib_release_user(&record_);
   EXPECT_TRUE(test::is_empty(record_.passwords));
   username_lib_release_user(&record_);

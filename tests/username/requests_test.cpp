@@ -4,6 +4,7 @@
 #include "session/state/client_state.h"
 #include "support/failing_block.h"
 #include "support/linked_test.h"
+#include "support/locked_state.h"
 #include "support/open_log.h"
 #include "support/own_stack.h"
 #include "username_lib.h"
@@ -56,7 +57,7 @@ TEST_F(LocalRequests, NullIsRefusedWithOneLineBeforeTheRegistrationIsAskedFor) {
       {"username_lib_author_req", -1, [&] { return username_lib_author_req(&author, nullptr); }},
   };
   for (const auto state : {AAA_REG_REGISTERED, AAA_REG_LOST}) {
-    aaa::set_reg_state(state);
+    test::set_reg_state(state);
     for (const auto& [function, code, call] : calls) {
       const test::LogCapture closed;
       EXPECT_EQ(code, call()) << function;
@@ -70,7 +71,7 @@ TEST_F(LocalRequests, NullIsRefusedWithOneLineBeforeTheRegistrationIsAskedFor) {
 }
 
 TEST_F(LocalRequests, WithoutARegistrationOnlyThatIsLogged) {
-  aaa::set_reg_state(AAA_REG_LOST);
+  test::set_reg_state(AAA_REG_LOST);
   const test::OpenLog log;
   username_lib_chg_pwd("a", "b", "c");
   username_lib_fs_grant_req("a", "b", 1);
@@ -109,7 +110,7 @@ TEST_F(LocalRequests, StringsOf169BytesTogetherAreRefusedWithOneLine) {
     EXPECT_EQ("username_lib_chg_pwd", log.lines()[0].function());
   }
   EXPECT_TRUE(writes().empty());
-  aaa::set_reg_state(AAA_REG_LOST);
+  test::set_reg_state(AAA_REG_LOST);
   EXPECT_EQ(-5, username_lib_chg_pwd(long_one.c_str(), "", ""))
       << "the registration is asked first";
 }

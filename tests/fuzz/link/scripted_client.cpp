@@ -1,4 +1,5 @@
 #include "fuzz/link/scripted_client.h"
+#include "support/locked_state.h"
 
 #include <cstring>
 
@@ -112,8 +113,8 @@ void forget_client(const ScriptedAaad& aaad) {
         &aaa::event_write_lock, &aaa::event_read_lock})
     require(is_free(*lock));
   aaa::store(g_aaa_client_cb.aaa_id, 0);
-  aaa::set_reg_state(AAA_REG_NOT_REGISTERED);
-  aaa::store_callbacks({});
+  test::set_reg_state(AAA_REG_NOT_REGISTERED);
+  test::store_callbacks({});
   aaa::store_status({});
   aaa::g_aaalib_debug_count_curr = 0;
   aaa::g_session_id = aaa::g_session_id_max = 0;
