@@ -162,6 +162,18 @@ TEST_F(StaleMessage, IsNotDispatched) {
   EXPECT_TRUE(log.lines().empty());
 }
 
+// Nor does a line say that it is.
+TEST_F(StaleMessage, IsNotAnswered) {
+  const ScriptedPeer aaad;
+  aaa::store(g_aaa_client_cb.async_fd, aaad.own());
+  const OpenLog log;
+  deliver(AAA_MSG_GS_VALID_REQ, aaa::handle_gs_valid_req, zeros(396));
+  deliver(AAA_MSG_GET_ONLINE_INFO, aaa::handle_get_online_info);
+  EXPECT_TRUE(log.lines().empty());
+  EXPECT_EQ("", aaad.peer_reads());
+  aaa::store(g_aaa_client_cb.async_fd, -1);
+}
+
 // Hands a message to each handler that calls back. Returns how many callbacks that came to.
 std::size_t calls_of_handlers(aaa::LinkNumber link) {
   const std::string long_enough = zeros(720);
