@@ -1,7 +1,10 @@
 // aaa_agent_finish, and tasks of a registration that has ended, by it or by deregistration alone.
+#include <atomic>
+
 #include "agent/agent_client.h"
 #include "runtime/receive/heartbeat.h"
 #include "runtime/send/send_buffer.h"
+#include "transport/base/cancellation.h"
 
 namespace test::agent_finish {
 
@@ -101,6 +104,31 @@ TEST_F(AgentFinish, EndsARegistrationWhoseDeregistrationIsAnsweredWronglyOrNotAt
     EXPECT_EQ(0, aaa_agent_finish());
   }
   EXPECT_THAT(client_events(), ElementsAre(1, 0, 1, 3, 0, 1, 0, 1, 3, 0));
+}
+
+TEST_F(AgentFinish, AfterAWrongAnswerWaitsForTheFlushThread) {
+  std::atomic<bool> hold = false;
+  std::atomic<bool> is_held = false;
+  std::atomic<bool> returned = false;
+  std::atomic<bool> let_go = false;
+  const ScriptedCalls calls({.select = noting([&] {
+                               if (!hold) return;
+                               const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
+                               is_held = true;
+                               EXPECT_TRUE(eventually([&] { return let_go.load(); }));
+                             })});
+  sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::wrong_type);
+  init_and_connect(batching_client());
+  hold = true;
+  EXPECT_TRUE(eventually([&] { return is_held.load(); }));
+  std::thread host([&] {
+    EXPECT_TRUE(eventually([] { return aaa::load(g_aaa_client_cb.aaa_id) == -1; }));
+    EXPECT_FALSE(eventually([&] { return returned.load(); }, std::chrono::milliseconds(300)));
+    let_go = true;
+  });
+  EXPECT_EQ(0, aaa_agent_finish());
+  returned = true;
+  host.join();
 }
 
 TEST_F(AgentFinish, BeforeAnyRegistrationItDoesNothing) {
@@ -219,6 +247,19 @@ TEST_F(EndedRegistration, ItsHeartbeatTaskDoesNotDropTheNewConnection) {
   aaa::store(g_aaa_client_cb.aaa_id, 0);
   run("aaa-heartbeat");
   EXPECT_EQ(4, state());
+  expect_journal({});
+}
+
+class EndedAlone : public AgentTest {};
+
+TEST_F(EndedAlone, ItsTasksDoNothing) {
+  init_and_connect();
+  EXPECT_EQ(0, aaa_svr_dereg());
+  loop_.take_journal();
+  const OpenLog log;
+  run("aaa-read");
+  run("aaa-heartbeat");
+  EXPECT_THAT(log.lines(), IsEmpty());
   expect_journal({});
 }
 

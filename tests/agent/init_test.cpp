@@ -1,6 +1,5 @@
 // aaa_agent_init.
-#include <sys/stat.h>
-
+#include <atomic>
 #include <filesystem>
 
 #include "agent/agent_client.h"
@@ -260,15 +259,36 @@ TEST_F(AgentInit, WhileAReceiveThreadTriesToConnectItOnlyReplacesTheCallbacks) {
   EXPECT_EQ(online, g_aaa_client_cb.get_online_info_cb);
 }
 
-// Group and others may not write to a directory that somebody else has prepared.
-TEST_F(AgentInit, ChangesNoModeOfADirectoryThatExists) {
-  const std::string work = directory() + "/security/aaa";
-  ASSERT_EQ(0, chmod(work.c_str(), 0750));
+TEST_F(AgentInit, OfAReceiveThreadThatHasYetToTryItRaisesNoEvent) {
+  aaa::store(aaa::g_receive_msg_tid, pthread_self());
+  init(second_client());
+  aaa::store(aaa::g_receive_msg_tid, pthread_t{0});
+  EXPECT_THAT(client_events(), IsEmpty());
+  expect_nothing_scheduled();
+  EXPECT_EQ(online, g_aaa_client_cb.get_online_info_cb);
+}
+
+TEST_F(AgentInit, WhileACallbackOfAnEarlierThreadRunsTheConnectionWaits) {
+  static std::atomic<bool> inside;
+  static std::atomic<bool> let_go;
+  inside = let_go = false;
+  reg_info info = client();
+  info.notify_del_msg_cb = [](const void*) {
+    inside = true;
+    EXPECT_TRUE(eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
+  };
+  register_client(info);
+  send(AAA_MSG_NOTIFY_DEL_MSG, zeros(560));
+  EXPECT_TRUE(eventually([] { return inside.load(); }));
+  EXPECT_EQ(0, aaa_svr_dereg());
   init();
-  struct stat status = {};
-  ASSERT_EQ(0, stat(work.c_str(), &status));
-  EXPECT_EQ(0750u, status.st_mode & 07777);
-  ASSERT_EQ(0, chmod(work.c_str(), 0777));
+  run("aaa-connect");
+  EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
+  EXPECT_EQ(1, state());
+  let_go = true;
+  EXPECT_TRUE(receive_thread_is_gone());
+  run("aaa-connect");
+  expect_steady();
 }
 
 TEST_F(AgentInit, AfterDeregistrationAloneItStartsAnew) {

@@ -31,6 +31,18 @@ TEST_F(LinkLoss, TheClientIsToldOfTheLossAndThenOfTheNewRegistration) {
   EXPECT_TRUE(sim_.wait_for_clients(1));
 }
 
+// An exchange that drains a dead socket holds the lock until it learns of the loss.
+TEST_F(LinkLoss, IsAnnouncedWhileAnotherThreadHoldsTheLibrarysLock) {
+  register_client();
+  take_pass();
+  {
+    const aaa::ScopedLock held(aaa_lib_lock);
+    sim_.close_connections();
+    EXPECT_TRUE(eventually([] { return aaa::link_is_lost(); }));
+  }
+  EXPECT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
+}
+
 // The state in which event 0 finds the library.
 struct AtLoss {
   std::atomic<bool> told = false;
@@ -82,6 +94,14 @@ TEST_F(LinkLoss, TheInjectedResultHoldsTheSessionWhichIsKeptAndCodeTwo) {
   ASSERT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED));
   const aaa::ScopedLock lock(aaa::waiting_session_lock);
   EXPECT_EQ(0x01020304u, aaa::g_temp_sid);
+}
+
+TEST_F(LinkLoss, OfAnEarlierLinkInjectsNothing) {
+  register_waiting(77);
+  aaa::aaa_notify_timeout(aaa::link_number() - 1);
+  EXPECT_EQ("", datagram());
+  aaa::aaa_notify_timeout(aaa::link_number());
+  EXPECT_NE("", datagram());
 }
 
 TEST_F(LinkLoss, NothingIsInjectedWithoutAWaiterOrWhenItCannotBeEncoded) {

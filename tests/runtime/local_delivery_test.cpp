@@ -76,7 +76,18 @@ TEST_F(LocalDelivery, ADescriptorOfTheClientsOwnIsSentOnBeforeThePairIsReady) {
   aaa::store(lib_msg_client_fd, own.own());
   deliver();
   aaa::store(aaa::g_msg_socket_ok, ready);
-  EXPECT_EQ("one", own.peer_reads(3));
+  EXPECT_EQ("one", own.peer_reads());
+}
+
+TEST_F(LocalDelivery, EveryDescriptorFrom1OnIsSentOn) {
+  int fd = -1;
+  const ScriptedCalls calls({.send = [&](int given, const void*, std::size_t size, int) {
+    fd = given;
+    return static_cast<ssize_t>(size);
+  }});
+  aaa::store(lib_msg_client_fd, 1);
+  deliver();
+  EXPECT_EQ(1, fd);
 }
 
 // The client socket is made, and closed again because it cannot be connected. The host process has
@@ -106,7 +117,21 @@ TEST_F(ClosedClientSocket, CountsAsClosedUntilTheWordHasHeldAnotherValue) {
   deliver();
   aaa::store(lib_msg_client_fd, number_);
   deliver();
-  EXPECT_EQ("oneone", host_.peer_reads(6));
+  EXPECT_EQ("oneone", host_.peer_reads());
+}
+
+TEST_F(ClosedClientSocket, WithItsNumberIsAnOpenOneWhenItIsMadeAnew) {
+  ::close(number_);
+  ASSERT_EQ(0, aaa_lib_msg_socket_init());
+  ASSERT_EQ(number_, lib_msg_client_fd);
+  deliver();
+  EXPECT_EQ("one", datagram());
+  ASSERT_EQ(number_, dup2(host_.own(), number_));
+}
+
+TEST_F(ClosedClientSocket, IsNoObstacleToTheSocketLoops) {
+  EXPECT_EQ(0, aaa_msg_send(number_, "own", 3, 0));
+  EXPECT_EQ("own", host_.peer_reads());
 }
 
 }  // namespace test::local_delivery

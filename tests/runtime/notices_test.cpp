@@ -2,7 +2,10 @@
 // answered in any case (112, 113), and the response to a deregistration.
 #include <fcntl.h>
 
+#include <atomic>
+
 #include "runtime/dispatch_test.h"
+#include "runtime/send_buffer_test.h"
 
 namespace test::notices {
 
@@ -108,6 +111,49 @@ TEST_F(Questions, AnAnswerThatCannotBeWrittenIsForgotten) {
   }
   // A line for each message and each answer, none for a failure.
   EXPECT_EQ(8u, log.lines().size());
+}
+
+// A write that is stuck on the request socket while questions come in.
+class StuckRequestSocket : public Questions {
+ protected:
+  StuckRequestSocket() {
+    use({});
+    aaa_lib_send_buf_reset();
+    aaa::store(g_aaa_client_cb.sync_fd, request_.own());
+  }
+  ~StuckRequestSocket() override { aaa_lib_send_buf_reset(); }
+
+  // Answers both questions while `write` is stuck.
+  template <class Write>
+  void answer_while_stuck(Write write) {
+    const ScriptedCalls calls({.send = on_request_socket(noting([this] {
+                                 is_stuck_ = true;
+                                 EXPECT_TRUE(eventually([this] { return is_answered_.load(); }))
+                                     << "held up";
+                               }))});
+    std::thread stuck(write);
+    EXPECT_TRUE(eventually([this] { return is_stuck_.load(); }));
+    deliver(112, std::string(396, '\1'));
+    deliver(113);
+    is_answered_ = true;
+    stuck.join();
+    EXPECT_EQ(group_is_valid + nobody_is_online, answers());
+  }
+
+  ScriptedPeer request_;
+  std::atomic<bool> is_stuck_ = false;
+  std::atomic<bool> is_answered_ = false;
+};
+
+TEST_F(StuckRequestSocket, WithABatchHoldsUpNoAnswerAndLosesNoByte) {
+  add(request(20, 1));
+  answer_while_stuck(aaa_lib_send_buf);
+  EXPECT_EQ(word_bytes({0x01010101, 0, 25, 20}) + request(20, 1), request_.peer_reads());
+}
+
+TEST_F(StuckRequestSocket, WithALargeMessageHoldsUpNoAnswer) {
+  answer_while_stuck([] { add(request(8192, 1)); });
+  EXPECT_EQ(request(8192, 1), request_.peer_reads());
 }
 
 // For a callback that fills the bytes as words. The stack's own alignment must not make it true.

@@ -67,15 +67,15 @@ TEST_F(ThreadEnd, IsWaitedForWhileAaadIsAwayToo) {
   info.aaa_event_cb = [](std::uint32_t event) {
     if (event != AAA_EVENT_CONNECTION_LOST) return 0;
     inside = true;
-    EXPECT_TRUE(test::eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
+    EXPECT_TRUE(eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
     return 0;
   };
   register_client(info);
   sim_.close_connections();
-  EXPECT_TRUE(test::eventually([] { return inside.load(); }));
+  EXPECT_TRUE(eventually([] { return inside.load(); }));
   std::atomic<bool> returned = false;
   std::thread host([&] {
-    EXPECT_FALSE(test::eventually([&] { return returned.load(); }, std::chrono::milliseconds(300)));
+    EXPECT_FALSE(eventually([&] { return returned.load(); }, Milliseconds(300)));
     let_go = true;
   });
   EXPECT_EQ(0, aaa_svr_dereg());

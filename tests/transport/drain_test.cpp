@@ -106,11 +106,26 @@ TEST_F(Drain, IsNotCutByTheLossOfAnEarlierLink) {
 TEST_F(Drain, OfAPeerThatNeverStopsEndsAfterTenSeconds) {
   int bytes = 0;
   const auto recv = [&](auto&&...) { return ++bytes, clock_.advance(1), 1; };
-  const ScriptedCalls calls({.recv = recv, .poll = returning(1)});
+  const auto poll = [&](auto&&...) { return bytes < 100 ? 1 : 0; };
+  const ScriptedCalls calls({.recv = recv, .poll = poll});
   enter_second();
   EXPECT_TRUE(exchange_fails());
   EXPECT_EQ(10, bytes);
   expect_cut(10, 110);
+}
+
+TEST_F(Drain, OfASocketThatIsReadableAndGivesNothingEndsAfterTenSeconds) {
+  int reads = 0;
+  const auto recv = [&](auto&&...) {
+    clock_.advance(1);
+    return fails(++reads % 2 == 0 ? EAGAIN : EINTR);
+  };
+  const auto poll = [&](auto&&...) { return reads < 100 ? 1 : 0; };
+  const ScriptedCalls calls({.recv = recv, .poll = poll});
+  enter_second();
+  EXPECT_TRUE(exchange_fails());
+  EXPECT_EQ(10, reads);
+  expect_cut(0, 110);
 }
 
 // With stale replies in the request socket, an exchange that went on would take one for its answer.

@@ -26,6 +26,10 @@ class LinkFrames : public PairTest {
     const aaa::ScopedLock lock(aaa_lib_lock);
     aaa::record_socket(LinkSocket::request, pair_.own());
   }
+  static void close_request_socket() {
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    EXPECT_EQ(0, aaa::close_socket(LinkSocket::request));
+  }
 
   ScriptedPeer event_;
 };
@@ -93,11 +97,17 @@ TEST_F(LinkFrames, OnADescriptorThatAClientPutOnRecordAreWrittenAtOnce) {
   EXPECT_EQ(16u, event_.waiting_for_peer());
 }
 
+TEST_F(LinkFrames, OnAClientsDescriptorWithTheNumberOfAClosedOneAreWrittenAtOnce) {
+  record_new_request_socket();
+  close_request_socket();
+  ASSERT_EQ(pair_.own(), dup2(event_.own(), pair_.own()));
+  use_as_request_socket();
+  EXPECT_EQ(0, send(LinkSocket::request));
+  EXPECT_EQ(16u, event_.waiting_for_peer());
+}
+
 TEST_F(LinkFrames, OnAClosedDescriptorCannotBeWritten) {
-  {
-    const aaa::ScopedLock lock(aaa_lib_lock);
-    EXPECT_EQ(0, aaa::close_socket(LinkSocket::request));
-  }
+  close_request_socket();
   EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
   EXPECT_EQ(EINVAL, send(LinkSocket::request));
   // For the fixture to close.

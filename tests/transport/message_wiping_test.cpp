@@ -6,22 +6,17 @@
 #include "transport/message.h"
 #include "transport/pair_test.h"
 
-namespace {
-
-using test::word_bytes;
+namespace test::message_wiping {
 
 constexpr std::uint32_t claimed = 4096;
 
 // A message that claims 4096 bytes of body, in a block that was filled with 0xAA.
-class MessageWiping : public test::PairTest {
+class MessageWiping : public PairTest {
  protected:
-  void SetUp() override {
-    PairTest::SetUp();
-    pair_.peer_writes(word_bytes(0x01010101) + word_bytes(0) + word_bytes(103) +
-                      word_bytes(claimed));
-  }
+  MessageWiping() { pair_.peer_writes(word_bytes({0x01010101, 0, 103, claimed})); }
+
   aaa::ReadOutcome read(aaa::Message& message) {
-    const test::ScriptedCalls calls({.malloc = [this](std::size_t size) -> std::optional<void*> {
+    const ScriptedCalls calls({.malloc = [this](std::size_t size) -> std::optional<void*> {
       if (size < claimed) return std::nullopt;
       void* const block = std::aligned_alloc(16, claimed + 32);
       std::memset(block, 0xAA, claimed + 32);
@@ -33,7 +28,7 @@ class MessageWiping : public test::PairTest {
                              message);
   }
 
-  test::FreedBlocks freed_;
+  FreedBlocks freed_;
   const void* block_ = nullptr;
 };
 
@@ -42,7 +37,7 @@ TEST_F(MessageWiping, OfABodyThatEndsTooSoonIsThatOfWhatHasCome) {
   pair_.close_peer();
   aaa::Message message;
   EXPECT_EQ(aaa::ReadStep::body, read(message).step);
-  EXPECT_EQ(std::string(6, '\0') + std::string(claimed - 6, '\xAA'), freed_.bytes(block_));
+  EXPECT_EQ(zeros(6) + std::string(claimed - 6, '\xAA'), freed_.bytes(block_));
 }
 
 TEST_F(MessageWiping, OfAWholeBodyIsThatOfEveryByte) {
@@ -50,7 +45,7 @@ TEST_F(MessageWiping, OfAWholeBodyIsThatOfEveryByte) {
   aaa::Message message;
   EXPECT_EQ(aaa::ReadStep::done, read(message).step);
   message.release();
-  EXPECT_EQ(std::string(claimed, '\0'), freed_.bytes(block_));
+  EXPECT_EQ(zeros(claimed), freed_.bytes(block_));
 }
 
-}  // namespace
+}  // namespace test::message_wiping
