@@ -199,14 +199,14 @@ std::size_t calls_of_handlers(aaa::LinkNumber link) {
 }
 
 TEST_F(StaleMessage, ReachesNoCallbackOfALaterRegistration) {
-  aaa::store_callbacks(noting_client());
+  test::store_callbacks(noting_client());
   EXPECT_EQ(0u, calls_of_handlers(old_));
   EXPECT_EQ(11u, calls_of_handlers(aaa::link_number()));
 }
 
 // The handlers whose work shows otherwise than in a callback's own notes.
 TEST_F(StaleMessage, IsNoneThatAClientHandsToAHandlerItself) {
-  aaa::store_callbacks(noting_client());
+  test::store_callbacks(noting_client());
   const std::string body = word_bytes({1, 9, 9, 9, 9, 9, 9, 9, 9, 9});
   const aaa_ipc_header header = {0x01010101, 0, 0, 40};
   aaalib_ipc_msg_proc_aaa_info_notify(&header, body.data());
