@@ -15,8 +15,8 @@ std::int32_t aaa_user_req_search_ldap_entry(ldap_search_info* info) {
                           aaa::RequestBody(aaa_encap_ldap_search_info, info));
 }
 
-// Alone among the requests it takes no lock of the library, which would keep the thread from being
-// cancelled while it owns blocks.
+// Unlike the other requests it does not take aaa_lib_lock, so it disables cancellation itself while
+// it owns blocks.
 std::int32_t aaa_add_ldap_search_result(ldap_search_result* result) {
   if (result == nullptr) return -EINVAL;
   if (aaa_is_alive() == 0) return -1;

@@ -14,7 +14,7 @@ namespace aaa {
 
 class RequestBody {
  public:
-  // A body to be written piece by piece. More than a message can have counts as no memory.
+  // A body to be written piece by piece. More than INT32_MAX counts as out of memory.
   explicit RequestBody(std::uint64_t capacity)
       : bytes_(capacity > INT32_MAX ? nullptr : AAA_MALLOC(static_cast<std::uint32_t>(capacity))),
         capacity_(static_cast<std::uint32_t>(capacity)) {}
@@ -54,7 +54,7 @@ class RequestBody {
 };
 
 // aaalib_sr_ipc_msg() with a body.
-// REQUIRES: the body has memory, and no more than a message can have.
+// REQUIRES: the body has memory, and at most INT32_MAX bytes.
 inline aaa_ipc_header* exchange(aaa_msg_type type, const RequestBody& body) {
   assert(body && body.size() <= INT32_MAX);
   return aaalib_sr_ipc_msg(type, body.data(), static_cast<std::int32_t>(body.size()));

@@ -72,7 +72,7 @@ struct AcctCodec {
       ValueOrder<&acct_info::user_password, &acct_info::chargeable_user_identity,
                  &acct_info::class_, &acct_info::item_305, &acct_info::framed_ipv6_address,
                  &acct_info::item_306, &acct_info::item_307, &acct_info::item_308>;
-  static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
+  static constexpr UnknownItem unknown_item = UnknownItem::skip_header;
 
   static void release_copies(Record& record) {
     AAA_FREE(owned(record.tail_data));

@@ -99,7 +99,7 @@ struct AuthenCodec {
                  &authen_info::tunnel_private_group_id, &authen_info::chargeable_user_identity,
                  &authen_info::item_305, &authen_info::item_309, &authen_info::framed_ipv6_address,
                  &authen_info::item_306, &authen_info::item_307, &authen_info::item_308>;
-  static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
+  static constexpr UnknownItem unknown_item = UnknownItem::skip_header;
 
   static void release_copies(Record& record) {
     AAA_FREE(owned(record.tail_data));

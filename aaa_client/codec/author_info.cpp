@@ -30,7 +30,7 @@ struct AuthorCodec {
   using Block = AuthorBlock;
   using Items = AuthorItems;
   using ArenaOrder = ValueOrder<&author_info::user_password>;
-  static constexpr UnknownItem unknown_item = UnknownItem::pass_header;
+  static constexpr UnknownItem unknown_item = UnknownItem::skip_header;
 
   static void release_copies(Record& record) {
     AAA_FREE(owned(record.tail_data));

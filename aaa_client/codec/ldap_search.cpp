@@ -108,7 +108,7 @@ void write_entry(ItemWriter& writer, ldap_dn_entry& entry) {
 // Takes the reader's item; its value stays in the body until the pool is filled.
 void take_item(ItemReader& reader, aaa_item& item) {
   item = {static_cast<std::uint16_t>(reader.type()), reader.length(), reader.value()};
-  reader.pass_item();
+  reader.skip_item();
 }
 
 void take_items(const Body& body, ldap_search_info& record) {
@@ -123,11 +123,11 @@ void take_items(const Body& body, ldap_search_info& record) {
     } else if (reader.type() == item_307) {
       take_item(reader, record.item_307);
     } else if (reader.type() != attribute_item || attributes.empty()) {
-      reader.pass_header();
+      reader.skip_header();
     } else if (filled < attributes.size()) {
       take_item(reader, attributes[filled++]);
     } else {
-      reader.pass_item();
+      reader.skip_item();
     }
   }
 }
@@ -140,9 +140,9 @@ void take_entry_items(ItemReader reader, ldap_dn_entry& entry) {
     if (reader.type() == dn_item) {
       take_item(reader, entry.dn);
     } else if (of_pair && pairs.empty()) {
-      reader.pass_header();
+      reader.skip_header();
     } else if (!of_pair || filled == pairs.size()) {
-      reader.pass_item();
+      reader.skip_item();
     } else if (reader.type() == name_item) {
       take_item(reader, pairs[filled].name);
     } else {
@@ -183,7 +183,7 @@ void take_items(const Body& body, ldap_search_result& record) {
       }
       reader.move_to(end);
     } else {
-      reader.pass_header();
+      reader.skip_header();
     }
   }
 }

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t text_size = 254;  // 253 characters and a NUL
 
-// Text held by pointer: up to 253 characters are sent.
+// Text referenced by a pointer: up to 253 characters are sent.
 struct sent_text {
   using Value = const char*;
   static constexpr std::size_t width = text_size;

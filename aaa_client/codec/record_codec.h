@@ -5,7 +5,7 @@
 //   Block            the layout of its fixed block
 //   Items            its items, in wire order
 //   ArenaOrder       its descriptors, in the order in which the arena holds their values
-//   unknown_item     how a decoder goes on at an item that the record does not have
+//   unknown_item     how a decoder treats an item that the record does not define
 //   release_copies   frees the copies of a record whose arena could not be allocated
 #pragma once
 
@@ -18,8 +18,8 @@
 
 namespace aaa {
 
-// pass_header reads the value as further items. Both ends of the link are built to either.
-enum class UnknownItem { pass_header, pass_item };
+// skip_header parses the value as further items, as aaad does for that record.
+enum class UnknownItem { skip_header, skip_item };
 
 template <auto... Members>
 struct ValueOrder {
@@ -36,7 +36,7 @@ struct ItemList {
   static constexpr std::size_t arena_values = (std::size_t{Items::in_arena} + ...);
 
   static std::uint32_t encode(auto& record, void** body, const char* function) {
-    // Each size is taken once: a text's is costly.
+    // Each size is computed once: strlen() is costly.
     std::uint64_t body_size = 0;
     const auto counted = [&](std::uint64_t size) {
       body_size += tlv_header_size + size;
@@ -63,14 +63,14 @@ std::uint32_t encode(typename Codec::Record* record, void** body, const char* fu
 template <typename Item, typename Visit>
 bool visit_if(Item kind, ItemReader& reader, Visit& visit) {
   if (reader.type() != Item::tag) return false;
-  // Most items are empty: with a branch of their own the processor, which expects that, reads the
-  // next header before it has this one's length.
+  // Most items are empty. A separate branch lets the processor predict that and load the next
+  // header early.
   if (reader.length() == 0) {
     visit(kind, reader);
-    reader.pass_header();
+    reader.skip_header();
   } else {
     visit(kind, reader);
-    reader.pass_item();
+    reader.skip_item();
   }
   return true;
 }
@@ -80,20 +80,20 @@ template <typename Codec, typename... Items, typename Visit>
 void for_each_item(ItemList<Items...>, Body body, const std::uint8_t* first, Visit visit) {
   ItemReader reader(body, first, body.end());
   while (reader.type() != ItemReader::no_item) {
-    // A well-formed body holds the items in wire order, so that one turn of the loop takes all.
+    // A well-formed body has the items in wire order: one iteration consumes them all.
     bool known = false;
     ((known |= visit_if(Items(), reader, visit)), ...);
     if (known) continue;
-    if constexpr (Codec::unknown_item == UnknownItem::pass_item) {
-      reader.pass_item();
+    if constexpr (Codec::unknown_item == UnknownItem::skip_item) {
+      reader.skip_item();
     } else {
-      reader.pass_header();
+      reader.skip_header();
     }
   }
 }
 
-// Items are copied as they are taken, but from the first one on whose copy depends on later items
-// they are copied in a second walk, when all are taken.
+// Items are copied when found. From the first item whose copy depends on later ones, copying waits
+// for a second walk.
 template <typename Codec>
 void take_items(Body body, typename Codec::Record& record) {
   const typename Codec::Items items;

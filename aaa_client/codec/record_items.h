@@ -1,4 +1,4 @@
-// The kinds of item that the info records consist of. Each kind tells for one item
+// The kinds of item that the info records consist of. Each kind defines for one item
 //
 //   value_size  how many bytes the encoder counts for its value,
 //   write       how it is written: its header's length is the low 16 bits of that size,
@@ -21,7 +21,7 @@
 
 namespace aaa {
 
-// The members that travel in the fixed block: those of the record, or of its part `sub`.
+// The members that are sent in the fixed block: those of the record, or of its part `sub`.
 template <typename Record>
 auto& fixed_part(Record& record) {
   if constexpr (requires { record.sub; }) {
@@ -58,7 +58,7 @@ struct FixedBlock : Item<1> {
   }
 
  private:
-  // A block that the body's end cuts.
+  // A block that the end of the body truncates.
   [[gnu::noinline]] static void take_cut(ItemValue value, auto& record) {
     std::uint8_t padded[Block::size];
     value.copy(padded);
@@ -67,7 +67,7 @@ struct FixedBlock : Item<1> {
   }
 };
 
-// A value held by a descriptor. Until the arena is filled it points into the body.
+// A value referenced by a descriptor. Until the arena is filled it points into the body.
 template <std::uint16_t Tag, auto Member>
 struct Value : Item<Tag> {
   static constexpr bool in_arena = true;
@@ -83,7 +83,8 @@ struct Value : Item<Tag> {
   }
 };
 
-// A value that keeps pointing into the body after decoding, cut at the body's end; null when empty.
+// A value that keeps pointing into the body after decoding, truncated at the body's end; null when
+// empty.
 template <std::uint16_t Tag, auto Member>
 struct BorrowedValue : Value<Tag, Member> {
   static constexpr bool in_arena = false;
@@ -127,8 +128,8 @@ struct Text : CopiedItem<Tag, Member> {
   }
 };
 
-// Opaque data whose length field is the item's own and is set to the length of the last item, also
-// when that one is empty or finds no memory. The decoded copy has a NUL behind it.
+// Opaque data. The length member is set to the length of the last such item, even if it is empty or
+// could not be copied. The decoded copy is followed by a NUL.
 template <std::uint16_t Tag, auto Member, auto Length>
 struct Data : CopiedItem<Tag, Member> {
   static constexpr bool looks_ahead = true;
@@ -143,7 +144,7 @@ struct Data : CopiedItem<Tag, Member> {
   }
 };
 
-// The same, but the lengths of repeated items add up, without those that find no memory.
+// The same, but the lengths of repeated items add up, without those that could not be copied.
 template <std::uint16_t Tag, auto Member, auto Length>
 struct GrowingData : CopiedItem<Tag, Member> {
   static std::uint64_t value_size(const auto& record) { return record.*Length; }
@@ -155,9 +156,8 @@ struct GrowingData : CopiedItem<Tag, Member> {
   }
 };
 
-// Opaque data whose length stands in the fixed block and counts only with the pointer set. The
-// decoded copy is as long as the item or, if that is more, as what the encoder carries of the
-// length in the block.
+// Opaque data whose length is in the fixed block; ignored when the pointer is null. The decoded
+// copy is as long as the item or, if that is more, the low 16 bits of that length.
 template <std::uint16_t Tag, auto Member, auto Length>
 struct BlockSizedData : CopiedItem<Tag, Member> {
   static constexpr bool looks_ahead = true;

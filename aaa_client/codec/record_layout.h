@@ -1,4 +1,4 @@
-// Fixed blocks: a record's flat wire layout as a list of rows held as types.
+// Fixed blocks: a record's flat wire layout as a type list of rows.
 //
 //   using Block = Layout<author_info, 156,
 //       Row<0, &author_info::num_a, u32>,

@@ -80,7 +80,7 @@ struct ResultCodec {
                  &result_info::class_, &result_info::reply_message, &result_info::state,
                  &result_info::chargeable_user_identity, &result_info::item_304,
                  &result_info::item_309, &result_info::item_311>;
-  static constexpr UnknownItem unknown_item = UnknownItem::pass_item;
+  static constexpr UnknownItem unknown_item = UnknownItem::skip_item;
 
   // data_321 is left allocated on purpose.
   static void release_copies(Record& record) {

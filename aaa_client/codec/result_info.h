@@ -1,4 +1,4 @@
-// Results that are kept when the body that they were decoded from is gone.
+// Results that outlive the body they were decoded from.
 #pragma once
 
 #include <cstdint>

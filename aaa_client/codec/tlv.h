@@ -145,10 +145,10 @@ class ItemReader {
   }
 
   // Over the value to the next item.
-  void pass_item() { move_to(body_.after(value_, length_)); }
+  void skip_item() { move_to(body_.after(value_, length_)); }
 
   // To the value's first byte, which is then taken for the next item's header.
-  void pass_header() { move_to(value_); }
+  void skip_header() { move_to(value_); }
 
   // REQUIRES: `item` is a place in the body or its end.
   void move_to(const std::uint8_t* item) {

@@ -1,4 +1,4 @@
-// aaa_svr_dereg: the last call of a client.
+// aaa_svr_dereg: deregistration.
 #include <cstring>
 
 #include "aaa_client.h"
@@ -74,8 +74,8 @@ std::int32_t tear_down() REQUIRES(aaa_lib_lock) {
   return 0;
 }
 
-// While aaad is away there is no connection to close. Before its next attempt the receive thread
-// sees that the id is gone and ends; so do the tasks of agent mode.
+// While aaad is unreachable there is no connection to close. Before its next attempt the receive
+// thread sees aaa_id -1 and ends; so do the tasks of agent mode.
 void stop_trying() REQUIRES(aaa_lib_lock) {
   if (receive_thread_exists() || agent_mode_is_on()) {
     set_aaa_id(-1);

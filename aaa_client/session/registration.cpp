@@ -1,4 +1,4 @@
-// aaa_svr_reg: the first call of a client.
+// aaa_svr_reg: registration in thread mode.
 #include <unistd.h>
 
 #include <cassert>
@@ -31,7 +31,7 @@ bool is_registered_or_trying() {
 
 namespace {
 
-// The limit follows from the longest socket name.
+// The limit follows from the 100 bytes that the names of the datagram sockets have room for.
 void log_directory(const char* log_name) {
   const char* const directory = std::getenv("TMPDIR");
   if (directory == nullptr) {

@@ -22,8 +22,8 @@ inline bool is_temporary(int error) {
   return error == EINTR || error == EAGAIN;
 }
 
-// The two receive with the deadline and results of aaa_msg_recv(). `received` is at any time the
-// number of bytes at `buffer`, also when the thread is cancelled inside.
+// The next two functions receive with the deadline and results of aaa_msg_recv(). `received` is at
+// any time the number of bytes at `buffer`, also when the thread is cancelled inside.
 
 // Receives until there are at least `least` bytes, and up to `most` when more have arrived.
 // REQUIRES: received < least <= most.

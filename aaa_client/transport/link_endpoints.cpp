@@ -35,7 +35,7 @@ bool bind_to(std::int32_t fd, const char* path) {
 
 bool connect_to(std::int32_t fd, const char* path) {
   const UnixAddress address(path);
-  // Or connect() would block for ever on an aaad that is stopped and whose backlog is full.
+  // Otherwise connect() would block forever on an aaad that is stopped and whose backlog is full.
   set_timeout(fd, SO_SNDTIMEO);
   if (connect(fd, address.get(), address.length_of_path()) == 0) return true;
   AAA_DEBUG_LOG_AS("aaa_lib_client_connect", "connect to (%s) failed, %s\r\n", path,

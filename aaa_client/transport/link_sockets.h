@@ -29,8 +29,8 @@ bool waits_for_register_request();
 // Whether sync_fd holds a number that close_request_socket() has closed.
 bool request_number_is_closed();
 
-// Whether a close left no descriptor, also because it was not open. After any other error it may
-// still be open.
+// Whether the descriptor is closed; EBADF counts as closed. After any other error it may still be
+// open.
 inline bool is_gone(int close_error) {
   return close_error == 0 || close_error == EBADF;
 }
@@ -38,8 +38,8 @@ inline bool is_gone(int close_error) {
 // Ends blocked reads and writes on a socket that is about to be closed.
 void shut_down(LinkSocket socket) REQUIRES(aaa_lib_lock);
 
-// The three return 0 or the error of close(). A thread that is writing to the socket or reading a
-// message from it gets an error at once, and the close waits for it.
+// The next three functions return 0 or the error of close(). A thread that is writing to the socket
+// or reading a message from it gets an error at once, and the close waits for it.
 
 // Closes a socket, clears its field and ends the link. When the descriptor may still be open, the
 // link continues.
@@ -57,10 +57,11 @@ int close_request_socket() REQUIRES(aaa_lib_lock);
 std::int32_t send_on_link(LinkSocket socket, LinkNumber link, const void* frame,
                           std::uint32_t length);
 
-// The same by descriptor. One that is not of the link is written without a lock.
+// The same by descriptor. One that does not belong to the link is written without a lock.
 std::int32_t send_on_descriptor(std::int32_t fd, const void* frame, std::uint32_t length);
 
-// Frames a body with id 0 and writes it on the given link, after a debug line. Also ENOMEM.
+// Frames a body with id 0 and writes it on the given link, after a debug line. Result as
+// send_on_link(), or ENOMEM.
 std::int32_t send_message_on_link(LinkSocket socket, LinkNumber link, std::uint32_t type,
                                   const void* body, std::uint32_t body_length);
 

@@ -21,7 +21,7 @@ void free_message(aaa_ipc_header* message);
 enum class MessageBlock {
   header_and_body,
   body,         // none for a body of length 0
-  body_and_nul  // the same with a NUL behind the body, which its length does not count
+  body_and_nul  // the same with a NUL after the body, not counted in its length
 };
 
 // A message being read. Its owner releases it, or keeps the block.

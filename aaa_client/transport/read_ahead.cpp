@@ -33,16 +33,16 @@ std::int32_t ReadAhead::receive_no_further(std::int32_t fd, void* to, std::size_
 void ReadAhead::clear() {
   assert(is_held(event_read_lock));
   wipe(bytes_, sizeof bytes_);
-  store(held_, 0U);
+  store(buffered_, 0U);
 }
 
 std::size_t ReadAhead::take(void* to, std::size_t length) {
-  const std::size_t count = std::min<std::size_t>(length, held_);
+  const std::size_t count = std::min<std::size_t>(length, buffered_);
   std::memcpy(to, bytes_ + next_, count);
   // Bodies may hold passwords.
   wipe(bytes_ + next_, count);
   next_ += count;
-  store(held_, held_ - static_cast<std::uint32_t>(count));
+  store(buffered_, buffered_ - static_cast<std::uint32_t>(count));
   return count;
 }
 
@@ -54,7 +54,7 @@ std::int32_t ReadAhead::refill(std::int32_t fd, std::size_t least) {
     return error;
   }
   next_ = 0;
-  store(held_, static_cast<std::uint32_t>(received));
+  store(buffered_, static_cast<std::uint32_t>(received));
   return 0;
 }
 

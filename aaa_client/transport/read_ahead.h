@@ -23,7 +23,7 @@ class ReadAhead {
                                   std::size_t& received) REQUIRES(event_read_lock);
 
   // Whether bytes are left. Needs no lock; without one it is only a hint.
-  bool holds_bytes() const { return load(held_) != 0; }
+  bool holds_bytes() const { return load(buffered_) != 0; }
 
   // Drops and wipes everything: the connection has ended.
   void clear() REQUIRES(event_read_lock);
@@ -36,7 +36,7 @@ class ReadAhead {
   static constexpr std::size_t capacity = 16384;
   std::uint8_t bytes_[capacity] GUARDED_BY(event_read_lock);
   std::size_t next_ GUARDED_BY(event_read_lock);
-  std::uint32_t held_;  // written under event_read_lock
+  std::uint32_t buffered_;  // written under event_read_lock
 };
 
 // Of the event socket, for the receive thread. The client's event loop polls the socket, so agent

@@ -1,6 +1,9 @@
 // The task "aaa-read".
 #include <sys/ioctl.h>
 
+#include <atomic>
+#include <thread>
+
 #include "agent/agent_client.h"
 #include "runtime/send/waiting_session.h"
 #include "session/state/link.h"
@@ -225,6 +228,29 @@ TEST_F(AgentRead, AClientThatClosesTheEventSocketInACallbackHasNoneToWatch) {
   clock_.advance(181);
   run("aaa-heartbeat");
   expect_reconnecting();
+}
+
+TEST_F(AgentRead, ASocketThatAThreadClosesBeforeTheRecoveryIsReplacedToo) {
+  std::atomic<bool> holds_lock = false;
+  std::atomic<bool> reads = false;
+  std::thread closing([&] {
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    holds_lock = true;
+    EXPECT_TRUE(eventually([&] { return reads.load(); })) << "nothing is read";
+    aaalib_ipc_msg_proc_dereg_response();
+  });
+  EXPECT_TRUE(eventually([&] { return holds_lock.load(); }));
+  Scripts scripts = next_read_fails(EPIPE, 0);
+  scripts.recv = [&, fail = scripts.recv](auto... arguments) {
+    reads = true;
+    return fail(arguments...);
+  };
+  {
+    const ScriptedCalls calls(std::move(scripts));
+    EXPECT_EQ(0, run("aaa-read"));
+  }
+  closing.join();
+  expect_link_given_up();
 }
 
 TEST_F(AgentRead, AThreadThatWaitsForAResultIsNotWokenByALoss) {

@@ -40,7 +40,7 @@ void start_reconnecting(const LinkOwner& owner, const char* log_name) {
   if (becomes_unregistered(owner)) schedule(owner, agent_reconnect);
 }
 
-// After an error that is not the connection's, the socket stays unwatched until the heartbeat
+// After an error that does not break the connection, the socket stays unwatched until the heartbeat
 // fails.
 void recover(const LinkOwner& owner, const Watched& watched, std::int32_t error,
              const char* log_name) {

@@ -32,7 +32,7 @@ void cancel(zv_thread*& handle) {
   handle = nullptr;
 }
 
-// A task must not be scheduled twice: it has one handle to cancel it by.
+// A task must not be scheduled twice: only one handle is stored for cancelling it.
 bool keep(zv_thread*& handle, zv_thread* task) {
   if (task == nullptr) return false;
   cancel(handle);

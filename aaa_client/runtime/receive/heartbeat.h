@@ -1,4 +1,4 @@
-// The heartbeat: its two clocks, and the decisions that the receive thread and agent mode take.
+// The heartbeat: its two clocks, and the decisions that the receive thread and agent mode make.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Requests from aaad to its client: server groups, the two questions that are always answered,
-// authentication.
+// Requests from aaad to its client: server groups, the two questions that the library answers
+// itself, authentication.
 #include <cstdint>
 
 #include "aaa_client.h"

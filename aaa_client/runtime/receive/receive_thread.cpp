@@ -30,7 +30,7 @@ constexpr char log_name[] = "aaa_lib_thread";
 constexpr int wait_ms = 5000;
 
 // The result of an iteration of the main loop: continue, or an error to recover from, which is 0
-// for one that is not the connection's.
+// when it does not break the connection.
 struct Iteration {
   bool failed;
   std::int32_t error;

@@ -40,7 +40,13 @@ Damage give_up_link(const LinkOwner& owner) {
   return Damage::link_lost;
 }
 
-// The id may have gone while the receive thread slept. Agent tasks are stopped by goes_on().
+// Whether the client itself has closed the socket. The receive thread goes on with what there is
+// now; a task goes on with nothing, so agent mode always rebuilds the link.
+bool is_replaced(const Watched& watched) {
+  return load(g_aaa_client_cb.async_fd) != watched.fd;
+}
+
+// aaa_id may have become -1 while the receive thread slept. Agent tasks are stopped by goes_on().
 bool may_try(const LinkOwner& owner) {
   return owner.goes_on() && !(owner.is_thread() && is_deregistered());
 }
@@ -73,8 +79,7 @@ Damage give_up_lost_link(const LinkOwner& owner, const Watched& watched, std::in
   const bool is_broken = aaa_lib_is_conn_broken_err(error) != 0;
   if (is_broken) announce_link_loss(watched.link);
   if (!is_still_registered(owner)) return Damage::registration_ended;
-  // Closed by the client itself.
-  if (load(g_aaa_client_cb.async_fd) != watched.fd) return Damage::none;
+  if (owner.is_thread() && is_replaced(watched)) return Damage::none;
   if (rules_of(owner).releases_waiter) aaa_notify_timeout(watched.link);
   return is_broken ? give_up_link(owner) : Damage::none;
 }

@@ -16,7 +16,7 @@ struct RecoveryRules {
   unsigned pause_seconds;                // between two attempts
   bool releases_waiter;                  // a failed read ends the wait in aaa_user_get_result()
   aaa_reg_state state_after_loss;        // until the first attempt
-  aaa_client_event event_after_success;  // of a later attempt
+  aaa_client_event event_after_success;  // raised when an attempt succeeds
 };
 extern const RecoveryRules thread_rules;
 extern const RecoveryRules loop_rules;
@@ -35,13 +35,13 @@ enum class Damage {
 };
 
 // Closes the link if `error` means that it is lost. Called when reading has failed or aaad is
-// silent; 0 is a failure that is not the connection's.
+// silent; 0 is an error that does not break the connection.
 Damage give_up_lost_link(const LinkOwner& owner, const Watched& watched, std::int32_t error);
 
 enum class Attempt { registered, failed, registration_ended };
 
-// One attempt to connect and register. Both hold aaa_lib_lock throughout, so that no deregistration
-// can come in between.
+// One attempt to connect and register. The next two functions hold aaa_lib_lock throughout, so that
+// no deregistration can come in between.
 Attempt try_first_time(const LinkOwner& owner);
 // The same after a loss: sets state 5 on failure, unless the client has deregistered.
 Attempt try_again(const LinkOwner& owner);

@@ -25,7 +25,7 @@ std::int32_t start_library_thread(ThreadRole role, pthread_t& thread, void* (*ro
 // until its next cancellation point. REQUIRES: the lock that guards `thread` held.
 bool stop_library_thread(pthread_t& thread);
 
-// Count a thread from before its start until its end; called by the functions around them.
+// Update the count of threads; called only by the functions here and by tests that start none.
 void thread_will_start(ThreadRole role);
 void thread_has_ended(ThreadRole role);
 
@@ -33,7 +33,7 @@ void thread_has_ended(ThreadRole role);
 // cancellation, it leaves the watchdog and wakes those who wait for its end.
 void run_library_thread(ThreadRole role, void (*body)());
 
-// The same on a client's thread, for whose end nobody waits.
+// The same on a client's thread, whose end is not waited for.
 void run_clients_thread(void (*body)());
 
 // For the calling thread, inside one of the two above.
@@ -55,8 +55,8 @@ void wait_for_library_threads(unsigned staying);
 // Callbacks run one at a time: a thread or task that dispatches messages first waits until those of
 // earlier registrations have returned from their callbacks.
 
-// Waits at most `limit_ms` until the calling receive thread may dispatch, which then holds until it
-// ends. A cancellation point. REQUIRES: the caller holds no lock and owns nothing.
+// Waits at most `limit_ms` until the calling receive thread may dispatch. The permission lasts
+// until the thread ends. A cancellation point. REQUIRES: the caller holds no lock and owns nothing.
 bool wait_for_turn(int limit_ms);
 
 // Permission to dispatch for a task on the client's event loop.

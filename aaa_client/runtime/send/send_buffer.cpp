@@ -45,7 +45,7 @@ std::int32_t send(const void* message, std::uint32_t length) {
   return aaa::send_on_link(aaa::LinkSocket::request, aaa::link_number(), message, length);
 }
 
-// After what the buffer holds, so that the order is kept.
+// Flushes first, to preserve the order.
 void send_directly(const void* message, std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock) {
   flush_and_reset();
   const std::int32_t error = send(message, length);

@@ -12,7 +12,7 @@ extern "C" std::uint8_t g_send_buf_init GUARDED_BY(aaa_lib_send_buf_lock);
 
 namespace aaa {
 
-// Whether requests are queued in the buffer.
+// Whether requests are batched: a flush thread exists.
 bool send_buffer_is_used();
 
 // Cancels the flush thread, if there is one, and empties the buffer. Returns whether there was one.

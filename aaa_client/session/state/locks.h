@@ -47,6 +47,7 @@ extern Mutex link_number_lock;
 extern std::uint8_t g_mutex_init;
 
 // Whether the calling thread holds a mutex; for assertions. True where the C library cannot tell.
+// glibc cannot with lock elision switched on.
 bool is_held(const Mutex& mutex);
 
 // For code that can be cancelled while it holds a lock and has a cleanup handler to release it.

@@ -19,7 +19,7 @@ std::int32_t open_local_socket(int type);
 
 class UnixAddress {
  public:
-  // A path that does not fit is cut and stays terminated.
+  // A path that does not fit is truncated and terminated.
   explicit UnixAddress(const char* path) {
     address_.sun_family = AF_UNIX;
     length_ = strnlen(path, sizeof address_.sun_path - 1);
@@ -39,7 +39,7 @@ class UnixAddress {
   std::size_t length_ = 0;
 };
 
-// As select() for reading on one descriptor, for descriptors of any size: 1 when it is readable
+// As select() for reading on one descriptor, for descriptors of any value: 1 when it is readable
 // (data, end of stream or an error to fetch), 0 after `timeout_ms`, -1 with errno set otherwise
 // (EINTR, EBADF for a descriptor that is not open). A cancellation point.
 int wait_readable(int fd, int timeout_ms);
