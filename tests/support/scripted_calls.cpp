@@ -67,7 +67,8 @@ useconds_t note_sleep(useconds_t asked_us) {
 timespec moved(const timespec& time, std::int64_t times) {
   const std::int64_t us =
       std::int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000 + times * offset_us;
-  return {.tv_sec = us / 1000000, .tv_nsec = us % 1000000 * 1000};
+  return {.tv_sec = static_cast<time_t>(us / 1000000),
+          .tv_nsec = static_cast<long>(us % 1000000 * 1000)};
 }
 
 std::optional<void*> ask_for_block(std::size_t size) {
