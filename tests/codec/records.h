@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <utility>
 #include <vector>
 
@@ -21,6 +22,9 @@ struct Data {
   std::uint16_t tag;
   const void* Record::*data;
   std::uint32_t Record::*length;
+
+  // In the name of a test; its bytes would include padding.
+  friend std::ostream& operator<<(std::ostream& out, const Data& data) { return out << data.tag; }
 };
 
 // Descriptors are listed in the wire's order, `arena_order` by their tags.
