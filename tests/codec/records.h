@@ -24,7 +24,7 @@ struct Data {
   std::uint32_t Record::*length;
 
   // In the name of a test; its bytes would include padding.
-  friend std::ostream& operator<<(std::ostream& out, const Data& data) { return out << data.tag; }
+  friend std::ostream& operator<<(std::ostream& out, const Data& shown) { return out << shown.tag; }
 };
 
 // Descriptors are listed in the wire's order, `arena_order` by their tags.
