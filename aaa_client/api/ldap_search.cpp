@@ -2,7 +2,6 @@
 #include <cerrno>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
 #include "api/send_path.h"
 #include "transport/base/cancellation.h"
 #include "transport/debug_log.h"

@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
 #include "api/send_path.h"
 #include "codec/tlv.h"
 #include "runtime/send/statistics.h"

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
 #include "api/send_path.h"
 #include "session/state/locks.h"
 #include "transport/base/atomic_word.h"

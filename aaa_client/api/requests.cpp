@@ -2,7 +2,6 @@
 #include <cerrno>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
 #include "api/send_path.h"
 #include "runtime/send/statistics.h"
 #include "session/state/client_state.h"

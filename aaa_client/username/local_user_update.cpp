@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
+#include "api/send_path.h"
 #include "transport/debug_log.h"
 #include "transport/exchange.h"
 #include "username/user_record.h"

@@ -1,6 +1,6 @@
 #include "runtime/receive/recovery.h"
 
-#include "runtime/send/waiting_session.h"
+#include "runtime/send/local_delivery.h"
 #include "session/link/connect.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
