@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/recovery.h"
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/send_buffer.h"
 #include "session/link/connect.h"
