@@ -9,7 +9,6 @@
 #include "api/send_path.h"
 #include "codec/result_info.h"
 #include "runtime/send/local_delivery.h"
-#include "session/state/locks.h"
 #include "transport/base/cancellation.h"
 #include "transport/base/clock.h"
 #include "transport/base/descriptors.h"

@@ -1,5 +1,5 @@
-// RADIUS-extension messages, and results that the client produces: of RADIUS extensions, methods and
-// LDAP searches.
+// RADIUS-extension messages, and results that the client produces: of RADIUS extensions, methods
+// and LDAP searches.
 #include <cerrno>
 #include <cstring>
 

@@ -2,8 +2,8 @@
 #include <atomic>
 
 #include "runtime/dispatch_test.h"
-#include "runtime/receive/recovery.h"
 #include "runtime/receive/inbound.h"
+#include "runtime/receive/recovery.h"
 #include "runtime/receive_test.h"
 #include "session/state/link.h"
 #include "support/locked_state.h"

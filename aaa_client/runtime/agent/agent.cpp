@@ -2,7 +2,6 @@
 #include "aaa_client.h"
 #include "runtime/agent/agent_tasks.h"
 #include "runtime/receive/recovery.h"
-#include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
 #include "runtime/send/send_buffer.h"
 #include "session/registration.h"

@@ -4,8 +4,8 @@
 
 #include "aaa_client.h"
 #include "runtime/agent/agent_tasks.h"
-#include "runtime/receive/recovery.h"
 #include "runtime/receive/inbound.h"
+#include "runtime/receive/recovery.h"
 #include "runtime/send/library_threads.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"

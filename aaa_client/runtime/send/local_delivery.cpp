@@ -1,7 +1,6 @@
 #include "runtime/send/local_delivery.h"
 
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -71,11 +70,7 @@ bool connect_client(const char* server_name) {
 }
 
 bool limit_client_sends() {
-  const timeval two_seconds = {.tv_sec = 2, .tv_usec = 0};
-  if (setsockopt(lib_msg_client_fd, SOL_SOCKET, SO_SNDTIMEO, &two_seconds, sizeof two_seconds) ==
-      0) {
-    return true;
-  }
+  if (limit_waits(lib_msg_client_fd, SO_SNDTIMEO)) return true;
   AAA_DEBUG_LOG_AS(log_name, "lib_msg_client_fd connect failed, err(%d)\r\n", errno);
   return false;
 }
