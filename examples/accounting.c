@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
           "Exit status: 0 aaad accepted every report, 1 it refused one, 2 any other failure.\n",
       .operands = 2,
       .letters = "w:t:h",
-      .numbers = {{'w', 3600, &patience}, {'t', 120, &timeout}}};
+      .numbers = {{'w', 1, 3600, &patience}, {'t', 1, 120, &timeout}}};
   const int parsed = parse_arguments(&line, argc, argv);
   if (parsed != GO_ON) return parsed == HELPED ? 0 : FAILED;
   const char* const user = argv[optind];

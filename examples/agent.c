@@ -164,7 +164,7 @@ int main(int argc, char** argv) {
           "Exit status: 0 ended so, 1 the user was rejected, 2 any other failure.\n",
       .operands = 2,
       .letters = "n:h",
-      .numbers = {{'n', 1000000, &agent.answers_left}}};
+      .numbers = {{'n', 1, 1000000, &agent.answers_left}}};
   const int parsed = parse_arguments(&line, argc, argv);
   if (parsed != GO_ON) return parsed == HELPED ? 0 : FAILED;
   agent.user = argv[optind];

@@ -8,10 +8,10 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* An option whose argument is a number from 1 to `most`. */
+/* An option whose argument is a number from `least` to `most`. */
 typedef struct number_option {
   int letter;
-  unsigned long most;
+  unsigned long least, most;
   unsigned long* value;
 } number_option;
 
@@ -21,7 +21,7 @@ typedef struct command_line {
   const char* help;  /* printed after the usage line by --help */
   int operands;
   const char* letters;      /* option string of getopt(), with 'h' */
-  number_option numbers[2]; /* unused elements have the letter 0 */
+  number_option numbers[3]; /* unused elements have the letter 0 */
 } command_line;
 
 /* Parses decimal digits only. Returns 1; 0 for anything else or a number out of range. */
@@ -38,9 +38,9 @@ static inline int take_option(const command_line* line, int letter) {
   for (size_t i = 0; i < sizeof line->numbers / sizeof *line->numbers; ++i) {
     const number_option* const option = &line->numbers[i];
     if (option->letter != letter) continue;
-    if (parse_number(optarg, 1, option->most, option->value)) return 1;
-    fprintf(stderr, "%s: -%c: '%s' is not a number from 1 to %lu\n", line->name, letter, optarg,
-            option->most);
+    if (parse_number(optarg, option->least, option->most, option->value)) return 1;
+    fprintf(stderr, "%s: -%c: '%s' is not a number from %lu to %lu\n", line->name, letter, optarg,
+            option->least, option->most);
     return 0;
   }
   return 0;

@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
           "Exit status: 0 done, 1 no such user or refused by aaad, 2 any other failure.\n",
       .operands = 2,
       .letters = "w:h",
-      .numbers = {{'w', 3600, &patience}}};
+      .numbers = {{'w', 1, 3600, &patience}}};
   const int parsed = parse_arguments(&line, argc, argv);
   if (parsed != GO_ON) return parsed == HELPED ? 0 : FAILED;
   const char* const name = argv[optind];

@@ -1,5 +1,5 @@
 /*
- * login [-w SECONDS] [-t SECONDS] USER PASSWORD
+ * login [-w SECONDS] [-t SECONDS] [-u UID] USER PASSWORD
  *
  * Asks aaad whether a user may log in. Exit status: 0 accepted, 1 rejected, 2 any other outcome.
  */
@@ -80,20 +80,24 @@ static int authenticate(const char* user, const char* password, uint32_t timeout
 int main(int argc, char** argv) {
   unsigned long patience = 10;
   unsigned long timeout = 30;
+  unsigned long aaad_uid = UINT32_MAX;
   const command_line line = {
       .name = "login",
-      .usage = "[-w SECONDS] [-t SECONDS] USER PASSWORD",
+      .usage = "[-w SECONDS] [-t SECONDS] [-u UID] USER PASSWORD",
       .help =
           "Asks aaad whether a user may log in. TMPDIR is the directory that aaad uses.\n"
           "  -w SECONDS  time limit for registering with aaad, default 10\n"
           "  -t SECONDS  time limit for the result, at most 120, default 30\n"
+          "  -u UID      connect only to a process of this user, default: of any user\n"
           "Exit status: 0 accepted, 1 rejected, 2 any other outcome.\n",
       .operands = 2,
-      .letters = "w:t:h",
-      .numbers = {{'w', 3600, &patience}, {'t', 120, &timeout}}};
+      .letters = "u:w:t:h",
+      .numbers = {
+          {'w', 1, 3600, &patience}, {'t', 1, 120, &timeout}, {'u', 0, UINT32_MAX - 1, &aaad_uid}}};
   const int parsed = parse_arguments(&line, argc, argv);
   if (parsed != GO_ON) return parsed == HELPED ? 0 : NO_DECISION;
 
+  if (aaad_uid != UINT32_MAX) (void)aaa_set_aaad_uid((int64_t)aaad_uid);
   if (!connect_to_aaad("login", patience)) return NO_DECISION;
   const int outcome = authenticate(argv[optind], argv[optind + 1], (uint32_t)timeout);
   (void)disconnect_from_aaad("login");

@@ -284,6 +284,33 @@ AAA_API extern aaa_status g_aaa_status;
 AAA_API extern char g_aaalib_process_name[64];
 
 /*
+ * Sets the directory below which aaad's sockets are, in place of TMPDIR, for every path that is
+ * made later, also when a connection is rebuilt. For set-user-id programs, where the C library
+ * hides TMPDIR, and for threaded programs, where the environment must not be changed. Null: TMPDIR
+ * again. Returns 0; -1, with nothing changed, when the path does not begin with "/" or has more
+ * than 69 bytes. The path is copied. Any thread, takes no lock of the library.
+ */
+AAA_API int32_t aaa_set_directory(const char* path);
+
+/*
+ * Sets the user that aaad must belong to, for every connection that is made later. After each
+ * connect, and before a byte is sent, the user of the listening process (SO_PEERCRED) is compared;
+ * a connection to another user's process is closed and counts as a failed connect. That is logged
+ * at any debug setting, once for a user who stays the same. -1, as at the start: no check. Returns
+ * 0; -1, with nothing changed, for a number that is no user id. Connections that exist are not
+ * checked again. Any thread, takes no lock.
+ */
+AAA_API int32_t aaa_set_aaad_uid(int64_t uid);
+
+/*
+ * Returns 1 while the process is registered or tries to be, in thread mode or agent mode, also
+ * while aaad is away; else 0. For a module that must not take over the registration of its host.
+ * Any thread; takes aaa_lib_lock, and so waits for a registration, deregistration or exchange on
+ * another thread, unless the answer is 1.
+ */
+AAA_API int32_t aaa_is_in_use(void);
+
+/*
  * Registers the process with aaad and starts the library's threads. Returns 0, also when aaad
  * cannot be reached yet: the receive thread then retries every 2 seconds without limit. Returns -1
  * for a null record, an empty model name, a work directory or local sockets that cannot be created

@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <cassert>
-#include <cstdlib>
 #include <cstring>
 
 #include "aaa_client.h"
@@ -14,6 +13,7 @@
 #include "session/state/client_state.h"
 #include "session/state/link.h"
 #include "session/state/locks.h"
+#include "transport/base/paths.h"
 #include "transport/debug_log.h"
 
 namespace aaa {
@@ -33,9 +33,14 @@ namespace {
 
 // The limit follows from the 100 bytes that the names of the datagram sockets have room for.
 void log_directory(const char* log_name) {
-  const char* const directory = std::getenv("TMPDIR");
+  const Directory in_use;
+  const char* const directory = in_use.path();
   if (directory == nullptr) {
     AAA_DEBUG_LOG_AS(log_name, "TMPDIR is not set\r\n");
+    return;
+  }
+  if (!in_use.is_from_environment()) {
+    AAA_DEBUG_LOG_AS(log_name, "the directory set is '%s'; it must be writable\r\n", directory);
     return;
   }
   AAA_DEBUG_LOG_AS(log_name,
@@ -120,8 +125,22 @@ Outcome register_locked(const reg_info& info) {
   return start_threads(info) ? Outcome::registered : Outcome::failed;
 }
 
+// A receive thread that has been told to end is no registration.
+bool is_in_use() {
+  const bool is_trying = (receive_thread_exists() || agent_mode_is_on()) && !is_deregistered();
+  const bool both_open = load(g_aaa_client_cb.sync_fd) > 0 && load(g_aaa_client_cb.async_fd) > 0;
+  return is_trying || both_open || reg_state() != AAA_REG_NOT_REGISTERED;
+}
+
 }  // namespace
 }  // namespace aaa
+
+std::int32_t aaa_is_in_use() {
+  if (aaa::is_in_use()) return 1;
+  // Another thread may be registering.
+  const aaa::ScopedLock lock(aaa_lib_lock);
+  return aaa::is_in_use() ? 1 : 0;
+}
 
 std::int32_t aaa_svr_reg(const reg_info* info) {
   if (info == nullptr) {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -15,6 +16,12 @@
 
 namespace aaa {
 namespace {
+
+constexpr std::int64_t any_uid = -1;
+std::int64_t aaad_uid = any_uid;
+
+// The last foreign peer that was logged: one that stays is not logged at each attempt.
+std::int64_t logged_uid = any_uid;
 
 bool is_open(std::int32_t fd) {
   return fd >= 1;
@@ -35,6 +42,24 @@ bool connect_to(std::int32_t fd, const char* path) {
   AAA_DEBUG_LOG_AS("aaa_lib_client_connect", "connect to (%s) failed, %s\r\n", path,
                    std::strerror(errno));
   return false;
+}
+
+// Whether the process that listens is the expected user's.
+bool is_expected_peer(std::int32_t fd, const char* path) {
+  const std::int64_t expected = load(aaad_uid);
+  if (expected == any_uid) return true;
+  ucred peer = {};
+  socklen_t size = sizeof peer;
+  const bool is_known = getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
+  const std::int64_t uid = is_known ? std::int64_t{peer.uid} : std::int64_t{UINT32_MAX};
+  const bool is_expected = is_known && uid == expected;
+  if (!is_expected && uid != load(logged_uid)) {
+    AAA_UNGATED_LOG_AS("aaa_lib_client_connect",
+                       "(%s) belongs to user %u, not to user %u; not connected.\r\n", path,
+                       static_cast<unsigned>(uid), static_cast<unsigned>(expected));
+  }
+  store(logged_uid, is_expected ? any_uid : uid);
+  return is_expected;
 }
 
 bool limit_both_waits(std::int32_t fd) {
@@ -77,6 +102,14 @@ std::int32_t close_each() REQUIRES(aaa_lib_lock) {
 }  // namespace
 }  // namespace aaa
 
+std::int32_t aaa_set_aaad_uid(std::int64_t uid) {
+  // UINT32_MAX is no user.
+  if (uid < aaa::any_uid || uid >= UINT32_MAX) return -1;
+  aaa::store(aaa::aaad_uid, uid);
+  aaa::store(aaa::logged_uid, aaa::any_uid);
+  return 0;
+}
+
 std::int32_t aaa_lib_client_connect(const char* prefix) {
   using namespace aaa;
   if (prefix == nullptr) return -1;
@@ -91,8 +124,8 @@ std::int32_t aaa_lib_client_connect(const char* prefix) {
     AAA_DEBUG_LOG("create socket error!!! %s\r\n", std::strerror(errno));
     return -1;
   }
-  const bool connected =
-      bind_to(fd, own_path) && connect_to(fd, server_path) && limit_both_waits(fd);
+  const bool connected = bind_to(fd, own_path) && connect_to(fd, server_path) &&
+                         is_expected_peer(fd, server_path) && limit_both_waits(fd);
   if (!connected) close(fd);
   unlink(own_path);
   return connected ? fd : -1;

@@ -50,6 +50,19 @@ TEST_F(AgentFinish, DeregistersAndCancelsEverythingButKeepsTheMaster) {
   EXPECT_THAT(client_events(), ElementsAre(1, 0)) << "once";
 }
 
+TEST_F(AgentFinish, EndsTheUseOfTheLibraryThatInitBegan) {
+  EXPECT_EQ(0, aaa_is_in_use());
+  init();
+  EXPECT_EQ(1, aaa_is_in_use()) << "before the connection";
+  expect_finished();
+  EXPECT_EQ(0, aaa_is_in_use());
+  init_and_connect();
+  lose_aaad();
+  EXPECT_EQ(1, aaa_is_in_use()) << "while aaad is away";
+  expect_finished();
+  EXPECT_EQ(0, aaa_is_in_use());
+}
+
 TEST_F(AgentFinish, CancelsTheSpareTaskToo) {
   init_and_connect();
   aaa::g_agent_spare_ev =

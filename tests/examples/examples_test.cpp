@@ -1,7 +1,9 @@
 // The sample clients, run as their users run them.
-#include "examples_fixture.h"
+#include <unistd.h>
 
 #include <chrono>
+
+#include "examples_fixture.h"
 
 namespace examples_test {
 namespace {
@@ -20,6 +22,17 @@ TEST_F(ExamplesTest, LoginIsAcceptedRejectedOrChallenged) {
   sim_.add_user({.name = "carol", .password = "secret"});
   expect(run("login", {"carol", "guess"}), 1, "aaad says: Access denied\nrejected\n");
   expect(run("login", {"bob", "code"}), 2, "challenge, 6 bytes of state\n");
+}
+
+TEST_F(ExamplesTest, LoginTrustsAnAaadOfTheNamedUserOnly) {
+  sim_.add_user({.name = "alice", .password = "secret"});
+  const std::string uid = std::to_string(::getuid()), other = std::to_string(::getuid() + 1);
+  EXPECT_EQ(run("login", {"-u", uid, "alice", "secret"}).exit_status, 0);
+  const Outcome refused = run("login", {"-u", other, "-w", "1", "alice", "secret"});
+  EXPECT_EQ(refused.exit_status, 2);
+  EXPECT_THAT(refused.errors, HasSubstr(") belongs to user " + uid + ", not to user " + other +
+                                        "; not connected.\n"));
+  EXPECT_THAT(refused.errors, HasSubstr("login: aaad does not answer within 1 seconds\n"));
 }
 
 // A result with these words in a fixed block of 1,280 bytes and no item behind it.

@@ -1,5 +1,6 @@
 #include "transport/base/paths.h"
 
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +14,10 @@
 
 namespace aaa {
 namespace {
+
+// Innermost of all locks. Guards directory.
+pthread_mutex_t directory_lock = PTHREAD_MUTEX_INITIALIZER;
+char directory[max_directory_length + 1] = {};  // empty: TMPDIR
 
 constexpr std::size_t max_path_length = 255;
 constexpr mode_t everybody = 0777;
@@ -37,11 +42,10 @@ bool resolve(const char* path, Path& resolved) {
     return resolved.append(path, length < max_path_length ? length : max_path_length);
   }
   if (length < 3 || path[0] != '.' || path[1] != '/') return false;
-  char directory[128];
-  if (getcwd(directory, sizeof directory) == nullptr) return false;
-  if (length + std::strlen(directory) > max_path_length) return false;
-  return resolved.append(directory, std::strlen(directory)) &&
-         resolved.append(path + 1, length - 1);
+  char working[128];
+  if (getcwd(working, sizeof working) == nullptr) return false;
+  if (length + std::strlen(working) > max_path_length) return false;
+  return resolved.append(working, std::strlen(working)) && resolved.append(path + 1, length - 1);
 }
 
 std::int32_t make_one(Path& prefix, const char* component, std::size_t length) {
@@ -52,11 +56,34 @@ std::int32_t make_one(Path& prefix, const char* component, std::size_t length) {
 }
 
 }  // namespace
+
+Directory::Directory() : path_(set_) {
+  pthread_mutex_lock(&directory_lock);
+  std::memcpy(set_, directory, sizeof set_);
+  pthread_mutex_unlock(&directory_lock);
+  if (set_[0] == '\0') path_ = std::getenv("TMPDIR");
+}
+
 }  // namespace aaa
+
+std::int32_t aaa_set_directory(const char* path) {
+  using namespace aaa;
+  char text[sizeof directory] = {};
+  if (path != nullptr) {
+    const std::size_t length = strnlen(path, sizeof text);
+    if (path[0] != '/' || length > max_directory_length) return -1;
+    std::memcpy(text, path, length);
+  }
+  pthread_mutex_lock(&directory_lock);
+  std::memcpy(directory, text, sizeof directory);
+  pthread_mutex_unlock(&directory_lock);
+  return 0;
+}
 
 std::int32_t aaa_make_path(char* buffer, const char* suffix, std::uint32_t size) {
   if (buffer == nullptr || suffix == nullptr) return 0;
-  const char* const root = std::getenv("TMPDIR");
+  const aaa::Directory directory;
+  const char* const root = directory.path();
   if (root == nullptr || std::strlen(root) + std::strlen(suffix) >= size) return 0;
   std::snprintf(buffer, size, "%s%s", root, suffix);
   return 1;
