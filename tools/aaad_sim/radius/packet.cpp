@@ -1,0 +1,271 @@
+#include "radius/packet.h"
+
+#include <nettle/hmac.h>
+#include <nettle/md5.h>
+#include <nettle/memops.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace aaa_sim::radius {
+namespace {
+
+constexpr std::size_t header_size = 20;
+constexpr std::size_t attribute_header_size = 2;
+constexpr std::size_t length_offset = 2;
+constexpr std::size_t authenticator_offset = 4;
+constexpr std::size_t digest_size = 16;
+
+View bytes_of(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+class Md5 {
+ public:
+  Md5() { md5_init(&context_); }
+  Md5& add(View bytes) {
+    md5_update(&context_, bytes.size(), bytes.data());
+    return *this;
+  }
+  Authenticator digest() {
+    Authenticator result;
+    md5_digest(&context_, result.size(), result.data());
+    return result;
+  }
+
+ private:
+  md5_ctx context_;
+};
+
+Authenticator hmac(View packet, std::string_view secret) {
+  hmac_md5_ctx context;
+  hmac_md5_set_key(&context, secret.size(), bytes_of(secret).data());
+  hmac_md5_update(&context, packet.size(), packet.data());
+  Authenticator result;
+  hmac_md5_digest(&context, result.size(), result.data());
+  return result;
+}
+
+bool equal(View a, View b) {
+  return a.size() == b.size() && memeql_sec(a.data(), b.data(), a.size()) != 0;
+}
+
+void put_length(Bytes& packet) {
+  packet[length_offset] = static_cast<std::uint8_t>(packet.size() >> 8);
+  packet[length_offset + 1] = static_cast<std::uint8_t>(packet.size());
+}
+
+std::size_t length_in(View packet) {
+  return static_cast<std::size_t>(packet[length_offset] << 8 | packet[length_offset + 1]);
+}
+
+void put_attribute(Bytes& packet, Type type, View value) {
+  packet.push_back(static_cast<std::uint8_t>(type));
+  packet.push_back(static_cast<std::uint8_t>(attribute_header_size + value.size()));
+  packet.insert(packet.end(), value.begin(), value.end());
+}
+
+// Encrypts or decrypts: the blocks of `text` are combined with digests that are chained over the
+// encrypted blocks, which are the input when `decrypts`.
+Bytes combine(View text, View first_block, std::string_view secret, bool decrypts) {
+  Bytes result(text.begin(), text.end());
+  Authenticator digest = Md5().add(bytes_of(secret)).add(first_block).digest();
+  for (std::size_t block = 0; block < text.size(); block += digest_size) {
+    for (std::size_t n = 0; n < digest_size; ++n)
+      result[block + n] ^= digest[n];
+    const View encrypted = decrypts ? text.subspan(block, digest_size)
+                                    : View(result).subspan(block, digest_size);
+    digest = Md5().add(bytes_of(secret)).add(encrypted).digest();
+  }
+  return result;
+}
+
+// At least one block, also for an empty password.
+Bytes hide_password(View password, const Authenticator& authenticator, std::string_view secret) {
+  const std::size_t blocks = std::max<std::size_t>(1, (password.size() + 15) / digest_size);
+  Bytes padded(blocks * digest_size);
+  std::copy(password.begin(), password.end(), padded.begin());
+  Bytes hidden = combine(padded, authenticator, secret, false);
+  explicit_bzero(padded.data(), padded.size());
+  return hidden;
+}
+
+Bytes begin_packet(Code code, std::uint8_t identifier, const Authenticator& authenticator) {
+  Bytes packet(header_size);
+  packet[0] = static_cast<std::uint8_t>(code);
+  packet[1] = identifier;
+  std::copy(authenticator.begin(), authenticator.end(), packet.begin() + authenticator_offset);
+  return packet;
+}
+
+void put_all(Bytes& packet, const Attributes& attributes, std::string_view secret) {
+  for (const Attribute& attribute : attributes.all()) {
+    if (attribute.type == Type::user_password) {
+      put_attribute(packet, attribute.type,
+                    hide_password(attribute.value, authenticator_of(packet), secret));
+    } else {
+      put_attribute(packet, attribute.type, attribute.value);
+    }
+  }
+  if (packet.size() > max_packet_size) throw TooLong("the attributes do not fit a packet");
+  put_length(packet);
+}
+
+bool answers(Code reply, Code request) {
+  switch (request) {
+    case Code::access_request:
+      return reply == Code::access_accept || reply == Code::access_reject ||
+             reply == Code::access_challenge;
+    case Code::accounting_request:
+      return reply == Code::accounting_response;
+    case Code::status_server:
+      return reply == Code::access_accept || reply == Code::accounting_response;
+    default:
+      return false;
+  }
+}
+
+// A copy of a reply with the request's authenticator in place of its own, as it was signed.
+Bytes with_authenticator(View packet, const Authenticator& authenticator) {
+  Bytes copy(packet.begin(), packet.end());
+  std::copy(authenticator.begin(), authenticator.end(), copy.begin() + authenticator_offset);
+  return copy;
+}
+
+Defect check_message_authenticator(const Packet& reply, const Exchange& exchange) {
+  const std::vector<View> found = reply.find_all(Type::message_authenticator);
+  if (found.empty()) {
+    return exchange.needs_message_authenticator ? Defect::no_message_authenticator : Defect::none;
+  }
+  if (found.size() > 1 || found[0].size() != digest_size) {
+    return Defect::wrong_message_authenticator;
+  }
+  Bytes as_signed = with_authenticator(reply.bytes(), exchange.authenticator);
+  const auto offset = static_cast<std::size_t>(found[0].data() - reply.bytes().data());
+  std::fill_n(as_signed.begin() + static_cast<std::ptrdiff_t>(offset), digest_size, 0);
+  return equal(hmac(as_signed, exchange.secret), found[0]) ? Defect::none
+                                                           : Defect::wrong_message_authenticator;
+}
+
+}  // namespace
+
+Attributes& Attributes::add(Type type, View value) {
+  const std::size_t limit = type == Type::user_password ? max_password_size : max_value_size;
+  if (value.size() > limit) {
+    throw TooLong("attribute " + std::to_string(static_cast<int>(type)) + " holds " +
+                  std::to_string(limit) + " bytes, not " + std::to_string(value.size()));
+  }
+  attributes_.push_back({type, Bytes(value.begin(), value.end())});
+  return *this;
+}
+
+Attributes& Attributes::add(Type type, std::string_view text) {
+  return add(type, bytes_of(text));
+}
+
+Attributes& Attributes::add(Type type, std::uint32_t number) {
+  const std::uint8_t value[] = {
+      static_cast<std::uint8_t>(number >> 24), static_cast<std::uint8_t>(number >> 16),
+      static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)};
+  return add(type, View(value));
+}
+
+Attributes& Attributes::add_eap_message(View message) {
+  while (!message.empty()) {
+    const View part = message.first(std::min(message.size(), max_value_size));
+    add(Type::eap_message, part);
+    message = message.subspan(part.size());
+  }
+  return *this;
+}
+
+Bytes encode_request(Code code, std::uint8_t identifier, const Authenticator& authenticator,
+                     const Attributes& attributes, std::string_view secret) {
+  Bytes packet = begin_packet(code, identifier, authenticator);
+  put_attribute(packet, Type::message_authenticator, Bytes(digest_size));
+  put_all(packet, attributes, secret);
+  const Authenticator signature = hmac(packet, secret);
+  std::copy(signature.begin(), signature.end(),
+            packet.begin() + header_size + attribute_header_size);
+  return packet;
+}
+
+Bytes encode_accounting_request(std::uint8_t identifier, const Attributes& attributes,
+                                std::string_view secret) {
+  Bytes packet = begin_packet(Code::accounting_request, identifier, {});
+  put_all(packet, attributes, secret);
+  const Authenticator digest = Md5().add(packet).add(bytes_of(secret)).digest();
+  std::copy(digest.begin(), digest.end(), packet.begin() + authenticator_offset);
+  return packet;
+}
+
+bool Packet::decode(View datagram) {
+  if (datagram.size() < header_size) return false;
+  const std::size_t length = length_in(datagram);
+  if (length < header_size || length > max_packet_size || length > datagram.size()) return false;
+  Bytes bytes(datagram.begin(), datagram.begin() + static_cast<std::ptrdiff_t>(length));
+  std::vector<std::pair<Type, View>> attributes;
+  for (View rest = View(bytes).subspan(header_size); !rest.empty();) {
+    if (rest.size() < attribute_header_size) return false;
+    const std::size_t size = rest[1];
+    if (size < attribute_header_size || size > rest.size()) return false;
+    attributes.emplace_back(static_cast<Type>(rest[0]),
+                            rest.subspan(attribute_header_size, size - attribute_header_size));
+    rest = rest.subspan(size);
+  }
+  bytes_ = std::move(bytes);
+  attributes_ = std::move(attributes);
+  return true;
+}
+
+std::optional<View> Packet::find(Type type) const {
+  for (const auto& [found, value] : attributes_)
+    if (found == type) return value;
+  return std::nullopt;
+}
+
+std::vector<View> Packet::find_all(Type type) const {
+  std::vector<View> values;
+  for (const auto& [found, value] : attributes_)
+    if (found == type) values.push_back(value);
+  return values;
+}
+
+Bytes Packet::eap_message() const {
+  Bytes message;
+  for (const View part : find_all(Type::eap_message))
+    message.insert(message.end(), part.begin(), part.end());
+  return message;
+}
+
+Defect decode_reply(View datagram, const Exchange& exchange, Packet& reply) {
+  if (!reply.decode(datagram)) return Defect::malformed;
+  if (!answers(reply.code(), exchange.request)) return Defect::wrong_code;
+  const Bytes as_signed = with_authenticator(reply.bytes(), exchange.authenticator);
+  const Authenticator expected = Md5().add(as_signed).add(bytes_of(exchange.secret)).digest();
+  if (!equal(expected, authenticator_of(reply.bytes()))) return Defect::wrong_authenticator;
+  return check_message_authenticator(reply, exchange);
+}
+
+Authenticator authenticator_of(View packet) {
+  Authenticator authenticator;
+  std::copy_n(packet.begin() + authenticator_offset, authenticator.size(), authenticator.begin());
+  return authenticator;
+}
+
+std::optional<Bytes> reveal_key(View value, const Authenticator& authenticator,
+                                std::string_view secret) {
+  constexpr std::size_t salt_size = 2;
+  if (value.size() < salt_size + digest_size || (value.size() - salt_size) % digest_size != 0) {
+    return std::nullopt;
+  }
+  Bytes first_block(authenticator.begin(), authenticator.end());
+  first_block.insert(first_block.end(), value.begin(), value.begin() + salt_size);
+  const Bytes text = combine(value.subspan(salt_size), first_block, secret, true);
+  const std::size_t length = text[0];
+  if (length > text.size() - 1) return std::nullopt;
+  return Bytes(text.begin() + 1, text.begin() + 1 + static_cast<std::ptrdiff_t>(length));
+}
+
+}  // namespace aaa_sim::radius

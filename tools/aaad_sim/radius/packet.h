@@ -1,0 +1,158 @@
+// RADIUS packets: encoding requests, and decoding and authenticating replies (RFC 2865, 2866, 2869,
+// 3579).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "wire/message.h"
+
+namespace aaa_sim::radius {
+
+enum class Code : std::uint8_t {
+  access_request = 1,
+  access_accept = 2,
+  access_reject = 3,
+  accounting_request = 4,
+  accounting_response = 5,
+  access_challenge = 11,
+  status_server = 12,
+  disconnect_request = 40,
+  disconnect_ack = 41,
+  disconnect_nak = 42,
+  coa_request = 43,
+  coa_ack = 44,
+  coa_nak = 45,
+};
+
+enum class Type : std::uint8_t {
+  user_name = 1,
+  user_password = 2,
+  chap_password = 3,
+  reply_message = 18,
+  state = 24,
+  attribute_class = 25,
+  vendor_specific = 26,
+  session_timeout = 27,
+  called_station_id = 30,
+  calling_station_id = 31,
+  nas_identifier = 32,
+  acct_delay_time = 41,
+  acct_session_id = 44,
+  acct_session_time = 46,
+  acct_terminate_cause = 49,
+  chap_challenge = 60,
+  tunnel_type = 64,
+  tunnel_medium_type = 65,
+  eap_message = 79,
+  message_authenticator = 80,
+  tunnel_private_group_id = 81,
+  nas_port_id = 87,
+  error_cause = 101,
+};
+
+inline constexpr std::size_t max_value_size = 253;
+inline constexpr std::size_t max_password_size = 128;
+inline constexpr std::size_t max_packet_size = 4096;
+
+using Authenticator = std::array<std::uint8_t, 16>;
+
+// A value that does not fit its attribute, or attributes that do not fit a packet.
+struct TooLong : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+struct Attribute {
+  Type type;
+  Bytes value;
+};
+
+// Attributes in the order in which they are sent. A User-Password is kept in clear text: it is hidden
+// when the packet is encoded, for each server anew.
+class Attributes {
+ public:
+  // The four throw TooLong.
+  Attributes& add(Type type, View value);
+  Attributes& add(Type type, std::string_view text);
+  // In as many attributes as it needs.
+  Attributes& add_eap_message(View message);
+  Attributes& add(Type type, std::uint32_t number);
+
+  const std::vector<Attribute>& all() const { return attributes_; }
+
+ private:
+  std::vector<Attribute> attributes_;
+};
+
+// The two throw TooLong. An Access-Request or Status-Server begins with a Message-Authenticator.
+Bytes encode_request(Code code, std::uint8_t identifier, const Authenticator& authenticator,
+                     const Attributes& attributes, std::string_view secret);
+// Its authenticator is computed from the rest.
+Bytes encode_accounting_request(std::uint8_t identifier, const Attributes& attributes,
+                                std::string_view secret);
+
+// Why a datagram is not the reply to a request.
+enum class Defect {
+  none,
+  malformed,                    // a length or an attribute that does not fit
+  wrong_code,                   // not one that answers the request
+  wrong_authenticator,          // the Response Authenticator does not match
+  no_message_authenticator,     // and one is required
+  wrong_message_authenticator,  // more than one, or one that does not match
+};
+
+// A packet that was received. Move-only: attributes refer to its bytes.
+class Packet {
+ public:
+  Packet() = default;
+  Packet(Packet&&) = default;
+  Packet& operator=(Packet&&) = default;
+  Packet(const Packet&) = delete;
+  Packet& operator=(const Packet&) = delete;
+
+  // Code, length and attribute bounds. False when one does not fit; the packet is then unchanged.
+  // Bytes behind the packet's own length are padding.
+  bool decode(View datagram);
+
+  Code code() const { return static_cast<Code>(bytes_[0]); }
+  std::uint8_t identifier() const { return bytes_[1]; }
+  View bytes() const { return bytes_; }
+
+  // The first attribute of a type; all of them in their order.
+  std::optional<View> find(Type type) const;
+  std::vector<View> find_all(Type type) const;
+  // The EAP-Message attributes joined; empty when there is none.
+  Bytes eap_message() const;
+
+ private:
+  Bytes bytes_;
+  std::vector<std::pair<Type, View>> attributes_;
+};
+
+// What a reply is checked against.
+struct Exchange {
+  Code request;
+  Authenticator authenticator;  // of the request
+  std::string_view secret;
+  bool needs_message_authenticator;
+};
+
+// Decodes a reply and checks, in this order, its bounds, its code, its Response Authenticator and its
+// Message-Authenticator, in constant time. The identifier is not looked at.
+Defect decode_reply(View datagram, const Exchange& exchange, Packet& reply);
+
+// The authenticator of an encoded packet.
+Authenticator authenticator_of(View packet);
+
+// The key in a value of MS-MPPE-Send-Key or MS-MPPE-Recv-Key, salt included (RFC 2548); none when the
+// value is malformed.
+std::optional<Bytes> reveal_key(View value, const Authenticator& authenticator,
+                                std::string_view secret);
+
+}  // namespace aaa_sim::radius
