@@ -20,6 +20,10 @@ pthread_mutex_t turn = PTHREAD_MUTEX_INITIALIZER;
 
 // How long deregistering can take while aaad is away.
 constexpr std::uint32_t kLeaveSeconds = 2;
+
+// A first attempt that takes longer met an aaad that accepts connections and does not answer.
+constexpr std::uint32_t kPromptSeconds = 5;
+
 constexpr useconds_t kPauseUs = 5000;
 constexpr std::int32_t kRefusedId = 255;
 
@@ -46,6 +50,14 @@ void drop_earlier_results() {
   }
 }
 
+// A connection on which aaad cannot be told, or does not confirm, leaves the process registered.
+// Without its sockets it can deregister.
+void deregister() {
+  if (aaa_svr_dereg() == 0) return;
+  (void)aaa_lib_client_close();
+  (void)aaa_svr_dereg();
+}
+
 }  // namespace
 
 Daemon::Daemon(const Call& call) : call_(call), deadline_(call.options.timeout) {
@@ -55,8 +67,7 @@ Daemon::Daemon(const Call& call) : call_(call), deadline_(call.options.timeout) 
 
 Daemon::~Daemon() {
   if (is_registered_) {
-    // The second one ends what the first one could not.
-    if (aaa_svr_dereg() != 0) (void)aaa_agent_finish();
+    deregister();
     (void)aaa_set_directory(nullptr);
     (void)aaa_set_aaad_uid(-1);
   }
@@ -85,10 +96,21 @@ bool Daemon::start_registering() {
   reg_info info{};
   (void)std::strncpy(info.model_name, call_.options.model, kMaxModel);
   is_registered_ = true;
-  if (aaa_svr_reg(&info) == 0) return true;
-  pam_syslog(call_.handle, LOG_ERR,
-             "cannot register: security/aaa must belong to the process's user or the process to "
-             "root, and memory, descriptors and threads must be left");
+  const Deadline prompt(kPromptSeconds);
+  if (aaa_svr_reg(&info) != 0) {
+    pam_syslog(call_.handle, LOG_ERR,
+               "cannot register: security/aaa must belong to the process's user or the process to "
+               "root, and memory, descriptors and threads must be left");
+    return false;
+  }
+  return aaa_is_alive() != 0 || prompt.seconds_left() > 0 || give_up_silent_daemon();
+}
+
+// With the library's lock held: its next attempt, which a deregistration would have to wait for,
+// does not begin.
+bool Daemon::give_up_silent_daemon() {
+  deregister();
+  pam_syslog(call_.handle, LOG_ERR, "aaad accepts connections and does not answer");
   return false;
 }
 

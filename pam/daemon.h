@@ -40,6 +40,7 @@ class Daemon {
   Result wait_for_result(std::uint32_t session_id) const;
   bool take_turn();
   bool start_registering();
+  bool give_up_silent_daemon();
   bool wait_for_connection() const;
 
   const Call& call_;
