@@ -1,0 +1,12 @@
+// Account management.
+#pragma once
+
+#include "call.h"
+
+namespace aaa_pam {
+
+// Asks aaad whether the session that this module has authenticated is allowed. PAM_IGNORE when
+// another module has authenticated the user: aaad knows the user by session id only.
+int authorize(const Call& call);
+
+}  // namespace aaa_pam

@@ -1,0 +1,161 @@
+#include "daemon.h"
+
+#include <pthread.h>
+#include <security/pam_ext.h>
+#include <sys/socket.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "directory.h"
+#include "limits.h"
+#include "username_lib.h"
+
+namespace aaa_pam {
+namespace {
+
+// The library has one registration in a process, so threads of the host take turns.
+pthread_mutex_t turn = PTHREAD_MUTEX_INITIALIZER;
+
+// How long deregistering can take while aaad is away.
+constexpr std::uint32_t kLeaveSeconds = 2;
+
+// A first attempt that takes longer met an aaad that accepts connections and does not answer.
+constexpr std::uint32_t kPromptSeconds = 5;
+
+constexpr useconds_t kPauseUs = 5000;
+constexpr std::int32_t kRefusedId = 255;
+
+// An atomic read, because the library's threads write the word.
+bool aaad_refuses() {
+  return __atomic_load_n(&g_aaa_client_cb.aaa_id, __ATOMIC_RELAXED) == kRefusedId;
+}
+
+// With the library's lock, so that no other thread of the host registers between the question and
+// the registration.
+class LibraryLock {
+ public:
+  LibraryLock() { ::pthread_mutex_lock(&aaa_lib_lock); }
+  ~LibraryLock() { ::pthread_mutex_unlock(&aaa_lib_lock); }
+  LibraryLock(const LibraryLock&) = delete;
+  LibraryLock& operator=(const LibraryLock&) = delete;
+};
+
+// Results that arrived after an earlier wait for them had ended are still in the library's socket,
+// and an aaad that has restarted grants the same ids again.
+void drop_earlier_results() {
+  char first;
+  while (::recv(lib_msg_server_fd, &first, sizeof first, MSG_DONTWAIT) >= 0) {
+  }
+}
+
+// A connection on which aaad cannot be told, or does not confirm, leaves the process registered.
+// Without its sockets it can deregister.
+void deregister() {
+  if (aaa_svr_dereg() == 0) return;
+  (void)aaa_lib_client_close();
+  (void)aaa_svr_dereg();
+}
+
+}  // namespace
+
+Daemon::Daemon(const Call& call) : call_(call), deadline_(call.options.timeout) {
+  is_reached_ =
+      directory_exists(call) && take_turn() && start_registering() && wait_for_connection();
+}
+
+Daemon::~Daemon() {
+  if (is_registered_) {
+    deregister();
+    (void)aaa_set_directory(nullptr);
+    (void)aaa_set_aaad_uid(-1);
+  }
+  library_log_.reset();
+  if (has_turn_) ::pthread_mutex_unlock(&turn);
+}
+
+bool Daemon::take_turn() {
+  has_turn_ = ::pthread_mutex_clocklock(&turn, CLOCK_MONOTONIC, &deadline_.time()) == 0;
+  if (!has_turn_)
+    pam_syslog(call_.handle, LOG_ERR, "another thread is waiting for aaad, for %u seconds now",
+               call_.options.timeout);
+  return has_turn_;
+}
+
+bool Daemon::start_registering() {
+  const LibraryLock lock;
+  if (aaa_is_in_use() != 0) {
+    pam_syslog(call_.handle, LOG_ERR,
+               "this process is a client of aaad itself: the module leaves its registration alone");
+    return false;
+  }
+  library_log_.emplace();
+  (void)aaa_set_directory(call_.options.directory);
+  (void)aaa_set_aaad_uid(call_.options.aaad_uid);
+  reg_info info{};
+  (void)std::strncpy(info.model_name, call_.options.model, kMaxModel);
+  is_registered_ = true;
+  const Deadline prompt(kPromptSeconds);
+  if (aaa_svr_reg(&info) != 0) {
+    pam_syslog(call_.handle, LOG_ERR,
+               "cannot register: security/aaa must belong to the process's user or the process to "
+               "root, and memory, descriptors and threads must be left");
+    return false;
+  }
+  return aaa_is_alive() != 0 || prompt.seconds_left() > 0 || give_up_silent_daemon();
+}
+
+// With the library's lock held: its next attempt, which a deregistration would have to wait for,
+// does not begin.
+bool Daemon::give_up_silent_daemon() {
+  deregister();
+  pam_syslog(call_.handle, LOG_ERR, "aaad accepts connections and does not answer");
+  return false;
+}
+
+bool Daemon::wait_for_connection() const {
+  const Deadline last(call_.options.timeout - kLeaveSeconds);
+  while (aaa_is_alive() == 0 && !aaad_refuses() && last.seconds_left() > 0)
+    (void)::usleep(kPauseUs);
+  if (aaa_is_alive() != 0) return true;
+  pam_syslog(call_.handle, LOG_ERR, aaad_refuses() ? "refused by aaad" : "aaad cannot be reached");
+  return false;
+}
+
+std::uint32_t Daemon::new_session_id() const {
+  const std::uint32_t session_id = aaa_get_session_id();
+  if (session_id == 0) pam_syslog(call_.handle, LOG_ERR, "aaad grants no session id");
+  return session_id;
+}
+
+template <class Record>
+Result Daemon::ask(Record& record, std::int32_t (*submit)(Record*)) const {
+  drop_earlier_results();
+  const std::int32_t sent = submit(&record);
+  if (sent == 0) return wait_for_result(record.session_id);
+  pam_syslog(call_.handle, LOG_ERR, "the request was not sent: error %d", static_cast<int>(sent));
+  return Result();
+}
+
+template Result Daemon::ask(authen_info&, std::int32_t (*)(authen_info*)) const;
+template Result Daemon::ask(author_info&, std::int32_t (*)(author_info*)) const;
+template Result Daemon::ask(acct_info&, std::int32_t (*)(acct_info*)) const;
+
+Result Daemon::ask_local(authen_info& authen) const {
+  result_info* result = nullptr;
+  if (username_lib_authen_req(&authen, &result) != 0)
+    pam_syslog(call_.handle, LOG_ERR, "no answer about a local user");
+  return Result(result);
+}
+
+Result Daemon::wait_for_result(std::uint32_t session_id) const {
+  result_info* result = nullptr;
+  if (aaa_user_get_result(session_id, 0, deadline_.seconds_left(), &result) != 0) {
+    pam_syslog(call_.handle, LOG_ERR, "no answer for session %08x in time", session_id);
+    (void)aaa_clear_req_user(session_id);
+  }
+  return Result(result);
+}
+
+}  // namespace aaa_pam

@@ -1,0 +1,93 @@
+#include "password_change.h"
+
+#include <security/pam_ext.h>
+#include <syslog.h>
+
+#include <cstring>
+#include <string_view>
+
+#include "conversation.h"
+#include "daemon.h"
+#include "limits.h"
+#include "user.h"
+#include "username_lib.h"
+
+namespace aaa_pam {
+namespace {
+
+// The answer to a change of password.
+enum Answer { kDone = 0, kUnknownUser = 1, kWrongPassword = 2, kBadPassword = 3 };
+
+// What the three texts of the request may have together.
+constexpr std::size_t kMaxTexts = 168;
+
+int check_old(const Call& call, const char* name, std::string_view password) {
+  const Daemon daemon(call);
+  if (!daemon.is_reached()) return PAM_AUTHINFO_UNAVAIL;
+  authen_info record{};
+  record.session_id = daemon.new_session_id();
+  if (record.session_id == 0) return PAM_AUTHINFO_UNAVAIL;
+  (void)std::strncpy(record.chars65_a, name, kMaxName);
+  record.user_password = {0, static_cast<std::uint16_t>(password.size()), password.data()};
+  const Result result = daemon.ask_local(record);
+  switch (result.verdict_for(record.session_id)) {
+    case Verdict::accepted:
+      return PAM_SUCCESS;
+    case Verdict::unavailable:
+      return PAM_AUTHINFO_UNAVAIL;
+    default:
+      return PAM_AUTH_ERR;
+  }
+}
+
+int change(const Call& call, const char* name, const char* old_password, const char* new_password) {
+  const Daemon daemon(call);
+  if (!daemon.is_reached()) return PAM_AUTHINFO_UNAVAIL;
+  switch (username_lib_chg_pwd(name, old_password, new_password)) {
+    case kDone:
+      return PAM_SUCCESS;
+    case kUnknownUser:
+      return PAM_USER_UNKNOWN;
+    case kWrongPassword:
+      return PAM_AUTH_ERR;
+    case kBadPassword:
+      show_error(call, "The new password is not allowed.");
+      return PAM_AUTHTOK_ERR;
+    default:
+      pam_syslog(call.handle, LOG_ERR, "no answer to the change of a password");
+      return PAM_AUTHINFO_UNAVAIL;
+  }
+}
+
+int prepare(const Call& call, const char* name, const char* old_password) {
+  const std::size_t size = std::strlen(old_password);
+  if (size == 0 || size > PAM_MAX_RESP_SIZE) return PAM_AUTH_ERR;
+  return check_old(call, name, {old_password, size});
+}
+
+int update(const Call& call, const char* name, const char* old_password) {
+  const char* new_password = nullptr;
+  const int result = get_password(call, PAM_AUTHTOK, nullptr, &new_password);
+  if (result != PAM_SUCCESS) return result;
+  const std::size_t total =
+      std::strlen(name) + std::strlen(old_password) + std::strlen(new_password);
+  if (*new_password != '\0' && total <= kMaxTexts)
+    return change(call, name, old_password, new_password);
+  show_error(call, *new_password == '\0' ? "The new password is empty."
+                                         : "Name and passwords together are too long.");
+  return PAM_AUTHTOK_ERR;
+}
+
+}  // namespace
+
+int change_password(const Call& call) {
+  const char* name = nullptr;
+  const char* old_password = nullptr;
+  int result = get_user_name(call, &name);
+  if (result == PAM_SUCCESS) result = get_password(call, PAM_OLDAUTHTOK, nullptr, &old_password);
+  if (result != PAM_SUCCESS) return result;
+  const bool is_check = (call.flags & PAM_PRELIM_CHECK) != 0;
+  return is_check ? prepare(call, name, old_password) : update(call, name, old_password);
+}
+
+}  // namespace aaa_pam

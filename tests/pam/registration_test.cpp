@@ -1,0 +1,146 @@
+// The module in its host: whose registration, which directory, whose daemon, which threads.
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "pam/pam_fixture.h"
+#include "support/eventually.h"
+
+namespace pam_test {
+namespace {
+
+using std::chrono::steady_clock;
+
+std::size_t threads_of_process() {
+  std::size_t count = 0;
+  for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
+    ++count;
+  return count;
+}
+
+class RegistrationTest : public PamTest {
+ protected:
+  int log_in_alice() { return log_in("alice", {"secret"}); }
+};
+
+TEST_F(RegistrationTest, LeavesNoThreadBehind) {
+  const std::size_t before = threads_of_process();
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  EXPECT_EQ(threads_of_process(), before);
+  EXPECT_EQ(aaa_is_in_use(), 0);
+  EXPECT_TRUE(sim_.wait_for_connections(0));
+}
+
+TEST_F(RegistrationTest, GivesBackTheSettingsOfTheLibrary) {
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  char path[200];
+  ::setenv("TMPDIR", "/elsewhere", 1);
+  EXPECT_EQ(aaa_make_path(path, "", sizeof path), 1);
+  ::unsetenv("TMPDIR");
+  EXPECT_STREQ(path, "/elsewhere");
+}
+
+TEST_F(RegistrationTest, UsesTmpdirWithoutADirectory) {
+  configure_lines(line("auth", "aaad_uid=" + own_uid()));
+  ::setenv("TMPDIR", directory_.path().c_str(), 1);
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  ::unsetenv("TMPDIR");
+  EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_THAT(system_log(), Contains(HasSubstr("no directory=")));
+}
+
+TEST_F(RegistrationTest, RegistersUnderTheNameGiven) {
+  configure("model=login");
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  EXPECT_EQ(sim_.wait_for_message(received(AAA_MSG_AUTHEN_REQ))->client.model, "login");
+}
+
+TEST_F(RegistrationTest, LeavesTheRegistrationOfItsHostAlone) {
+  reg_info host{};
+  std::strcpy(host.model_name, "host");
+  host.notify_del_msg_cb = [](const void*) {};
+  EXPECT_EQ(aaa_set_directory(directory_.path().c_str()), 0);
+  EXPECT_EQ(aaa_svr_reg(&host), 0);
+  EXPECT_TRUE(sim_.wait_for_clients(1));
+  EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_THAT(system_log(), Contains(HasSubstr("this process is a client of aaad itself")));
+  EXPECT_EQ(aaa_is_alive(), 1);
+  EXPECT_STREQ(g_aaa_client_cb.model_name, "host");
+  EXPECT_EQ(g_aaa_client_cb.notify_del_msg_cb, host.notify_del_msg_cb);
+  EXPECT_EQ(sent(AAA_MSG_AUTHEN_REQ), 0u);
+  EXPECT_EQ(aaa_svr_dereg(), 0);
+  (void)aaa_set_directory(nullptr);
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+}
+
+TEST_F(RegistrationTest, LetsThreadsOfItsHostTakeTurns) {
+  std::vector<std::thread> threads;
+  std::vector<int> results(4, -1);
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    threads.emplace_back([this, i, &results] {
+      Conversation user({i % 2 == 0 ? "secret" : "wrong"});
+      Handle handle(configuration_.path(), "alice", user);
+      results[i] = ::pam_authenticate(handle, 0);
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_THAT(results, ElementsAre(PAM_SUCCESS, PAM_AUTH_ERR, PAM_SUCCESS, PAM_AUTH_ERR));
+}
+
+TEST_F(RegistrationTest, CreatesNoDirectory) {
+  const std::string wrong = directory_.path() + "/wrong";
+  configure_lines(line("auth", "directory=" + wrong));
+  EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_THAT(system_log(), Contains(HasSubstr(wrong + "/security/aaa: No such file")));
+  EXPECT_FALSE(std::filesystem::exists(wrong));
+}
+
+TEST_F(RegistrationTest, TakesNoFileForADirectory) {
+  std::filesystem::create_directory(directory_.path() + "/other");
+  std::filesystem::create_directory(directory_.path() + "/other/security");
+  std::ofstream(directory_.path() + "/other/security/aaa") << "a file";
+  configure_lines(line("auth", "directory=" + directory_.path() + "/other"));
+  EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_THAT(system_log(), Contains(HasSubstr("is not a directory")));
+}
+
+TEST_F(RegistrationTest, WantsADaemonOfRootUnlessToldOtherwise) {
+  configure_lines(line("auth", "timeout=3 directory=" + directory_.path()));
+  EXPECT_EQ(log_in_alice(), ::geteuid() == 0 ? PAM_SUCCESS : PAM_AUTHINFO_UNAVAIL);
+}
+
+TEST_F(RegistrationTest, EndsAlsoWhenTheDaemonDoesNotConfirm) {
+  sim_.set_fault(aaa_sim::Role::request, AAA_MSG_DEREGISTER_REQ, aaa_sim::Fault::wrong_type);
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  EXPECT_EQ(aaa_is_in_use(), 0);
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+}
+
+class OptionsTest : public PamTest {};
+
+TEST_F(OptionsTest, AreRefusedWhenTheyAreNotUnderstood) {
+  for (const std::string& option :
+       {std::string("timeout=2"), std::string("timeout=121"), std::string("timeout=5s"),
+        std::string("timeout="), std::string("timeout"), std::string("aaad_uid=root"),
+        std::string("aaad_uid=4294967295"), std::string("aaad_uid=-1"), std::string("directory="),
+        std::string("directory=relative"), "directory=/" + std::string(69, 'd'),
+        std::string("model="), "model=" + std::string(64, 'm'), std::string("nullok")}) {
+    clear_system_log();
+    configure(option);
+    EXPECT_EQ(log_in("alice", {"secret"}), PAM_SERVICE_ERR) << option;
+    EXPECT_THAT(system_log(), Contains(HasSubstr("argument not understood: " + option)));
+  }
+  EXPECT_EQ(sim_.accepted_connections(), 0u);
+}
+
+TEST_F(OptionsTest, OfLibpamAreAccepted) {
+  configure("try_first_pass use_authtok authtok_type=AAA timeout=120 model=" +
+            std::string(63, 'm'));
+  EXPECT_EQ(log_in("alice", {"secret"}), PAM_SUCCESS);
+}
+
+}  // namespace
+}  // namespace pam_test
