@@ -77,7 +77,7 @@ TEST_F(FilesTest, ErrorsInUsersHaveTheirLine) {
       {"[[user]]\npassword = \"x\"\n", "1: user without a name"},
       {user + "result = \"maybe\"\n", "4: result is not accept, reject or challenge"},
       {user + "result = \"challenge\"\n", "1: user a has the result challenge but no state"},
-      {user + "session_timeout = -1\n", "4: session_timeout is not a number of seconds"},
+      {user + "session_timeout = -1\n", "4: session_timeout is not a number from 0 to 4294967295"},
       {user + user, "4: duplicate user a"},
       {"users = 3\n", "1: unknown key users, expected [[user]] tables"},
       {"[[user]]\nname = \"" + std::string(65, 'n') + "\"\n", "2: name is longer than 64 bytes"},

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "backend/answers.h"
+#include "radius/gateway.h"
 #include "server/server.h"
 
 namespace aaa_sim {
@@ -101,12 +102,24 @@ class AaadSim::Impl {
   struct Running {
     Running(const std::string& path, Backend& backend, Journal& journal)
         : server(loop, path, backend.settings, journal,
-                 [&backend](const Request& request, const Respond& respond) {
+                 [this, &backend](const Request& request, const Respond& respond) {
+                   const bool is_replaced = backend.settings.answers.contains(request.header.type);
+                   if (!is_replaced && gateway && gateway->handle(request, respond)) return;
                    answer(backend, request, respond);
-                 }) {}
+                 }) {
+      if (backend.settings.radius.servers.empty()) return;
+      gateway.emplace(
+          loop, backend.settings.radius, backend.reports.radius,
+          [&journal](const std::string& note) { journal.note(note); },
+          [this](const ClientName& client, const EventMessage& message) {
+            return server.send(client, Role::event,
+                               make_frame(message.type, message.id, message.body)) != 0;
+          });
+    }
 
     EventLoop loop;
     Server server;
+    std::optional<radius::Gateway> gateway;
   };
 
   // Looks up a user even if there is none to add, so that a bad file is reported at the start.

@@ -59,7 +59,7 @@ constexpr Row kAnswers[] = {
     {AAA_MSG_SEND_RARE_RESULT, report_rare_result},
     {AAA_MSG_AUTHEN_REQ, answer_authentication},
     {AAA_MSG_AUTHOR_REQ, accept},
-    {AAA_MSG_ACCT_REQ, accept},
+    {AAA_MSG_ACCT_REQ, report_accounting},
     {AAA_MSG_DELETE_USER, delete_user},
     {AAA_MSG_QUERY_MLIST_EXIST, query_method_list},
     {AAA_MSG_USER_SYNC, synchronise_user},

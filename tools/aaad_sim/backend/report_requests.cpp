@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "backend/results.h"
 #include "wire/body.h"
 #include "wire/records.h"
 
@@ -12,6 +13,10 @@ constexpr std::size_t kRestoreSize = 392;
 constexpr std::size_t kRadextSent = 2784;  // the message lacks the last 4 bytes of the block
 constexpr std::uint16_t kGroupName = 1;
 constexpr std::uint16_t kGroupState = 2;
+
+std::uint64_t wide(std::uint32_t high, std::uint32_t low) {
+  return std::uint64_t{high} << 32 | low;
+}
 
 Replies remove_user(Backend& backend, const Request& request, bool moved_out) {
   const auto [session_id, word] = BodyReader(request.body).words<2>();
@@ -33,6 +38,22 @@ Replies report_rare_result(Backend& backend, const Request& request) {
   if (!result) throw BadBody("malformed result");
   backend.reports.rare_results[result->sub.session_id] = result->sub.num_a;
   return {};
+}
+
+Replies report_accounting(Backend& backend, const Request& request) {
+  const AcctInfo record = decode_acct(request.body);
+  if (!record) throw BadBody("malformed accounting request");
+  auto& reports = backend.reports.acct_reports;
+  reports.push_back({.session_id = record->session_id,
+                     .kind = record->code_a,
+                     .user = std::string(text_of(record->chars65_a)),
+                     .seconds = record->num_b,
+                     .octets_in = wide(record->num_f, record->num_c),
+                     .octets_out = wide(record->num_g, record->num_d),
+                     .terminate_cause = record->num_e});
+  if (reports.size() > Reports::kMaxAcctReports) reports.pop_front();
+  const std::uint32_t id = request.header.id;
+  return {{Role::event, AAA_MSG_NOTIFY_RESULT, id, acceptance(id)}};
 }
 
 Replies delete_user(Backend& backend, const Request& request) {

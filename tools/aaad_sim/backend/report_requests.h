@@ -6,7 +6,9 @@
 
 namespace aaa_sim {
 
-Replies report_rare_result(Backend& backend, const Request& request);          // 4
+Replies report_rare_result(Backend& backend, const Request& request);  // 4
+// 7; 103, accepted.
+Replies report_accounting(Backend& backend, const Request& request);
 Replies delete_user(Backend& backend, const Request& request);                 // 8
 Replies synchronise_user(Backend& backend, const Request& request);            // 10
 Replies restore_user(Backend& backend, const Request& request);                // 11

@@ -63,6 +63,26 @@ std::string describe_exchanges(const Reports& reports) {
   return text;
 }
 
+std::string describe(const AcctReport& report) {
+  const bool is_start = report.kind == 1;
+  const std::string kind = is_start ? "start" : report.kind == 2 ? "stop" : "interim";
+  std::string text = "accounting " + kind + " session " + std::to_string(report.session_id) +
+                     " user " + report.user;
+  if (!is_start) {
+    text += " seconds " + std::to_string(report.seconds) + " in " +
+            std::to_string(report.octets_in) + " out " + std::to_string(report.octets_out);
+  }
+  if (report.kind == 2) text += " cause " + std::to_string(report.terminate_cause);
+  return text + "\n";
+}
+
+std::string describe_acct_reports(const Reports& reports) {
+  std::string text;
+  for (const AcctReport& report : reports.acct_reports)
+    text += describe(report);
+  return text;
+}
+
 std::string describe_statistics(const Reports& reports) {
   std::string text;
   for (const auto& words : reports.interface_controls)
@@ -86,7 +106,8 @@ std::string KnownUser::name() const {
 
 std::string describe(const Reports& reports) {
   return describe_groups(reports) + describe_users(reports) + describe_exchanges(reports) +
-         describe_statistics(reports);
+         describe_acct_reports(reports) + describe_statistics(reports) +
+         radius::describe(reports.radius);
 }
 
 }  // namespace aaa_sim

@@ -3,10 +3,12 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "radius/counters.h"
 #include "wire/ldap.h"
 #include "wire/message.h"
 
@@ -44,6 +46,19 @@ struct RadextRequest {
   bool operator==(const RadextRequest&) const = default;
 };
 
+// An accounting request that the simulator answered itself.
+struct AcctReport {
+  std::uint32_t session_id = 0;
+  std::uint32_t kind = 0;  // 1 start, 2 stop, 3 interim
+  std::string user = {};
+  std::uint32_t seconds = 0;
+  std::uint64_t octets_in = 0;
+  std::uint64_t octets_out = 0;
+  std::uint32_t terminate_cause = 0;
+
+  bool operator==(const AcctReport&) const = default;
+};
+
 struct Reports {
   std::map<std::string, RegisteredGroup> groups;             // 13
   std::map<std::string, std::uint32_t> radius_group_states;  // 16
@@ -61,6 +76,11 @@ struct Reports {
 
   std::vector<std::array<std::uint32_t, 3>> interface_controls;  // 28
   std::vector<std::array<std::uint32_t, 2>> dot1x_statistics;    // 21
+
+  static constexpr std::size_t kMaxAcctReports = 1000;
+  std::deque<AcctReport> acct_reports;  // 7, the last ones
+
+  radius::Counters radius;  // of all starts
 
   std::vector<std::int32_t> group_verdicts;               // 14
   std::vector<std::array<std::uint8_t, 8>> online_infos;  // 15

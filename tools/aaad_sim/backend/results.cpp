@@ -1,7 +1,6 @@
 #include "backend/results.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "wire/records.h"
 
@@ -26,14 +25,10 @@ ResultCode code_for(const User& user, const authen_info& request) {
   return text_of(request.user_password) == user.password ? ResultCode::accept : ResultCode::reject;
 }
 
-void set_name(result_info& result, const std::string& name) {
-  std::strncpy(result.sub.chars65_a, name.c_str(), sizeof result.sub.chars65_a - 1);
-}
-
 Bytes result_for(const User& user, ResultCode code, std::uint32_t session_id) {
   if (code == ResultCode::reject) return rejection(session_id, user.reply_message);
   result_info result = new_result(code, session_id);
-  set_name(result, user.name);
+  set_text(result.sub.chars65_a, user.name);
   result.reply_message = item_of(user.reply_message);
   if (code == ResultCode::challenge) {
     result.state = item_of(user.state);
@@ -58,7 +53,7 @@ Bytes authentication_result(const std::vector<User>& users, std::uint32_t sessio
 
 Bytes acceptance(std::uint32_t session_id, const std::string& user) {
   result_info result = new_result(ResultCode::accept, session_id);
-  set_name(result, user);
+  set_text(result.sub.chars65_a, user);
   return encode(result);
 }
 

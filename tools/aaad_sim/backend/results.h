@@ -5,10 +5,6 @@
 
 namespace aaa_sim {
 
-// sub.num_a of a result, by aaad-sim's convention. The client library itself uses 2 for a lost
-// link.
-enum class ResultCode : std::uint32_t { accept = 0, reject = 1, challenge = 3 };
-
 // The result of an authentication request with this body. Known users need the right password and,
 // after a challenge, its State item; unknown users are rejected.
 Bytes authentication_result(const std::vector<User>& users, std::uint32_t session_id,

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "radius/settings.h"
 #include "server/request.h"
 #include "server/server_settings.h"
 #include "wire/ldap.h"
@@ -63,6 +64,9 @@ struct Settings : ServerSettings {
   std::vector<LocalUser> local_users;
 
   bool answer_heartbeats = true;
+
+  // Read at every start. With servers they answer instead of `users`.
+  radius::Settings radius;
 
   // Replace the simulator's own answers, by the type of the request.
   std::map<std::uint32_t, Answerer> answers;

@@ -1,17 +1,18 @@
 #include "backend/users_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <limits>
 #include <map>
-#include <stdexcept>
 
-#include <toml++/toml.h>
+#include "backend/toml_file.h"
 
 namespace aaa_sim {
 namespace {
+
+using toml_file::fail;
+using toml_file::fail_unknown;
+using toml_file::read_number;
+using toml_file::read_text;
 
 constexpr std::size_t kMaxName = 64;
 constexpr std::size_t kMaxValue = 65535;
@@ -34,35 +35,10 @@ constexpr TextField kTextFields[] = {
 const std::map<std::string_view, Verdict> kVerdicts = {
     {"accept", Verdict::accept}, {"reject", Verdict::reject}, {"challenge", Verdict::challenge}};
 
-// An error in the file.
-struct UsersError {
-  toml::source_position where;
-  std::string what;
-};
-
-[[noreturn]] void fail(const toml::node& node, const std::string& what) {
-  throw UsersError{node.source().begin, what};
-}
-
-std::string read_text(const toml::key& key, const toml::node& value, std::size_t max_size) {
-  const auto text = value.value_exact<std::string>();
-  if (!text) fail(value, std::string(key.str()) + " is not a string");
-  if (text->size() > max_size)
-    fail(value, std::string(key.str()) + " is longer than " + std::to_string(max_size) + " bytes");
-  return *text;
-}
-
 Verdict read_verdict(const toml::key& key, const toml::node& value) {
   const auto found = kVerdicts.find(read_text(key, value, kMaxValue));
   if (found == kVerdicts.end()) fail(value, "result is not accept, reject or challenge");
   return found->second;
-}
-
-std::uint32_t read_seconds(const toml::key& key, const toml::node& value) {
-  const auto seconds = value.value_exact<std::int64_t>();
-  if (!seconds || *seconds < 0 || *seconds > std::numeric_limits<std::uint32_t>::max())
-    fail(value, std::string(key.str()) + " is not a number of seconds");
-  return static_cast<std::uint32_t>(*seconds);
 }
 
 void read_field(User& user, const toml::key& key, const toml::node& value) {
@@ -73,9 +49,10 @@ void read_field(User& user, const toml::key& key, const toml::node& value) {
   } else if (key == "result") {
     user.verdict = read_verdict(key, value);
   } else if (key == "session_timeout") {
-    user.session_timeout = read_seconds(key, value);
+    user.session_timeout = static_cast<std::uint32_t>(
+        read_number(key, value, 0, std::numeric_limits<std::uint32_t>::max()));
   } else {
-    fail(value, "unknown key " + std::string(key.str()));
+    fail_unknown(key, value);
   }
 }
 
@@ -107,23 +84,12 @@ std::vector<User> read_users(const toml::table& file) {
   return users;
 }
 
-std::string at(const std::string& path, toml::source_position where, std::string what) {
-  std::ranges::replace(what, '\n', ' ');
-  return path + ":" + std::to_string(where.line) + ": " + what;
-}
-
 }  // namespace
 
 std::vector<User> load_users(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw std::runtime_error(path + ": " + std::strerror(errno));
-  try {
-    return read_users(toml::parse(file, path));
-  } catch (const toml::parse_error& error) {
-    throw std::runtime_error(at(path, error.source().begin, std::string(error.description())));
-  } catch (const UsersError& error) {
-    throw std::runtime_error(at(path, error.where, error.what));
-  }
+  std::vector<User> users;
+  toml_file::read_file(path, [&](const toml::table& file) { users = read_users(file); });
+  return users;
 }
 
 }  // namespace aaa_sim

@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include "backend/ldif_file.h"
+#include "backend/radius_file.h"
 #include "backend/users_file.h"
 #include "program/commands.h"
 #include "program/texts.h"
@@ -30,6 +31,7 @@ constexpr std::size_t kMaxCurrentDirectory = 127;
 // Options that are parsed after the whole command line.
 struct Texts {
   std::string users;
+  std::string radius;
   std::vector<std::string> status;
   std::vector<std::string> faults;
   std::vector<std::string> method_lists;
@@ -132,6 +134,8 @@ void add_number(CLI::App& app, const char* option, std::uint32_t& value,
 void describe_contents(CLI::App& app, Settings& settings, Texts& texts) {
   app.add_option("--users", texts.users,
                  "TOML file with [[user]] tables: name, password, result, ...");
+  app.add_option("--radius", texts.radius,
+                 "TOML file with the RADIUS servers that decide instead, and their secrets");
   app.add_option("--method-list", texts.method_lists, "KIND:NAME=STATE, add a method list");
   app.add_option("--server-statistic", texts.server_statistics,
                  "WORD=VALUE, answer queries for server statistic WORD with VALUE");
@@ -187,6 +191,7 @@ void apply_texts(const Texts& texts, Settings& settings) {
   settings.delay = std::chrono::milliseconds(texts.delay);
   settings.heartbeat_interval = std::chrono::milliseconds(texts.heartbeat_interval);
   if (!texts.users.empty()) settings.users = load_users(texts.users);
+  if (!texts.radius.empty()) settings.radius = load_radius(texts.radius);
   if (!texts.ldif.empty()) settings.directory = load_ldif(texts.ldif);
 }
 

@@ -16,9 +16,12 @@ constexpr std::size_t attribute_header_size = 2;
 constexpr std::size_t length_offset = 2;
 constexpr std::size_t authenticator_offset = 4;
 constexpr std::size_t digest_size = 16;
+// For the header, a Message-Authenticator and an Acct-Delay-Time.
+constexpr std::size_t reserved_size = header_size + (attribute_header_size + digest_size) + 6;
 
-View bytes_of(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+Bytes network_order(std::uint32_t number) {
+  return {static_cast<std::uint8_t>(number >> 24), static_cast<std::uint8_t>(number >> 16),
+          static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)};
 }
 
 class Md5 {
@@ -74,8 +77,8 @@ Bytes combine(View text, View first_block, std::string_view secret, bool decrypt
   for (std::size_t block = 0; block < text.size(); block += digest_size) {
     for (std::size_t n = 0; n < digest_size; ++n)
       result[block + n] ^= digest[n];
-    const View encrypted = decrypts ? text.subspan(block, digest_size)
-                                    : View(result).subspan(block, digest_size);
+    const View encrypted =
+        decrypts ? text.subspan(block, digest_size) : View(result).subspan(block, digest_size);
     digest = Md5().add(bytes_of(secret)).add(encrypted).digest();
   }
   return result;
@@ -108,7 +111,6 @@ void put_all(Bytes& packet, const Attributes& attributes, std::string_view secre
       put_attribute(packet, attribute.type, attribute.value);
     }
   }
-  if (packet.size() > max_packet_size) throw TooLong("the attributes do not fit a packet");
   put_length(packet);
 }
 
@@ -133,22 +135,40 @@ Bytes with_authenticator(View packet, const Authenticator& authenticator) {
   return copy;
 }
 
-Defect check_message_authenticator(const Packet& reply, const Exchange& exchange) {
-  const std::vector<View> found = reply.find_all(Type::message_authenticator);
-  if (found.empty()) {
-    return exchange.needs_message_authenticator ? Defect::no_message_authenticator : Defect::none;
-  }
-  if (found.size() > 1 || found[0].size() != digest_size) {
+// The Message-Authenticator is computed with zeros in its place and `authenticator` in the header.
+Defect check_message_authenticator(const Packet& packet, const Authenticator& authenticator,
+                                   std::string_view secret) {
+  const std::vector<View> found = packet.find_all(Type::message_authenticator);
+  if (found.empty()) return Defect::no_message_authenticator;
+  if (found.size() > 1 || found[0].size() != digest_size)
     return Defect::wrong_message_authenticator;
-  }
-  Bytes as_signed = with_authenticator(reply.bytes(), exchange.authenticator);
-  const auto offset = static_cast<std::size_t>(found[0].data() - reply.bytes().data());
-  std::fill_n(as_signed.begin() + static_cast<std::ptrdiff_t>(offset), digest_size, 0);
-  return equal(hmac(as_signed, exchange.secret), found[0]) ? Defect::none
-                                                           : Defect::wrong_message_authenticator;
+  Bytes as_signed = with_authenticator(packet.bytes(), authenticator);
+  std::fill_n(as_signed.begin() + (found[0].data() - packet.bytes().data()), digest_size, 0);
+  return equal(hmac(as_signed, secret), found[0]) ? Defect::none
+                                                  : Defect::wrong_message_authenticator;
+}
+
+// The digest over the packet, with `authenticator` in its header, and the secret.
+Authenticator digest_of(View packet, const Authenticator& authenticator, std::string_view secret) {
+  return Md5().add(with_authenticator(packet, authenticator)).add(bytes_of(secret)).digest();
+}
+
+void put_message_authenticator(Bytes& packet, std::string_view secret) {
+  const Authenticator signature = hmac(packet, secret);
+  std::copy(signature.begin(), signature.end(),
+            packet.begin() + header_size + attribute_header_size);
+}
+
+void put_authenticator(Bytes& packet, const Authenticator& authenticator) {
+  std::copy(authenticator.begin(), authenticator.end(), packet.begin() + authenticator_offset);
 }
 
 }  // namespace
+
+Attributes::~Attributes() {
+  for (Attribute& attribute : attributes_)
+    explicit_bzero(attribute.value.data(), attribute.value.size());
+}
 
 Attributes& Attributes::add(Type type, View value) {
   const std::size_t limit = type == Type::user_password ? max_password_size : max_value_size;
@@ -156,6 +176,9 @@ Attributes& Attributes::add(Type type, View value) {
     throw TooLong("attribute " + std::to_string(static_cast<int>(type)) + " holds " +
                   std::to_string(limit) + " bytes, not " + std::to_string(value.size()));
   }
+  const std::size_t hidden_size = type == Type::user_password ? max_password_size : value.size();
+  size_ += attribute_header_size + hidden_size;
+  if (size_ > max_packet_size - reserved_size) throw TooLong("the attributes do not fit a packet");
   attributes_.push_back({type, Bytes(value.begin(), value.end())});
   return *this;
 }
@@ -165,10 +188,7 @@ Attributes& Attributes::add(Type type, std::string_view text) {
 }
 
 Attributes& Attributes::add(Type type, std::uint32_t number) {
-  const std::uint8_t value[] = {
-      static_cast<std::uint8_t>(number >> 24), static_cast<std::uint8_t>(number >> 16),
-      static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)};
-  return add(type, View(value));
+  return add(type, network_order(number));
 }
 
 Attributes& Attributes::add_eap_message(View message) {
@@ -180,14 +200,21 @@ Attributes& Attributes::add_eap_message(View message) {
   return *this;
 }
 
+void Attributes::delay_by(std::uint32_t seconds) {
+  const auto found = std::ranges::find(attributes_, Type::acct_delay_time, &Attribute::type);
+  if (found == attributes_.end()) {
+    if (seconds != 0) attributes_.push_back({Type::acct_delay_time, network_order(seconds)});
+  } else {
+    found->value = network_order(number_in(found->value) + seconds);
+  }
+}
+
 Bytes encode_request(Code code, std::uint8_t identifier, const Authenticator& authenticator,
                      const Attributes& attributes, std::string_view secret) {
   Bytes packet = begin_packet(code, identifier, authenticator);
   put_attribute(packet, Type::message_authenticator, Bytes(digest_size));
   put_all(packet, attributes, secret);
-  const Authenticator signature = hmac(packet, secret);
-  std::copy(signature.begin(), signature.end(),
-            packet.begin() + header_size + attribute_header_size);
+  put_message_authenticator(packet, secret);
   return packet;
 }
 
@@ -195,8 +222,7 @@ Bytes encode_accounting_request(std::uint8_t identifier, const Attributes& attri
                                 std::string_view secret) {
   Bytes packet = begin_packet(Code::accounting_request, identifier, {});
   put_all(packet, attributes, secret);
-  const Authenticator digest = Md5().add(packet).add(bytes_of(secret)).digest();
-  std::copy(digest.begin(), digest.end(), packet.begin() + authenticator_offset);
+  put_authenticator(packet, Md5().add(packet).add(bytes_of(secret)).digest());
   return packet;
 }
 
@@ -242,10 +268,38 @@ Bytes Packet::eap_message() const {
 Defect decode_reply(View datagram, const Exchange& exchange, Packet& reply) {
   if (!reply.decode(datagram)) return Defect::malformed;
   if (!answers(reply.code(), exchange.request)) return Defect::wrong_code;
-  const Bytes as_signed = with_authenticator(reply.bytes(), exchange.authenticator);
-  const Authenticator expected = Md5().add(as_signed).add(bytes_of(exchange.secret)).digest();
+  const Authenticator expected = digest_of(reply.bytes(), exchange.authenticator, exchange.secret);
   if (!equal(expected, authenticator_of(reply.bytes()))) return Defect::wrong_authenticator;
-  return check_message_authenticator(reply, exchange);
+  const Defect defect = check_message_authenticator(reply, exchange.authenticator, exchange.secret);
+  const bool may_be_missing = !exchange.needs_message_authenticator;
+  return defect == Defect::no_message_authenticator && may_be_missing ? Defect::none : defect;
+}
+
+Defect decode_dynamic_request(View datagram, std::string_view secret, Packet& request) {
+  if (!request.decode(datagram)) return Defect::malformed;
+  if (request.code() != Code::disconnect_request && request.code() != Code::coa_request)
+    return Defect::wrong_code;
+  if (!equal(digest_of(request.bytes(), {}, secret), authenticator_of(request.bytes())))
+    return Defect::wrong_authenticator;
+  const Defect defect = check_message_authenticator(request, {}, secret);
+  return defect == Defect::no_message_authenticator ? Defect::none : defect;
+}
+
+Bytes encode_response(Code code, const Packet& request, const Attributes& attributes,
+                      std::string_view secret) {
+  Bytes packet = begin_packet(code, request.identifier(), authenticator_of(request.bytes()));
+  const bool is_signed = request.find(Type::message_authenticator).has_value();
+  if (is_signed) put_attribute(packet, Type::message_authenticator, Bytes(digest_size));
+  put_all(packet, attributes, secret);
+  if (is_signed) put_message_authenticator(packet, secret);
+  put_authenticator(packet, Md5().add(packet).add(bytes_of(secret)).digest());
+  return packet;
+}
+
+std::uint32_t number_in(View value) {
+  if (value.size() != 4) return 0;
+  return std::uint32_t{value[0]} << 24 | std::uint32_t{value[1]} << 16 |
+         std::uint32_t{value[2]} << 8 | value[3];
 }
 
 Authenticator authenticator_of(View packet) {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "aaa_client.h"
@@ -16,6 +17,13 @@ namespace aaa_sim {
 
 using Bytes = std::vector<std::uint8_t>;
 using View = std::span<const std::uint8_t>;
+
+inline View bytes_of(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+inline std::string_view text_of(View bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
 
 inline constexpr std::uint32_t kMarker = 0x01010101;
 inline constexpr std::size_t kHeaderSize = 16;

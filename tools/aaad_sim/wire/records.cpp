@@ -44,6 +44,10 @@ AuthorInfo decode_author(View body) {
   return decode<author_info, aaa_free_author_info>(aaa_parse_author_info, body);
 }
 
+AcctInfo decode_acct(View body) {
+  return decode<acct_info, aaa_free_acct_info>(aaa_parse_acct_info, body);
+}
+
 ResultInfo decode_result(View body) {
   return decode<result_info, aaa_free_result_info>(aaa_parse_result_info, body);
 }

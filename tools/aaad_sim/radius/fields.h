@@ -1,0 +1,35 @@
+// Which member of a record is which attribute: docs/fields.md has the table.
+#pragma once
+
+#include <string>
+
+#include "radius/client.h"
+#include "wire/records.h"
+
+namespace aaa_sim::radius {
+
+// A request that no attributes stand for.
+struct BadRecord : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// The attributes of an Access-Request. Throws TooLong.
+Attributes attributes_of(const authen_info& request, const std::string& nas_identifier);
+
+// The attributes of an Accounting-Request. Throws TooLong and BadRecord.
+Attributes attributes_of(const acct_info& request, const std::string& nas_identifier);
+
+// The body of the result that a reply stands for; null: no server has answered. `user` is the name
+// in the request.
+Bytes result_of(const Reply* reply, std::uint32_t session_id, std::string_view user);
+
+// Acct-Session-Id.
+std::string session_text(std::uint32_t session_id);
+// 0 when it is none of session_text().
+std::uint32_t session_id_in(View text);
+
+// A text or number of an attribute with a tag, without it.
+std::string_view untagged_text(View value);
+std::uint32_t untagged_number(View value);
+
+}  // namespace aaa_sim::radius
