@@ -26,6 +26,9 @@ typedef struct eap_packet {
 
 enum { ETHERNET_ADDRESS = 6 };
 
+/* Every port and every supplicant receives what is sent to this address. */
+static const uint8_t eapol_group[ETHERNET_ADDRESS] = {0x01, 0x80, 0xc2, 0x00, 0x00, 0x03};
+
 typedef struct eapol_frame {
   uint8_t from[ETHERNET_ADDRESS];
   uint8_t type;
@@ -54,12 +57,10 @@ static inline int take_eap_packet(eap_packet* packet, const uint8_t* bytes, size
   return 1;
 }
 
-/* Supplicants send to this group of addresses, which every port receives. */
-static inline int join_port_group(const eapol_socket* wire) {
-  const struct packet_mreq group = {.mr_ifindex = wire->interface,
-                                    .mr_type = PACKET_MR_MULTICAST,
-                                    .mr_alen = ETHERNET_ADDRESS,
-                                    .mr_address = {0x01, 0x80, 0xc2, 0x00, 0x00, 0x03}};
+static inline int join_eapol_group(const eapol_socket* wire) {
+  struct packet_mreq group = {
+      .mr_ifindex = wire->interface, .mr_type = PACKET_MR_MULTICAST, .mr_alen = ETHERNET_ADDRESS};
+  (void)memcpy(group.mr_address, eapol_group, ETHERNET_ADDRESS);
   return setsockopt(wire->fd, SOL_PACKET, PACKET_ADD_MEMBERSHIP, &group, sizeof group);
 }
 
@@ -71,7 +72,7 @@ static inline int open_eapol_socket(eapol_socket* wire, const char* interface) {
   if (wire->interface == 0) return 0;
   wire->fd = socket(AF_PACKET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
   if (wire->fd < 0 || bind(wire->fd, (struct sockaddr*)&own, sizeof own) != 0 ||
-      join_port_group(wire) != 0 || getsockname(wire->fd, (struct sockaddr*)&own, &size) != 0)
+      join_eapol_group(wire) != 0 || getsockname(wire->fd, (struct sockaddr*)&own, &size) != 0)
     return 0;
   (void)memcpy(wire->address, own.sll_addr, ETHERNET_ADDRESS);
   return 1;

@@ -17,7 +17,8 @@ inline std::string supplicant_file(const std::string& directory, const std::stri
                                    const Credentials& credentials) {
   const std::string path = directory + "/supplicant.conf";
   std::ofstream file(path);
-  file << "ap_scan=0\n"
+  file << "ctrl_interface=" << directory << "/control\n"
+       << "ap_scan=0\n"
           "network={\n"
           "  key_mgmt=IEEE8021X\n"
           "  eapol_flags=0\n"
