@@ -34,6 +34,7 @@ class Process {
     for (std::string& argument : command)
       arguments.push_back(argument.data());
     arguments.push_back(nullptr);
+    ::unlink(output_file_.c_str());  // What an earlier program has printed there.
     pid_ = ::fork();
     if (pid_ == 0) run(arguments.data());
     EXPECT_GT(pid_, 0) << name_ << " cannot be started";
