@@ -1,5 +1,5 @@
 /*
- * login [-u UID] [-w SECONDS] [-t SECONDS] USER PASSWORD
+ * login [-w SECONDS] [-t SECONDS] [-u UID] USER PASSWORD
  *
  * Asks aaad whether a user may log in. Exit status: 0 accepted, 1 rejected, 2 any other outcome.
  */
@@ -83,12 +83,12 @@ int main(int argc, char** argv) {
   unsigned long aaad_uid = UINT32_MAX;
   const command_line line = {
       .name = "login",
-      .usage = "[-u UID] [-w SECONDS] [-t SECONDS] USER PASSWORD",
+      .usage = "[-w SECONDS] [-t SECONDS] [-u UID] USER PASSWORD",
       .help =
           "Asks aaad whether a user may log in. TMPDIR is the directory that aaad uses.\n"
-          "  -u UID      connect only to a process of this user, default: of any user\n"
           "  -w SECONDS  time limit for registering with aaad, default 10\n"
           "  -t SECONDS  time limit for the result, at most 120, default 30\n"
+          "  -u UID      connect only to a process of this user, default: of any user\n"
           "Exit status: 0 accepted, 1 rejected, 2 any other outcome.\n",
       .operands = 2,
       .letters = "u:w:t:h",

@@ -2,18 +2,11 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
 #include "api/send_path.h"
 #include "codec/tlv.h"
 #include "runtime/send/statistics.h"
 #include "transport/base/atomic_word.h"
 #include "transport/exchange.h"
-
-namespace {
-
-constexpr std::uint32_t first_unknown_kind = 11;
-
-}  // namespace
 
 std::uint32_t aaa_mlist_existed(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2,
                                 const char* name) {
@@ -36,6 +29,7 @@ std::uint32_t aaa_mlist_existed(std::uint32_t w0, std::uint32_t w1, std::uint32_
 }
 
 std::uint32_t aaa_authen_mlist_sta_query(std::uint32_t kind, const char* name) {
+  constexpr std::uint32_t first_unknown_kind = 11;
   if (aaa_is_alive() == 0 || kind >= first_unknown_kind) return 0;
   const std::size_t name_size = name != nullptr ? std::strlen(name) + 1 : 0;
   aaa::RequestBody body(name_size + 4);
@@ -46,13 +40,6 @@ std::uint32_t aaa_authen_mlist_sta_query(std::uint32_t kind, const char* name) {
   if (!reply || reply.type() != AAA_MSG_AUTHEN_MLIST_STATE_RESULT) return 0;
   return reply.word(0);
 }
-
-namespace {
-
-constexpr std::uint32_t group_name_item = 1;
-constexpr std::uint32_t group_state_item = 2;
-
-}  // namespace
 
 std::uint32_t aaa_register_group(std::uint32_t w1, const char* name, std::uint32_t w0) {
   if (aaa_is_alive() == 0 || name == nullptr) return 0;
@@ -68,6 +55,8 @@ std::uint32_t aaa_register_group(std::uint32_t w1, const char* name, std::uint32
 }
 
 void aaa_set_rds_grp_sta(const char* group_name, std::uint32_t state) {
+  constexpr std::uint32_t group_name_item = 1;
+  constexpr std::uint32_t group_state_item = 2;
   if (group_name == nullptr) return;
   const std::size_t name_size = std::strlen(group_name) + 1;
   aaa::RequestBody body(name_size + 2 * aaa::tlv_header_size + sizeof state);
@@ -85,14 +74,8 @@ std::int32_t aaa_rds_grp_sta_chg() {
   return 0;
 }
 
-namespace {
-
-constexpr std::size_t mib_size = 392;
-constexpr std::int32_t dot1x_size = 8;
-
-}  // namespace
-
 std::int32_t aaa_srv_mib(const void* mib, std::uint32_t w) {
+  constexpr std::size_t mib_size = 392;
   if (aaa_is_alive() == 0 || mib == nullptr) return -1;
   aaa::RequestBody body(mib_size + sizeof w);
   if (!body) return -1;
@@ -104,6 +87,7 @@ std::int32_t aaa_srv_mib(const void* mib, std::uint32_t w) {
 }
 
 std::int32_t aaa_mib_from_dot1x(const std::uint32_t words[2]) {
+  constexpr std::int32_t size = 2 * sizeof words[0];
   if (aaa_is_alive() == 0 || words == nullptr) return -1;
-  return aaa::send_one_way(AAA_MSG_DOT1X_MIB, 0, words, dot1x_size) == 0 ? 0 : -1;
+  return aaa::send_one_way(AAA_MSG_DOT1X_MIB, 0, words, size) == 0 ? 0 : -1;
 }

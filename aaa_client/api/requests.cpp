@@ -1,8 +1,7 @@
-// The three requests for a user: authentication, authorization, accounting.
+// The requests for a user: authentication, authorization, accounting, LDAP searches.
 #include <cerrno>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
 #include "api/send_path.h"
 #include "runtime/send/statistics.h"
 #include "session/state/client_state.h"
@@ -59,6 +58,14 @@ std::int32_t aaa_user_req_acct(acct_info* acct) {
   const std::int32_t result = aaa::aaa_user_req_acct_sub(acct);
   if (result != 0) aaa::add(g_aaalib_stat.acct_failures, 1U);
   return result;
+}
+
+std::int32_t aaa_user_req_search_ldap_entry(ldap_search_info* info) {
+  if (info == nullptr) return -EINVAL;
+  if (aaa_is_alive() == 0) return -1;
+  return aaa::send_record("aaa_user_req_search_ldap_entry_sub", AAA_MSG_LDAP_SEARCH_REQ,
+                          info->head.session_id,
+                          aaa::RequestBody(aaa_encap_ldap_search_info, info));
 }
 
 std::int32_t aaa_notify_ctrl_if_switch(const std::uint32_t words[3]) {

@@ -8,14 +8,12 @@
 #include "aaa_client.h"
 #include "api/send_path.h"
 #include "codec/result_info.h"
-#include "runtime/send/waiting_session.h"
-#include "session/state/locks.h"
+#include "runtime/send/local_delivery.h"
 #include "transport/base/cancellation.h"
 #include "transport/base/clock.h"
 #include "transport/base/descriptors.h"
 #include "transport/base/memory.h"
 #include "transport/debug_log.h"
-#include "transport/message_endpoints.h"
 
 namespace aaa {
 namespace {

@@ -85,7 +85,7 @@ struct AcctCodec {
 }  // namespace aaa
 
 std::uint32_t aaa_encap_acct_info(acct_info* record, void** body) {
-  return aaa::encode<aaa::AcctCodec>(record, body, __func__);
+  return aaa::encode<aaa::AcctCodec>(record, body);
 }
 
 void aaa_encap_acct_info_sub(void* block, const acct_info* record) {
@@ -103,10 +103,5 @@ void aaa_parse_acct_info_sub(acct_info* record, const void* block) {
 }
 
 void aaa_free_acct_info(acct_info* record) {
-  if (record == nullptr) return;
-  AAA_FREE(record->arena.base);
-  AAA_FREE(aaa::owned(record->tail_data));
-  AAA_FREE(aaa::owned(record->data_322));
-  AAA_FREE(aaa::owned(record->ext_text));
-  AAA_FREE(record);
+  aaa::free_record<aaa::AcctCodec>(record);
 }

@@ -112,7 +112,7 @@ struct AuthenCodec {
 }  // namespace aaa
 
 std::uint32_t aaa_encap_authen_info(authen_info* record, void** body) {
-  return aaa::encode<aaa::AuthenCodec>(record, body, __func__);
+  return aaa::encode<aaa::AuthenCodec>(record, body);
 }
 
 void aaa_encap_authen_info_sub(void* block, const authen_info* record) {
@@ -130,10 +130,5 @@ void aaa_parse_authen_info_sub(authen_info* record, const void* block) {
 }
 
 void aaa_free_authen_info(authen_info* record) {
-  if (record == nullptr) return;
-  AAA_FREE(record->arena.base);
-  AAA_FREE(aaa::owned(record->tail_data));
-  AAA_FREE(aaa::owned(record->ext_data));
-  AAA_FREE(aaa::owned(record->ext_text));
-  AAA_FREE(record);
+  aaa::free_record<aaa::AuthenCodec>(record);
 }

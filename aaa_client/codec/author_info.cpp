@@ -42,7 +42,7 @@ struct AuthorCodec {
 }  // namespace aaa
 
 std::uint32_t aaa_encap_author_info(author_info* record, void** body) {
-  return aaa::encode<aaa::AuthorCodec>(record, body, __func__);
+  return aaa::encode<aaa::AuthorCodec>(record, body);
 }
 
 void aaa_encap_author_info_sub(void* block, const author_info* record) {
@@ -60,9 +60,5 @@ void aaa_parse_author_info_sub(author_info* record, const void* block) {
 }
 
 void aaa_free_author_info(author_info* record) {
-  if (record == nullptr) return;
-  AAA_FREE(record->arena.base);
-  AAA_FREE(aaa::owned(record->tail_data));
-  AAA_FREE(aaa::owned(record->ext_text));
-  AAA_FREE(record);
+  aaa::free_record<aaa::AuthorCodec>(record);
 }

@@ -5,8 +5,8 @@
 #include <span>
 
 #include "aaa_codec.h"
-#include "codec/record_memory.h"
 #include "codec/tlv.h"
+#include "transport/base/memory.h"
 
 namespace aaa {
 namespace {
@@ -153,17 +153,17 @@ void take_entry_items(ItemReader reader, ldap_dn_entry& entry) {
 
 // The array whose count a head tells; none for a count of 0. False when memory ran out.
 template <typename Element>
-bool allocate_array(Element*& array, std::uint32_t count, const char* function) {
+bool allocate_array(Element*& array, std::uint32_t count) {
   if (count == 0) return true;
-  array = allocate_zeroed<Element>(count, function);
+  array = allocate_zeroed<Element>(count);
   return array != nullptr;
 }
 
-// Takes the entry that begins at `item` and ends before `end`. aaa_malloc() gets this name.
-void aaa_parse_ldap_search_result_dn_entry(const Body& body, const std::uint8_t* item,
-                                           const std::uint8_t* end, ldap_dn_entry& entry) {
+// Takes the entry that begins at `item` and ends before `end`.
+void take_entry(const Body& body, const std::uint8_t* item, const std::uint8_t* end,
+                ldap_dn_entry& entry) {
   body.copy(&entry, item, entry_head_size);
-  if (!allocate_array(entry.pairs, entry.pair_count, __func__)) return;
+  if (!allocate_array(entry.pairs, entry.pair_count)) return;
   take_entry_items(ItemReader(body, body.after(item, entry_head_size), end), entry);
 }
 
@@ -179,7 +179,7 @@ void take_items(const Body& body, ldap_search_result& record) {
     } else if (reader.type() == entry_item && !entries.empty()) {
       const std::uint8_t* end = body.after(reader.item(), entry_head_size + reader.length());
       if (filled < entries.size()) {
-        aaa_parse_ldap_search_result_dn_entry(body, reader.item(), end, entries[filled++]);
+        take_entry(body, reader.item(), end, entries[filled++]);
       }
       reader.move_to(end);
     } else {
@@ -191,7 +191,7 @@ void take_items(const Body& body, ldap_search_result& record) {
 // Fills what follows the head. False when memory ran out.
 template <typename Record, typename Element>
 bool fill(Record& record, Body body, Element*& array, std::uint32_t count) {
-  if (!allocate_array(array, count, __func__)) return false;
+  if (!allocate_array(array, count)) return false;
   take_items(body, record);
   return fill_arena(record.pool, body, [&](auto visit) { for_each_value(record, visit); });
 }
@@ -202,7 +202,7 @@ std::uint32_t decode(Record** result, const void* bytes, std::int32_t length,
                      Element* Record::*array, std::uint32_t Head::*count) {
   if (result == nullptr || bytes == nullptr) return 0;
   if (static_cast<std::uint32_t>(length) < sizeof(Head)) return 0;
-  auto* const record = allocate_zeroed<Record>(1, __func__);
+  auto* const record = allocate_zeroed<Record>(1);
   if (record == nullptr) return 0;
   const Body body(bytes, length);
   body.copy(&record->head, body.at(0), sizeof(Head));
@@ -222,7 +222,7 @@ std::uint32_t decode(Record** result, const void* bytes, std::int32_t length,
 std::uint32_t aaa_encap_ldap_search_info(ldap_search_info* record, void** body) {
   if (record == nullptr || body == nullptr) return 0;
   const std::uint64_t size = sizeof record->head + aaa::items_size(*record);
-  std::uint8_t* bytes = aaa::allocate(size, __func__);
+  std::uint8_t* bytes = aaa::allocate(size);
   if (bytes == nullptr) return 0;
   aaa::ItemWriter writer(bytes);
   writer.put_bytes(&record->head, sizeof record->head);
@@ -251,7 +251,7 @@ void aaa_free_ldap_search_info(ldap_search_info* record) {
 std::uint32_t aaa_encap_ldap_search_result_info(ldap_search_result* record, void** body) {
   if (record == nullptr || body == nullptr) return 0;
   const std::uint64_t size = aaa::body_size(*record);
-  std::uint8_t* bytes = aaa::allocate(size, __func__);
+  std::uint8_t* bytes = aaa::allocate(size);
   if (bytes == nullptr) return 0;
   aaa::ItemWriter writer(bytes);
   writer.put_bytes(&record->head, sizeof record->head);

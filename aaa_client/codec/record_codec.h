@@ -6,15 +6,15 @@
 //   Items            its items, in wire order
 //   ArenaOrder       its descriptors, in the order in which the arena holds their values
 //   unknown_item     how a decoder treats an item that the record does not define
-//   release_copies   frees the copies of a record whose arena could not be allocated
+//   release_copies   frees the blocks that the record owns, without its arena
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #include "codec/record_items.h"
-#include "codec/record_memory.h"
 #include "codec/tlv.h"
+#include "transport/base/memory.h"
 
 namespace aaa {
 
@@ -35,7 +35,7 @@ template <typename... Items>
 struct ItemList {
   static constexpr std::size_t arena_values = (std::size_t{Items::in_arena} + ...);
 
-  static std::uint32_t encode(auto& record, void** body, const char* function) {
+  static std::uint32_t encode(auto& record, void** body) {
     // Each size is computed once: strlen() is costly.
     std::uint64_t body_size = 0;
     const auto counted = [&](std::uint64_t size) {
@@ -43,7 +43,7 @@ struct ItemList {
       return size;
     };
     const std::uint64_t sizes[] = {counted(Items::value_size(record))...};
-    std::uint8_t* const bytes = allocate(body_size, function);
+    std::uint8_t* const bytes = allocate(body_size);
     if (bytes == nullptr) return 0;
     ItemWriter writer(bytes);
     const std::uint64_t* size = sizes;
@@ -55,9 +55,9 @@ struct ItemList {
 };
 
 template <typename Codec>
-std::uint32_t encode(typename Codec::Record* record, void** body, const char* function) {
+std::uint32_t encode(typename Codec::Record* record, void** body) {
   if (record == nullptr || body == nullptr) return 0;
-  return Codec::Items::encode(*record, body, function);
+  return Codec::Items::encode(*record, body);
 }
 
 template <typename Item, typename Visit>
@@ -120,21 +120,28 @@ void take_items(Body body, typename Codec::Record& record) {
 }
 
 template <typename Codec>
+void free_record(typename Codec::Record* record) {
+  if (record == nullptr) return;
+  AAA_FREE(record->arena.base);
+  Codec::release_copies(*record);
+  AAA_FREE(record);
+}
+
+template <typename Codec>
 std::uint32_t decode(typename Codec::Record** result, const void* bytes, std::int32_t length) {
   using Record = typename Codec::Record;
   static_assert(Codec::ArenaOrder::count == Codec::Items::arena_values,
                 "the arena order leaves a value out");
   if (result == nullptr || bytes == nullptr) return 0;
   if (static_cast<std::uint32_t>(length) < Codec::Block::size) return 0;
-  auto* const record = allocate_zeroed<Record>(1, __func__);
+  auto* const record = allocate_zeroed<Record>(1);
   if (record == nullptr) return 0;
   const Body body(bytes, length);
   take_items<Codec>(body, *record);
   const bool filled = fill_arena(record->arena, body,
                                  [&](auto visit) { Codec::ArenaOrder::for_each(*record, visit); });
   if (!filled) {
-    Codec::release_copies(*record);
-    AAA_FREE(record);
+    free_record<Codec>(record);
     return 0;
   }
   record->arena.used = 0;  // the LDAP records alone tell how much

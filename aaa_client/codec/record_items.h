@@ -15,7 +15,6 @@
 
 #include "aaa_codec.h"
 #include "codec/record_layout.h"
-#include "codec/record_memory.h"
 #include "codec/tlv.h"
 #include "transport/base/memory.h"
 

@@ -82,7 +82,7 @@ struct ResultCodec {
                  &result_info::item_309, &result_info::item_311>;
   static constexpr UnknownItem unknown_item = UnknownItem::skip_item;
 
-  // data_321 is left allocated on purpose.
+  // A decoder that fails leaves data_321 allocated on purpose.
   static void release_copies(Record& record) {
     AAA_FREE(owned(record.tail_data));
     AAA_FREE(owned(record.data_322));
@@ -96,7 +96,7 @@ struct ResultCodec {
 }  // namespace aaa
 
 std::uint32_t aaa_encap_result_info(result_info* record, void** body) {
-  return aaa::encode<aaa::ResultCodec>(record, body, __func__);
+  return aaa::encode<aaa::ResultCodec>(record, body);
 }
 
 void aaa_encap_result_info_sub(void* block, const result_info* record) {
@@ -123,12 +123,6 @@ std::uint32_t aaa::decode_result_without_body(result_info** record, const void* 
 
 void aaa_free_result_info(result_info* record) {
   if (record == nullptr) return;
-  AAA_FREE(aaa::owned(record->ext_data));
-  AAA_FREE(aaa::owned(record->text_303));
-  AAA_FREE(aaa::owned(record->text_302));
-  AAA_FREE(record->arena.base);
-  AAA_FREE(aaa::owned(record->tail_data));
   AAA_FREE(aaa::owned(record->data_321));
-  AAA_FREE(aaa::owned(record->data_322));
-  AAA_FREE(record);
+  aaa::free_record<aaa::ResultCodec>(record);
 }

@@ -1,5 +1,18 @@
 #include "codec/tlv.h"
 
+namespace aaa {
+
+void* copy_of(ItemValue value, std::uint64_t size) {
+  assert(value.length <= size);
+  std::uint8_t* copy = allocate(size);
+  if (copy == nullptr) return nullptr;
+  value.copy(copy);
+  std::memset(copy + value.length, 0, static_cast<std::size_t>(size - value.length));
+  return copy;
+}
+
+}  // namespace aaa
+
 // The header's words are cut to 16 bits, the value is not.
 std::uint32_t aaa_encap_tlv_data(void* buffer, std::uint32_t type, const void* value,
                                  std::uint32_t length) {

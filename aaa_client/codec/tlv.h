@@ -1,5 +1,6 @@
 // The items of a body: type and length as 16-bit words, then the value. One writer, and one reader
-// for bodies that cannot be trusted: what is missing behind a body's end reads as zeros.
+// for bodies that cannot be trusted: what is missing behind a body's end reads as zeros. Decoded
+// values are copied into blocks of their own or gathered in one.
 #pragma once
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <cstring>
 
 #include "aaa_codec.h"
+#include "transport/base/memory.h"
 
 namespace aaa {
 
@@ -191,5 +193,35 @@ class ItemReader {
   std::int32_t type_ = no_item;
   std::uint16_t length_ = 0;
 };
+
+// A copy of an item's value in a block of `size` bytes, zero behind the value. Null when memory ran
+// out. REQUIRES: the value fits the size.
+void* copy_of(ItemValue value, std::uint64_t size);
+
+// Gathers the values of a decoded record in one block, each followed by a NUL. `for_each` passes
+// the record's descriptors, in the order of the block, to the function that it gets. Returns false
+// and changes nothing when memory ran out. REQUIRES: the values point into the body.
+template <typename ForEach>
+bool fill_arena(aaa_arena& arena, Body body, ForEach for_each) {
+  std::uint64_t size = 0;  // with a NUL for every descriptor, also for the empty ones
+  for_each([&](const aaa_item& item) { size += item.len + std::uint64_t{1}; });
+  std::uint8_t* const base = allocate(size);
+  if (base == nullptr) return false;
+  std::uint8_t* end = base;
+  for_each([&](aaa_item& item) {
+    if (item.len == 0) {
+      item.value = nullptr;
+      return;
+    }
+    body.copy(end, item.value, item.len);
+    item.value = end;
+    end += item.len;
+    *end++ = 0;
+  });
+  const auto used = static_cast<std::uint32_t>(end - base);
+  std::memset(end, 0, static_cast<std::size_t>(size - used));
+  arena = {.used = used, .size = static_cast<std::uint32_t>(size), .base = base};
+  return true;
+}
 
 }  // namespace aaa

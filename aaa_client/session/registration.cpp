@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "runtime/receive/heartbeat.h"
 #include "runtime/receive/receive_thread.h"
+#include "runtime/receive/recovery.h"
 #include "runtime/send/send_buffer.h"
 #include "session/link/connect.h"
 #include "session/registration.h"

@@ -1,6 +1,5 @@
 // The request and event sockets to aaad.
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -28,11 +27,6 @@ bool is_open(std::int32_t fd) {
   return fd >= 1;
 }
 
-bool set_timeout(std::int32_t fd, int option) {
-  const timeval two_seconds = {.tv_sec = 2, .tv_usec = 0};
-  return setsockopt(fd, SOL_SOCKET, option, &two_seconds, sizeof two_seconds) == 0;
-}
-
 bool bind_to(std::int32_t fd, const char* path) {
   const UnixAddress address(path);
   if (bind(fd, address.get(), address.length_of_path()) == 0) return true;
@@ -43,7 +37,7 @@ bool bind_to(std::int32_t fd, const char* path) {
 bool connect_to(std::int32_t fd, const char* path) {
   const UnixAddress address(path);
   // Otherwise connect() would block forever on an aaad that is stopped and whose backlog is full.
-  set_timeout(fd, SO_SNDTIMEO);
+  limit_waits(fd, SO_SNDTIMEO);
   if (connect(fd, address.get(), address.length_of_path()) == 0) return true;
   AAA_DEBUG_LOG_AS("aaa_lib_client_connect", "connect to (%s) failed, %s\r\n", path,
                    std::strerror(errno));
@@ -68,9 +62,9 @@ bool is_expected_peer(std::int32_t fd, const char* path) {
   return is_expected;
 }
 
-bool limit_waits(std::int32_t fd) {
-  set_timeout(fd, SO_RCVTIMEO);
-  if (set_timeout(fd, SO_SNDTIMEO)) return true;
+bool limit_both_waits(std::int32_t fd) {
+  limit_waits(fd, SO_RCVTIMEO);
+  if (limit_waits(fd, SO_SNDTIMEO)) return true;
   const int error = errno;
   AAA_UNGATED_LOG_AS("aaa_lib_client_connect", "setsockopt fail errno=%d error(%s).\r\n", error,
                      std::strerror(error));
@@ -131,7 +125,7 @@ std::int32_t aaa_lib_client_connect(const char* prefix) {
     return -1;
   }
   const bool connected = bind_to(fd, own_path) && connect_to(fd, server_path) &&
-                         is_expected_peer(fd, server_path) && limit_waits(fd);
+                         is_expected_peer(fd, server_path) && limit_both_waits(fd);
   if (!connected) close(fd);
   unlink(own_path);
   return connected ? fd : -1;

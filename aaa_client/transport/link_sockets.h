@@ -3,8 +3,6 @@
 // never mix and none is written to a descriptor that has been closed.
 #pragma once
 
-#include <pthread.h>
-
 #include <cerrno>
 #include <cstdint>
 

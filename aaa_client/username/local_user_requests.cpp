@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
+#include "api/send_path.h"
 #include "codec/result_info.h"
 #include "codec/tlv.h"
 #include "session/state/locks.h"

@@ -2,7 +2,7 @@
 #include <atomic>
 
 #include "agent/agent_client.h"
-#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/recovery.h"
 #include "runtime/send/send_buffer.h"
 #include "transport/base/cancellation.h"
 

@@ -1,5 +1,5 @@
 // The task "aaa-heartbeat".
-#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/recovery.h"
 
 #include "agent/agent_client.h"
 

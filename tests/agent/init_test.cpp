@@ -3,8 +3,8 @@
 #include <filesystem>
 
 #include "agent/agent_client.h"
-#include "runtime/receive/heartbeat.h"
 #include "runtime/receive/receive_thread.h"
+#include "runtime/receive/recovery.h"
 #include "runtime/send/send_buffer.h"
 #include "session/callbacks_of_clients.h"
 #include "support/fresh_message_sockets.h"

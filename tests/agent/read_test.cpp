@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "agent/agent_client.h"
-#include "runtime/send/waiting_session.h"
+#include "runtime/send/local_delivery.h"
 #include "session/state/link.h"
 #include "support/locked_state.h"
 

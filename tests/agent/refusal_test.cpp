@@ -1,6 +1,6 @@
 // Scheduling that the event library refuses: each caller sleeps 2 seconds and tries again.
 #include "agent/agent_client.h"
-#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/recovery.h"
 
 namespace test::refusal {
 

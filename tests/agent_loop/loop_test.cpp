@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "agent_loop/loop_thread.h"
-#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/recovery.h"
 #include "support/login.h"
 #include "support/registered_test.h"
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "runtime/send/waiting_session.h"
+#include "runtime/send/local_delivery.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
 #include "support/encoded_body.h"
@@ -20,7 +20,6 @@
 #include "support/result.h"
 #include "support/scripted_calls.h"
 #include "transport/base/paths.h"
-#include "transport/message_endpoints.h"
 
 namespace test {
 

@@ -31,7 +31,7 @@ TEST_F(ExamplesTest, LoginTrustsAnAaadOfTheNamedUserOnly) {
   const Outcome refused = run("login", {"-u", other, "-w", "1", "alice", "secret"});
   EXPECT_EQ(refused.exit_status, 2);
   EXPECT_THAT(refused.errors, HasSubstr(") belongs to user " + uid + ", not to user " + other +
-                                        "; not connected.\r\n"));
+                                        "; not connected.\n"));
   EXPECT_THAT(refused.errors, HasSubstr("login: aaad does not answer within 1 seconds\n"));
 }
 

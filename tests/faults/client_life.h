@@ -7,7 +7,7 @@
 #include <cstdio>
 
 #include "faults/client_mode.h"
-#include "runtime/send/waiting_session.h"
+#include "runtime/send/local_delivery.h"
 #include "session/state/client_state.h"
 #include "soak/link_events.h"
 #include "support/intended_leak.h"

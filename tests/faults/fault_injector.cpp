@@ -14,8 +14,8 @@
 
 #include "aaa_client.h"
 #include "runtime/receive/receive_thread.h"
+#include "runtime/send/local_delivery.h"
 #include "runtime/send/send_buffer.h"
-#include "runtime/send/waiting_session.h"
 #include "support/eventually.h"
 #include "support/registered_test.h"
 #include "transport/base/atomic_word.h"

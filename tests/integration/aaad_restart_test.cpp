@@ -4,7 +4,7 @@
 #include <optional>
 #include <thread>
 
-#include "runtime/send/waiting_session.h"
+#include "runtime/send/local_delivery.h"
 #include "session/state/locks.h"
 #include "support/child_program.h"
 #include "support/login.h"

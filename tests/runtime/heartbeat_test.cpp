@@ -1,5 +1,5 @@
 // The heartbeat in both directions.
-#include "runtime/receive/heartbeat.h"
+#include "runtime/receive/recovery.h"
 
 #include "support/registered_test.h"
 

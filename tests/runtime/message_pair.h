@@ -3,9 +3,9 @@
 
 #include <sys/socket.h>
 
+#include "runtime/send/local_delivery.h"
 #include "support/library_test.h"
 #include "transport/base/paths.h"
-#include "transport/message_endpoints.h"
 
 namespace test {
 

@@ -3,7 +3,7 @@
 
 #include "runtime/message_pair.h"
 #include "runtime/noting_client.h"
-#include "runtime/send/waiting_session.h"
+#include "runtime/send/local_delivery.h"
 #include "support/registered_test.h"
 
 namespace test {

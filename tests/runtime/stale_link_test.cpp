@@ -2,7 +2,6 @@
 #include <atomic>
 
 #include "runtime/dispatch_test.h"
-#include "runtime/receive/heartbeat.h"
 #include "runtime/receive/inbound.h"
 #include "runtime/receive/recovery.h"
 #include "runtime/receive_test.h"

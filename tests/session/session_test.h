@@ -2,11 +2,11 @@
 #pragma once
 
 #include "runtime/receive/receive_thread.h"
+#include "runtime/send/local_delivery.h"
 #include "runtime/send/send_buffer.h"
 #include "session/callbacks_of_clients.h"
 #include "support/library_test.h"
 #include "support/locked_state.h"
-#include "transport/message_endpoints.h"
 
 namespace test {
 

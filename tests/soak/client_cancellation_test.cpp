@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "runtime/send/waiting_session.h"
+#include "runtime/send/local_delivery.h"
 #include "session/state/locks.h"
 #include "soak/stub_test.h"
 #include "support/lock_check.h"

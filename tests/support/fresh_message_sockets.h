@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include "aaa_client.h"
+#include "runtime/send/local_delivery.h"
 #include "transport/base/atomic_word.h"
-#include "transport/message_endpoints.h"
 
 namespace test {
 

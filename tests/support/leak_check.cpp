@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <thread>
 
+#include "runtime/send/local_delivery.h"
 #include "support/eventually.h"
 #include "transport/base/atomic_word.h"
 #include "transport/base/memory.h"
-#include "transport/message_endpoints.h"
 
 namespace test {
 namespace {

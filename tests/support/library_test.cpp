@@ -7,8 +7,8 @@
 
 #include "api/session_ids.h"
 #include "runtime/receive/receive_thread.h"
+#include "runtime/send/local_delivery.h"
 #include "runtime/send/send_buffer.h"
-#include "runtime/send/waiting_session.h"
 #include "transport/debug_log.h"
 
 namespace test {

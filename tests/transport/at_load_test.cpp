@@ -5,9 +5,9 @@
 #include <string>
 
 #include "aaa_client.h"
+#include "runtime/send/local_delivery.h"
 #include "transport/base/memory.h"
 #include "transport/debug_log.h"
-#include "transport/message_endpoints.h"
 
 namespace test::at_load {
 

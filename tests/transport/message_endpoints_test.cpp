@@ -1,5 +1,5 @@
 // The pair of datagram sockets inside the process.
-#include "transport/message_endpoints.h"
+#include "runtime/send/local_delivery.h"
 
 #include "support/fresh_message_sockets.h"
 #include "transport/base/descriptors.h"

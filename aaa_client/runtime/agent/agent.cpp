@@ -1,8 +1,7 @@
 // Agent mode: registering and deregistering on the client's own event loop.
 #include "aaa_client.h"
 #include "runtime/agent/agent_tasks.h"
-#include "runtime/receive/heartbeat.h"
-#include "runtime/receive/receive_thread.h"
+#include "runtime/receive/recovery.h"
 #include "runtime/send/library_threads.h"
 #include "runtime/send/send_buffer.h"
 #include "session/registration.h"

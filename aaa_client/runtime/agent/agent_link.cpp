@@ -4,7 +4,6 @@
 
 #include "aaa_client.h"
 #include "runtime/agent/agent_tasks.h"
-#include "runtime/receive/heartbeat.h"
 #include "runtime/receive/inbound.h"
 #include "runtime/receive/recovery.h"
 #include "runtime/send/library_threads.h"

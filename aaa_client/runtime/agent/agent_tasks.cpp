@@ -32,50 +32,44 @@ void cancel(zv_thread*& handle) {
   handle = nullptr;
 }
 
-// A task must not be scheduled twice: only one handle is stored for cancelling it.
-bool keep(zv_thread*& handle, zv_thread* task) {
-  if (task == nullptr) return false;
+// Stores what the event library has returned for `task`. A task must not be scheduled twice: only
+// one handle is stored for cancelling it.
+std::int32_t keep(zv_thread*& handle, zv_thread* scheduled, const char* task) {
+  if (scheduled == nullptr) {
+    AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for %s\r\n", task);
+    return -1;
+  }
   cancel(handle);
-  handle = task;
-  return true;
+  handle = scheduled;
+  return 0;
 }
 
 std::int32_t add_connect(void* argument) {
-  if (keep(g_agent_connect_ev, zv_thread_add_event_withname(g_agent_master, aaa_lib_agent_connect,
-                                                            argument, 0, "aaa-connect"))) {
-    return 0;
-  }
-  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_connect\r\n");
-  return -1;
+  return keep(g_agent_connect_ev,
+              zv_thread_add_event_withname(g_agent_master, aaa_lib_agent_connect, argument, 0,
+                                           "aaa-connect"),
+              "aaa_lib_connect");
 }
 
 std::int32_t add_reconnect() {
-  if (keep(g_agent_reconnect_tmr,
-           zv_thread_add_timer_withname(g_agent_master, aaa_lib_agent_reconnect, nullptr,
-                                        loop_rules.pause_seconds, "aaa-reconnect"))) {
-    return 0;
-  }
-  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_reconnect\r\n");
-  return -1;
+  return keep(g_agent_reconnect_tmr,
+              zv_thread_add_timer_withname(g_agent_master, aaa_lib_agent_reconnect, nullptr,
+                                           loop_rules.pause_seconds, "aaa-reconnect"),
+              "aaa_lib_reconnect");
 }
 
 std::int32_t add_read(std::int32_t fd) {
-  if (keep(g_agent_read_ev, zv_thread_add_read_high_withname(g_agent_master, aaa_lib_agent_read,
-                                                             nullptr, fd, "aaa-read"))) {
-    return 0;
-  }
-  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_read\r\n");
-  return -1;
+  return keep(
+      g_agent_read_ev,
+      zv_thread_add_read_high_withname(g_agent_master, aaa_lib_agent_read, nullptr, fd, "aaa-read"),
+      "aaa_lib_read");
 }
 
 std::int32_t add_heartbeat() {
-  if (keep(g_agent_hbt_tmr,
-           zv_thread_add_timer_withname(g_agent_master, aaa_lib_agent_heartbeat, nullptr,
-                                        heartbeat_seconds, "aaa-heartbeat"))) {
-    return 0;
-  }
-  AAA_DEBUG_LOG_AS(log_name, "Failed to add thread for aaa_lib_heartbeat\r\n");
-  return -1;
+  return keep(g_agent_hbt_tmr,
+              zv_thread_add_timer_withname(g_agent_master, aaa_lib_agent_heartbeat, nullptr,
+                                           heartbeat_seconds, "aaa-heartbeat"),
+              "aaa_lib_heartbeat");
 }
 
 }  // namespace

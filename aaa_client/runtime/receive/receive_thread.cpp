@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "aaa_client.h"
-#include "runtime/receive/heartbeat.h"
 #include "runtime/receive/inbound.h"
 #include "runtime/receive/recovery.h"
 #include "runtime/send/library_threads.h"
@@ -155,6 +154,13 @@ Iteration run_iteration(const Watched& watched, WatchdogStamp& stamp) {
   return failure(wait_error);
 }
 
+// Raises an event in the thread's turn, unless it has been cancelled.
+void tell_client(aaa_client_event event) {
+  while (!wait_for_turn(wait_ms)) {
+  }
+  raise_event(event, is_receive_thread);
+}
+
 // Returns false when the client has deregistered and the thread must end.
 bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
   switch (give_up_lost_link(LinkOwner::receive_thread(), watched, error)) {
@@ -231,12 +237,6 @@ void live_as_receive_thread() {
 }
 
 }  // namespace
-
-void tell_client(aaa_client_event event) {
-  while (!wait_for_turn(wait_ms)) {
-  }
-  raise_event(event, is_receive_thread);
-}
 
 std::int32_t aaalib_init_main_thread() {
   assert(is_held(aaa_lib_lock));

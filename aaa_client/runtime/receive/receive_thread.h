@@ -20,9 +20,6 @@ std::int32_t aaalib_init_main_thread() REQUIRES(aaa_lib_lock);
 // next wait, but reads no more messages and touches no state.
 bool aaalib_cancel_receive_thread() REQUIRES(aaa_lib_lock);
 
-// Raises an event on the receive thread, in its turn, unless the thread has been cancelled.
-void tell_client(aaa_client_event event);
-
 // The start routine of the receive thread. Returns null.
 void* aaa_lib_thread(void* unused);
 

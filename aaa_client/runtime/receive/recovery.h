@@ -1,5 +1,6 @@
-// The recovery of a lost link, with two drivers: the receive thread, which sleeps between attempts,
-// and agent mode, which schedules tasks on the client's loop.
+// The heartbeat, which finds a silent aaad, and the recovery of a lost link. Two drivers use both:
+// the receive thread, which sleeps between attempts, and agent mode, which schedules tasks on the
+// client's loop.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +10,20 @@
 #include "transport/message.h"
 
 namespace aaa {
+
+// Heartbeats are exchanged only with an id in the range that aaad monitors.
+bool heartbeat_is_kept();
+
+// Whether aaad has been silent for more than 180 seconds, whether the last heartbeat was sent more
+// than 60 seconds ago.
+bool aaad_is_silent(std::uint32_t now);
+bool heartbeat_is_due(std::uint32_t now);
+
+// Restarts the silence limit from now, with no heartbeat sent yet.
+void rearm_heartbeat();
+
+// Sends a heartbeat on the given link and notes `now`. A failed write is ignored.
+void send_heartbeat(LinkNumber link, std::uint32_t now);
 
 // What differs between the drivers.
 struct RecoveryRules {

@@ -11,8 +11,8 @@
 #include "transport/base/atomic_word.h"
 #include "transport/base/cancellation.h"
 #include "transport/debug_log.h"
+#include "transport/framing.h"
 #include "transport/link_sockets.h"
-#include "transport/message.h"
 
 aaa_send_buf aaalib_send_buf = {};
 std::uint32_t g_send_buf_msg_cnt = 0;

@@ -3,29 +3,19 @@
 #include <cassert>
 #include <cstddef>
 
-aaa_client_cb g_aaa_client_cb = {
-    .model_name = {},
-    .sync_fd = -1,
-    .async_fd = -1,
-    .aaa_id = 0,
-    .reg_state = AAA_REG_NOT_REGISTERED,
-    .notify_result_cb = nullptr,
-    .notify_del_msg_cb = nullptr,
-    .notify_coa_req_cb = nullptr,
-    .reserved_cb = nullptr,
-    .aaa_event_cb = nullptr,
-    .ldap_search_result_cb = nullptr,
-    .authen_group_req_cb = nullptr,
-    .author_group_req_cb = nullptr,
-    .acct_group_req_cb = nullptr,
-    .del_msg_req_cb = nullptr,
-    .gs_valid_req_cb = nullptr,
-    .get_online_info_cb = nullptr,
-    .enable_authen_cb = nullptr,
-    .add_radext_result_cb = nullptr,
-    .localeap_authen_cb = nullptr,
-    .ldap_search_entry_req_cb = nullptr,
-};
+namespace {
+
+constexpr aaa_client_cb not_connected() {
+  aaa_client_cb record = {};
+  record.sync_fd = -1;
+  record.async_fd = -1;
+  record.reg_state = AAA_REG_NOT_REGISTERED;
+  return record;
+}
+
+}  // namespace
+
+constinit aaa_client_cb g_aaa_client_cb = not_connected();
 
 aaa_status g_aaa_status = {};
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,6 +18,11 @@ std::int32_t open_local_socket(int type) {
   close(fd);
   errno = error;
   return above;
+}
+
+bool limit_waits(std::int32_t fd, int option) {
+  const timeval two_seconds = {.tv_sec = 2, .tv_usec = 0};
+  return setsockopt(fd, SOL_SOCKET, option, &two_seconds, sizeof two_seconds) == 0;
 }
 
 int wait_readable(int fd, int timeout_ms) {

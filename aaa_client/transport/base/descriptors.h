@@ -1,5 +1,5 @@
-// Descriptors: opening a local socket, its address, waiting for input, and marks on the number in a
-// field.
+// Descriptors: opening a local socket, its address, its time limits, waiting for input, and marks
+// on the number in a field.
 #pragma once
 
 #include <sys/socket.h>
@@ -38,6 +38,9 @@ class UnixAddress {
   sockaddr_un address_ = {};
   std::size_t length_ = 0;
 };
+
+// Limits each wait of a socket for SO_SNDTIMEO or SO_RCVTIMEO to 2 seconds. False with errno set.
+bool limit_waits(std::int32_t fd, int option);
 
 // As select() for reading on one descriptor, for descriptors of any value: 1 when it is readable
 // (data, end of stream or an error to fetch), 0 after `timeout_ms`, -1 with errno set otherwise

@@ -36,4 +36,15 @@ void wipe_and_free(void* block, std::size_t size) {
   AAA_FREE(block);
 }
 
+std::uint8_t* allocate(std::uint64_t size) {
+  if (size > UINT32_MAX) return nullptr;
+  return static_cast<std::uint8_t*>(AAA_MALLOC(static_cast<std::uint32_t>(size)));
+}
+
+void* allocate_zeroed_bytes(std::uint64_t size) {
+  void* block = allocate(size);
+  if (block != nullptr) std::memset(block, 0, static_cast<std::size_t>(size));
+  return block;
+}
+
 }  // namespace aaa

@@ -23,4 +23,19 @@ void wipe(void* memory, std::size_t size);
 // Wipes a block of `size` bytes and frees it; null is ignored.
 void wipe_and_free(void* block, std::size_t size);
 
+// A block, or null. A size that does not fit into 32 bits is out of memory.
+std::uint8_t* allocate(std::uint64_t size);
+void* allocate_zeroed_bytes(std::uint64_t size);
+
+// `count` zeroed elements, or null.
+template <typename T>
+T* allocate_zeroed(std::uint32_t count) {
+  return static_cast<T*>(allocate_zeroed_bytes(std::uint64_t{count} * sizeof(T)));
+}
+
+// A block that a record owns through a pointer to const, to be freed.
+inline void* owned(const void* block) {
+  return const_cast<void*>(block);
+}
+
 }  // namespace aaa

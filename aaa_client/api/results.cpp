@@ -1,12 +1,13 @@
-// Results that the client produces, and RADIUS-extension messages.
+// RADIUS-extension messages, and results that the client produces: of RADIUS extensions, methods
+// and LDAP searches.
 #include <cerrno>
 #include <cstring>
 
 #include "aaa_client.h"
-#include "api/request_body.h"
 #include "api/send_path.h"
 #include "session/state/locks.h"
 #include "transport/base/atomic_word.h"
+#include "transport/base/cancellation.h"
 #include "transport/debug_log.h"
 
 namespace {
@@ -56,6 +57,23 @@ std::int32_t aaa_method_add_result(result_info* result) {
   const aaa::ScopedLock lock(aaa_lib_lock);
   const auto error = static_cast<std::int32_t>(
       aaa::send_body(AAA_MSG_SEND_RARE_RESULT, result->sub.session_id, body));
+  if (error != 0) AAA_DEBUG_LOG("send packet error with errno %d.\r\n", error);
+  return -error;
+}
+
+// Unlike the other requests it does not take aaa_lib_lock, so it disables cancellation itself while
+// it owns blocks.
+std::int32_t aaa_add_ldap_search_result(ldap_search_result* result) {
+  if (result == nullptr) return -EINVAL;
+  if (aaa_is_alive() == 0) return -1;
+  const aaa::CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
+  const aaa::RequestBody body(aaa_encap_ldap_search_result_info, result);
+  if (!body) {
+    AAA_DEBUG_LOG("out of memory.\r\n");
+    return -ENOMEM;
+  }
+  const auto error = static_cast<std::int32_t>(
+      aaa::send_body(AAA_MSG_LDAP_SEARCH_RESULT, result->head.session_id, body));
   if (error != 0) AAA_DEBUG_LOG("send packet error with errno %d.\r\n", error);
   return -error;
 }

@@ -1,4 +1,6 @@
-// The session for which a thread waits in aaa_user_get_result().
+// Results for a thread that waits in aaa_user_get_result(): the session for which it waits, and the
+// pair of datagram sockets that passes them to it. aaa_client.h declares aaa_lib_msg_socket_init(),
+// which creates the pair, and aaa_lib_send_msg().
 #pragma once
 
 #include <cstdint>
@@ -7,6 +9,9 @@
 #include "session/state/locks.h"
 
 namespace aaa {
+
+// 1 once the datagram pair is ready; never cleared.
+extern std::uint8_t g_msg_socket_ok;
 
 // 0 when nobody waits.
 extern std::uint32_t g_temp_sid GUARDED_BY(waiting_session_lock);

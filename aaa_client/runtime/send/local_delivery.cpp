@@ -1,16 +1,18 @@
+#include "runtime/send/local_delivery.h"
+
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-#include "session/state/locks.h"
+#include "aaa_client.h"
+#include "transport/base/atomic_word.h"
 #include "transport/base/descriptors.h"
+#include "transport/base/memory.h"
 #include "transport/base/paths.h"
 #include "transport/debug_log.h"
-#include "transport/message_endpoints.h"
 
 std::int32_t lib_msg_server_fd = -1;
 std::int32_t lib_msg_client_fd = -1;
@@ -18,6 +20,7 @@ std::int32_t lib_msg_client_fd = -1;
 namespace aaa {
 
 std::uint8_t g_msg_socket_ok = 0;
+std::uint32_t g_temp_sid = 0;
 
 namespace {
 
@@ -67,11 +70,7 @@ bool connect_client(const char* server_name) {
 }
 
 bool limit_client_sends() {
-  const timeval two_seconds = {.tv_sec = 2, .tv_usec = 0};
-  if (setsockopt(lib_msg_client_fd, SOL_SOCKET, SO_SNDTIMEO, &two_seconds, sizeof two_seconds) ==
-      0) {
-    return true;
-  }
+  if (limit_waits(lib_msg_client_fd, SO_SNDTIMEO)) return true;
   AAA_DEBUG_LOG_AS(log_name, "lib_msg_client_fd connect failed, err(%d)\r\n", errno);
   return false;
 }
@@ -111,11 +110,6 @@ void close_left_open() REQUIRES(aaa_lib_lock) {
 }
 
 }  // namespace
-
-bool message_client_is_closed() {
-  return closed_client.is_on(lib_msg_client_fd);
-}
-
 }  // namespace aaa
 
 std::int32_t aaa_lib_msg_socket_init() {
@@ -138,4 +132,50 @@ std::int32_t aaa_lib_msg_socket_init() {
   }
   store(g_msg_socket_ok, std::uint8_t{1});
   return 0;
+}
+
+namespace aaa {
+namespace {
+
+constexpr std::uint32_t link_lost_code = 2;
+
+std::uint32_t waiting_session() {
+  const ScopedLock lock(waiting_session_lock);
+  return load(g_temp_sid);
+}
+
+}  // namespace
+
+void set_waiting_session(std::uint32_t session_id) {
+  const ScopedLock lock(waiting_session_lock);
+  store(g_temp_sid, session_id);
+}
+
+void aaa_notify_timeout(LinkNumber link) {
+  const std::uint32_t session_id = waiting_session();
+  // The session was read before this check, so it is not one of a later registration.
+  if (session_id == 0 || !link_lasts(link)) return;
+  result_info result = {};
+  result.sub.session_id = session_id;
+  result.sub.num_a = link_lost_code;
+  void* body = nullptr;
+  const std::uint32_t length = aaa_encap_result_info(&result, &body);
+  if (length == 0) return;
+  aaa_lib_send_msg(body, length);
+  AAA_FREE(body);
+}
+
+}  // namespace aaa
+
+void aaa_lib_send_msg(const void* body, std::uint32_t length) {
+  const std::int32_t fd = aaa::load(lib_msg_client_fd);
+  if (fd < 1) {
+    AAA_DEBUG_LOG("lib_msg_client_fd is not ready.\r\n");
+    return;
+  }
+  const std::int32_t error =
+      aaa::closed_client.is_on(lib_msg_client_fd)
+          ? EBADF
+          : aaa_msg_send(fd, body, static_cast<std::int32_t>(length), MSG_WAITALL);
+  if (error != 0) AAA_DEBUG_LOG("send failed %s\r\n", std::strerror(error));
 }
