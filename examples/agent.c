@@ -7,16 +7,15 @@
  * status: 0 ended so, 1 the user was rejected, 2 any other failure.
  */
 #include <aaa_client.h>
-#include <signal.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 #include <zv_host.h>
 #include <zv_thread.h>
 
 #include "answers.h"
 #include "arguments.h"
+#include "end_signals.h"
 #include "work_directory.h"
 
 enum { ENDED = 0, REJECTED = 1, FAILED = 2 };
@@ -126,14 +125,8 @@ static int on_signal(struct zv_thread* task) {
   return 0;
 }
 
-/* Must run before the library starts a thread: threads inherit the signal mask. */
 static int watch_signals(void) {
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGINT);
-  sigaddset(&ending, SIGTERM);
-  if (sigprocmask(SIG_BLOCK, &ending, NULL) != 0) return 0;
-  const int fd = signalfd(-1, &ending, SFD_CLOEXEC);
+  const int fd = open_end_signals();
   return fd >= 0 &&
          zv_thread_add_read_high_withname(agent.loop, on_signal, NULL, fd, "signal") != NULL;
 }
