@@ -15,6 +15,12 @@ typedef struct number_option {
   unsigned long* value;
 } number_option;
 
+/* An option whose argument is taken as it stands. */
+typedef struct text_option {
+  int letter;
+  const char** value;
+} text_option;
+
 typedef struct command_line {
   const char* name;
   const char* usage; /* options and operands */
@@ -22,6 +28,7 @@ typedef struct command_line {
   int operands;
   const char* letters;      /* option string of getopt(), with 'h' */
   number_option numbers[3]; /* unused elements have the letter 0 */
+  text_option texts[2];     /* so here */
 } command_line;
 
 /* Parses decimal digits only. Returns 1; 0 for anything else or a number out of range. */
@@ -34,7 +41,16 @@ static inline int parse_number(const char* text, unsigned long least, unsigned l
   return errno == 0 && *end == '\0' && *number >= least && *number <= most;
 }
 
-static inline int take_option(const command_line* line, int letter) {
+static inline int take_text(const command_line* line, int letter) {
+  for (size_t i = 0; i < sizeof line->texts / sizeof *line->texts; ++i) {
+    if (line->texts[i].letter != letter) continue;
+    *line->texts[i].value = optarg;
+    return 1;
+  }
+  return 0;
+}
+
+static inline int take_number(const command_line* line, int letter) {
   for (size_t i = 0; i < sizeof line->numbers / sizeof *line->numbers; ++i) {
     const number_option* const option = &line->numbers[i];
     if (option->letter != letter) continue;
@@ -61,7 +77,7 @@ static inline int parse_arguments(const command_line* line, int argc, char** arg
       fputs(line->help, stdout);
       return HELPED;
     }
-    if (letter == '?' || !take_option(line, letter)) return MISUSED;
+    if (letter == '?' || (!take_text(line, letter) && !take_number(line, letter))) return MISUSED;
   }
   if (argc - optind == line->operands) return GO_ON;
   print_usage(line, stderr);

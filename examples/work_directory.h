@@ -1,7 +1,8 @@
-/* Finds out why a client cannot use the directory that TMPDIR names. */
+/* Finds out why a client cannot use its directory: the one that it has named, or TMPDIR's. */
 #ifndef EXAMPLES_WORK_DIRECTORY_H
 #define EXAMPLES_WORK_DIRECTORY_H
 
+#include <aaa_client.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -20,14 +21,30 @@ enum { TMPDIR_WHOLE_NAMES = 69, TMPDIR_WITHOUT_AAAD = 73, TMPDIR_REFUSED = 76 };
 /* Size of the buffer for the current directory, which completes a relative path. */
 enum { CURRENT_DIRECTORY_SIZE = 128 };
 
+/* The directory of use_directory(); null: TMPDIR. */
+static const char* named_directory;
+
+static inline const char* work_root(void) {
+  return named_directory != NULL ? named_directory : getenv("TMPDIR");
+}
+
+/* Takes the directory in place of TMPDIR. Returns 1; 0, after printing the reason, if it cannot. */
+static inline int use_directory(const char* program, const char* path) {
+  named_directory = path;
+  if (aaa_set_directory(path) == 0) return 1;
+  fprintf(stderr, "%s: the directory '%s' must begin with / and have at most %d bytes\n", program,
+          path, TMPDIR_WHOLE_NAMES);
+  return 0;
+}
+
 static inline int tmpdir_is_at_least(size_t size) {
-  const char* const root = getenv("TMPDIR");
+  const char* const root = work_root();
   return root != NULL && strlen(root) >= size;
 }
 
 static inline void print_tmpdir_size(const char* program) {
   fprintf(stderr, "%s: TMPDIR has %zu bytes, socket names leave room for %d\n", program,
-          strlen(getenv("TMPDIR")), TMPDIR_WHOLE_NAMES);
+          strlen(work_root()), TMPDIR_WHOLE_NAMES);
 }
 
 typedef struct work_path {
@@ -80,7 +97,7 @@ static inline int current_directory_fits(const char* root) {
 
 /* Prints why aaa_svr_reg() or aaa_agent_init() has returned -1, in one line. */
 static inline void print_registration_failure(const char* program) {
-  const char* const root = getenv("TMPDIR");
+  const char* const root = work_root();
   if (root == NULL) {
     fprintf(stderr, "%s: cannot register: TMPDIR is not set\n", program);
   } else if (!has_taken_form(root)) {
