@@ -2,17 +2,12 @@
 #pragma once
 
 #include "runtime/noting_client.h"
+#include "support/encoded_body.h"
 #include "support/locked_state.h"
 
 namespace test {
 
 // Records as they travel in bodies, told apart by their session ids.
-template <class Record>
-std::string encoded(Record& record, std::uint32_t (*encode)(Record*, void**)) {
-  void* body = nullptr;
-  const std::uint32_t length = encode(&record, &body);
-  return take_block(body, length);
-}
 template <class Record, std::uint32_t (*encode)(Record*, void**)>
 std::string record_body(std::uint32_t session_id) {
   Record record = {};
@@ -22,7 +17,7 @@ std::string record_body(std::uint32_t session_id) {
     record.sub.session_id = session_id;
   else
     record.head.session_id = session_id;
-  return encoded(record, encode);
+  return encoded_body(encode, record);
 }
 inline constexpr auto authen_body = record_body<authen_info, aaa_encap_authen_info>;
 inline constexpr auto author_body = record_body<author_info, aaa_encap_author_info>;

@@ -18,8 +18,9 @@ inline std::string word_bytes(std::initializer_list<std::uint32_t> words) {
 inline std::string word_bytes(std::uint32_t word) {
   return word_bytes({word});
 }
-inline std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
-  std::uint32_t word = 0;
+template <class Word = std::uint32_t>
+Word word_at(const std::string& bytes, std::size_t offset) {
+  Word word = 0;
   std::memcpy(&word, bytes.substr(offset, sizeof word).data(), sizeof word);
   return word;
 }

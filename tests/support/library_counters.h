@@ -24,7 +24,9 @@ class LibraryCounters {
   bool all_unchanged() const { return now() == before_; }
 
   std::uint32_t blocks_allocated() const { return aaa::load(g_aaa_malloc_times) - allocated_; }
+  std::uint32_t blocks_failed() const { return aaa::load(g_aaa_malloc_fail_times) - failed_; }
   std::uint32_t blocks_freed() const { return aaa::load(g_aaa_free_times) - freed_; }
+  std::uint32_t blocks_left() const { return blocks_allocated() - blocks_freed(); }
 
  private:
   using Words = std::array<std::uint32_t, kWords>;
@@ -37,6 +39,7 @@ class LibraryCounters {
 
   Words before_ = now();
   std::uint32_t allocated_ = aaa::load(g_aaa_malloc_times);
+  std::uint32_t failed_ = aaa::load(g_aaa_malloc_fail_times);
   std::uint32_t freed_ = aaa::load(g_aaa_free_times);
 };
 

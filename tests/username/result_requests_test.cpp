@@ -35,7 +35,7 @@ const ResultRequest authorization = {"authorization", "username_lib_author_req",
                                      ask<author_info, username_lib_author_req>,
                                      test::encoded_body(aaa_encap_author_info, author_info{})};
 
-std::string encoded(const result_info& record) {
+std::string encoded(result_info record) {
   return test::encoded_body(aaa_encap_result_info, record);
 }
 
