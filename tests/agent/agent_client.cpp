@@ -85,10 +85,10 @@ void AgentTest::expect_steady() const {
   EXPECT_EQ(event_socket(), loop_.task("aaa-read").number);
 }
 void AgentTest::expect_reconnecting() const {
-  EXPECT_THAT(loop_.names(), testing::ElementsAre("aaa-reconnect"));
+  EXPECT_THAT(loop_.names(), ElementsAre("aaa-reconnect"));
 }
 void AgentTest::expect_nothing_scheduled() const {
-  EXPECT_THAT(loop_.names(), testing::IsEmpty());
+  EXPECT_THAT(loop_.names(), IsEmpty());
   for (const zv_thread* const handle :
        {aaa::g_agent_connect_ev, aaa::g_agent_reconnect_tmr, aaa::g_agent_read_ev,
         aaa::g_agent_spare_ev, aaa::g_agent_hbt_tmr})

@@ -8,9 +8,6 @@
 
 namespace test::agent_finish {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class AgentFinish : public AgentTest {
  protected:
   // Finishes, and expects which tasks are cancelled for it.

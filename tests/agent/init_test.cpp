@@ -12,9 +12,6 @@
 
 namespace test::agent_init {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 // Another master, and a callback by which a second registration can be told from the first.
 zv_thread_master* other_master() {
   static int other = 0;

@@ -72,7 +72,7 @@ const OneWayKind one_way_requests[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), one_way_name);
+INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), row_name);
 
 }  // namespace
 }  // namespace test

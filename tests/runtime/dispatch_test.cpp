@@ -4,9 +4,6 @@
 
 namespace test::dispatch {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr char kFunction[] = "aaa_lib_async_msg_proc";
 
 class Dispatch : public DispatchTest {};

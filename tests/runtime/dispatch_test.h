@@ -38,7 +38,7 @@ class DispatchTest : public LibraryTest {
   DispatchTest() {
     notes.reset();
     notes.then = [this](const std::string& told) {
-      EXPECT_THAT(locks_held(), testing::IsEmpty());
+      EXPECT_THAT(locks_held(), IsEmpty());
       in_callback_(told);
     };
     aaa::store(g_aaa_client_cb.async_fd, aaad_.own());
@@ -68,7 +68,7 @@ class DispatchTest : public LibraryTest {
   }
   static void expect_dropped(std::uint32_t type, const std::string& body = "") {
     const LibraryCounters counters;
-    EXPECT_THAT(told_by(type, body), testing::IsEmpty()) << "type " << type;
+    EXPECT_THAT(told_by(type, body), IsEmpty()) << "type " << type;
     EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed()) << "type " << type;
   }
 

@@ -9,9 +9,6 @@
 
 namespace test::notices {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 // A body that begins with `kind`.
 std::string notice(std::uint32_t kind, std::size_t size) {
   return word_bytes({kind}) + std::string(size - 4, '3');

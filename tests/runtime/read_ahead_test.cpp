@@ -7,8 +7,6 @@
 
 namespace test::read_ahead {
 
-using testing::ElementsAre;
-
 class ReceiveAhead : public ReceiveTest {};
 
 TEST_F(ReceiveAhead, ManyMessagesCostOneWaitAndOneRead) {

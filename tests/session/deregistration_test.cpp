@@ -3,9 +3,6 @@
 
 namespace test::deregistration {
 
-using testing::Contains;
-using testing::ElementsAre;
-
 class Deregistration : public SessionTest {
  protected:
   void SetUp() override {

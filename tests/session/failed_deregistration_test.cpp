@@ -5,9 +5,6 @@
 
 namespace test::failed_deregistration {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr std::uint32_t kDeregister = 2;
 
 class FailedDeregistration : public SessionTest {
@@ -108,14 +105,14 @@ TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
   EXPECT_THAT(messages_,
               ElementsAre(": aaa lib receive message from aaad type (notify result), len(0).\r\n",
                           "receive message dismatch, type is 103\r\n", "deregister error!\r\n"));
-  EXPECT_THAT(functions_, testing::Each("aaa_client_dereg"));
+  EXPECT_THAT(functions_, Each("aaa_client_dereg"));
   expect_still_registered();
   EXPECT_EQ(number, g_aaa_client_cb.sync_fd);
   EXPECT_TRUE(sim_.wait_for_connections(1)) << "the request socket";
 }
 
 TEST_F(FailedDeregistration, OnlyTheHeaderOfTheResponseIsRead) {
-  sim_.set_answer(kDeregister, [](const aaa_sim::Request&) -> aaa_sim::Replies {
+  sim_.set_answer(kDeregister, [](const Request&) -> Replies {
     return {{Role::request, 101, 0, {1, 2, 3, 4}}};
   });
   register_quietly();

@@ -6,7 +6,6 @@
 namespace test::register_exchange {
 
 using aaa::aaalib_connect_and_register_to_aaad;
-using testing::ElementsAre;
 
 class RegisterExchange : public SessionTest {
  protected:
@@ -69,7 +68,7 @@ TEST_F(RegisterExchange, TheStatusRecordIsOverwritten) {
 }
 
 TEST_F(RegisterExchange, OnlyTheFirst40BytesOfTheStatusAreTaken) {
-  sim_.set_answer(0, [](const aaa_sim::Request& request) -> aaa_sim::Replies {
+  sim_.set_answer(0, [](const Request& request) -> Replies {
     if (request.role == Role::request) return {{Role::request, 100, 0, {5, 0, 0, 0, 9, 9}}};
     aaa_sim::Bytes body = aaa_sim::encode_status(distinct_status());
     body.insert(body.end(), 8, 0xFF);

@@ -6,7 +6,6 @@
 namespace test::register_faults {
 
 using aaa::aaalib_connect_and_register_to_aaad;
-using testing::ElementsAre;
 
 constexpr std::uint32_t kRegister = 0;
 
@@ -37,7 +36,7 @@ class RegisterFaults : public SessionTest {
   bool event_socket_was_tried() { return sim_.count(received(kRegister, Role::event)) > 0; }
   // aaad answers the request of one role with that message, the other's as it should.
   void answer_with(Role role, std::uint32_t type, aaa_sim::Bytes body) {
-    sim_.set_answer(kRegister, [=](const aaa_sim::Request& request) -> aaa_sim::Replies {
+    sim_.set_answer(kRegister, [=](const Request& request) -> Replies {
       if (request.role == role) return {{role, type, 0, body}};
       if (role == Role::event) return {{Role::request, 100, 0, {1, 0, 0, 0}}};
       return {{Role::event, 102, 0, aaa_sim::encode_status({})}};

@@ -10,11 +10,6 @@
 
 namespace test {
 
-using aaa_sim::Fault;
-using aaa_sim::received;
-using aaa_sim::Role;
-using aaa_sim::Settings;
-
 // Lets every start of a thread succeed without one: what registration leaves then stays as it is.
 inline Scripts without_threads() {
   return {.pthread_create = [] { return 0; }};
@@ -70,7 +65,7 @@ class SessionTest : public SimulatedTest {
     EXPECT_EQ(0, aaa_svr_reg(&info));
     EXPECT_EQ(1, g_aaa_client_cb.reg_state);
     expect_unconnected();
-    EXPECT_THAT(client_events(), testing::ElementsAre(1));
+    EXPECT_THAT(client_events(), ElementsAre(1));
   }
 
   // A message of no use to anybody, whose callback is notify_del_msg_cb.

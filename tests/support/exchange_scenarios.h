@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
 
 #include "session/state/client_state.h"
@@ -36,14 +35,6 @@ struct ExchangeKind {
   Results results;
   std::uint32_t id = 0;
 };
-
-inline std::ostream& operator<<(std::ostream& out, const ExchangeKind& kind) {
-  return out << kind.name;
-}
-
-inline std::string exchange_name(const testing::TestParamInfo<ExchangeKind>& info) {
-  return info.param.name;
-}
 
 class Exchanges : public LinkedTest, public testing::WithParamInterface<ExchangeKind> {
  protected:

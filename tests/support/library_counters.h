@@ -1,8 +1,11 @@
 // How the library's counters have moved since a moment, by their numbers.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstdint>
+#include <map>
 
 #include "aaa_client.h"
 #include "transport/base/atomic_word.h"
@@ -21,6 +24,15 @@ class LibraryCounters {
 
   // How much counter `n` of g_aaalib_stat has grown.
   std::uint32_t grown(std::size_t n) const { return aaa::load(word(n)) - before_[n]; }
+  // Expects these to have grown by so much and no other, but for a time and the longest one.
+  void expect_grown(const std::map<std::size_t, std::uint32_t>& by,
+                    std::size_t time = kWords) const {
+    for (std::size_t n = 0; n < kWords; ++n) {
+      const auto expected = by.find(n);
+      if (n == time || n == time + 1) continue;
+      EXPECT_EQ(expected == by.end() ? 0 : expected->second, grown(n)) << "counter " << n;
+    }
+  }
   bool all_unchanged() const { return now() == before_; }
 
   std::uint32_t blocks_allocated() const { return aaa::load(g_aaa_malloc_times) - allocated_; }

@@ -7,9 +7,6 @@
 
 namespace test::message {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class MessageBlock : public LibraryTest {
  protected:
   // The block as bytes, or "none".

@@ -1,17 +1,13 @@
 // Writing a local user back: which items are sent, and in what order.
 #include "username/user_records.h"
 
+namespace test {
 namespace {
-
-using test::hex;
-using test::item;
-using test::message_bytes;
-using test::number_item;
 
 const std::string kZeros5To13 = number_item(5, 0) + number_item(10, 0) + number_item(12, 0) +
                                 number_item(20, 0) + number_item(13, 0);
 
-class Update : public test::UserRecordTest {
+class Update : public UserRecordTest {
  protected:
   std::string sent() {
     EXPECT_EQ(0, update());
@@ -122,10 +118,10 @@ TEST_F(Update, BlocksAndWhatIsNotTransferredStay) {
 TEST_F(Update, TheRecordIsLeftAlone) {
   set_name("alice");
   add_password("one");
-  const std::string before = test::bytes_of(record_);
+  const std::string before = bytes_of(record_);
   EXPECT_EQ(0, update());
-  EXPECT_EQ(before, test::bytes_of(record_));
-  EXPECT_EQ(std::vector<std::string>{"one"}, test::passwords_of(record_));
+  EXPECT_EQ(before, bytes_of(record_));
+  EXPECT_EQ(std::vector<std::string>{"one"}, passwords_of(record_));
 }
 
 TEST_F(Update, TheFirstByteOfTheAnswerGivesTheResultWhateverItsType) {
@@ -138,3 +134,4 @@ TEST_F(Update, TheFirstByteOfTheAnswerGivesTheResultWhateverItsType) {
 }
 
 }  // namespace
+}  // namespace test
