@@ -94,9 +94,5 @@ void AgentTest::expect_nothing_scheduled() const {
         aaa::g_agent_spare_ev, aaa::g_agent_hbt_tmr})
     EXPECT_EQ(nullptr, handle);
 }
-void AgentTest::expect_unconnected() const {
-  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
-  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
-}
 
 }  // namespace test

@@ -111,9 +111,5 @@ TYPED_TEST(InfoEncoding, BlockFunctionsIgnoreNull) {
   EXPECT_EQ(std::memcmp(&this->record_, &untouched, sizeof untouched), 0);
 }
 
-TYPED_TEST(InfoEncoding, BlockEncoderClearsWhatItDoesNotFill) {
-  EXPECT_EQ(this->block_of(this->record_), zeros(Codec<TypeParam>::block_size));
-}
-
 }  // namespace
 }  // namespace test

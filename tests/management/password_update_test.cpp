@@ -20,16 +20,6 @@ class PasswordUpdate : public LinkedTest {
   std::uint32_t status_ = 0xeeeeeeee;
 };
 
-TEST_F(PasswordUpdate, EachStringTravelsBehindItsLengthAndWithoutNul) {
-  update(message_bytes(129, word_bytes(0) + word_bytes(0)));
-  EXPECT_EQ(hex("01010101 00000000 1a000000 20000000"
-                "01000000 02000000"
-                "05000000 616c696365"
-                "03000000 6f6c64"
-                "04000000 6e657721"),
-            only_write());
-}
-
 TEST_F(PasswordUpdate, EmptyStringsAreLengthsOf0) {
   aaad_answers(message_bytes(129, word_bytes(0) + word_bytes(0)));
   EXPECT_EQ(0, aaa_update_user_pwd(1, 2, "", "", "", &status_));

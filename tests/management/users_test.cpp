@@ -1,4 +1,4 @@
-// Deleting, synchronising and restoring users.
+// Synchronising and restoring users.
 #include "management/sample_records.h"
 #include "support/open_log.h"
 #include "support/own_stack.h"
@@ -11,14 +11,6 @@ class Users : public LinkedTest {
   const restore_user_info user_ = restorable_user();
 };
 
-TEST_F(Users, DeletionAndMovingOutDifferInTheTypeOnly) {
-  aaa_delete_user(0x01020304, 0x05060708);
-  aaa_move_out_delete_user(0x01020304, 0x05060708);
-  ASSERT_EQ(2u, writes().size());
-  EXPECT_EQ(hex("01010101 04030201 08000000 08000000 04030201 08070605"), writes()[0]);
-  EXPECT_EQ(hex("01010101 04030201 22000000 08000000 04030201 08070605"), writes()[1]);
-}
-
 TEST_F(Users, SynchronisingLogsWhatTheSendReturned) {
   const std::uint32_t words[3] = {5, 6, 7};
   const OpenLog log;
@@ -27,17 +19,6 @@ TEST_F(Users, SynchronisingLogsWhatTheSendReturned) {
   next_write_fails(EPIPE);
   EXPECT_EQ(-1, aaa_user_syn(1, words));
   log.expect("aaa_user_syn", "send ipc msg return 4.\r\n");
-}
-
-TEST_F(Users, AnyOtherFlagThan0Restores) {
-  EXPECT_EQ(0, aaa_restore_user(&user_, 0x80000000));
-  EXPECT_EQ(restored_block(), only_write().substr(16));
-}
-
-TEST_F(Users, AHotBackupGoesUnderTheIdGivenNotTheRecords) {
-  EXPECT_EQ(0, aaa_ha_user_syn(5, 0x11223344, &user_, nullptr));
-  EXPECT_EQ(hex("01010101 05000000 14000000 88010000 0d0c0b0a"), only_write().substr(0, 20));
-  EXPECT_EQ(0u, word_at(only_write(), 16 + 344)) << "without a flag pointer";
 }
 
 TEST_F(Users, AFlagPointerSetsTheWordAt344AndNoOther) {

@@ -43,11 +43,6 @@ TEST_F(Notices, NothingElseIsCounted) {
   EXPECT_TRUE(counters_.all_unchanged());
 }
 
-TEST_F(Notices, ADeleteRequestPassesItsFirstThreeWords) {
-  EXPECT_THAT(told_by(123, word_bytes({4, 5, 6, 7})),
-              ElementsAre("delete " + word_bytes({4, 5, 6})));
-}
-
 class Questions : public DispatchTest {};
 
 const std::string group_is_valid = word_bytes({0x01010101, 0, 14, 4, 0});

@@ -7,34 +7,8 @@ namespace test::failed_deregistration {
 
 constexpr std::uint32_t kDeregister = 2;
 
-class FailedDeregistration : public SessionTest {
+class FailedDeregistration : public DeregistrationTest {
  protected:
-  void SetUp() override {
-    SessionTest::SetUp();
-    open_gate();
-  }
-  // Deregisters; keeps the lines behind the one of the send.
-  std::int32_t deregister() {
-    const LogCapture log;
-    const std::int32_t result = aaa_svr_dereg();
-    messages_.clear();
-    functions_.clear();
-    for (const LogLine& line : log.lines()) {
-      if (line.function() == "aaalib_send_ipc_msg_print") continue;
-      messages_.push_back(line.message());
-      functions_.push_back(line.function());
-    }
-    EXPECT_TRUE(is_free(aaa_lib_lock));
-    return result;
-  }
-  static void expect_deregistered() {
-    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
-    EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
-    expect_unconnected();
-    EXPECT_THAT(client_events(), ElementsAre(1, 0));
-    EXPECT_FALSE(aaa::receive_thread_exists());
-    EXPECT_FALSE(aaa::send_buffer_is_used());
-  }
   static void expect_still_registered() {
     EXPECT_EQ(4, g_aaa_client_cb.reg_state);
     EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
@@ -47,9 +21,6 @@ class FailedDeregistration : public SessionTest {
     const ScriptedCalls calls({.send = on_request_socket(failing(ENOBUFS))});
     return deregister();
   }
-
-  std::vector<std::string> messages_;
-  std::vector<std::string> functions_;
 };
 
 TEST_F(FailedDeregistration, AFailedSendLeavesEverythingAsItWas) {

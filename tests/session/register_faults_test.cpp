@@ -103,6 +103,7 @@ TEST_F(RegisterFaults, AShortStatusIsFilledUpWithZeros) {
 }
 
 struct FaultAndLine {
+  const char* name;
   Fault fault;
   const char* line;
 };
@@ -125,14 +126,11 @@ TEST_P(FaultOfAaad, OnEitherSocketHasItsLineAndTheStepCanBeRepeatedOnNewSockets)
 
 INSTANTIATE_TEST_SUITE_P(
     RegisterFaults, FaultOfAaad,
-    testing::Values(FaultAndLine{Fault::empty_body, "receive message len is 0.\r\n"},
-                    FaultAndLine{Fault::wrong_type, "get wrong response of register request.\r\n"},
-                    FaultAndLine{Fault::close, "receive message error 32.\n\r\n"}),
-    [](const auto& tested) {
-      return tested.param.fault == Fault::close        ? "Close"
-             : tested.param.fault == Fault::wrong_type ? "WrongType"
-                                                       : "EmptyBody";
-    });
+    testing::Values(FaultAndLine{"EmptyBody", Fault::empty_body, "receive message len is 0.\r\n"},
+                    FaultAndLine{"WrongType", Fault::wrong_type,
+                                 "get wrong response of register request.\r\n"},
+                    FaultAndLine{"Close", Fault::close, "receive message error 32.\n\r\n"}),
+    row_name);
 
 TEST_F(RegisterFaults, ASilentAaadIsAFailedHeaderAfterTenSeconds) {
   MovedClock clock;

@@ -45,8 +45,8 @@ inline std::string hex(const std::string& digits) {
 
 // A message as aaad writes it.
 inline std::string message_bytes(std::uint32_t type, const std::string& body = "",
-                                 std::uint32_t marker = 0x01010101) {
-  return word_bytes({marker, 0, type, static_cast<std::uint32_t>(body.size())}) + body;
+                                 std::uint32_t marker = 0x01010101, std::uint32_t id = 0) {
+  return word_bytes({marker, id, type, static_cast<std::uint32_t>(body.size())}) + body;
 }
 
 // A copy of whatever lies at `place`.

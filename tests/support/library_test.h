@@ -73,6 +73,12 @@ class LibraryTest : public testing::Test {
   std::uint32_t blocks_left_ = 0;
 };
 
+// Neither the request nor the event socket is on record.
+inline void expect_unconnected() {
+  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+}
+
 // Ends whatever registration there is and waits until the library's threads are gone.
 void stop_library();
 

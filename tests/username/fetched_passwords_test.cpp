@@ -76,25 +76,18 @@ TEST_F(FetchedPasswords, AFetchForgetsTheListOfTheRecord) {
   username_lib_release_user(&first);
 }
 
-TEST_F(FetchedPasswords, ReleaseLeavesEmptyListsAndTheCounts) {
-  fetch(item(6, "A") + item(6, "B"));
-  add_block();
-  username_lib_release_user(&record_);
-  EXPECT_TRUE(is_empty(record_.passwords));
-  EXPECT_TRUE(is_empty(record_.blocks));
-  EXPECT_EQ(2u, record_.password_count);
-  EXPECT_EQ(1u, record_.block_count);
-}
-
-TEST_F(FetchedPasswords, ReleaseFreesEveryPasswordAndEveryBlock) {
+TEST_F(FetchedPasswords, ReleaseFreesEveryPasswordAndBlockAndLeavesEmptyListsAndTheCounts) {
   const std::uint32_t before = live_blocks();
   fetch(item(6, "A") + item(6, "B"));
-  add_block();
-  add_block();
-  add_block();
+  for (int i = 0; i < 3; ++i)
+    add_block();
   EXPECT_EQ(before + 5, live_blocks());
   username_lib_release_user(&record_);
   EXPECT_EQ(before, live_blocks());
+  EXPECT_TRUE(is_empty(record_.passwords));
+  EXPECT_TRUE(is_empty(record_.blocks));
+  EXPECT_EQ(2u, record_.password_count);
+  EXPECT_EQ(3u, record_.block_count);
 }
 
 TEST_F(FetchedPasswords, ReleaseTouchesNothingElse) {

@@ -89,14 +89,7 @@ TEST_F(Update, ANameThatRunsOn248CharactersIsNotSent) {
   EXPECT_EQ(number_item(2, 0x75757575), sent().substr(0, 12));
 }
 
-TEST_F(Update, PasswordsGoFromTheBackOfTheListToItsFront) {
-  for (const char* text : {"one", "two", "three"})
-    add_password(text);
-  EXPECT_EQ(number_item(2, 0) + kZeros5To13 + item(6, "one") + item(6, "two") + item(6, "three"),
-            sent());
-}
-
-TEST_F(Update, PasswordsThatAreEmptyOrOver247CharactersAreLeftOut) {
+TEST_F(Update, PasswordsGoFromTheBackToTheFrontAndEmptyOnesOrOver247CharactersAreLeftOut) {
   add_password("one");
   add_password("");
   add_password(std::string(247, 'p'));

@@ -1,6 +1,4 @@
 // Requests to the local user database of a running aaad, from several threads at once.
-#include <thread>
-
 #include "support/encoded_body.h"
 #include "username_lib.h"
 #include "wire/message.h"
@@ -86,14 +84,6 @@ TEST_F(WithAaad, AUserIsFetchedChangedAndWrittenBack) {
   EXPECT_EQ(9, bytes[46]);
   EXPECT_EQ("A", bytes.substr(bytes.size() - 10, 1));
   EXPECT_EQ("B", bytes.substr(bytes.size() - 1));
-}
-
-TEST_F(WithAaad, NothingIsAskedAfterDeregistration) {
-  register_client();
-  ASSERT_EQ(0, aaa_svr_dereg());
-  EXPECT_EQ(0u, authenticate(7));
-  EXPECT_EQ(-2, username_lib_query_pwd_secu("a", "b"));
-  EXPECT_EQ(0u, sim_.count(received(AAA_MSG_LOCAL_AUTHEN_REQ)));
 }
 
 }  // namespace
