@@ -2,10 +2,9 @@
 // answered in any case (112, 113), and the response to a deregistration.
 #include <fcntl.h>
 
-#include <atomic>
-
 #include "runtime/dispatch_test.h"
 #include "runtime/send_buffer_test.h"
+#include "support/stopping_point.h"
 
 namespace test::notices {
 
@@ -118,23 +117,18 @@ class StuckRequestSocket : public Questions {
   // Answers both questions while `write` is stuck.
   template <class Write>
   void answer_while_stuck(Write write) {
-    const ScriptedCalls calls({.send = on_request_socket(noting([this] {
-                                 is_stuck_ = true;
-                                 EXPECT_TRUE(eventually([this] { return is_answered_.load(); }))
-                                     << "held up";
-                               }))});
+    const ScriptedCalls calls({.send = on_request_socket(noting([this] { stuck_.stop(); }))});
     std::thread stuck(write);
-    EXPECT_TRUE(eventually([this] { return is_stuck_.load(); }));
+    EXPECT_TRUE(stuck_.is_reached());
     deliver(112, std::string(396, '\1'));
     deliver(113);
-    is_answered_ = true;
+    stuck_.go_on();
     stuck.join();
     EXPECT_EQ(group_is_valid + nobody_is_online, answers());
   }
 
   ScriptedPeer request_;
-  std::atomic<bool> is_stuck_ = false;
-  std::atomic<bool> is_answered_ = false;
+  StoppingPoint stuck_;
 };
 
 TEST_F(StuckRequestSocket, WithABatchHoldsUpNoAnswerAndLosesNoByte) {
