@@ -7,10 +7,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "session/state/client_state.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 
 namespace test {
 namespace {

@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 
 #include "api/waiting_test.h"
-#include "support/lock_check.h"
-#include "support/open_log.h"
 
 namespace test {
 namespace {

@@ -7,7 +7,6 @@
 
 #include "api/waiting_test.h"
 #include "support/intended_leak.h"
-#include "support/open_log.h"
 #include "support/signal_handler.h"
 
 namespace test {

@@ -4,9 +4,7 @@
 #include <cerrno>
 #include <climits>
 
-#include "support/library_counters.h"
 #include "support/linked_test.h"
-#include "support/open_log.h"
 
 namespace test {
 namespace {

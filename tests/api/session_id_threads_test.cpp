@@ -1,8 +1,6 @@
 // Session ids for several threads, and across registrations, from a simulated aaad.
 #include <set>
-#include <thread>
 
-#include "support/library_counters.h"
 #include "support/library_test.h"
 
 namespace test {

@@ -3,7 +3,6 @@
 #include "support/locked_state.h"
 
 #include "support/exchange_scenarios.h"
-#include "support/open_log.h"
 
 namespace test {
 namespace {

@@ -1,14 +1,10 @@
 // The getters of aaad's settings.
 #include <functional>
-#include <string>
 #include <utility>
 #include <vector>
 
-#include "session/state/client_state.h"
-#include "support/library_counters.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 
 namespace test {
 namespace {

@@ -7,7 +7,6 @@
 #include <functional>
 
 #include "runtime/send/waiting_session.h"
-#include "session/state/client_state.h"
 #include "session/state/locks.h"
 #include "support/encoded_body.h"
 #include "support/locked_state.h"

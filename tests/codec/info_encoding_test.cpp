@@ -1,5 +1,4 @@
 // Encoding, as it holds for all four info records.
-#include <algorithm>
 #include <limits>
 #include <string>
 

@@ -1,6 +1,5 @@
 // LDAP searches, encoded and decoded.
 #include <algorithm>
-#include <limits>
 #include <numeric>
 #include <string>
 #include <vector>

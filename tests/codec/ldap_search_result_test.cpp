@@ -1,6 +1,5 @@
 // LDAP search results, encoded and decoded.
 #include <algorithm>
-#include <limits>
 #include <string>
 #include <tuple>
 #include <vector>

@@ -1,7 +1,6 @@
 // Records filled at random survive encoding and decoding.
 #include <map>
 #include <string>
-#include <vector>
 
 #include "codec/info_record_fixture.h"
 #include "codec/random_records.h"

@@ -2,7 +2,6 @@
 #include <chrono>
 #include <thread>
 
-#include "support/library_counters.h"
 #include "support/linked_test.h"
 
 namespace test {

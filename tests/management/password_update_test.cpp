@@ -1,10 +1,7 @@
 // Password updates: those that the client asks for, and the answers to those that aaad asks for.
 #include "runtime/receive/inbound.h"
 #include "support/failing_block.h"
-#include "support/library_counters.h"
 #include "support/linked_test.h"
-#include "support/open_log.h"
-#include "transport/base/atomic_word.h"
 
 namespace test {
 namespace {

@@ -1,5 +1,4 @@
 // Management requests of several threads, against a running aaad.
-#include "support/library_counters.h"
 #include "support/library_test.h"
 #include "wire/message.h"
 

@@ -1,5 +1,4 @@
 // Fetching a local user: the exchange, and what each item does to the record.
-#include "support/open_log.h"
 #include "username/user_records.h"
 
 namespace test {

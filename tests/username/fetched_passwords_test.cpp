@@ -1,7 +1,5 @@
 // The password list of a fetched local user, and its release.
-#include "session/state/client_state.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 #include "username/user_records.h"
 
 namespace test {

@@ -1,11 +1,9 @@
 // Single requests to aaad's local user database: what they send and what they make of the answer.
 #include <functional>
 
-#include "session/state/client_state.h"
 #include "support/failing_block.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 #include "support/own_stack.h"
 #include "username_lib.h"
 

@@ -1,6 +1,5 @@
 // The buffer that a local user is written into: its size, and what does not fit.
 #include "support/failing_block.h"
-#include "support/open_log.h"
 #include "username/user_records.h"
 
 namespace test {

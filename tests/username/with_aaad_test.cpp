@@ -6,8 +6,6 @@
 namespace test {
 namespace {
 
-using aaa_sim::Message;
-
 // An accepting result for whoever asks, under the request's own session id.
 Replies accept(const Request& request) {
   result_info record = {};
