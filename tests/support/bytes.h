@@ -18,8 +18,9 @@ inline std::string word_bytes(std::initializer_list<std::uint32_t> words) {
 inline std::string word_bytes(std::uint32_t word) {
   return word_bytes({word});
 }
-inline std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
-  std::uint32_t word = 0;
+template <class Word = std::uint32_t>
+Word word_at(const std::string& bytes, std::size_t offset) {
+  Word word = 0;
   std::memcpy(&word, bytes.substr(offset, sizeof word).data(), sizeof word);
   return word;
 }
@@ -44,8 +45,8 @@ inline std::string hex(const std::string& digits) {
 
 // A message as aaad writes it.
 inline std::string message_bytes(std::uint32_t type, const std::string& body = "",
-                                 std::uint32_t marker = 0x01010101) {
-  return word_bytes({marker, 0, type, static_cast<std::uint32_t>(body.size())}) + body;
+                                 std::uint32_t marker = 0x01010101, std::uint32_t id = 0) {
+  return word_bytes({marker, id, type, static_cast<std::uint32_t>(body.size())}) + body;
 }
 
 // A copy of whatever lies at `place`.

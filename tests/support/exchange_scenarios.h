@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
 
 #include "session/state/client_state.h"
@@ -37,14 +36,6 @@ struct ExchangeKind {
   std::uint32_t id = 0;
 };
 
-inline std::ostream& operator<<(std::ostream& out, const ExchangeKind& kind) {
-  return out << kind.name;
-}
-
-inline std::string exchange_name(const testing::TestParamInfo<ExchangeKind>& info) {
-  return info.param.name;
-}
-
 class Exchanges : public LinkedTest, public testing::WithParamInterface<ExchangeKind> {
  protected:
   static std::int64_t call() { return GetParam().call(); }
@@ -59,13 +50,8 @@ class DirectExchanges : public Exchanges {};
 
 TEST_P(Exchanges, WriteTheHeaderWithTheIdAndTheBody) {
   EXPECT_EQ(GetParam().success, answered_call());
-  const std::string& body = GetParam().body;
-  const std::string& message = only_write();
-  EXPECT_EQ(hex("01010101"), message.substr(0, 4));
-  EXPECT_EQ(GetParam().id, word_at(message, 4));
-  EXPECT_EQ(GetParam().type, word_at(message, 8));
-  EXPECT_EQ(body.size(), word_at(message, 12));
-  EXPECT_EQ(body, message.substr(16));
+  EXPECT_EQ(message_bytes(GetParam().type, GetParam().body, 0x01010101, GetParam().id),
+            only_write());
 }
 
 TEST_P(Exchanges, AskForTheRegistrationOrDoWithoutIt) {

@@ -5,12 +5,6 @@
 
 namespace test {
 
-using aaa_sim::Fault;
-using aaa_sim::received;
-using aaa_sim::Role;
-using aaa_sim::sent;
-using aaa_sim::Settings;
-
 // The kernel's ids of this process's threads that have a name.
 std::vector<pid_t> threads_named(const std::string& name);
 

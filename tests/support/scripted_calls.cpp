@@ -114,6 +114,13 @@ std::uint32_t library_seconds() {
   return static_cast<std::uint32_t>(now.tv_sec);
 }
 
+void enter_second() {
+  timespec now = {};
+  do {
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+  } while (now.tv_nsec > 700000000);
+}
+
 }  // namespace test
 
 using test::ask;

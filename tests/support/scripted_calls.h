@@ -147,4 +147,7 @@ class MovedClock {
 // The monotonic second as the library sees it.
 std::uint32_t library_seconds();
 
+// Waits until that second has some time left, so that only the test moves the clock to the next.
+void enter_second();
+
 }  // namespace test
