@@ -48,6 +48,20 @@ inline std::string message_bytes(std::uint32_t type, const std::string& body = "
   return word_bytes({marker, 0, type, static_cast<std::uint32_t>(body.size())}) + body;
 }
 
+// The same with an id.
+inline std::string message_with_id(std::uint32_t id, std::uint32_t type,
+                                   const std::string& body = "") {
+  return word_bytes({0x01010101, id, type, static_cast<std::uint32_t>(body.size())}) + body;
+}
+// An item in a body: its type and its length in 16 bits each, and the value.
+inline std::string item_bytes(std::uint32_t type, const std::string& value) {
+  return word_bytes(type | static_cast<std::uint32_t>(value.size()) << 16) + value;
+}
+// An item in a record, of bytes that the caller keeps.
+inline aaa_item record_item(const std::string& value) {
+  return {0, static_cast<std::uint16_t>(value.size()), value.data()};
+}
+
 // A copy of whatever lies at `place`.
 inline std::string bytes_of(const void* place, std::size_t size) {
   return {static_cast<const char*>(place), size};

@@ -1,7 +1,7 @@
 // The body that an encoder makes of a record.
 #pragma once
 
-#include "support/linked_test.h"
+#include "support/bytes.h"
 
 namespace test {
 

@@ -23,10 +23,6 @@ std::optional<Verdict> find_result(std::uint32_t session_id) {
   return found == all.end() ? std::nullopt : std::optional<Verdict>(*found);
 }
 
-aaa_item item_of(const std::string& text) {
-  return {0, static_cast<std::uint16_t>(text.size()), text.data()};
-}
-
 }  // namespace
 
 reg_info client_with(ResultBy way, bool batching) {
@@ -43,8 +39,8 @@ std::int32_t request_login(std::uint32_t session_id, const std::string& name,
   authen_info authen = {};
   authen.session_id = session_id;
   name.copy(authen.chars65_a, sizeof authen.chars65_a - 1);
-  authen.user_password = item_of(password);
-  authen.state = item_of(state);
+  authen.user_password = record_item(password);
+  authen.state = record_item(state);
   return aaa_user_req_authen(&authen);
 }
 
