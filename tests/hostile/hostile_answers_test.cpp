@@ -21,7 +21,7 @@ class HostileAnswers : public HostileClient {
       const traffic::Exchange& question = traffic::questions()[variation.frame];
       const Bytes answer = stream_of(variation, frames_[variation.frame], {});
       const std::vector<Bytes> pieces = pieces_of(variation, answer);
-      const std::uint32_t blocks = fuzz::live_blocks();
+      const std::uint32_t blocks = test::live_blocks();
       const std::uint32_t failed = g_aaa_malloc_fail_times;
       aaad_.answer_with({pieces.begin(), pieces.end()});
       question.make();

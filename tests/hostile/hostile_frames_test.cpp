@@ -136,7 +136,7 @@ class HostileFrames : public HostileClient, public testing::WithParamInterface<M
   struct Turn {
     Bytes stream;
     Course expected;
-    std::uint32_t blocks = fuzz::live_blocks();
+    std::uint32_t blocks = test::live_blocks();
     std::uint32_t failed_allocations = g_aaa_malloc_fail_times;
   };
 

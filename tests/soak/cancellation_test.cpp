@@ -37,7 +37,7 @@ class Cancellation : public SoakTest {
   }
   void TearDown() override {
     SoakTest::TearDown();
-    EXPECT_TRUE(all_locks_are_free());
+    EXPECT_TRUE(test::all_locks_are_free());
   }
 
   // Registers and lets `leave` end that, again and again. Now and then everything must be gone
@@ -64,7 +64,7 @@ class Cancellation : public SoakTest {
   }
 
   void expect_all_gone() {
-    EXPECT_TRUE(test::eventually(all_locks_are_free)) << "a lock is held";
+    EXPECT_TRUE(test::eventually(test::all_locks_are_free)) << "a lock is held";
     EXPECT_TRUE(test::eventually([this] { return test::live_blocks() == blocks_; })) << "blocks";
     EXPECT_TRUE(test::eventually([this] { return test::thread_count() == threads_; }))
         << test::thread_count() << " threads";
@@ -161,7 +161,7 @@ TEST_F(Cancellation, InThePauseBetweenTwoAttempts) {
       EXPECT_TRUE(aaa::aaalib_cancel_receive_thread());
       attempts_before = attempts;
     }
-    EXPECT_TRUE(test::eventually([] { return receive_threads_of(getpid()) == 0; }));
+    EXPECT_TRUE(test::eventually([] { return test::receive_threads_of(getpid()) == 0; }));
     EXPECT_EQ(attempts_before, attempts);
     test::set_reg_state(AAA_REG_NOT_REGISTERED);
     aaa::aaalib_stop_send_buf_thread();
@@ -217,7 +217,7 @@ TEST_F(Cancellation, FromInsideACallbackThatRegistersAgain) {
   };
   repeat([&] {
     expect_left_in_callback();
-    EXPECT_TRUE(test::eventually([] { return receive_threads_of(getpid()) == 1; }));
+    EXPECT_TRUE(test::eventually([] { return test::receive_threads_of(getpid()) == 1; }));
     EXPECT_EQ(0, aaa_svr_dereg());
   });
 }

@@ -85,7 +85,7 @@ class FrequentSignals {
 
   void send_all() const {
     while (!over_) {
-      for (const Thread& thread : threads_of(getpid()))
+      for (const test::Thread& thread : test::threads_of(getpid()))
         if (thread.id != gettid()) ::syscall(SYS_tgkill, getpid(), thread.id, SIGUSR1);
       std::this_thread::sleep_for(std::chrono::microseconds(period_us));
     }

@@ -46,8 +46,8 @@ class Restart : public RestartTest {
         << model << " did not register";
     EXPECT_LE(seconds.value_or(0), std::chrono::duration<double>(limit).count()) << model;
     slowest_ = std::max(slowest_, seconds.value_or(0));
-    EXPECT_TRUE(test::eventually([&] { return receive_threads_of(pid) == 1; }))
-        << model << " has " << receive_threads_of(pid) << " receive threads";
+    EXPECT_TRUE(test::eventually([&] { return test::receive_threads_of(pid) == 1; }))
+        << model << " has " << test::receive_threads_of(pid) << " receive threads";
   }
 
   void expect_all_registered() {

@@ -277,7 +277,7 @@ void StubTest::behave(Behaviour behaviour) {
 }
 
 void StubTest::expect_library_in_order() {
-  EXPECT_TRUE(test::eventually(all_locks_are_free)) << "a lock is held";
+  EXPECT_TRUE(test::eventually(test::all_locks_are_free)) << "a lock is held";
   behave(Behaviour::good);
   if (!aaa::receive_thread_exists()) return;
   // An attempt that waits for what the aaad of before has withheld is over.

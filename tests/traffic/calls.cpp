@@ -7,6 +7,15 @@
 #include "username_lib.h"
 
 namespace traffic {
+
+void read_and_release(result_info* result) {
+  touch(result, sizeof *result);
+  // Three items point into a body that the library has released.
+  result->item_318 = result->item_319 = result->item_320 = {};
+  touch_items(*result);
+  aaa_free_result_info(result);
+}
+
 namespace {
 
 constexpr std::uint32_t nines[6] = {9, 9, 9, 9, 9, 9};
@@ -29,14 +38,6 @@ std::int64_t register_client() {
   reg_info info = {};
   std::snprintf(info.model_name, sizeof info.model_name, "calls");
   return aaa_svr_reg(&info) == 0 ? aaa_is_alive() : -1;
-}
-
-void read_and_release(result_info* result) {
-  touch(result, sizeof *result);
-  // Three items point into a body that the library has released.
-  result->item_318 = result->item_319 = result->item_320 = {};
-  touch_items(*result);
-  aaa_free_result_info(result);
 }
 
 template <auto ask, class Record>

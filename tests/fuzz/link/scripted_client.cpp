@@ -1,5 +1,4 @@
 #include "fuzz/link/scripted_client.h"
-#include "support/locked_state.h"
 
 #include <cstring>
 
@@ -7,7 +6,8 @@
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
 #include "session/state/client_state.h"
-#include "session/state/locks.h"
+#include "support/lock_check.h"
+#include "support/locked_state.h"
 #include "traffic/calls.h"
 #include "traffic/touch.h"
 #include "transport/base/cancellation.h"
@@ -31,11 +31,7 @@ void wait_for_result(std::uint32_t session_id) {
   waited_for_result = true;
   result_info* result = nullptr;
   if (aaa_user_get_result(session_id, 0, 2, &result) != 0) return;
-  touch(result, sizeof *result);
-  // Three items point into a body that the library has released.
-  result->item_318 = result->item_319 = result->item_320 = {};
-  traffic::touch_items(*result);
-  aaa_free_result_info(result);
+  traffic::read_and_release(result);
 }
 
 void request_accounting(std::uint32_t session_id) {
@@ -108,9 +104,7 @@ void end_receive_thread() {
 
 void forget_client(const ScriptedAaad& aaad) {
   require(aaad.open_sockets() == 0);
-  for (pthread_mutex_t* const lock :
-       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::request_write_lock,
-        &aaa::event_write_lock, &aaa::event_read_lock})
+  for (const auto& [name, lock] : test::every_lock)
     require(is_free(*lock));
   aaa::store(g_aaa_client_cb.aaa_id, 0);
   test::set_reg_state(AAA_REG_NOT_REGISTERED);
@@ -118,10 +112,6 @@ void forget_client(const ScriptedAaad& aaad) {
   aaa::store_status({});
   aaa::g_aaalib_debug_count_curr = 0;
   aaa::g_session_id = aaa::g_session_id_max = 0;
-}
-
-std::uint32_t live_blocks() {
-  return aaa::load(g_aaa_malloc_times) - aaa::load(g_aaa_free_times);
 }
 
 bool are_intended(std::uint32_t blocks_left, std::span<const std::uint8_t> bytes,

@@ -7,6 +7,7 @@
 
 #include "aaa_client.h"
 #include "fuzz/link/scripted_aaad.h"
+#include "support/leak_check.h"
 
 namespace fuzz {
 
@@ -29,8 +30,6 @@ void end_receive_thread();
 
 // Ends the program when the library holds a socket or a lock; leaves it as after loading.
 void forget_client(const ScriptedAaad& aaad);
-// Blocks that the library has allocated and not freed.
-std::uint32_t live_blocks();
 
 // The blocks that decoders leave allocated on purpose: a string or data item that comes again
 // replaces the pointer to the earlier one's copy; a result whose arena finds no memory leaves one
