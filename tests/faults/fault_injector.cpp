@@ -1,14 +1,11 @@
 #include "faults/fault_injector.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
 #include <utility>
 
@@ -28,7 +25,6 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 thread_local Caller caller_here = Caller::library;
-std::atomic<FaultInjector*> injector = nullptr;
 
 constexpr milliseconds patience_afterwards{40};
 constexpr milliseconds patience_after_one_fault{40};
@@ -72,10 +68,6 @@ CallsOf::~CallsOf() {
 
 FaultInjector::FaultInjector(const Fault& fault) : fault_(fault), calls_(scripts()) {
   clock_.shorten_sleeps();
-  injector = this;
-}
-FaultInjector::~FaultInjector() {
-  injector = nullptr;
 }
 
 std::chrono::milliseconds FaultInjector::patience() const {
@@ -106,6 +98,10 @@ test::Scripts FaultInjector::scripts() {
       .pthread_mutexattr_init = [this] { return fail_with_number("pthread_mutexattr_init"); },
       .pthread_mutex_init =
           [this](pthread_mutex_t*) { return fail_with_number("pthread_mutex_init"); },
+      .mkdir = [this] { return file_call("mkdir"); },
+      .chmod = [this] { return file_call("chmod"); },
+      .open = [this] { return file_call("open"); },
+      .read = [this] { return file_call("read"); },
       .malloc = [this](std::size_t) { return malloc(); },
   };
 }
@@ -230,46 +226,3 @@ std::optional<void*> FaultInjector::malloc() {
 }
 
 }  // namespace faults
-
-namespace {
-
-std::optional<int> answer(std::string_view call) {
-  faults::FaultInjector* const current = faults::injector;
-  return current == nullptr ? std::nullopt : current->file_call(call);
-}
-
-}  // namespace
-
-// The test program is linked so that these calls of the library come here first.
-extern "C" {
-
-int __real_mkdir(const char* path, mode_t mode);
-int __real_chmod(const char* path, mode_t mode);
-int __real_open(const char* path, int flags, ...);
-ssize_t __real_read(int fd, void* data, std::size_t size);
-
-int __wrap_mkdir(const char* path, mode_t mode) {
-  const auto result = answer("mkdir");
-  return result ? *result : __real_mkdir(path, mode);
-}
-
-int __wrap_chmod(const char* path, mode_t mode) {
-  const auto result = answer("chmod");
-  return result ? *result : __real_chmod(path, mode);
-}
-
-int __wrap_open(const char* path, int flags, ...) {
-  va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-  va_end(arguments);
-  const auto result = answer("open");
-  return result ? *result : __real_open(path, flags, mode);
-}
-
-ssize_t __wrap_read(int fd, void* data, std::size_t size) {
-  const auto result = answer("read");
-  return result ? *result : __real_read(fd, data, size);
-}
-
-}  // extern "C"

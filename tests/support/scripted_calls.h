@@ -43,6 +43,11 @@ struct Scripts {
   std::function<std::optional<int>(pthread_mutex_t* mutex)> pthread_mutex_init = {};
   std::function<std::optional<int>(pthread_t thread, std::size_t size, const cpu_set_t* cores)>
       pthread_setaffinity_np = {};
+  // Of files.
+  std::function<std::optional<int>()> mkdir = {};
+  std::function<std::optional<int>()> chmod = {};
+  std::function<std::optional<int>()> open = {};
+  std::function<std::optional<ssize_t>()> read = {};
   // Blocks of the library; those of the test and the simulator come from operator new.
   std::function<std::optional<void*>(std::size_t size)> malloc = {};
 };

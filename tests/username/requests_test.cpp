@@ -2,7 +2,7 @@
 #include <functional>
 
 #include "session/state/client_state.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
 #include "support/open_log.h"
@@ -159,11 +159,11 @@ TEST_F(LocalRequests, AGrantReturnsTheNegatedFirstByteWhateverTheType) {
 }
 
 TEST_F(LocalRequests, WithoutMemoryForTheBodyALineIsLogged) {
-  script(test::FailingBlock(1).scripts());
+  const test::FailMalloc failing_first(1);
   const test::OpenLog grant_log;
   EXPECT_EQ(-1, username_lib_fs_grant_req("a", "b", 1));
   grant_log.expect_only("username_lib_fs_grant_req", "Get new memory for sndbuf faild.\r\n");
-  script(test::FailingBlock(1).scripts());
+  const test::FailMalloc failing_again(1);
   const test::OpenLog security_log;
   EXPECT_EQ(-3, username_lib_query_pwd_secu("a", "b"));
   security_log.expect_only("username_lib_query_pwd_secu", "out of memory\r\n");
