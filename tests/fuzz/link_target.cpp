@@ -86,12 +86,11 @@ void run_loop(fuzz::ScriptedAaad& aaad, const reg_info& info) {
 
 // All the bytes that the library may take for records, socket by socket, however the steps cut
 // them.
-fuzz::Bytes all_bytes(const fuzz::Script& script) {
-  fuzz::Bytes bytes;
+std::string all_bytes(const fuzz::Script& script) {
+  std::string bytes;
   for (const bool answers : {false, true})
     for (const fuzz::Step& step : script.steps)
-      if (fuzz::is_answer(step.kind) == answers)
-        bytes.insert(bytes.end(), step.bytes.begin(), step.bytes.end());
+      if (fuzz::is_answer(step.kind) == answers) bytes += step.bytes;
   return bytes;
 }
 

@@ -59,7 +59,8 @@ class HostileClient : private soak::HangWatch, public testing::Test {
 
   // What was read as `bytes` left no block but for those that are meant to be. `failed`: the
   // allocations that had failed before.
-  void expect_no_block_left(const Bytes& bytes, std::uint32_t blocks_before, std::uint32_t failed) {
+  void expect_no_block_left(const std::string& bytes, std::uint32_t blocks_before,
+                            std::uint32_t failed) {
     const std::uint32_t left = test::live_blocks() - blocks_before;
     EXPECT_TRUE(fuzz::are_intended(left, bytes, g_aaa_malloc_fail_times - failed))
         << left << " blocks are left";
@@ -69,8 +70,7 @@ class HostileClient : private soak::HangWatch, public testing::Test {
   // Any exchange is in step with its answer.
   void expect_exchange() {
     aaad_.answer_with(
-        {traffic::Message{"good", AAA_MSG_MLIST_EXISTED_RESP, traffic::words({0x12345678})}
-             .bytes()});
+        {test::message_bytes(AAA_MSG_MLIST_EXISTED_RESP, test::word_bytes(0x12345678))});
     EXPECT_EQ(0x12345678u, aaa_mlist_existed(0, 0, 0, "list"));
   }
 

@@ -16,7 +16,6 @@
 namespace soak {
 namespace {
 
-using aaa_sim::Bytes;
 using aaa_sim::Role;
 using aaa_sim::Settings;
 
@@ -82,7 +81,7 @@ class Cancellation : public SoakTest {
     EXPECT_EQ(0, result.get());
   }
 
-  void send_bytes(const Bytes& bytes) { sim_.send_raw({}, Role::event, bytes); }
+  void send_bytes(const std::string& bytes) { sim_.send_raw({}, Role::event, test::view(bytes)); }
   void lose_link() { sim_.close_connections(); }
   void listen(bool on) {
     sim_.change([=](Settings& settings) { settings.listening = on; });
@@ -93,10 +92,6 @@ class Cancellation : public SoakTest {
   std::function<void()> callback_ = [] {};
   std::promise<std::int32_t> left_;
 };
-
-Bytes header_of(std::uint32_t body_length) {
-  return aaa_sim::encode_words(std::vector<std::uint32_t>{0x01010101, 0, 105, body_length});
-}
 
 TEST_F(Cancellation, WhileItWaitsForAMessage) {
   const ReceiveThreadWatch watch;
@@ -109,8 +104,7 @@ TEST_F(Cancellation, WhileItWaitsForAMessage) {
 TEST_F(Cancellation, InTheMiddleOfAHeader) {
   const ReceiveThreadWatch watch;
   repeat([&] {
-    const Bytes header = header_of(0);
-    send_bytes({header.begin(), header.begin() + 9});
+    send_bytes(test::message_bytes(AAA_MSG_NOTIFY_DEL_MSG).substr(0, 9));
     ASSERT_TRUE(watch.waits_for_the_rest());
     EXPECT_EQ(0, aaa_svr_dereg());
   });
@@ -119,9 +113,7 @@ TEST_F(Cancellation, InTheMiddleOfAHeader) {
 TEST_F(Cancellation, InTheMiddleOfABody) {
   const ReceiveThreadWatch watch;
   repeat([&] {
-    Bytes message = header_of(600);
-    message.resize(16 + 99);
-    send_bytes(message);
+    send_bytes(test::message_bytes(AAA_MSG_NOTIFY_DEL_MSG, test::zeros(600)).substr(0, 16 + 99));
     ASSERT_TRUE(watch.waits_for_the_rest());
     EXPECT_EQ(0, aaa_svr_dereg());
   });

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <string>
 
 #include "aaa_client.h"
 #include "fuzz/link/scripted_aaad.h"
@@ -35,7 +35,7 @@ void forget_client(const ScriptedAaad& aaad);
 // replaces the pointer to the earlier one's copy; a result whose arena finds no memory leaves one
 // of its items, an LDAP answer whose pool finds none the pairs of its entries. Whether that
 // explains the blocks that are left after decoding whatever records stand in `bytes`.
-bool are_intended(std::uint32_t blocks_left, std::span<const std::uint8_t> bytes,
+bool are_intended(std::uint32_t blocks_left, const std::string& bytes,
                   std::uint32_t failed_allocations);
 
 }  // namespace fuzz
