@@ -12,6 +12,7 @@
 #include "soak/soak_test.h"
 #include "support/child_program.h"
 #include "support/fresh_message_sockets.h"
+#include "support/login.h"
 #include "support/signal_handler.h"
 
 namespace soak {
@@ -134,7 +135,7 @@ class Host : public SoakTest {
   void SetUp() override {
     SoakTest::SetUp();
     answer_queries(sim_);
-    sim_.add_user({.name = "alice", .password = "secret"});
+    sim_.add_user(test::alice());
     message_sockets_.emplace();
   }
   void TearDown() override {
@@ -151,16 +152,9 @@ class Host : public SoakTest {
   }
 
   static void expect_alice_is_accepted() {
-    authen_info authen = {};
-    authen.session_id = aaa_get_session_id();
-    std::snprintf(authen.chars65_a, sizeof authen.chars65_a, "alice");
-    authen.user_password = {0, 6, "secret"};
-    ASSERT_EQ(0, aaa_user_req_authen(&authen));
-    result_info* result = nullptr;
-    ASSERT_EQ(0, aaa_user_get_result(authen.session_id, 0, 10, &result));
-    EXPECT_EQ(0u, result->sub.num_a);
-    EXPECT_STREQ("alice", result->sub.chars65_a);
-    aaa_free_result_info(result);
+    const test::Verdict verdict = test::log_in("alice", "secret");
+    EXPECT_EQ(test::kAccepted, verdict.code);
+    EXPECT_EQ("alice", verdict.user);
   }
 
   void lose_and_regain_link() {

@@ -43,12 +43,6 @@ class ProgramTest : public testing::Test {
     EXPECT_EQ(program.output_line(), "");
   }
 
-  // A path of `size` bytes below the test's directory.
-  std::string directory_of_size(std::size_t size) const {
-    const std::string base = directory_.path() + "/";
-    return base + std::string(size - base.size(), 'd');
-  }
-
   test::TemporaryDirectory directory_;
   const std::string socket_ = directory_.path() + "/security/aaa/.aaa_domain_socket_fs";
 };
@@ -203,10 +197,10 @@ TEST_F(ProgramTest, DirectoryThatClientsRefuseIsRefused) {
 TEST_F(ProgramTest, DirectoryThatLeavesNoRoomForSocketNamesIsRefused) {
   for (const std::size_t size : {73, 76, 300}) {
     expect_one_error(
-        {"--directory", directory_of_size(size)},
+        {"--directory", directory_.path_of_size(size)},
         "is " + std::to_string(size) + " bytes long, socket names leave room for 69\n");
   }
-  const std::string longest = directory_of_size(72);
+  const std::string longest = directory_.path_of_size(72);
   Program program({"--directory", longest});
   EXPECT_EQ(program.output_line(),
             "aaad-sim: listening on " + longest + "/security/aaa/.aaa_domain_socket_fs\n");
@@ -214,7 +208,7 @@ TEST_F(ProgramTest, DirectoryThatLeavesNoRoomForSocketNamesIsRefused) {
 
 TEST_F(ProgramTest, RelativeDirectoryNeedsAShortCurrentDirectory) {
   const auto before = std::filesystem::current_path();
-  const auto longest = directory_of_size(127);
+  const auto longest = directory_.path_of_size(127);
   for (const std::string& current : {longest, longest + "d"}) {
     std::filesystem::create_directory(current);
     std::filesystem::current_path(current);
