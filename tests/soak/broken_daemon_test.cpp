@@ -4,7 +4,7 @@
 #include <semaphore>
 
 #include "soak/faulty_aaad.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "soak/timeouts.h"
 #include "transport/base/atomic_word.h"
 

@@ -9,7 +9,7 @@
 #include "runtime/send/send_buffer.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "soak/timeouts.h"
 #include "support/locked_state.h"
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "soak/faulty_aaad.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "support/library_counters.h"
 
 namespace soak {

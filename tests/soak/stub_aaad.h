@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "server/file_descriptor.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "soak/timeouts.h"
 #include "traffic/calls.h"
 #include "wire/message.h"

@@ -1,4 +1,4 @@
-#include "soak/stub_test.h"
+#include "soak/stub_aaad.h"
 
 #include <linux/sockios.h>
 #include <poll.h>

@@ -1,4 +1,4 @@
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 
 #include <sys/socket.h>
 
