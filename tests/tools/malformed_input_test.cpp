@@ -12,12 +12,6 @@ class MalformedInputTest : public ClientTest {
     EXPECT_EQ(next.receive(20).size(), 20u);
   }
 
-  // Sends the bytes and closes.
-  void leave_with(const std::string& bytes) {
-    client_.request.send(bytes);
-    client_.request.close();
-  }
-
   void expect_note(std::uint32_t type, const std::string& body, const std::string& error) {
     sim_.clear_messages();
     client_.request.send(message_bytes(type, body));
@@ -25,32 +19,28 @@ class MalformedInputTest : public ClientTest {
   }
 };
 
-TEST_F(MalformedInputTest, WrongMarkerClosesTheConnection) {
-  client_.request.send(hex("01010102 00000000 84000000 00000000"));
-  EXPECT_TRUE(client_.request.is_closed_by_peer());
-  EXPECT_TRUE(sim_.wait_for_note("bad marker"));
-  EXPECT_EQ(sim_.count(received(132)), 0u);
-  expect_service();
+TEST_F(MalformedInputTest, WrongMarkerOrHugeLengthClosesTheConnection) {
+  for (const auto& [bytes, note] : {std::pair{"01010102 00000000 84000000 00000000", "bad marker"},
+                                    {"01010101 00000000 84000000 ffffffff", "bad body length"}}) {
+    RawClient client = register_client();
+    client.request.send(hex(bytes));
+    EXPECT_TRUE(client.request.is_closed_by_peer()) << note;
+    EXPECT_TRUE(sim_.wait_for_note(note));
+    EXPECT_EQ(sim_.count(received(132)), 0u);
+    expect_service();
+  }
 }
 
-TEST_F(MalformedInputTest, HugeLengthClosesTheConnection) {
-  client_.request.send(hex("01010101 00000000 05000000 ffffffff"));
-  EXPECT_TRUE(client_.request.is_closed_by_peer());
-  EXPECT_TRUE(sim_.wait_for_note("bad body length"));
-  expect_service();
-}
-
-TEST_F(MalformedInputTest, TruncatedMessageIsDropped) {
-  leave_with(hex("01010101 00000000 05000000 10000000 0011"));
-  EXPECT_TRUE(sim_.wait_for_note("closed inside a message"));
-  EXPECT_EQ(sim_.count(received(5)), 0u);
-  expect_service();
-}
-
-TEST_F(MalformedInputTest, TruncatedHeaderIsDropped) {
-  leave_with(hex("010101"));
-  EXPECT_TRUE(sim_.wait_for_note("closed inside a message"));
-  expect_service();
+TEST_F(MalformedInputTest, TruncatedMessageOrHeaderIsDropped) {
+  for (const char* bytes : {"01010101 00000000 05000000 10000000 0011", "010101"}) {
+    sim_.clear_messages();
+    RawClient client = register_client();
+    client.request.send(hex(bytes));
+    client.request.close();
+    EXPECT_TRUE(sim_.wait_for_note("closed inside a message")) << bytes;
+    EXPECT_EQ(sim_.count(received(5)), 0u);
+    expect_service();
+  }
 }
 
 TEST_F(MalformedInputTest, MessageInSingleBytesIsAnswered) {

@@ -7,10 +7,12 @@
 #include <utility>
 
 #include "aaa_client.h"
+#include "support/scripted_calls.h"
 #include "traffic/touch.h"
 
 namespace fuzz {
 
+using test::fails;
 using traffic::require;
 
 namespace {
@@ -26,11 +28,6 @@ int error_of(std::uint16_t number) {
                                  ENOTSOCK, ENOTCONN, ETIMEDOUT, ENETDOWN,   EOPNOTSUPP,
                                  EFAULT,   ENOMEM,   ENOBUFS,   EIO};
   return errors[number % errors.size()];
-}
-
-int fails(int error) {
-  errno = error;
-  return -1;
 }
 
 // Takes up to `size` bytes from the front of `from`.
