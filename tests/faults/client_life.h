@@ -284,7 +284,7 @@ class ClientLife {
   }
 
   static std::string foreign_result() {
-    const CallsOf scope(Caller::test);
+    const test::UnscriptedCalls scope;
     result_info record = {};
     record.sub.session_id = foreign_session;
     return test::encoded_body(aaa_encap_result_info, record);

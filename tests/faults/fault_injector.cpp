@@ -24,8 +24,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-thread_local Caller caller_here = Caller::library;
-
 constexpr milliseconds patience_afterwards{40};
 constexpr milliseconds patience_after_one_fault{40};
 constexpr milliseconds patience_when_nothing_works{10};
@@ -60,11 +58,6 @@ const char* thread_here() {
 }
 
 }  // namespace
-
-CallsOf::CallsOf(Caller caller) : before_(std::exchange(caller_here, caller)) {}
-CallsOf::~CallsOf() {
-  caller_here = before_;
-}
 
 FaultInjector::FaultInjector(const Fault& fault) : fault_(fault), calls_(scripts()) {
   clock_.shorten_sleeps();
@@ -107,7 +100,7 @@ test::Scripts FaultInjector::scripts() {
 }
 
 bool FaultInjector::strikes(std::string_view call) {
-  if (caller_here == Caller::test || call != fault_.call || lifted_) return false;
+  if (call != fault_.call || lifted_) return false;
   const unsigned number = ++count_;
   if (fault_.once ? number != fault_.number : number < fault_.number) return false;
   if (number == fault_.number) note_place();
@@ -136,16 +129,14 @@ std::optional<int> FaultInjector::file_call(std::string_view call) {
 }
 
 std::optional<ssize_t> FaultInjector::send(int fd, const void* data, std::size_t size, int flags) {
-  if (caller_here == Caller::test) return std::nullopt;
   if (fault_.error == short_count && is_datagram_socket(fd)) return std::nullopt;
   if (!strikes("send")) return std::nullopt;
   if (fault_.error != short_count) return test::fails(fault_.error);
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   return ::send(fd, data, (size + 1) / 2, flags);
 }
 
 std::optional<ssize_t> FaultInjector::recv(int fd, void* data, std::size_t size, int flags) {
-  if (caller_here == Caller::test) return std::nullopt;
   const bool is_certain = !is_drain(size) && (flags & MSG_DONTWAIT) == 0;
   const bool is_exempt = is_datagram_socket(fd) && !can_happen_to_datagrams(fault_);
   if (is_exempt || !strikes("recv")) return patient_recv(fd, data, size, flags, is_certain);
@@ -157,7 +148,7 @@ std::optional<ssize_t> FaultInjector::recv(int fd, void* data, std::size_t size,
 // the rest the library's time goes on.
 ssize_t FaultInjector::patient_recv(int fd, void* data, std::size_t size, int flags,
                                     bool is_certain) {
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
   ssize_t result = 0;
   do {
@@ -180,14 +171,12 @@ void FaultInjector::note_datagram(const void* data, ssize_t size) {
 }
 
 std::optional<int> FaultInjector::setsockopt(int fd, int level, int option) {
-  if (caller_here == Caller::test) return std::nullopt;
   if (strikes("setsockopt")) return test::fails(fault_.error);
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   return ::setsockopt(fd, level, option, &socket_timeout, sizeof socket_timeout);
 }
 
 std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
-  if (caller_here == Caller::test) return std::nullopt;
   has_just_polled = true;
   const bool waits_for_result = fd == aaa::load(lib_msg_server_fd);
   if (waits_for_result) decodes_foreign_result_ = false;
@@ -196,7 +185,7 @@ std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
     return test::fails(fault_.error);
   }
   if (!waits_for_result) return std::nullopt;
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   const auto start = steady_clock::now();
   pollfd watched = {.fd = fd, .events = POLLIN, .revents = 0};
   int ready = 0;
@@ -208,7 +197,6 @@ std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
 }
 
 std::optional<int> FaultInjector::select(timeval& timeout) {
-  if (caller_here == Caller::test) return std::nullopt;
   timeout = flush_period;
   if (!strikes("select")) return std::nullopt;
   if (!fault_.once) test::pause_in_script();

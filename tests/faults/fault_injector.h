@@ -13,21 +13,6 @@
 
 namespace faults {
 
-// Whose calls those of a thread are: only the library's fail. Its own threads make the library's.
-enum class Caller { library, test };
-
-// What holds on this thread while it lives.
-class CallsOf {
- public:
-  explicit CallsOf(Caller caller);
-  ~CallsOf();
-  CallsOf(const CallsOf&) = delete;
-  CallsOf& operator=(const CallsOf&) = delete;
-
- private:
-  Caller before_;
-};
-
 class FaultInjector {
  public:
   // One at a time, and made while no thread of the library runs.

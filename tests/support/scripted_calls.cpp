@@ -12,6 +12,7 @@
 #include <cstdarg>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
@@ -41,10 +42,13 @@ void replace(Scripts scripts) {
   scripts_in_force().swap(next);
 }
 
+thread_local bool unscripted = false;
+
 // The script's answer, if there is a script and it has one.
 template <class Result, class... Parameters, class... Arguments>
 std::optional<Result> ask(std::function<std::optional<Result>(Parameters...)> Scripts::*script,
                           Arguments... arguments) {
+  if (unscripted) return std::nullopt;
   const auto scripts = current();
   const auto& function = (*scripts).*script;
   return function ? function(arguments...) : std::nullopt;
@@ -86,6 +90,11 @@ ScriptedCalls::ScriptedCalls(Scripts scripts) {
 }
 ScriptedCalls::~ScriptedCalls() {
   replace({});
+}
+
+UnscriptedCalls::UnscriptedCalls() : before_(std::exchange(unscripted, true)) {}
+UnscriptedCalls::~UnscriptedCalls() {
+  unscripted = before_;
 }
 
 MovedClock::~MovedClock() {

@@ -62,6 +62,18 @@ class ScriptedCalls {
   ScriptedCalls& operator=(const ScriptedCalls&) = delete;
 };
 
+// While it lives, this thread's calls go through: the test's own, and those that a script makes.
+class UnscriptedCalls {
+ public:
+  UnscriptedCalls();
+  ~UnscriptedCalls();
+  UnscriptedCalls(const UnscriptedCalls&) = delete;
+  UnscriptedCalls& operator=(const UnscriptedCalls&) = delete;
+
+ private:
+  const bool before_;
+};
+
 // The answer of a call that fails.
 inline int fails(int error) {
   errno = error;
