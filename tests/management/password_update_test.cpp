@@ -1,6 +1,6 @@
 // Password updates: those that the client asks for, and the answers to those that aaad asks for.
 #include "runtime/receive/inbound.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/linked_test.h"
 
 namespace test {
@@ -46,7 +46,7 @@ TEST_F(PasswordUpdate, TheStatusIsTheAnswersSecondWordAsFarAsItIsThere) {
 TEST_F(PasswordUpdate, FailuresLeaveTheStatusAlone) {
   next_write_fails(EPIPE);
   EXPECT_EQ(4, update());
-  script(FailingBlock(1).scripts());
+  const FailMalloc failing(1);
   EXPECT_EQ(5, update());
   EXPECT_EQ(0xeeeeeeeeu, status_);
 }

@@ -8,7 +8,7 @@
 
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
 #include "support/lock_check.h"
@@ -50,8 +50,7 @@ class DirectExchanges : public Exchanges {};
 
 TEST_P(Exchanges, WriteTheHeaderWithTheIdAndTheBody) {
   EXPECT_EQ(GetParam().success, answered_call());
-  EXPECT_EQ(message_bytes(GetParam().type, GetParam().body, 0x01010101, GetParam().id),
-            only_write());
+  EXPECT_EQ(message_with_id(GetParam().id, GetParam().type, GetParam().body), only_write());
 }
 
 TEST_P(Exchanges, AskForTheRegistrationOrDoWithoutIt) {
@@ -114,17 +113,15 @@ TEST_P(DirectExchanges, WhatAnEarlierExchangeLeftUnreadIsNotTheAnswer) {
 }
 
 TEST_P(Exchanges, NoMemoryForTheBodySendsNothing) {
-  const FailingBlock failing(1);
-  script(failing.scripts());
+  const FailMalloc failing(1);
   EXPECT_EQ(GetParam().results.no_memory, answered_call());
   EXPECT_TRUE(failing.happened());
   EXPECT_TRUE(writes().empty());
 }
 
 TEST_P(Exchanges, NoMemoryForTheMessageOrTheAnswerIsNoAnswer) {
-  for (const int block : {2, 3}) {
-    const FailingBlock failing(block);
-    script(failing.scripts());
+  for (const std::uint32_t block : {2u, 3u}) {
+    const FailMalloc failing(block);
     const std::int64_t result = answered_call();
     EXPECT_EQ(failing.happened() ? GetParam().results.no_answer : GetParam().success, result)
         << block;

@@ -8,7 +8,7 @@
 
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
 #include "support/lock_check.h"
@@ -43,7 +43,7 @@ struct OneWayKind {
   std::string body;
   std::function<std::int64_t()> call;
   Results results;
-  int blocks;  // in all, of which the last is the message's
+  std::uint32_t blocks;  // in all, of which the last is the message's
   std::optional<Counters> counters = {};
   std::optional<Lines> lines = {};
   bool takes_the_lock = true;
@@ -72,8 +72,7 @@ class OneWayRequests : public LinkedTest, public testing::WithParamInterface<One
 TEST_P(OneWayRequests, WriteTheHeaderWithTheIdAndTheBody) {
   const LibraryCounters counters;
   EXPECT_EQ(GetParam().results.sent, call());
-  EXPECT_EQ(message_bytes(GetParam().type, GetParam().body, 0x01010101, GetParam().id),
-            only_write());
+  EXPECT_EQ(message_with_id(GetParam().id, GetParam().type, GetParam().body), only_write());
   expect_counted(counters, 1, 0);
 }
 
@@ -101,11 +100,11 @@ TEST_P(OneWayRequests, CountAFailureAndLeaveNothingWhenTheWriteFails) {
 }
 
 TEST_P(OneWayRequests, CountAFailureAndSendNothingWhenAnyBlockIsMissing) {
-  for (int block = 1; block <= GetParam().blocks; ++block) {
+  for (std::uint32_t block = 1; block <= GetParam().blocks; ++block) {
     SCOPED_TRACE("block " + std::to_string(block));
+    const FailMalloc failing(block);
     const bool is_message = block == GetParam().blocks;
     const std::int64_t no_memory = GetParam().results.no_memory;
-    script(FailingBlock(block).scripts());
     const LibraryCounters counters;
     const OpenLog log;
     EXPECT_EQ(is_message ? no_memory : GetParam().no_body.value_or(no_memory), call());
@@ -118,9 +117,8 @@ TEST_P(OneWayRequests, CountAFailureAndSendNothingWhenAnyBlockIsMissing) {
     }
   }
   const LibraryCounters counters;
-  script({});
   EXPECT_EQ(GetParam().results.sent, call());
-  EXPECT_EQ(GetParam().blocks, static_cast<int>(counters.blocks_allocated()));
+  EXPECT_EQ(GetParam().blocks, counters.blocks_allocated());
   EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed());
 }
 
@@ -165,7 +163,7 @@ TEST_P(OneWayRequests, LogNothingWhileTheGateIsClosed) {
   call();
   next_write_fails(EPIPE);
   call();
-  script(FailingBlock(1).scripts());
+  const FailMalloc failing(1);
   call();
   test::set_reg_state(AAA_REG_LOST);
   call();
@@ -178,8 +176,7 @@ TEST_P(OneWayRequests, AreQueuedWhileTheFlushThreadRuns) {
   EXPECT_EQ(GetParam().results.sent, call());
   EXPECT_TRUE(writes().empty());
   EXPECT_EQ(1u, g_send_buf_msg_cnt);
-  EXPECT_EQ(GetParam().type, word_at(queue.held(), 8));
-  EXPECT_EQ(GetParam().body, queue.held().substr(16));
+  EXPECT_EQ(message_with_id(GetParam().id, GetParam().type, GetParam().body), queue.held());
   expect_counted(counters, 1, 0);
 }
 

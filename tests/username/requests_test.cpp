@@ -1,7 +1,7 @@
 // Single requests to aaad's local user database: what they send and what they make of the answer.
 #include <functional>
 
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
 #include "support/own_stack.h"
@@ -154,11 +154,11 @@ TEST_F(LocalRequests, AGrantReturnsTheNegatedFirstByteWhateverTheType) {
 }
 
 TEST_F(LocalRequests, WithoutMemoryForTheBodyALineIsLogged) {
-  script(FailingBlock(1).scripts());
+  const FailMalloc failing_first(1);
   const OpenLog grant_log;
   EXPECT_EQ(-1, username_lib_fs_grant_req("a", "b", 1));
   grant_log.expect_only("username_lib_fs_grant_req", "Get new memory for sndbuf faild.\r\n");
-  script(FailingBlock(1).scripts());
+  const FailMalloc failing_again(1);
   const OpenLog security_log;
   EXPECT_EQ(-3, username_lib_query_pwd_secu("a", "b"));
   security_log.expect_only("username_lib_query_pwd_secu", "out of memory\r\n");

@@ -1,6 +1,6 @@
 // Authentication and authorization of local users: what they make of the answer.
 #include "support/encoded_body.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/open_log.h"
 #include "support/result.h"
 #include "username_lib.h"
@@ -103,10 +103,9 @@ TEST_P(ResultRequests, AnAnswerThatIsNoResultGivesMinus1AndALine) {
 }
 
 TEST_P(ResultRequests, GiveMinus1WhenAnyBlockIsMissing) {
-  int block = 1;
+  std::uint32_t block = 1;
   for (bool failed = true; failed; ++block) {
-    const FailingBlock failing(block);
-    script(failing.scripts());
+    const FailMalloc failing(block);
     const std::int32_t result = call_answered(encoded({}));
     failed = failing.happened();
     EXPECT_EQ(failed ? -1 : 0, result) << "block " << block;
@@ -115,7 +114,7 @@ TEST_P(ResultRequests, GiveMinus1WhenAnyBlockIsMissing) {
     ASSERT_TRUE(link_.open());
     aaa::store(g_aaa_client_cb.sync_fd, link_.own());
   }
-  EXPECT_LE(5, block);
+  EXPECT_LE(5u, block);
 }
 
 TEST_P(ResultRequests, LogOnlyTheSendWhenAllIsWell) {

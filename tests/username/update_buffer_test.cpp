@@ -1,5 +1,5 @@
 // The buffer that a local user is written into: its size, and what does not fit.
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "username/user_records.h"
 
 namespace test {
@@ -36,7 +36,7 @@ TEST_F(UpdateBuffer, WithoutMemoryGivesMinus3AndALineWithSizeAndName) {
   set_name("alice");
   record_.password_count = 2;
   record_.block_count = 1;
-  script(FailingBlock(1).scripts());
+  const FailMalloc failing(1);
   const OpenLog log;
   EXPECT_EQ(-3, update());
   log.expect_only("username_lib_update_user",
@@ -60,7 +60,7 @@ TEST_F(UpdateBuffer, CountsBeyondAllMemoryCountAsNoMemory) {
 TEST_F(UpdateBuffer, ANameWithoutNulEndsInTheLineWithItsField) {
   std::memset(record_.user_name, 'n', 65);
   std::memset(&record_.value_2, 'x', 4);
-  script(FailingBlock(1).scripts());
+  const FailMalloc failing(1);
   const OpenLog log;
   EXPECT_EQ(-3, update());
   ASSERT_EQ(1u, log.lines().size());
