@@ -1,17 +1,21 @@
 // The module in its host: whose registration, which directory, whose daemon, which threads.
-#include <sys/stat.h>
+#include <signal.h>
+#include <sys/wait.h>
 
-#include <chrono>
 #include <filesystem>
 #include <thread>
 
 #include "pam/pam_fixture.h"
 #include "support/eventually.h"
 
+// The child starts threads, although its parent had some.
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+  return "die_after_fork=0";
+}
+
 namespace pam_test {
 namespace {
-
-using std::chrono::steady_clock;
 
 std::size_t threads_of_process() {
   std::size_t count = 0;
@@ -31,6 +35,20 @@ TEST_F(RegistrationTest, LeavesNoThreadBehind) {
   EXPECT_EQ(threads_of_process(), before);
   EXPECT_EQ(aaa_is_in_use(), 0);
   EXPECT_TRUE(sim_.wait_for_connections(0));
+}
+
+// As sshd does: it asks for a password itself, and for answers to questions in a child.
+TEST_F(RegistrationTest, CanBeUsedInAChildOfAProcessThatHasUsedIt) {
+  EXPECT_EQ(log_in("alice", {"wrong"}), PAM_AUTH_ERR);
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(log_in_alice());
+  int status = -1;
+  const bool ends = test::eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; });
+  if (!ends) ::kill(child, SIGKILL);
+  ASSERT_TRUE(ends) << "the child does not end";
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), PAM_SUCCESS);
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
 }
 
 TEST_F(RegistrationTest, GivesBackTheSettingsOfTheLibrary) {
