@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 
 #include "real/freeradius.h"
-#include "real/namespace.h"
 #include "real/radius_sim.h"
 #include "real/skip.h"
 #include "real/supplicant.h"
+#include "real/veth_pair.h"
 
 namespace {
 
@@ -33,25 +33,17 @@ class Dot1xTest : public testing::Test {
  protected:
   void SetUp() override {
     AAA_SKIP_FOR(FreeRadius::missing());
-    AAA_SKIP_FOR(real_test::missing_program({"wpa_supplicant", "ip"}));
-    AAA_SKIP_FOR(real_test::missing_namespace());
-    const int links = ip({"link", "add", "port", "type", "veth", "peer", "name", "host"});
-    if (links != 0) GTEST_SKIP() << "skipped: the kernel has no virtual Ethernet interfaces";
-    ASSERT_EQ(ip({"link", "set", "port", "up"}), 0);
-    ASSERT_EQ(ip({"link", "set", "host", "up"}), 0);
+    AAA_SKIP_FOR(real_test::missing_program({"wpa_supplicant"}));
+    AAA_SKIP_FOR(real_test::VethPair::missing());
+    wire_ = std::make_unique<real_test::VethPair>();
+    AAA_SKIP_FOR(wire_->is_up() ? "" : "the kernel has no virtual Ethernet interfaces");
     server_ = std::make_unique<FreeRadius>();
     dynamic_port_ = real_test::free_ports(1).front();
     sim_ = std::make_unique<RadiusSim>(real_test::RadiusFile{
         .servers = {server_of(*server_)}, .dynamic_authorization_port = dynamic_port_});
   }
   void TearDown() override {
-    ip({"link", "delete", "port"});
     if (HasFailure() && sim_) std::cerr << dot1x_->output() << sim_->log() << server_->log();
-  }
-
-  int ip(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "ip");
-    return Process(arguments, directory_.path() + "/ip.log").exit_status();
   }
 
   // Starts the supplicant, and beside it the authenticator, which then finds it waiting.
@@ -83,6 +75,7 @@ class Dot1xTest : public testing::Test {
   }
 
   test::TemporaryDirectory directory_;
+  std::unique_ptr<real_test::VethPair> wire_;
   std::string dynamic_port_;
   std::unique_ptr<FreeRadius> server_;
   std::unique_ptr<RadiusSim> sim_;

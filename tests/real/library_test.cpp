@@ -11,7 +11,23 @@
 
 namespace {
 
-using namespace real_test;
+using real_test::Answer;
+using real_test::Client;
+using real_test::FreeRadius;
+using real_test::item_of;
+using real_test::kAccepted;
+using real_test::kChallenge;
+using real_test::kNoAnswer;
+using real_test::kNoServer;
+using real_test::kRejected;
+using real_test::new_login;
+using real_test::new_report;
+using real_test::Process;
+using real_test::RadiusFile;
+using real_test::RadiusServer;
+using real_test::RadiusSim;
+using real_test::Record;
+using real_test::SilentPort;
 using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
@@ -149,16 +165,14 @@ TEST_F(LibraryTest, SilentServerIsReported) {
 
 TEST_F(LibraryTest, SecondServerAnswersForASilentOne) {
   const SilentPort silent;
-  start({.servers = {{silent.text(), silent.text()}, server_of(*server_)},
-         .timeout_ms = 100,
-         .tries = 2});
+  start({.servers = {{silent.text(), silent.text()}, server_of(*server_)}, .tries = 2});
   EXPECT_EQ(ask("alice", "secret").code, kAccepted);
   EXPECT_EQ(ask("alice", "wrong").code, kRejected);
 }
 
 TEST_F(LibraryTest, RestartedServerIsUsedAgain) {
   FreeRadius server;
-  start({.servers = {server_of(server)}, .timeout_ms = 100, .tries = 2});
+  start({.servers = {server_of(server)}, .tries = 2});
   EXPECT_EQ(ask("alice", "secret").code, kAccepted);
   server.stop();
   EXPECT_EQ(ask("alice", "secret").code, kNoServer);
@@ -262,9 +276,9 @@ class ProxyTest : public LibraryTest {
   void SetUp() override {
     LibraryTest::SetUp();
     if (IsSkipped()) return;
-    AAA_SKIP_FOR(missing_program({"radsecproxy"}));
+    AAA_SKIP_FOR(real_test::missing_program({"radsecproxy"}));
     far_server_ = std::make_unique<FreeRadius>(FreeRadius::Listeners::kUdpAndTls);
-    const std::string port = free_ports(1).front();
+    const std::string port = real_test::free_ports(1).front();
     write_configuration(port);
     proxy_ = std::make_unique<Process>(
         std::vector<std::string>{"radsecproxy", "-f", "-d", "4", "-c", file("proxy.conf")},
