@@ -10,7 +10,13 @@
  * value: 2, when the connection was lost before the result arrived. The others are those of
  * aaad-sim: replace them by those of your aaad.
  */
-enum { RESULT_ACCEPT = 0, RESULT_REJECT = 1, RESULT_LINK_LOST = 2, RESULT_CHALLENGE = 3 };
+enum {
+  RESULT_ACCEPT = 0,
+  RESULT_REJECT = 1,
+  RESULT_LINK_LOST = 2,
+  RESULT_CHALLENGE = 3,
+  RESULT_UNAVAILABLE = 4 /* no server answered */
+};
 
 /*
  * Check this before sub.num_a. A body that cannot be parsed decodes to a record of zeros, and 0 can

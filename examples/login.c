@@ -33,6 +33,9 @@ static int print_outcome(const result_info* result) {
     case RESULT_LINK_LOST:
       puts("the link to aaad was lost");
       return NO_DECISION;
+    case RESULT_UNAVAILABLE:
+      puts("no server answered");
+      return NO_DECISION;
     default:
       printf("unknown result %u\n", (unsigned)result->sub.num_a);
       return NO_DECISION;

@@ -58,6 +58,11 @@ TEST_F(ExamplesTest, RecordOfZerosIsNoAcceptance) {
   EXPECT_EQ(accounting.output, "");
 }
 
+TEST_F(ExamplesTest, SilenceOfTheServersIsNoRejection) {
+  sim_.set_answer(5, result_with(4, 1));
+  expect(run("login", {"alice", "secret"}), 2, "no server answered\n");
+}
+
 // As the library writes it for a session that waits when the link is lost.
 TEST_F(ExamplesTest, LostLinkIsNoRejection) {
   sim_.set_answer(5, result_with(2, 1));
