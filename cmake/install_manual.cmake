@@ -1,0 +1,26 @@
+# The manual pages. A page of section 3 has several names, and man looks for a file of each: the
+# further ones are files that refer to the page.
+set(AAA_MANUAL_DIR ${PROJECT_SOURCE_DIR}/docs/man)
+set(AAA_MANUAL_ALIASES ${PROJECT_BINARY_DIR}/man/man3)
+
+file(GLOB pages CONFIGURE_DEPENDS ${AAA_MANUAL_DIR}/*.3)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${pages})
+file(REMOVE_RECURSE ${AAA_MANUAL_ALIASES})
+foreach(page IN LISTS pages)
+  cmake_path(GET page FILENAME file)
+  file(STRINGS ${page} names REGEX "^\\.Nm [a-z_0-9]+( ,)?$")
+  foreach(name IN LISTS names)
+    string(REGEX REPLACE "^\\.Nm ([a-z_0-9]+).*" "\\1.3" name ${name})
+    if(NOT name STREQUAL file)
+      file(WRITE ${AAA_MANUAL_ALIASES}/${name} ".so man3/${file}\n")
+    endif()
+  endforeach()
+endforeach()
+
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+install(DIRECTORY ${AAA_MANUAL_ALIASES}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+install(FILES ${AAA_MANUAL_DIR}/aaa.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7)
+if(TARGET aaad_sim)
+  install(FILES ${AAA_MANUAL_DIR}/aaad-sim.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${AAA_MANUAL_DIR}/aaad-sim.toml.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+endif()
