@@ -269,6 +269,16 @@ TEST_F(RequestTest, RefusalIsOnlyAHint) {
   EXPECT_EQ(result().code, 0u);
 }
 
+// The error that an ICMP message left at the socket does not cost the next datagram.
+TEST(EndpointTest, RefusalDoesNotTakeTheNextDatagramAlong) {
+  const std::uint16_t port = free_port();
+  aaa_sim::radius::Endpoint endpoint("127.0.0.1", port, kSecret);
+  endpoint.send(Bytes(20));
+  ScriptedServer late(port);
+  endpoint.send(Bytes(21));
+  EXPECT_EQ(late.receive().bytes.size(), 21u);
+}
+
 TEST_F(RequestTest, RequestsThatDoNotGoToServersAreAnsweredByTheSimulator) {
   radius_.authentication = false;
   start();

@@ -125,15 +125,18 @@ void Client::send_first(Request& request) {
   request.identifier = request.endpoint->take_identifier(request);
   request.tries_left = settings_.tries - 1;
   encode_packet(request);
-  request.endpoint->send(request.packet);
-  set_deadline(request, kernel_now() + settings_.timeout);
+  send(request);
 }
 
 // The same bytes.
 void Client::resend(Request& request) {
   --request.tries_left;
   ++counters_.resent;
-  request.endpoint->send(request.packet);
+  send(request);
+}
+
+void Client::send(Request& request) {
+  if (!request.endpoint->send(request.packet)) ++counters_.refused;
   set_deadline(request, kernel_now() + settings_.timeout);
 }
 
