@@ -122,5 +122,41 @@ TEST_F(FailoverTest, RequestsThatWaitedEndInTimeToo) {
   EXPECT_EQ(counters().unanswered, 600u);
 }
 
+// What waits for an identifier of a server that turns out to be silent goes on to the next one.
+TEST_F(FailoverTest, WaitingRequestsLeaveASilentServer) {
+  radius_.timeout = milliseconds(600);
+  start();
+  const auto started = Clock::now();
+  for (std::uint32_t id = 1; id <= 300; ++id)
+    log_in(id);
+  for (int n = 0; n < 300; ++n)
+    accept_by_second(second_.receive());
+  int accepted = 0;
+  for (int n = 0; n < 300; ++n)
+    accepted += result().code == 0 ? 1 : 0;
+  EXPECT_EQ(accepted, 300);
+  EXPECT_LT(Clock::now() - started, milliseconds(1100)) << "they asked the first one too";
+}
+
+// A request whose time ends soon after it was sent says nothing about the server.
+TEST_F(RadiusTest, RequestThatWaitedLongDoesNotMakeAServerSilent) {
+  radius_.timeout = milliseconds(1000);
+  start();
+  const auto started = Clock::now();
+  for (std::uint32_t id = 1; id <= 257; ++id)
+    log_in(id);
+  std::vector<Datagram> requests;
+  for (int n = 0; n < 256; ++n)
+    requests.push_back(server_.receive());
+  std::this_thread::sleep_until(started + milliseconds(650));
+  for (const Datagram& request : requests)
+    server_.send(reply_to(request.bytes, 2), request);
+  for (int n = 0; n < 256; ++n)
+    EXPECT_EQ(result().code, 0u);
+  server_.receive();
+  EXPECT_EQ(result().code, 4u);
+  EXPECT_THAT(lines(), Not(HasSubstr("does not answer")));
+}
+
 }  // namespace
 }  // namespace aaa_sim_test

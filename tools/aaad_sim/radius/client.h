@@ -59,6 +59,7 @@ class Client {
   void give_up_server(Request& request);
   void finish(Request& request, const Reply* reply);
   void release_identifier(Request& request);
+  void serve_waiting(Endpoint& endpoint);
 
   void set_deadline(Request& request, TimePoint at);
   void arm_timer();
