@@ -95,6 +95,13 @@ TEST(RepliesTest, ExactlyOneMessageAuthenticator) {
   }
 }
 
+// RFC 3579: a packet with EAP-Message always has one.
+TEST(RepliesTest, UnsignedEapMessageIsNeverAccepted) {
+  const Bytes reply =
+      reply_to(kRequest, 11, attribute(79, hex("0101000501")), kSecret, Signature::none);
+  EXPECT_EQ(defect_of(reply, exchange(false)), Defect::no_message_authenticator);
+}
+
 TEST(RepliesTest, AccountingResponseMayBeSigned) {
   const Exchange accounting = exchange(false, Code::accounting_request);
   for (const Signature signature : {Signature::valid, Signature::none})
