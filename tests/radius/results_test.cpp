@@ -124,6 +124,13 @@ TEST(ResultsTest, Keys) {
   EXPECT_EQ(text_in(result->item_311), "defghijklmnopqrs");
 }
 
+TEST(ResultsTest, KeysInOneAttribute) {
+  const Decoded result = result_with(attribute(
+      26, kMicrosoft + attribute(1, "x") + attribute(16, kSendKey) + attribute(17, kReceiveKey)));
+  EXPECT_EQ(text_in(result->item_309), first_numbers());
+  EXPECT_EQ(text_in(result->item_311), "defghijklmnopqrs");
+}
+
 TEST(ResultsTest, OtherVendorsAndMalformedKeysAreIgnored) {
   const Bytes malformed[] = {
       {},

@@ -122,14 +122,29 @@ constexpr std::uint32_t key_vendor = 311;
 constexpr std::uint8_t send_key = 16;
 constexpr std::uint8_t receive_key = 17;
 
+// The values of one type in a Vendor-Specific attribute of that vendor. It may hold several types.
+std::vector<View> key_values(View attribute, std::uint8_t kind) {
+  constexpr std::size_t vendor_size = 4;
+  constexpr std::size_t header_size = 2;  // type, length
+  std::vector<View> values;
+  if (attribute.size() < vendor_size || number_in(attribute.first(vendor_size)) != key_vendor)
+    return values;
+  for (View rest = attribute.subspan(vendor_size); rest.size() >= header_size;) {
+    const std::size_t size = rest[1];
+    if (size < header_size || size > rest.size()) break;
+    if (rest[0] == kind) values.push_back(rest.subspan(header_size, size - header_size));
+    rest = rest.subspan(size);
+  }
+  return values;
+}
+
 // Empty when there is none.
 Bytes key_in(const Reply& reply, std::uint8_t kind) {
-  constexpr std::size_t header = 6;  // vendor, type, length
-  for (const View value : reply.packet.find_all(Type::vendor_specific)) {
-    if (value.size() < header || number_in(value.first(4)) != key_vendor || value[4] != kind)
-      continue;
-    const auto key = reveal_key(value.subspan(header), reply.request_authenticator, reply.secret);
-    if (key) return *key;
+  for (const View attribute : reply.packet.find_all(Type::vendor_specific)) {
+    for (const View value : key_values(attribute, kind)) {
+      const auto key = reveal_key(value, reply.request_authenticator, reply.secret);
+      if (key) return *key;
+    }
   }
   return {};
 }
