@@ -96,6 +96,14 @@ TEST_F(DynamicAuthorizationTest, AllSessionsOfAUserAreMeant) {
   EXPECT_TRUE(client_->event.stays_silent());
 }
 
+TEST_F(DynamicAuthorizationTest, NameOfTheAcceptIsTheUsers) {
+  log_in(7);
+  const Datagram request = server_.receive();
+  server_.send(reply_to(request.bytes, 2, attribute(1, "captain")), request);
+  EXPECT_EQ(result().code, 0u);
+  EXPECT_EQ(code_of(40, kSession + attribute(1, "captain")), 41);
+}
+
 TEST_F(DynamicAuthorizationTest, RequestIsRefusedWhenTheClientHasGone) {
   establish(7);
   client_->event.close();

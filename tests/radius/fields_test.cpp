@@ -175,6 +175,14 @@ TEST(AccountingFieldsTest, OtherKindsAreRefused) {
   EXPECT_THROW(bytes_of(acct_record(4)), BadRecord);
 }
 
+TEST(SessionTextTest, ShorterTextReplacesALongerOne) {
+  char name[6];
+  set_text(name, "captain");
+  EXPECT_EQ(std::string(name, sizeof name), std::string("capta\0", 6));
+  set_text(name, "me");
+  EXPECT_EQ(std::string(name, sizeof name), std::string("me\0\0\0\0", 6));
+}
+
 TEST(SessionTextTest, EightDigits) {
   EXPECT_EQ(aaa_sim::radius::session_text(0xfedcba98), "fedcba98");
   EXPECT_EQ(aaa_sim::radius::session_text(0), "00000000");

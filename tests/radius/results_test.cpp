@@ -61,6 +61,12 @@ TEST(ResultsTest, EmptyReply) {
     EXPECT_EQ(item.len, 0);
 }
 
+TEST(ResultsTest, UserName) {
+  EXPECT_EQ(text_of(result_with(hex("0105 6d6521"))->sub.chars65_a), "me!");
+  EXPECT_EQ(text_of(result_with(attribute(1, std::string(253, 'n')))->sub.chars65_a),
+            std::string(64, 'n'));
+}
+
 TEST(ResultsTest, Numbers) {
   const Decoded result = result_with(hex("1b06 00000e10 1c06 00000100 5506 0000003c"));
   EXPECT_EQ(result->sub.num_b, 3600u);

@@ -40,6 +40,14 @@ TEST_F(SessionsTest, RejectedAndChallengedSessionsAreNot) {
   EXPECT_EQ(verdict(8), 1u);
 }
 
+TEST_F(SessionsTest, RejectedReauthenticationEndsTheAuthorization) {
+  establish(7);
+  answer(7, 11);
+  EXPECT_EQ(verdict(7), 0u);
+  answer(7, 3);
+  EXPECT_EQ(verdict(7), 1u);
+}
+
 TEST_F(SessionsTest, SessionEndsWithItsAccounting) {
   establish(7);
   for (const std::uint32_t kind : {1u, 3u, 2u}) {
@@ -56,6 +64,12 @@ TEST_F(SessionsTest, DeletedUsersSessionEnds) {
   establish(7);
   client_->request.send(framed(8, hex("07000000 00000000"), 7));
   EXPECT_EQ(verdict(7), 1u);
+}
+
+TEST_F(SessionsTest, NameOfTheAcceptIsTheUsers) {
+  answer(7, 2, attribute(1, "captain"));
+  authorize(7);
+  EXPECT_EQ(result().user, "captain");
 }
 
 TEST(SessionListTest, OldestAreForgotten) {

@@ -168,8 +168,6 @@ void set_tunnel(result_info_sub& result, const Packet& packet) {
 
 Bytes encode_with_reply(result_info& result, const Reply& reply) {
   const Packet& packet = reply.packet;
-  if (const auto name = packet.find(Type::user_name))
-    set_text(result.sub.chars65_a, text_of(*name));
   for (const auto& [type, member] : result_numbers)
     if (const auto value = packet.find(type)) result.sub.*member = number_in(*value);
   for (const auto& [type, member] : result_items)
@@ -212,11 +210,16 @@ Attributes attributes_of(const acct_info& request, const std::string& nas_identi
   return attributes;
 }
 
+std::string_view user_of(const Reply* reply, std::string_view requested) {
+  const auto name = reply != nullptr ? reply->packet.find(Type::user_name) : std::nullopt;
+  return name ? text_of(*name) : requested;
+}
+
 Bytes result_of(const Reply* reply, std::uint32_t session_id, std::string_view user) {
   result_info result{};
   result.sub.num_a = static_cast<std::uint32_t>(code_of(reply));
   result.sub.session_id = session_id;
-  set_text(result.sub.chars65_a, user);
+  set_text(result.sub.chars65_a, user_of(reply, user));
   return reply != nullptr ? encode_with_reply(result, *reply) : encode(result);
 }
 

@@ -20,6 +20,9 @@ Attributes attributes_of(const authen_info& request, const std::string& nas_iden
 Attributes attributes_of(const acct_info& request, const std::string& nas_identifier);
 
 // The body of the result that a reply stands for; null: no server has answered. `user` is the name
+// The name that the server has given the user, else the one in the request.
+std::string_view user_of(const Reply* reply, std::string_view requested);
+
 // in the request.
 Bytes result_of(const Reply* reply, std::uint32_t session_id, std::string_view user);
 
