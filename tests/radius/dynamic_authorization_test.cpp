@@ -135,6 +135,23 @@ TEST_F(DynamicAuthorizationTest, RepeatedRequestGetsTheSameAnswerAndOneNotice) {
   expect_notice(7);
 }
 
+// A server has 256 identifiers only: an equal request is a new one some day.
+TEST_F(DynamicAuthorizationTest, EqualRequestIsANewOneLater) {
+  sim_->stop();
+  sim_->change([](Settings& settings) {
+    settings.radius.dynamic_authorization.repetition = milliseconds(1);
+  });
+  sim_->start();
+  client_.emplace(sim_->socket_path());
+  establish(7);
+  const Bytes request = dynamic_request(40, 1, kSession);
+  ask(request);
+  expect_notice(7);
+  std::this_thread::sleep_for(milliseconds(2));
+  ask(request);
+  expect_notice(7);
+}
+
 TEST_F(DynamicAuthorizationTest, SameRequestOfAnotherSourceIsANewOne) {
   establish(7);
   const Bytes request = dynamic_request(40, 1, kSession);

@@ -93,22 +93,33 @@ void DynamicAuthorization::receive() {
 // A request that is repeated, because its answer was lost, gets the same answer and changes
 // nothing.
 void DynamicAuthorization::handle_datagram(const Source& source, View datagram) {
-  auto known = std::ranges::find_if(answers_, [&](const Answer& answer) {
-    return answer.source == source && std::ranges::equal(answer.request, datagram);
+  auto known = std::ranges::find_if(answers_, [&, now = kernel_now()](const Answer& answer) {
+    return answer.valid_until > now && answer.source == source &&
+           std::ranges::equal(answer.request, datagram);
   });
   if (known == answers_.end()) {
     Packet request;
     if (decode_dynamic_request(datagram, settings_.dynamic_authorization.secret, request) !=
         Defect::none)
       return;
-    answers_.push_front({source, Bytes(datagram.begin(), datagram.end()), answer(request)});
-    if (answers_.size() > remembered_answers) answers_.pop_back();
+    try {
+      remember({source, Bytes(datagram.begin(), datagram.end()), answer(request),
+                kernel_now() + settings_.dynamic_authorization.repetition});
+    } catch (const TooLong&) {
+      return;  // what proxies have added does not fit the answer
+    }
     known = answers_.begin();
   }
   ::sendto(socket_.get(), known->response.data(), known->response.size(), MSG_NOSIGNAL,
            reinterpret_cast<const sockaddr*>(&source.address), source.size);
 }
 
+void DynamicAuthorization::remember(Answer answer) {
+  answers_.push_front(std::move(answer));
+  if (answers_.size() > remembered_answers) answers_.pop_back();
+}
+
+// Throws TooLong, before anybody is told.
 Bytes DynamicAuthorization::answer(const Packet& request) const {
   const std::uint32_t error = error_of(request);
   Attributes attributes;

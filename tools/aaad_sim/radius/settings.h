@@ -20,6 +20,7 @@ struct DynamicAuthorizationSettings {
   std::string address = "127.0.0.1";
   std::uint16_t port = 0;  // 0: nowhere
   std::string secret = {};
+  std::chrono::milliseconds repetition{30000};  // in which an equal request is a repeated one
 };
 
 struct Settings {
