@@ -175,5 +175,20 @@ TEST_F(DynamicAuthorizationTest, SignedRequestGetsASignedAnswer) {
   EXPECT_EQ(signature, hmac(answer, kSecret));
 }
 
+// RFC 5176, 3.1: proxies find their way back by them.
+TEST_F(DynamicAuthorizationTest, ProxyStatesAreReturnedInTheirOrder) {
+  const Bytes proxies = attribute(33, "first") + attribute(33, "second");
+  const Bytes answer = ask(dynamic_request(40, 1, kSession + proxies));
+  EXPECT_EQ(part(answer, 20, answer.size() - 20), proxies + hex("6506 000001f7"));
+}
+
+TEST_F(DynamicAuthorizationTest, AnswerThatDoesNotFitAPacketIsNotSent) {
+  Bytes proxies;
+  for (int n = 0; n < 15; ++n)
+    proxies = proxies + attribute(33, Bytes(253));
+  asker_.send(dynamic_request(40, 1, kSession + proxies + attribute(33, Bytes(229))), port_);
+  EXPECT_EQ(error_of(kSession), hex("000001f7"));
+}
+
 }  // namespace
 }  // namespace aaa_sim_test

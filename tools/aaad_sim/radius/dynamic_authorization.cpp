@@ -122,6 +122,9 @@ void DynamicAuthorization::remember(Answer answer) {
 // Throws TooLong, before anybody is told.
 Bytes DynamicAuthorization::answer(const Packet& request) const {
   const std::uint32_t error = error_of(request);
+  for (const View state : request.find_all(Type::proxy_state))
+    attributes.add(Type::proxy_state, state);
+  const std::uint32_t error = error_of(request);
   Attributes attributes;
   if (error != no_error) attributes.add(Type::error_cause, error);
   return encode_response(code_of_answer(request, error == no_error), request, attributes,

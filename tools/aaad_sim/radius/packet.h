@@ -45,6 +45,7 @@ enum class Type : std::uint8_t {
   called_station_id = 30,
   calling_station_id = 31,
   nas_identifier = 32,
+  proxy_state = 33,
   acct_status_type = 40,
   acct_delay_time = 41,
   acct_input_octets = 42,
