@@ -76,6 +76,13 @@ TEST_F(DynamicAuthorizationTest, UnknownSessionIsRefused) {
   EXPECT_EQ(code_of(43, attribute(1, "outis")), 45);
 }
 
+// Session 0 is no session of a client, and what cannot be read is none either.
+TEST_F(DynamicAuthorizationTest, UnreadableSessionIsUnknown) {
+  establish(0);
+  for (const char* session : {"", "7", "0000000x", "000000007", "-0000007"})
+    EXPECT_EQ(error_of(attribute(44, session)), hex("000001f7")) << session;
+}
+
 TEST_F(DynamicAuthorizationTest, OtherNasIsRefused) {
   establish(7);
   EXPECT_EQ(error_of(kSession + attribute(32, "switch-2")), hex("00000193"));
@@ -110,6 +117,17 @@ TEST_F(DynamicAuthorizationTest, RequestIsRefusedWhenTheClientHasGone) {
   client_->request.close();
   ASSERT_TRUE(sim_->wait_for_connections(0));
   EXPECT_EQ(error_of(kSession), hex("000001f7"));
+}
+
+// The request arrives before the simulator has seen that the client's connections are closed.
+TEST_F(DynamicAuthorizationTest, NoticeThatCannotBeWrittenIsNotAcknowledged) {
+  establish(7);
+  sim_->change([this](Settings&) {
+    asker_.send(dynamic_request(40, 1, kSession), port_);
+    client_->event.close();
+    client_->request.close();
+  });
+  EXPECT_EQ(asker_.receive().bytes[0], 42);
 }
 
 TEST_F(DynamicAuthorizationTest, UnauthenticRequestsAreNotAnswered) {

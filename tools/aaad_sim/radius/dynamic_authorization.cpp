@@ -121,11 +121,10 @@ void DynamicAuthorization::remember(Answer answer) {
 
 // Throws TooLong, before anybody is told.
 Bytes DynamicAuthorization::answer(const Packet& request) const {
-  const std::uint32_t error = error_of(request);
+  Attributes attributes;
   for (const View state : request.find_all(Type::proxy_state))
     attributes.add(Type::proxy_state, state);
   const std::uint32_t error = error_of(request);
-  Attributes attributes;
   if (error != no_error) attributes.add(Type::error_cause, error);
   return encode_response(code_of_answer(request, error == no_error), request, attributes,
                          settings_.dynamic_authorization.secret);
@@ -148,10 +147,10 @@ std::vector<std::uint32_t> DynamicAuthorization::sessions_of(const Packet& reque
   const auto user = request.find(Type::user_name);
   const auto text = request.find(Type::acct_session_id);
   if (!text) return sessions_.of_user(std::string(text_of(*user)));
-  const std::uint32_t id = session_id_in(*text);
-  const Session* const session = sessions_.find(id);
+  const auto id = session_id_in(*text);
+  const Session* const session = id ? sessions_.find(*id) : nullptr;
   if (session == nullptr || (user && text_of(*user) != session->user)) return {};
-  return {id};
+  return {*id};
 }
 
 bool DynamicAuthorization::tell_client(std::uint32_t session_id, const Packet& request) const {

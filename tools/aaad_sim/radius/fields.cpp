@@ -229,11 +229,12 @@ std::string session_text(std::uint32_t session_id) {
   return text;
 }
 
-std::uint32_t session_id_in(View value) {
+std::optional<std::uint32_t> session_id_in(View value) {
   const std::string_view text = text_of(value);
   std::uint32_t id = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id, 16);
-  return text.size() == 8 && error == std::errc{} && end == text.data() + 8 ? id : 0;
+  if (text.size() != 8 || error != std::errc{} || end != text.data() + 8) return std::nullopt;
+  return id;
 }
 
 // A first octet above 0x1f belongs to the text.

@@ -101,10 +101,12 @@ void Server::apply_heartbeat() {
 }
 
 std::size_t Server::send(const ClientName& client, Role role, const Frame& frame) {
-  const auto targets = registered(client, role);
-  for (const ConnectionId id : targets)
+  std::size_t count = 0;
+  for (const ConnectionId id : registered(client, role)) {
     connections_.send(id, frame);
-  return targets.size();
+    if (connections_.find(id) != nullptr) ++count;  // else its client has gone
+  }
+  return count;
 }
 
 std::size_t Server::send_raw(const ClientName& client, Role role, View bytes) {
