@@ -164,8 +164,8 @@ void put_authenticator(Bytes& packet, const Authenticator& authenticator) {
 }  // namespace
 
 Attributes::~Attributes() {
-  for (Attribute& attribute : attributes_)
-    explicit_bzero(attribute.value.data(), attribute.value.size());
+  for (auto& [type, value] : attributes_)
+    if (!value.empty()) explicit_bzero(value.data(), value.size());
 }
 
 Attributes& Attributes::add(Type type, View value) {
