@@ -105,8 +105,8 @@ std::vector<Endpoint*> Client::route(Code code) {
   for (const auto& endpoint : all)
     route.push_back(endpoint.get());
   const TimePoint now = kernel_now();
-  std::ranges::stable_partition(route,
-                                [now](const Endpoint* e) { return e->avoided_until <= now; });
+  std::stable_partition(route.begin(), route.end(),
+                        [now](const Endpoint* e) { return e->avoided_until <= now; });
   std::ranges::reverse(route);
   return route;
 }
