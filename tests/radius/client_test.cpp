@@ -203,6 +203,21 @@ TEST_F(RequestTest, ClientThatHasGoneGetsNoResult) {
   establish(8);
 }
 
+// The client has given up waiting, and may ask again for the same session.
+TEST_F(RequestTest, AnswerOfAClearedSessionIsDropped) {
+  start();
+  log_in(7);
+  const Datagram first = server_.receive();
+  client_->request.send(framed(19, hex("00000007")));
+  log_in(7);
+  const Datagram second = server_.receive();
+  server_.send(reply_to(first.bytes, 3), first);
+  server_.send(reply_to(second.bytes, 2), second);
+  EXPECT_EQ(result().code, 0u);
+  EXPECT_EQ(counters().replies, 2u);
+  EXPECT_TRUE(client_->event.stays_silent());
+}
+
 TEST_F(RequestTest, StoppingForgetsRequests) {
   start();
   log_in(7);

@@ -175,8 +175,10 @@ void Server::handle_request(ConnectionId id, const Frame& frame) {
   const Connection& asker = *connections_.find(id);
   const auto found = settings_.faults.find({asker.role(), frame.header.type});
   const Fault fault = found == settings_.faults.end() ? Fault::none : found->second;
-  const Respond respond = [this, id, request = frame.header, fault](Replies replies) {
-    finish_request(id, request, fault, std::move(replies));
+  const std::pair key(session_of(frame.header), ++last_request_);
+  unanswered_.insert(key);
+  const Respond respond = [this, id, request = frame.header, fault, key](Replies replies) {
+    if (unanswered_.erase(key) != 0) finish_request(id, request, fault, std::move(replies));
   };
   try {
     handler_({asker.client(), asker.role(), frame.header, frame.body}, respond);
@@ -186,7 +188,14 @@ void Server::handle_request(ConnectionId id, const Frame& frame) {
     respond({});
   }
   if (frame.header.type == AAA_MSG_CLEAR_USER && frame.body.size() >= sizeof(std::uint32_t))
-    delayed_.drop(BodyReader(frame.body).network_word());
+    clear_session(BodyReader(frame.body).network_word());
+}
+
+// Nobody waits for its answers any more.
+void Server::clear_session(std::uint32_t session) {
+  delayed_.drop(session);
+  if (session != 0)
+    std::erase_if(unanswered_, [=](const auto& entry) { return entry.first == session; });
 }
 
 void Server::finish_request(ConnectionId id, const aaa_ipc_header& request, Fault fault,
