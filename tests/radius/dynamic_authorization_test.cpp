@@ -89,6 +89,16 @@ TEST_F(DynamicAuthorizationTest, OtherNasIsRefused) {
   EXPECT_EQ(code_of(40, kSession + attribute(32, "aaad-sim")), 41);
 }
 
+// RFC 5176, 3.2: who cannot ask again refuses.
+TEST_F(DynamicAuthorizationTest, AuthorizeOnlyIsRefused) {
+  establish(7);
+  const Bytes answer =
+      ask(dynamic_request(43, 1, kSession + hex("0606 00000011") + attribute(24, "s")));
+  EXPECT_EQ(answer[0], 45);
+  EXPECT_EQ(value_of(answer, 101), hex("00000195"));
+  EXPECT_TRUE(client_->event.stays_silent());
+}
+
 TEST_F(DynamicAuthorizationTest, RequestWithoutASessionIsRefused) {
   EXPECT_EQ(error_of({}), hex("00000192"));
 }

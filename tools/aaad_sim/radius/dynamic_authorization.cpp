@@ -17,8 +17,13 @@ constexpr std::size_t remembered_answers = 256;
 // Values of Error-Cause.
 constexpr std::uint32_t missing_attribute = 402;
 constexpr std::uint32_t nas_identification_mismatch = 403;
+constexpr std::uint32_t unsupported_service = 405;
 constexpr std::uint32_t session_context_not_found = 503;
 constexpr std::uint32_t no_error = 0;
+
+// A Service-Type: the client is to ask for an authorization, which RADIUS servers give only with an
+// authentication here.
+constexpr std::uint32_t authorize_only = 17;
 
 constexpr std::uint32_t disconnect_kind = 1;
 constexpr std::size_t name_size = 65;
@@ -134,6 +139,7 @@ Bytes DynamicAuthorization::answer(const Packet& request) const {
 std::uint32_t DynamicAuthorization::error_of(const Packet& request) const {
   const auto nas = request.find(Type::nas_identifier);
   if (nas && text_of(*nas) != settings_.nas_identifier) return nas_identification_mismatch;
+  if (number_of(request, Type::service_type) == authorize_only) return unsupported_service;
   if (!request.find(Type::acct_session_id) && !request.find(Type::user_name))
     return missing_attribute;
   bool told = false;
