@@ -260,7 +260,7 @@ TEST_F(RequestTest, EmptyPasswordIsSixteenBytes) {
 }
 
 TEST_F(RequestTest, Ipv6) {
-  ScriptedServer server(0, AF_INET6);
+  ScriptedServer server(0, "::1");
   radius_.servers = {{"::1", server.port(), server.port(), kSecret}};
   start();
   log_in(7);
@@ -270,7 +270,7 @@ TEST_F(RequestTest, Ipv6) {
 
 TEST_F(RequestTest, RefusalIsOnlyAHint) {
   const std::uint16_t port = free_port();
-  radius_.servers = {{"127.0.0.1", port, port, kSecret}};
+  radius_.servers = {{own_address(), port, port, kSecret}};
   radius_.timeout = milliseconds(50);
   radius_.tries = 60;
   start();
@@ -279,7 +279,7 @@ TEST_F(RequestTest, RefusalIsOnlyAHint) {
   while (counters().refused == 0 && Clock::now() < deadline)
     std::this_thread::yield();
   EXPECT_GE(counters().refused, 1u);
-  ScriptedServer late(port);
+  ScriptedServer late(port, own_address());
   late.accept_next();
   EXPECT_EQ(result().code, 0u);
 }
@@ -287,9 +287,9 @@ TEST_F(RequestTest, RefusalIsOnlyAHint) {
 // The error that an ICMP message left at the socket does not cost the next datagram.
 TEST(EndpointTest, RefusalDoesNotTakeTheNextDatagramAlong) {
   const std::uint16_t port = free_port();
-  aaa_sim::radius::Endpoint endpoint("127.0.0.1", port, kSecret);
+  aaa_sim::radius::Endpoint endpoint(own_address(), port, kSecret);
   endpoint.send(Bytes(20));
-  ScriptedServer late(port);
+  ScriptedServer late(port, own_address());
   endpoint.send(Bytes(21));
   EXPECT_EQ(late.receive().bytes.size(), 21u);
 }

@@ -7,13 +7,13 @@ namespace {
 class DynamicAuthorizationTest : public RadiusTest {
  protected:
   void SetUp() override {
-    radius_.dynamic_authorization = {.port = port_, .secret = kSecret};
+    radius_.dynamic_authorization = {.address = own_address(), .port = port_, .secret = kSecret};
     start();
   }
 
   // Has the code and the authenticator of an answer to the request.
   Bytes ask(const Bytes& request) {
-    asker_.send(request, port_);
+    asker_.send(request, port_, own_address());
     const Bytes answer = asker_.receive().bytes;
     Bytes as_signed = answer;
     std::copy_n(request.begin() + 4, 16, as_signed.begin() + 4);
@@ -133,7 +133,7 @@ TEST_F(DynamicAuthorizationTest, RequestIsRefusedWhenTheClientHasGone) {
 TEST_F(DynamicAuthorizationTest, NoticeThatCannotBeWrittenIsNotAcknowledged) {
   establish(7);
   sim_->change([this](Settings&) {
-    asker_.send(dynamic_request(40, 1, kSession), port_);
+    asker_.send(dynamic_request(40, 1, kSession), port_, own_address());
     client_->event.close();
     client_->request.close();
   });
@@ -142,12 +142,12 @@ TEST_F(DynamicAuthorizationTest, NoticeThatCannotBeWrittenIsNotAcknowledged) {
 
 TEST_F(DynamicAuthorizationTest, UnauthenticRequestsAreNotAnswered) {
   establish(7);
-  asker_.send(dynamic_request(40, 1, kSession, "other"), port_);
-  asker_.send(dynamic_request(40, 1, kSession, kSecret, Signature::wrong), port_);
-  asker_.send(dynamic_request(40, 1, kSession, kSecret, Signature::twice), port_);
-  asker_.send(dynamic_request(4, 1, kSession), port_);
-  asker_.send(Bytes(3), port_);
-  asker_.send(Bytes(), port_);
+  asker_.send(dynamic_request(40, 1, kSession, "other"), port_, own_address());
+  asker_.send(dynamic_request(40, 1, kSession, kSecret, Signature::wrong), port_, own_address());
+  asker_.send(dynamic_request(40, 1, kSession, kSecret, Signature::twice), port_, own_address());
+  asker_.send(dynamic_request(4, 1, kSession), port_, own_address());
+  asker_.send(Bytes(3), port_, own_address());
+  asker_.send(Bytes(), port_, own_address());
   EXPECT_EQ(code_of(40, kSession), 41);
   expect_notice(7);
   EXPECT_TRUE(client_->event.stays_silent());
@@ -186,7 +186,7 @@ TEST_F(DynamicAuthorizationTest, SameRequestOfAnotherSourceIsANewOne) {
   ask(request);
   expect_notice(7);
   ScriptedServer other;
-  other.send(request, port_);
+  other.send(request, port_, own_address());
   EXPECT_EQ(other.receive().bytes[0], 41);
   expect_notice(7);
 }
@@ -214,7 +214,8 @@ TEST_F(DynamicAuthorizationTest, AnswerThatDoesNotFitAPacketIsNotSent) {
   Bytes proxies;
   for (int n = 0; n < 15; ++n)
     proxies = proxies + attribute(33, Bytes(253));
-  asker_.send(dynamic_request(40, 1, kSession + proxies + attribute(33, Bytes(229))), port_);
+  asker_.send(dynamic_request(40, 1, kSession + proxies + attribute(33, Bytes(229))), port_,
+              own_address());
   EXPECT_EQ(error_of(kSession), hex("000001f7"));
 }
 

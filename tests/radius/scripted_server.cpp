@@ -1,9 +1,11 @@
 #include "radius/scripted_server.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <nettle/hmac.h>
 #include <nettle/md5.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -57,22 +59,15 @@ const sockaddr* generic(const sockaddr_storage& address) {
   return reinterpret_cast<const sockaddr*>(&address);
 }
 
-sockaddr_storage loopback(int family, std::uint16_t port, socklen_t& size) {
+sockaddr_storage address_of(const std::string& host, std::uint16_t port, socklen_t& size) {
   sockaddr_storage address{};
-  if (family == AF_INET6) {
-    const sockaddr_in6 own{.sin6_family = AF_INET6,
-                           .sin6_port = htons(port),
-                           .sin6_flowinfo = 0,
-                           .sin6_addr = in6addr_loopback,
-                           .sin6_scope_id = 0};
-    std::memcpy(&address, &own, size = sizeof own);
-  } else {
-    const sockaddr_in own{.sin_family = AF_INET,
-                          .sin_port = htons(port),
-                          .sin_addr = {htonl(INADDR_LOOPBACK)},
-                          .sin_zero = {}};
-    std::memcpy(&address, &own, size = sizeof own);
-  }
+  auto& v4 = reinterpret_cast<sockaddr_in&>(address);
+  auto& v6 = reinterpret_cast<sockaddr_in6&>(address);
+  const bool is_v4 = ::inet_pton(AF_INET, host.c_str(), &v4.sin_addr) == 1;
+  EXPECT_TRUE(is_v4 || ::inet_pton(AF_INET6, host.c_str(), &v6.sin6_addr) == 1) << host;
+  address.ss_family = is_v4 ? AF_INET : AF_INET6;
+  v4.sin_port = htons(port);  // at the same place in both
+  size = is_v4 ? sizeof v4 : sizeof v6;
   return address;
 }
 
@@ -139,14 +134,13 @@ Bytes dynamic_request(std::uint8_t code, std::uint8_t identifier, const Bytes& a
   return signed_packet(code, identifier, Bytes(16), attributes, secret, signature);
 }
 
-ScriptedServer::ScriptedServer(std::uint16_t port, int family)
-    : socket_(aaa_sim::checked(::socket(family, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket")) {
+ScriptedServer::ScriptedServer(std::uint16_t port, const std::string& host) {
   socklen_t size = 0;
-  sockaddr_storage address = loopback(family, port, size);
+  sockaddr_storage address = address_of(host, port, size);
+  socket_ = aaa_sim::checked(::socket(address.ss_family, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket");
   if (::bind(socket_.get(), generic(address), size) != 0)
     throw std::system_error(errno, std::generic_category(), "bind");
   ::getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size);
-  // At the same place for both families.
   port_ = ntohs(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
 }
 
@@ -171,9 +165,9 @@ void ScriptedServer::send(const Bytes& bytes, const Datagram& to) {
             static_cast<ssize_t>(bytes.size()));
 }
 
-void ScriptedServer::send(const Bytes& bytes, std::uint16_t to_port) {
+void ScriptedServer::send(const Bytes& bytes, std::uint16_t to_port, const std::string& address) {
   Datagram to{};
-  to.from = loopback(AF_INET, to_port, to.from_size);
+  to.from = address_of(address, to_port, to.from_size);
   send(bytes, to);
 }
 
@@ -188,8 +182,14 @@ bool ScriptedServer::wait_readable(std::chrono::milliseconds timeout) {
   return ::poll(&wait, 1, static_cast<int>(timeout.count())) == 1;
 }
 
+std::string own_address() {
+  const auto pid = static_cast<unsigned>(::getpid());
+  return "127." + std::to_string(64 + (pid >> 16 & 63)) + "." + std::to_string(pid >> 8 & 255) +
+         "." + std::to_string(pid & 255);
+}
+
 std::uint16_t free_port() {
-  return ScriptedServer().port();
+  return ScriptedServer(0, own_address()).port();
 }
 
 }  // namespace aaa_sim_test

@@ -16,6 +16,7 @@
 namespace aaa_sim_test {
 
 inline const std::string kSecret = "xyzzy5461";
+inline const std::string kLoopback = "127.0.0.1";
 
 Bytes digest(const Bytes& bytes);                           // MD5
 Bytes hmac(const Bytes& bytes, const std::string& secret);  // HMAC-MD5
@@ -52,8 +53,8 @@ class ScriptedServer {
     socklen_t from_size;
   };
 
-  // On this port of a loopback address, or on a free one.
-  explicit ScriptedServer(std::uint16_t port = 0, int family = AF_INET);
+  // On this port, or on a free one.
+  explicit ScriptedServer(std::uint16_t port = 0, const std::string& address = kLoopback);
 
   std::uint16_t port() const { return port_; }
   int fd() const { return socket_.get(); }
@@ -62,7 +63,7 @@ class ScriptedServer {
   // None has come.
   bool stays_silent(std::chrono::milliseconds duration = std::chrono::milliseconds(20));
   void send(const Bytes& bytes, const Datagram& to);
-  void send(const Bytes& bytes, std::uint16_t to_port);
+  void send(const Bytes& bytes, std::uint16_t to_port, const std::string& address = kLoopback);
   // Receives a request and accepts it.
   Datagram accept_next();
 
@@ -73,7 +74,9 @@ class ScriptedServer {
   std::uint16_t port_;
 };
 
-// One that nothing listens on.
+// A loopback address of this process alone: what was a free port there stays one.
+std::string own_address();
+// One that nothing listens on there.
 std::uint16_t free_port();
 
 }  // namespace aaa_sim_test
