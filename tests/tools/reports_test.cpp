@@ -1,5 +1,6 @@
 // What clients report.
 #include "tools/sim_fixture.h"
+#include "wire/records.h"
 
 namespace aaa_sim_test {
 namespace {
@@ -68,6 +69,62 @@ TEST_F(ReportsTest, LdapAnswerOfAClientIsKept) {
   const aaa_sim::LdapAnswer expected{
       .session_id = 42, .code = 1, .entries = {{"cn=b", {{"n", "w"}}}}};
   EXPECT_THAT(sim_.reports().ldap_answers, ElementsAre(expected));
+}
+
+Bytes accounting(std::uint32_t kind) {
+  acct_info record{};
+  record.session_id = 7;
+  record.code_a = kind;
+  aaa_sim::set_text(record.chars65_a, "alice");
+  record.num_b = 60;
+  record.num_c = 1000;
+  record.num_d = 5;
+  record.num_e = 1;
+  record.num_g = 2;
+  return aaa_sim::encode(record);
+}
+
+TEST_F(ReportsTest, AccountingIsKeptListedAndAccepted) {
+  for (const std::uint32_t kind : {1u, 3u, 2u}) {
+    client_.request.send(framed(7, accounting(kind), 7));
+    const Bytes result = client_.event.receive_message();
+    EXPECT_EQ(word_at(result, 8), 103u);
+    EXPECT_EQ(word_at(result, 16 + 4), 0u);
+    EXPECT_EQ(word_at(result, 16 + 576), 7u);
+  }
+  const auto reports = sim_.reports().acct_reports;
+  ASSERT_EQ(reports.size(), 3u);
+  EXPECT_EQ(reports[2], (aaa_sim::AcctReport{.session_id = 7,
+                                             .kind = 2,
+                                             .user = "alice",
+                                             .seconds = 60,
+                                             .octets_in = 1000,
+                                             .octets_out = 0x200000005,
+                                             .terminate_cause = 1}));
+  EXPECT_THAT(describe(sim_.reports()),
+              HasSubstr("accounting start session 7 user alice\n"
+                        "accounting interim session 7 user alice seconds 60 in 1000 out "
+                        "8589934597\n"
+                        "accounting stop session 7 user alice seconds 60 in 1000 out "
+                        "8589934597 cause 1\n"));
+}
+
+TEST_F(ReportsTest, MalformedAccountingHasNoAnswer) {
+  client_.request.send(framed(7, Bytes(5), 7));
+  EXPECT_TRUE(sim_.wait_for_note("malformed accounting request"));
+  EXPECT_TRUE(client_.event.stays_silent());
+  EXPECT_TRUE(sim_.reports().acct_reports.empty());
+}
+
+TEST_F(ReportsTest, LastAccountingReportsAreKept) {
+  constexpr std::size_t extra = 5;
+  for (std::size_t n = 0; n < aaa_sim::Reports::kMaxAcctReports + extra; ++n) {
+    client_.request.send(framed(7, accounting(n < extra ? 1 : 3), 7));
+    client_.event.receive_message();
+  }
+  const auto reports = sim_.reports().acct_reports;
+  EXPECT_EQ(reports.size(), aaa_sim::Reports::kMaxAcctReports);
+  EXPECT_EQ(reports.front().kind, 3u);
 }
 
 TEST_F(ReportsTest, ReportsAreListedInLines) {

@@ -19,6 +19,7 @@ struct PendingRequest {
   Endpoint* endpoint = nullptr;   // the server that is asked, or that it waits for
   bool is_waiting = false;        // for an identifier
   unsigned tries_left = 0;        // of this server
+  TimePoint first_try = {};       // of this server
   std::uint8_t identifier = 0;    // while it is neither waiting nor done
   Authenticator authenticator{};  // of `packet`
   Bytes packet = {};
@@ -104,8 +105,8 @@ std::vector<Endpoint*> Client::route(Code code) {
   for (const auto& endpoint : all)
     route.push_back(endpoint.get());
   const TimePoint now = kernel_now();
-  std::ranges::stable_partition(route,
-                                [now](const Endpoint* e) { return e->avoided_until <= now; });
+  std::stable_partition(route.begin(), route.end(),
+                        [now](const Endpoint* e) { return e->avoided_until <= now; });
   std::ranges::reverse(route);
   return route;
 }
@@ -124,23 +125,29 @@ void Client::send_first(Request& request) {
   request.is_waiting = false;
   request.identifier = request.endpoint->take_identifier(request);
   request.tries_left = settings_.tries - 1;
+  request.first_try = kernel_now();
   encode_packet(request);
-  request.endpoint->send(request.packet);
-  set_deadline(request, kernel_now() + settings_.timeout);
+  send(request);
 }
 
 // The same bytes.
 void Client::resend(Request& request) {
   --request.tries_left;
   ++counters_.resent;
-  request.endpoint->send(request.packet);
+  send(request);
+}
+
+void Client::send(Request& request) {
+  if (!request.endpoint->send(request.packet)) ++counters_.refused;
   set_deadline(request, kernel_now() + settings_.timeout);
 }
 
+// A request whose time ended soon after it got its identifier does not tell that the server is
+// silent.
 void Client::give_up_server(Request& request) {
   Endpoint& endpoint = *request.endpoint;
   const TimePoint now = kernel_now();
-  if (request.tries_left == 0) {
+  if (now - request.first_try > settings_.timeout * settings_.tries / 2) {
     if (endpoint.avoided_until <= now) note_("radius: " + endpoint.name() + " does not answer");
     endpoint.avoided_until = now + settings_.pause;
   }
@@ -150,14 +157,25 @@ void Client::give_up_server(Request& request) {
   try_next_server(request);
 }
 
-// The request that has waited longest gets the free identifier.
 void Client::release_identifier(Request& request) {
-  Endpoint& endpoint = *request.endpoint;
-  endpoint.release_identifier(request.identifier);
-  if (endpoint.waiting.empty()) return;
-  Request& next = *endpoint.waiting.front();
-  endpoint.waiting.pop_front();
-  send_first(next);
+  request.endpoint->release_identifier(request.identifier);
+  serve_waiting(*request.endpoint);
+}
+
+// The request that has waited longest gets the free identifier, unless it can ask another server
+// than one that has turned out to be silent.
+void Client::serve_waiting(Endpoint& endpoint) {
+  const bool is_silent = endpoint.avoided_until > kernel_now();
+  while (!endpoint.waiting.empty() && endpoint.has_free_identifier()) {
+    Request& next = *endpoint.waiting.front();
+    endpoint.waiting.pop_front();
+    if (is_silent && !next.route.empty()) {
+      ++counters_.failovers;
+      try_next_server(next);
+    } else {
+      send_first(next);
+    }
+  }
 }
 
 void Client::finish(Request& request, const Reply* reply) {
@@ -190,7 +208,8 @@ void Client::handle_deadlines() {
 
 void Client::handle_deadline(Request& request) {
   if (request.is_waiting) {
-    std::erase(request.endpoint->waiting, &request);
+    auto& waiting = request.endpoint->waiting;
+    waiting.erase(std::ranges::find(waiting, &request));
     return finish(request, nullptr);
   }
   if (request.tries_left > 0 && kernel_now() < request.last_deadline) return resend(request);

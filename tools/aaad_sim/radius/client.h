@@ -55,9 +55,11 @@ class Client {
   void try_next_server(Request& request);
   void send_first(Request& request);
   void resend(Request& request);
+  void send(Request& request);
   void give_up_server(Request& request);
   void finish(Request& request, const Reply* reply);
   void release_identifier(Request& request);
+  void serve_waiting(Endpoint& endpoint);
 
   void set_deadline(Request& request, TimePoint at);
   void arm_timer();

@@ -17,8 +17,13 @@ constexpr std::size_t remembered_answers = 256;
 // Values of Error-Cause.
 constexpr std::uint32_t missing_attribute = 402;
 constexpr std::uint32_t nas_identification_mismatch = 403;
+constexpr std::uint32_t unsupported_service = 405;
 constexpr std::uint32_t session_context_not_found = 503;
 constexpr std::uint32_t no_error = 0;
+
+// A Service-Type: the client is to ask for an authorization, which RADIUS servers give only with an
+// authentication here.
+constexpr std::uint32_t authorize_only = 17;
 
 constexpr std::uint32_t disconnect_kind = 1;
 constexpr std::size_t name_size = 65;
@@ -93,25 +98,38 @@ void DynamicAuthorization::receive() {
 // A request that is repeated, because its answer was lost, gets the same answer and changes
 // nothing.
 void DynamicAuthorization::handle_datagram(const Source& source, View datagram) {
-  auto known = std::ranges::find_if(answers_, [&](const Answer& answer) {
-    return answer.source == source && std::ranges::equal(answer.request, datagram);
+  auto known = std::ranges::find_if(answers_, [&, now = kernel_now()](const Answer& answer) {
+    return answer.valid_until > now && answer.source == source &&
+           std::ranges::equal(answer.request, datagram);
   });
   if (known == answers_.end()) {
     Packet request;
     if (decode_dynamic_request(datagram, settings_.dynamic_authorization.secret, request) !=
         Defect::none)
       return;
-    answers_.push_front({source, Bytes(datagram.begin(), datagram.end()), answer(request)});
-    if (answers_.size() > remembered_answers) answers_.pop_back();
+    try {
+      remember({source, Bytes(datagram.begin(), datagram.end()), answer(request),
+                kernel_now() + settings_.dynamic_authorization.repetition});
+    } catch (const TooLong&) {
+      return;  // what proxies have added does not fit the answer
+    }
     known = answers_.begin();
   }
   ::sendto(socket_.get(), known->response.data(), known->response.size(), MSG_NOSIGNAL,
            reinterpret_cast<const sockaddr*>(&source.address), source.size);
 }
 
+void DynamicAuthorization::remember(Answer answer) {
+  answers_.push_front(std::move(answer));
+  if (answers_.size() > remembered_answers) answers_.pop_back();
+}
+
+// Throws TooLong, before anybody is told.
 Bytes DynamicAuthorization::answer(const Packet& request) const {
-  const std::uint32_t error = error_of(request);
   Attributes attributes;
+  for (const View state : request.find_all(Type::proxy_state))
+    attributes.add(Type::proxy_state, state);
+  const std::uint32_t error = error_of(request);
   if (error != no_error) attributes.add(Type::error_cause, error);
   return encode_response(code_of_answer(request, error == no_error), request, attributes,
                          settings_.dynamic_authorization.secret);
@@ -121,6 +139,7 @@ Bytes DynamicAuthorization::answer(const Packet& request) const {
 std::uint32_t DynamicAuthorization::error_of(const Packet& request) const {
   const auto nas = request.find(Type::nas_identifier);
   if (nas && text_of(*nas) != settings_.nas_identifier) return nas_identification_mismatch;
+  if (number_of(request, Type::service_type) == authorize_only) return unsupported_service;
   if (!request.find(Type::acct_session_id) && !request.find(Type::user_name))
     return missing_attribute;
   bool told = false;
@@ -134,10 +153,10 @@ std::vector<std::uint32_t> DynamicAuthorization::sessions_of(const Packet& reque
   const auto user = request.find(Type::user_name);
   const auto text = request.find(Type::acct_session_id);
   if (!text) return sessions_.of_user(std::string(text_of(*user)));
-  const std::uint32_t id = session_id_in(*text);
-  const Session* const session = sessions_.find(id);
+  const auto id = session_id_in(*text);
+  const Session* const session = id ? sessions_.find(*id) : nullptr;
   if (session == nullptr || (user && text_of(*user) != session->user)) return {};
-  return {id};
+  return {*id};
 }
 
 bool DynamicAuthorization::tell_client(std::uint32_t session_id, const Packet& request) const {

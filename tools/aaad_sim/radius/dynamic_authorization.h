@@ -11,6 +11,7 @@
 #include "radius/sessions.h"
 #include "radius/settings.h"
 #include "server/event_loop.h"
+#include "server/timers.h"
 #include "wire/event_messages.h"
 
 namespace aaa_sim::radius {
@@ -40,10 +41,12 @@ class DynamicAuthorization {
     Source source;
     Bytes request;
     Bytes response;
+    TimePoint valid_until;  // later the request is a new one
   };
 
   void receive();
   void handle_datagram(const Source& source, View datagram);
+  void remember(Answer answer);
   Bytes answer(const Packet& request) const;
   std::uint32_t error_of(const Packet& request) const;
   std::vector<std::uint32_t> sessions_of(const Packet& request) const;

@@ -3,6 +3,8 @@
 #include <sys/random.h>
 #include <sys/socket.h>
 
+#include <cerrno>
+
 namespace aaa_sim::radius {
 
 void fill_randomly(std::span<std::uint8_t> bytes) {
@@ -32,9 +34,13 @@ void Endpoint::release_identifier(std::uint8_t identifier) {
   --taken_;
 }
 
-void Endpoint::send(View packet) const {
-  [[maybe_unused]] const ssize_t sent =
-      ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL);
+bool Endpoint::send(View packet) const {
+  const auto try_once = [&] {
+    return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
+  };
+  if (try_once() || errno != ECONNREFUSED) return true;
+  try_once();
+  return false;
 }
 
 }  // namespace aaa_sim::radius

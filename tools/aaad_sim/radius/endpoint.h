@@ -33,8 +33,9 @@ class Endpoint {
   // Null when no pending request has the identifier.
   PendingRequest* owner(std::uint8_t identifier) const { return owners_[identifier]; }
 
-  // A datagram that cannot be sent is treated as lost in transit.
-  void send(View packet) const;
+  // A datagram that cannot be sent is treated as lost in transit. False when an ICMP error was
+  // reported, which an earlier one caused; this one is sent all the same.
+  bool send(View packet) const;
 
   std::deque<PendingRequest*> waiting = {};  // for an identifier
   TimePoint avoided_until = {};              // after it has stayed silent

@@ -122,14 +122,29 @@ constexpr std::uint32_t key_vendor = 311;
 constexpr std::uint8_t send_key = 16;
 constexpr std::uint8_t receive_key = 17;
 
+// The values of one type in a Vendor-Specific attribute of that vendor. It may hold several types.
+std::vector<View> key_values(View attribute, std::uint8_t kind) {
+  constexpr std::size_t vendor_size = 4;
+  constexpr std::size_t header_size = 2;  // type, length
+  std::vector<View> values;
+  if (attribute.size() < vendor_size || number_in(attribute.first(vendor_size)) != key_vendor)
+    return values;
+  for (View rest = attribute.subspan(vendor_size); rest.size() >= header_size;) {
+    const std::size_t size = rest[1];
+    if (size < header_size || size > rest.size()) break;
+    if (rest[0] == kind) values.push_back(rest.subspan(header_size, size - header_size));
+    rest = rest.subspan(size);
+  }
+  return values;
+}
+
 // Empty when there is none.
 Bytes key_in(const Reply& reply, std::uint8_t kind) {
-  constexpr std::size_t header = 6;  // vendor, type, length
-  for (const View value : reply.packet.find_all(Type::vendor_specific)) {
-    if (value.size() < header || number_in(value.first(4)) != key_vendor || value[4] != kind)
-      continue;
-    const auto key = reveal_key(value.subspan(header), reply.request_authenticator, reply.secret);
-    if (key) return *key;
+  for (const View attribute : reply.packet.find_all(Type::vendor_specific)) {
+    for (const View value : key_values(attribute, kind)) {
+      const auto key = reveal_key(value, reply.request_authenticator, reply.secret);
+      if (key) return *key;
+    }
   }
   return {};
 }
@@ -153,8 +168,6 @@ void set_tunnel(result_info_sub& result, const Packet& packet) {
 
 Bytes encode_with_reply(result_info& result, const Reply& reply) {
   const Packet& packet = reply.packet;
-  if (const auto name = packet.find(Type::user_name))
-    set_text(result.sub.chars65_a, text_of(*name));
   for (const auto& [type, member] : result_numbers)
     if (const auto value = packet.find(type)) result.sub.*member = number_in(*value);
   for (const auto& [type, member] : result_items)
@@ -197,11 +210,16 @@ Attributes attributes_of(const acct_info& request, const std::string& nas_identi
   return attributes;
 }
 
+std::string_view user_of(const Reply* reply, std::string_view requested) {
+  const auto name = reply != nullptr ? reply->packet.find(Type::user_name) : std::nullopt;
+  return name ? text_of(*name) : requested;
+}
+
 Bytes result_of(const Reply* reply, std::uint32_t session_id, std::string_view user) {
   result_info result{};
   result.sub.num_a = static_cast<std::uint32_t>(code_of(reply));
   result.sub.session_id = session_id;
-  set_text(result.sub.chars65_a, user);
+  set_text(result.sub.chars65_a, user_of(reply, user));
   return reply != nullptr ? encode_with_reply(result, *reply) : encode(result);
 }
 
@@ -211,11 +229,12 @@ std::string session_text(std::uint32_t session_id) {
   return text;
 }
 
-std::uint32_t session_id_in(View value) {
+std::optional<std::uint32_t> session_id_in(View value) {
   const std::string_view text = text_of(value);
   std::uint32_t id = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id, 16);
-  return text.size() == 8 && error == std::errc{} && end == text.data() + 8 ? id : 0;
+  if (text.size() != 8 || error != std::errc{} || end != text.data() + 8) return std::nullopt;
+  return id;
 }
 
 // A first octet above 0x1f belongs to the text.

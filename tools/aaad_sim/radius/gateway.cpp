@@ -21,8 +21,8 @@ Replies verdict(std::uint32_t id, ResultCode code, std::string_view user,
   return result(id, encode(record));
 }
 
-bool is_accept(const Reply* reply) {
-  return reply != nullptr && reply->packet.code() == Code::access_accept;
+bool has_code(const Reply* reply, Code code) {
+  return reply != nullptr && reply->packet.code() == code;
 }
 
 }  // namespace
@@ -62,7 +62,9 @@ void Gateway::authenticate(const Request& request, const Respond& respond) {
   const std::uint32_t id = request.header.id;
   const auto done = [this, id, respond, user = std::string(text_of(record->chars65_a)),
                      client = request.client](const Reply* reply) {
-    if (is_accept(reply)) sessions_.add(id, {user, client});
+    if (has_code(reply, Code::access_accept))
+      sessions_.add(id, {std::string(user_of(reply, user)), client});
+    if (has_code(reply, Code::access_reject)) sessions_.erase(id);
     respond(result(id, result_of(reply, id, user)));
   };
   client_.submit(Code::access_request, attributes_of(*record, settings_.nas_identifier), done);

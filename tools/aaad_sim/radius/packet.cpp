@@ -121,8 +121,6 @@ bool answers(Code reply, Code request) {
              reply == Code::access_challenge;
     case Code::accounting_request:
       return reply == Code::accounting_response;
-    case Code::status_server:
-      return reply == Code::access_accept || reply == Code::accounting_response;
     default:
       return false;
   }
@@ -166,8 +164,8 @@ void put_authenticator(Bytes& packet, const Authenticator& authenticator) {
 }  // namespace
 
 Attributes::~Attributes() {
-  for (Attribute& attribute : attributes_)
-    explicit_bzero(attribute.value.data(), attribute.value.size());
+  for (auto& [type, value] : attributes_)
+    if (!value.empty()) explicit_bzero(value.data(), value.size());
 }
 
 Attributes& Attributes::add(Type type, View value) {
@@ -271,7 +269,8 @@ Defect decode_reply(View datagram, const Exchange& exchange, Packet& reply) {
   const Authenticator expected = digest_of(reply.bytes(), exchange.authenticator, exchange.secret);
   if (!equal(expected, authenticator_of(reply.bytes()))) return Defect::wrong_authenticator;
   const Defect defect = check_message_authenticator(reply, exchange.authenticator, exchange.secret);
-  const bool may_be_missing = !exchange.needs_message_authenticator;
+  const bool may_be_missing =
+      !exchange.needs_message_authenticator && !reply.find(Type::eap_message);
   return defect == Defect::no_message_authenticator && may_be_missing ? Defect::none : defect;
 }
 

@@ -21,7 +21,6 @@ enum class Code : std::uint8_t {
   accounting_request = 4,
   accounting_response = 5,
   access_challenge = 11,
-  status_server = 12,
   disconnect_request = 40,
   disconnect_ack = 41,
   disconnect_nak = 42,
@@ -46,6 +45,7 @@ enum class Type : std::uint8_t {
   called_station_id = 30,
   calling_station_id = 31,
   nas_identifier = 32,
+  proxy_state = 33,
   acct_status_type = 40,
   acct_delay_time = 41,
   acct_input_octets = 42,
@@ -115,7 +115,7 @@ class Attributes {
   std::size_t size_ = 0;  // in a packet
 };
 
-// An Access-Request or Status-Server begins with a Message-Authenticator.
+// An Access-Request begins with a Message-Authenticator.
 Bytes encode_request(Code code, std::uint8_t identifier, const Authenticator& authenticator,
                      const Attributes& attributes, std::string_view secret);
 // Its authenticator is computed from the rest.
@@ -169,7 +169,8 @@ struct Exchange {
 };
 
 // Decodes a reply and checks, in this order, its bounds, its code, its Response Authenticator and
-// its Message-Authenticator, in constant time. The identifier is not looked at.
+// its Message-Authenticator, in constant time. A reply with an EAP-Message always needs one. The
+// identifier is not looked at.
 Defect decode_reply(View datagram, const Exchange& exchange, Packet& reply);
 
 // Decodes a CoA-Request or Disconnect-Request and checks its bounds, its code, its Request

@@ -20,6 +20,7 @@ struct DynamicAuthorizationSettings {
   std::string address = "127.0.0.1";
   std::uint16_t port = 0;  // 0: nowhere
   std::string secret = {};
+  std::chrono::milliseconds repetition{30000};  // in which an equal request is a repeated one
 };
 
 struct Settings {
@@ -29,7 +30,7 @@ struct Settings {
   bool accounting = true;
   std::chrono::milliseconds timeout{1000};  // of one try
   unsigned tries = 3;                       // of each server
-  std::chrono::seconds pause{30};           // before a server that stayed silent is preferred again
+  std::chrono::milliseconds pause{30000};   // before a server that stayed silent is preferred again
   std::string nas_identifier = "aaad-sim";
   // Accepts replies to Access-Requests without a Message-Authenticator, which anybody between the
   // server and this process can forge.

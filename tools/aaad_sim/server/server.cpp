@@ -101,10 +101,12 @@ void Server::apply_heartbeat() {
 }
 
 std::size_t Server::send(const ClientName& client, Role role, const Frame& frame) {
-  const auto targets = registered(client, role);
-  for (const ConnectionId id : targets)
+  std::size_t count = 0;
+  for (const ConnectionId id : registered(client, role)) {
     connections_.send(id, frame);
-  return targets.size();
+    if (connections_.find(id) != nullptr) ++count;  // else its client has gone
+  }
+  return count;
 }
 
 std::size_t Server::send_raw(const ClientName& client, Role role, View bytes) {
@@ -173,8 +175,10 @@ void Server::handle_request(ConnectionId id, const Frame& frame) {
   const Connection& asker = *connections_.find(id);
   const auto found = settings_.faults.find({asker.role(), frame.header.type});
   const Fault fault = found == settings_.faults.end() ? Fault::none : found->second;
-  const Respond respond = [this, id, request = frame.header, fault](Replies replies) {
-    finish_request(id, request, fault, std::move(replies));
+  const std::pair key(session_of(frame.header), ++last_request_);
+  unanswered_.insert(key);
+  const Respond respond = [this, id, request = frame.header, fault, key](Replies replies) {
+    if (unanswered_.erase(key) != 0) finish_request(id, request, fault, std::move(replies));
   };
   try {
     handler_({asker.client(), asker.role(), frame.header, frame.body}, respond);
@@ -184,7 +188,14 @@ void Server::handle_request(ConnectionId id, const Frame& frame) {
     respond({});
   }
   if (frame.header.type == AAA_MSG_CLEAR_USER && frame.body.size() >= sizeof(std::uint32_t))
-    delayed_.drop(BodyReader(frame.body).network_word());
+    clear_session(BodyReader(frame.body).network_word());
+}
+
+// Nobody waits for its answers any more.
+void Server::clear_session(std::uint32_t session) {
+  delayed_.drop(session);
+  if (session != 0)
+    std::erase_if(unanswered_, [=](const auto& entry) { return entry.first == session; });
 }
 
 void Server::finish_request(ConnectionId id, const aaa_ipc_header& request, Fault fault,

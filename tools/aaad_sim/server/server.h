@@ -1,8 +1,11 @@
 // Accepts connections, registers clients, and has their requests answered.
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 
 #include "server/connections.h"
 #include "server/event_loop.h"
@@ -43,6 +46,7 @@ class Server {
   const char* check_registration(ConnectionId id, const Frame& frame);
   void unpack(ConnectionId id, View batch);
   void handle_request(ConnectionId id, const Frame& frame);
+  void clear_session(std::uint32_t session);
   void finish_request(ConnectionId id, const aaa_ipc_header& request, Fault fault, Replies replies);
   void send_replies(ConnectionId id, Fault fault, const Replies& replies);
   void close_with_note(ConnectionId id, const char* reason);
@@ -57,6 +61,9 @@ class Server {
   std::chrono::milliseconds heartbeat_interval_{0};
   std::optional<Listener> listener_;
   Connections connections_;
+  // Sessions whose clients wait for an answer, with the request's number.
+  std::set<std::pair<std::uint32_t, std::uint64_t>> unanswered_;
+  std::uint64_t last_request_ = 0;
 };
 
 }  // namespace aaa_sim

@@ -3,6 +3,7 @@
 
 #include <string.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -68,7 +69,8 @@ std::string_view text_of(const std::uint8_t (&octets)[size]) {
 // Truncates; NUL-terminated.
 template <std::size_t size>
 void set_text(char (&characters)[size], std::string_view text) {
-  text.copy(characters, size - 1);
+  const std::size_t used = text.copy(characters, size - 1);
+  std::fill(characters + used, characters + size, '\0');
 }
 
 }  // namespace aaa_sim
