@@ -1,4 +1,4 @@
-// Method lists, server groups and statistics: what aaad is asked and told of them.
+// Method lists, server groups and statistics: queries to aaad and reports to it.
 #include <cstring>
 
 #include "aaa_client.h"

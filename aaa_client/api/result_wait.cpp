@@ -32,8 +32,8 @@ class ResultWait {
         remaining_(timeout < max_wait_seconds ? timeout : max_wait_seconds),
         result_(result) {}
 
-  // Only the waiting itself takes time from what remains, in whole seconds: what arrives within the
-  // second in which its wait began does not shorten it.
+  // Only the waiting is deducted from the remaining time, in whole seconds of the clock: a datagram
+  // that arrives in the second in which its wait began costs nothing.
   std::int32_t run() {
     std::int32_t outcome = go_on;
     do {
@@ -75,7 +75,7 @@ class ResultWait {
   }
 
   std::int32_t receive_into(void* buffer) {
-    // Another waiter may have taken the datagram: nothing then blocks here.
+    // Another waiter may have taken the datagram, so this call must not block.
     const ssize_t length = recv(load(lib_msg_server_fd), buffer, max_datagram, MSG_DONTWAIT);
     if (length < 0 && errno == EAGAIN) return go_on;
     if (length < 1) {
@@ -95,7 +95,7 @@ class ResultWait {
       *result_ = decoded;
       return 0;
     }
-    // A foreign result is dropped, and its record is left allocated on purpose.
+    // Another session's result: dropped, and its record is leaked, as aaa_client.h documents.
     AAA_DEBUG_LOG_AS(log_name, "res->sub.session_id is %u but the id is %u\r\n",
                      decoded->sub.session_id, session_id_);
     return go_on;

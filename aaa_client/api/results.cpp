@@ -12,7 +12,7 @@
 
 namespace {
 
-// The last word of the block does not travel.
+// The last word of the block is not sent.
 constexpr std::int32_t sent_size = 2784;
 
 std::int32_t send_result(std::uint32_t id, const std::uint32_t* body) {

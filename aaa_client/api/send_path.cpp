@@ -18,8 +18,8 @@ namespace {
 constexpr std::int32_t bad_argument = 2;
 constexpr std::int32_t not_sent = 4;
 
-// Returns false when messages are not gathered. Asked again under the buffer's lock: nothing may
-// slip into a buffer that a deregistration has just emptied.
+// Returns false when messages are not batched. Checks again under the buffer's lock, so that
+// nothing is added to a buffer that a deregistration has just emptied.
 bool queue(const aaa_ipc_header* message, std::uint32_t length) {
   if (!send_buffer_is_used()) return false;
   const ScopedLock lock(aaa_lib_send_buf_lock);

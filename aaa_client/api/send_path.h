@@ -71,7 +71,7 @@ std::int32_t send_one_way(std::uint32_t type, std::uint32_t id, const void* body
 std::uint32_t send_body(std::uint32_t type, std::uint32_t id, const RequestBody& body);
 
 // Sends an encoded record under aaa_lib_lock. Returns 0, a negative errno value, or `no_memory`
-// when the record could not be encoded. Failures are logged in the name of `function`.
+// when the record could not be encoded. Failures are logged under the name `function`.
 std::int32_t send_record(const char* function, std::uint32_t type, std::uint32_t id,
                          const RequestBody& record, std::int32_t no_memory = -ENOMEM);
 

@@ -1,5 +1,5 @@
 // Users that aaad knows of: deleting, synchronising, restoring, and password updates, which either
-// side asks the other for.
+// side can request.
 #include <cerrno>
 #include <cstddef>
 #include <cstring>

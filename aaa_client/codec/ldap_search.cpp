@@ -25,7 +25,7 @@ enum LdapItem : std::uint16_t {
 
 constexpr std::uint32_t entry_head_size = 8;  // type, body length, pair count
 static_assert(offsetof(ldap_dn_entry, dn) == entry_head_size);
-// The heads travel as they are.
+// The heads are sent as they are in memory.
 static_assert(sizeof(ldap_search_head) == 40 && sizeof(ldap_result_head) == 24);
 
 std::span<aaa_item> attributes_of(const ldap_search_info& record) {
@@ -79,15 +79,15 @@ std::uint64_t items_size(auto& holder) {
   return size;
 }
 
-// Also notes the sizes of the entries in them. Entries that are counted have their heads in the
-// body even without an array of entries.
+// Also sets `len` of every entry. Without an array, the body still has a head for every counted
+// entry.
 std::uint64_t body_size(ldap_search_result& record) {
   std::uint64_t size = sizeof record.head + item_size(record.item_309) +
                        item_size(record.item_306) +
                        std::uint64_t{entry_head_size} * record.head.entry_count;
   for (ldap_dn_entry& entry : entries_of(record)) {
     const std::uint64_t entry_size = items_size(entry);
-    entry.len = static_cast<std::uint16_t>(entry_size);  // 16 bits travel
+    entry.len = static_cast<std::uint16_t>(entry_size);  // only 16 bits are sent
     size += entry_size;
   }
   return size;
@@ -151,7 +151,7 @@ void take_entry_items(ItemReader reader, ldap_dn_entry& entry) {
   }
 }
 
-// The array whose count a head tells; none for a count of 0. False when memory ran out.
+// Allocates an array of `count` elements; none for 0. Returns false when there is no memory.
 template <typename Element>
 bool allocate_array(Element*& array, std::uint32_t count) {
   if (count == 0) return true;
@@ -188,7 +188,7 @@ void take_items(const Body& body, ldap_search_result& record) {
   }
 }
 
-// Fills what follows the head. False when memory ran out.
+// Fills what follows the head. Returns false when there is no memory.
 template <typename Record, typename Element>
 bool fill(Record& record, Body body, Element*& array, std::uint32_t count) {
   if (!allocate_array(array, count)) return false;
@@ -196,7 +196,7 @@ bool fill(Record& record, Body body, Element*& array, std::uint32_t count) {
   return fill_arena(record.pool, body, [&](auto visit) { for_each_value(record, visit); });
 }
 
-// The array of the record has as many elements as the count in its head tells.
+// The record's array has as many elements as the count in its head says.
 template <typename Record, typename Element, typename Head>
 std::uint32_t decode(Record** result, const void* bytes, std::int32_t length,
                      Element* Record::*array, std::uint32_t Head::*count) {
@@ -207,7 +207,7 @@ std::uint32_t decode(Record** result, const void* bytes, std::int32_t length,
   const Body body(bytes, length);
   body.copy(&record->head, body.at(0), sizeof(Head));
   if (!fill(*record, body, record->*array, record->head.*count)) {
-    // The pairs of an answer's entries are left allocated on purpose.
+    // The pairs of an answer's entries are not freed: when decoding fails, they are leaked.
     AAA_FREE(record->*array);
     AAA_FREE(record);
     return 0;

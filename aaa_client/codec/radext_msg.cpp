@@ -18,7 +18,7 @@ struct sent_text {
   }
 };
 
-// The same text on arrival; what follows its end is zero.
+// The same text when decoded; the bytes after its end are zeroed.
 struct received_text {
   using Value = char[text_size];
   static constexpr std::size_t width = text_size;
@@ -48,7 +48,7 @@ struct sent_flag {
   static void store(std::uint8_t* to, Value value) { u32::store(to, value); }
 };
 
-// It arrives as 1 when the 32 bits equal 1, else as 0.
+// Decodes to 1 when the 32 bits equal 1, else to 0.
 struct received_flag : u32 {
   static void load(const std::uint8_t* from, Value& value) {
     u32::load(from, value);

@@ -144,7 +144,7 @@ std::uint32_t decode(typename Codec::Record** result, const void* bytes, std::in
     free_record<Codec>(record);
     return 0;
   }
-  record->arena.used = 0;  // the LDAP records alone tell how much
+  record->arena.used = 0;  // only LDAP records report it
   *result = record;
   return 1;
 }

@@ -5,7 +5,7 @@
 //   take        what a decoder sets in the record for every such item of the body,
 //   copy        how a decoder copies an item that is not empty into a block of its own.
 //
-// No copy is shorter than the length that stands beside it in the decoded record. Where later items
+// No copy is shorter than the length that the decoded record states for it. Where later items
 // of the body may change that length (`looks_ahead`), they are taken before the copy is made.
 #pragma once
 
@@ -38,7 +38,7 @@ struct Item {
   static constexpr bool looks_ahead = false;  // later items may change how long its copy has to be
 };
 
-// The fixed block. A decoder ignores it when its length is another one.
+// The fixed block. A decoder ignores it if it has another length.
 template <typename Block>
 struct FixedBlock : Item<1> {
   static std::uint64_t value_size(const auto&) { return Block::size; }
@@ -93,8 +93,8 @@ struct BorrowedValue : Value<Tag, Member> {
   }
 };
 
-// What the record holds as a pointer. A copy replaces the pointer and leaves the block of an
-// earlier one allocated; without memory the pointer stays.
+// A value that the record holds as a plain pointer. A copy replaces the pointer, and the block of
+// an earlier copy is leaked; when there is no memory, the pointer stays.
 template <std::uint16_t Tag, auto Member>
 struct CopiedItem : Item<Tag> {
   static constexpr bool is_copied = true;
@@ -115,7 +115,7 @@ struct CopiedItem : Item<Tag> {
   }
 };
 
-// NUL-terminated text; null stands for an empty one.
+// NUL-terminated text; null means empty.
 template <std::uint16_t Tag, auto Member>
 struct Text : CopiedItem<Tag, Member> {
   static std::uint64_t value_size(const auto& record) {

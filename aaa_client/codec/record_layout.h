@@ -4,7 +4,7 @@
 //       Row<0, &author_info::num_a, u32>,
 //       Row<4, &author_info::code_a, low_byte>>;
 //
-// A row names the literal offset in the block, the member that it carries and its kind. Rows stand
+// A row names the literal offset in the block, the member that it carries and its kind. Rows are
 // in wire order; the compiler proves that they do not overlap, fit the block and match their
 // members' types. Bytes that no row names are reserved and zero.
 #pragma once
@@ -16,10 +16,10 @@
 
 namespace aaa {
 
-// The C library's memcpy. A copy of a known size becomes moves of 16 bytes or slow string
-// instructions; the library's are as wide as the processor has them.
+// Calls the C library's memcpy, which uses the processor's widest moves. For a known size the
+// compiler would emit 16-byte moves or slow string instructions instead.
 inline void copy_bulk(void* to, const void* from, std::size_t size) {
-  asm("" : "+r"(size));  // hides that the size is known
+  asm("" : "+r"(size));  // hides the constant from the compiler
   std::memcpy(to, from, size);
 }
 
@@ -32,7 +32,7 @@ void copy_bytes(void* to, const void* from) {
   }
 }
 
-// ---- Kinds: how a member's value stands in the block. ---------------------------------------
+// ---- Kinds: how a member's value is stored in the block. ------------------------------------
 
 template <typename T>
 struct copied {
@@ -53,7 +53,7 @@ using octets = copied<std::uint8_t[N]>;
 template <std::size_t N>
 using chars = copied<char[N]>;
 
-// Text whose last byte is not sent, so that what arrives is terminated.
+// Text whose last byte is always sent as NUL, so that the receiver gets a terminated text.
 template <std::size_t N>
 struct text : chars<N> {
   static void store(std::uint8_t* to, const char (&value)[N]) {
@@ -118,7 +118,7 @@ struct Row {
   }
 };
 
-// REQUIRES, of all functions: the block has Size bytes.
+// REQUIRES, for all functions: the block has Size bytes.
 template <typename Fields, std::size_t Size, typename... Rows>
 struct Layout {
   using Record = Fields;
@@ -132,7 +132,7 @@ struct Layout {
     std::memset(block + end, 0, Size - end);
   }
 
-  // Writes the rows alone.
+  // Writes only the rows.
   static void fill(std::uint8_t* block, const Record& record) { (Rows::store(block, record), ...); }
 
   // Sets the members that the rows name and leaves the others as they are.

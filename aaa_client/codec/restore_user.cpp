@@ -1,4 +1,4 @@
-// One user's state, as a client hands it to aaad when it restores users.
+// One user's state, as a client sends it to aaad to restore the user or for a hot backup.
 #include "aaa_codec.h"
 #include "codec/record_layout.h"
 

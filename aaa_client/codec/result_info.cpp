@@ -82,7 +82,7 @@ struct ResultCodec {
                  &result_info::item_309, &result_info::item_311>;
   static constexpr UnknownItem unknown_item = UnknownItem::skip_item;
 
-  // A decoder that fails leaves data_321 allocated on purpose.
+  // Does not free data_321: when decoding fails, its block is leaked.
   static void release_copies(Record& record) {
     AAA_FREE(owned(record.tail_data));
     AAA_FREE(owned(record.data_322));

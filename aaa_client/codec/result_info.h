@@ -8,7 +8,7 @@
 namespace aaa {
 
 // aaa_parse_result_info(), but the values of the items 318 to 320, which would point into the body,
-// are null. Their lengths stay.
+// are null. Their lengths are kept.
 std::uint32_t decode_result_without_body(result_info** record, const void* body,
                                          std::int32_t length);
 

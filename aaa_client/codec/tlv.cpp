@@ -13,7 +13,7 @@ void* copy_of(ItemValue value, std::uint64_t size) {
 
 }  // namespace aaa
 
-// The header's words are cut to 16 bits, the value is not.
+// Type and length are truncated to 16 bits in the header; the value is not truncated.
 std::uint32_t aaa_encap_tlv_data(void* buffer, std::uint32_t type, const void* value,
                                  std::uint32_t length) {
   if (buffer == nullptr || value == nullptr) return 0;

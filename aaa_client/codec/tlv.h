@@ -1,6 +1,6 @@
 // The items of a body: type and length as 16-bit words, then the value. One writer, and one reader
-// for bodies that cannot be trusted: what is missing behind a body's end reads as zeros. Decoded
-// values are copied into blocks of their own or gathered in one.
+// for bodies that cannot be trusted: bytes past a body's end read as zeros. Decoded values are
+// copied into blocks of their own or gathered in one.
 #pragma once
 
 #include <algorithm>
@@ -42,7 +42,7 @@ class ItemWriter {
     }
   }
 
-  // Writes the caller's descriptor, and its tag into it.
+  // Writes the item of the caller's descriptor, and sets the descriptor's type.
   void put(aaa_item& item, std::uint16_t type) {
     item.type = type;
     put(type, item.len, item.value);
@@ -54,7 +54,7 @@ class ItemWriter {
     at_ += count;
   }
 
-  // Zeroes what the items have left of a body that ends at `end`.
+  // Zeroes the rest of a body that ends at `end`.
   void clear_rest(const std::uint8_t* end) {
     if (at_ != end) std::memset(at_, 0, static_cast<std::size_t>(end - at_));
   }
@@ -72,13 +72,13 @@ class Body {
   std::int64_t size() const { return end_ - begin_; }
   const std::uint8_t* end() const { return end_; }
 
-  // The byte at `offset`, or the end when it lies behind it. REQUIRES: offset >= 0.
+  // The byte at `offset`, or the end if the offset is past it. REQUIRES: offset >= 0.
   const std::uint8_t* at(std::int64_t offset) const {
     assert(offset >= 0);
     return begin_ + std::min(offset, size());
   }
 
-  // How many of `count` bytes from `from` on the body has.
+  // How many of the `count` bytes at `from` are in the body.
   // REQUIRES, here and below: `from` is a place in the body or its end.
   std::size_t available(const void* from, std::size_t count) const {
     const auto* first = static_cast<const std::uint8_t*>(from);
@@ -86,7 +86,7 @@ class Body {
     return std::min(count, static_cast<std::size_t>(end_ - first));
   }
 
-  // The byte `count` bytes behind `from`, or the end.
+  // The byte `count` bytes after `from`, or the end.
   const std::uint8_t* after(const std::uint8_t* from, std::size_t count) const {
     return from + available(from, count);
   }
@@ -120,8 +120,8 @@ struct ItemValue {
   }
 };
 
-// Stands at one item of a body and moves on as told, never beyond the body's end. Items begin
-// before `limit`.
+// Points at one item of a body, and moves only when its caller says so, never beyond the body's
+// end. Items begin before `limit`.
 class ItemReader {
  public:
   static constexpr std::int32_t no_item = -1;
@@ -136,7 +136,7 @@ class ItemReader {
   // The item's first byte.
   const std::uint8_t* item() const { return item_; }
 
-  // The item's type, or no_item behind the last item.
+  // The item's type, or no_item after the last item.
   std::int32_t type() const { return type_; }
   std::uint16_t length() const { return length_; }
 
@@ -146,10 +146,10 @@ class ItemReader {
     return {value_, length_, static_cast<std::uint16_t>(body_.available(value_, length_))};
   }
 
-  // Over the value to the next item.
+  // Moves over the value to the next item.
   void skip_item() { move_to(body_.after(value_, length_)); }
 
-  // To the value's first byte, which is then taken for the next item's header.
+  // Moves to the value's first byte, which is then read as the next item's header.
   void skip_header() { move_to(value_); }
 
   // REQUIRES: `item` is a place in the body or its end.
@@ -179,7 +179,7 @@ class ItemReader {
     length_ = header.length;
   }
 
-  // A header that the body's end cuts. Kept out of the walk, which hardly ever needs it.
+  // A header that the body's end truncates. Not inlined, because it is hardly ever needed.
   [[gnu::noinline]] static Header cut_header(Body body, const std::uint8_t* item) {
     Header header;
     body.copy(&header, item, sizeof header);
@@ -194,16 +194,16 @@ class ItemReader {
   std::uint16_t length_ = 0;
 };
 
-// A copy of an item's value in a block of `size` bytes, zero behind the value. Null when memory ran
-// out. REQUIRES: the value fits the size.
+// A copy of an item's value in a block of `size` bytes, filled up with zeros. Null when there is no
+// memory. REQUIRES: the value fits the size.
 void* copy_of(ItemValue value, std::uint64_t size);
 
 // Gathers the values of a decoded record in one block, each followed by a NUL. `for_each` passes
-// the record's descriptors, in the order of the block, to the function that it gets. Returns false
-// and changes nothing when memory ran out. REQUIRES: the values point into the body.
+// the record's descriptors, in the order of the block, to its argument. Returns false and changes
+// nothing when there is no memory. REQUIRES: the values point into the body.
 template <typename ForEach>
 bool fill_arena(aaa_arena& arena, Body body, ForEach for_each) {
-  std::uint64_t size = 0;  // with a NUL for every descriptor, also for the empty ones
+  std::uint64_t size = 0;  // includes a NUL for every descriptor, even an empty one
   for_each([&](const aaa_item& item) { size += item.len + std::uint64_t{1}; });
   std::uint8_t* const base = allocate(size);
   if (base == nullptr) return false;

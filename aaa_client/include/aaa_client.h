@@ -285,10 +285,10 @@ AAA_API extern char g_aaalib_process_name[64];
 
 /*
  * Sets the directory below which aaad's sockets are, in place of TMPDIR, for every path that is
- * made later, also when a connection is rebuilt. For set-user-id programs, where the C library
+ * made later, including when a connection is rebuilt. For set-user-id programs, where the C library
  * hides TMPDIR, and for threaded programs, where the environment must not be changed. Null: TMPDIR
  * again. Returns 0; -1, with nothing changed, when the path does not begin with "/" or has more
- * than 69 bytes. The path is copied. Any thread, takes no lock of the library.
+ * than 69 bytes. The path is copied. Any thread; takes only a short lock of its own.
  */
 AAA_API int32_t aaa_set_directory(const char* path);
 
@@ -296,22 +296,22 @@ AAA_API int32_t aaa_set_directory(const char* path);
  * Sets the user that aaad must belong to, for every connection that is made later. After each
  * connect, and before a byte is sent, the user of the listening process (SO_PEERCRED) is compared;
  * a connection to another user's process is closed and counts as a failed connect. That is logged
- * at any debug setting, once for a user who stays the same. -1, as at the start: no check. Returns
- * 0; -1, with nothing changed, for a number that is no user id. Connections that exist are not
- * checked again. Any thread, takes no lock.
+ * regardless of the debug switch, once as long as the user stays the same. -1, the default: no
+ * check. Returns 0; -1, with nothing changed, for a number that is not a user id. Existing
+ * connections are not checked. Any thread; takes no lock.
  */
 AAA_API int32_t aaa_set_aaad_uid(int64_t uid);
 
 /*
- * Returns 1 while the process is registered or tries to be, in thread mode or agent mode, also
- * while aaad is away; else 0. For a module that must not take over the registration of its host.
+ * Returns 1 while the process is registered or tries to be, in thread mode or agent mode, even
+ * with no aaad to reach; else 0. For a module that must not take over the registration of its host.
  * Any thread; takes aaa_lib_lock, and so waits for a registration, deregistration or exchange on
  * another thread, unless the answer is 1.
  */
 AAA_API int32_t aaa_is_in_use(void);
 
 /*
- * Registers the process with aaad and starts the library's threads. Returns 0, also when aaad
+ * Registers the process with aaad and starts the library's threads. Returns 0 even if aaad
  * cannot be reached yet: the receive thread then retries every 2 seconds without limit. Returns -1
  * for a null record, an empty model name, a work directory or local sockets that cannot be created
  * below TMPDIR, or a thread that cannot be started; no thread of the library runs then.
@@ -337,8 +337,8 @@ AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
 /*
  * Sends aaad a deregister request, drops the requests that are still in the send buffer, ends the
  * threads, closes the sockets to aaad, raises AAA_EVENT_CONNECTION_LOST and clears the callbacks,
- * except the two for LDAP searches and the password-update handler. Returns 0, also when aaad does
- * not answer and when the client is not registered. The event callback runs on the calling thread
+ * except the two for LDAP searches and the password-update handler. Returns 0, even if aaad does
+ * not answer or the client is not registered. The event callback runs on the calling thread
  * with aaa_lib_lock held: it may call the library, but must not wait for a thread that does.
  *
  * Returns -1, raises no event and keeps the callbacks in these cases:
@@ -384,8 +384,8 @@ AAA_API int32_t aaa_is_alive(void);
  * retry raises AAA_EVENT_CONNECTION_LOST, every success AAA_EVENT_REGISTERED. A lost connection
  * does not wake a thread that waits in aaa_user_get_result().
  *
- * When the event library refuses a task, the library retries every 2 seconds and blocks that
- * thread, until the task is accepted or the registration has ended.
+ * When the event library refuses a task, the library retries every 2 seconds and blocks the
+ * calling thread until the task is accepted or the registration has ended.
  */
 struct zv_thread_master;
 
@@ -724,9 +724,10 @@ AAA_API int32_t aaalib_debug_num_check(void);
 /* -- Paths -- */
 
 /*
- * Writes the value of TMPDIR followed by `suffix` into the `size` bytes at `buffer`. Returns 1; 0
- * and leaves `buffer` unchanged when TMPDIR is not set, when both together have `size` characters
- * or more, or when a pointer is null. No thread may change the environment meanwhile.
+ * Writes the directory of aaa_set_directory(), else the value of TMPDIR, followed by `suffix` into
+ * the `size` bytes at `buffer`. Returns 1; 0 and leaves `buffer` unchanged when neither is set,
+ * when the path would have `size` characters or more, or when a pointer is null. No thread may
+ * change the environment meanwhile.
  */
 AAA_API int32_t aaa_make_path(char* buffer, const char* suffix, uint32_t size);
 

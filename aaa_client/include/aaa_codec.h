@@ -9,11 +9,11 @@
  *  - An encoder stores the body, which the caller frees with aaa_free(), and returns its length in
  *    bytes. It returns 0 and stores nothing when an argument is null, when there is no memory, or
  *    when the body would be longer than 32 bits can express. It sets `type` in the record's item
- *    descriptors and changes nothing else, so two threads must not encode one record at a time.
+ *    descriptors and changes nothing else: two threads must not encode the same record at once.
  *  - A decoder stores a record, which the caller owns, and returns 1. It returns 0 and stores
  *    nothing when an argument is null, when the body is shorter than the record's fixed block or
- *    head, or when there is no memory. A negative length is taken as an empty body that is long
- *    enough. The record does not point into the body, unless its comment says so.
+ *    head, or when there is no memory. A negative length passes the length check and is then treated
+ *    as an empty body. The record does not point into the body, unless its comment says so.
  *  - A release function accepts only records from its decoder; null is ignored. It does not wipe
  *    what it frees: overwrite passwords first.
  *  - Functions ending in _sub convert only the fixed block; `block` points to as many bytes as the

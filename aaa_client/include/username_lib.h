@@ -3,7 +3,7 @@
  *
  * Every function except the release function is one exchange with aaad: it takes aaa_lib_lock, may
  * first wait for another thread's exchange, and returns when the answer has arrived or the exchange
- * has failed, after about 12 seconds if aaad is silent. Any thread may call. The library wipes
+ * has failed, after about 10 seconds if aaad is silent. Any thread may call. The library wipes
  * requests and answers from its own memory; the client wipes its arguments and results.
  *
  * A word or code of aaad can have the same value as a result that is listed for a failure.

@@ -33,7 +33,7 @@ bool send_deregister_request(std::int32_t fd) {
   return false;
 }
 
-// Sends the deregister request. No response from aaad counts as success.
+// Sends the deregister request. A missing response counts as success.
 std::int32_t aaa_client_dereg(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   if (!send_deregister_request(fd)) return report_error();
   aaa_ipc_header response;
@@ -75,7 +75,7 @@ std::int32_t tear_down() REQUIRES(aaa_lib_lock) {
 }
 
 // While aaad is unreachable there is no connection to close. Before its next attempt the receive
-// thread sees aaa_id -1 and ends; so do the tasks of agent mode.
+// thread sees aaa_id -1 and ends. The tasks of agent mode see that their registration has ended.
 void stop_trying() REQUIRES(aaa_lib_lock) {
   if (receive_thread_exists() || agent_mode_is_on()) {
     set_aaa_id(-1);
@@ -97,7 +97,7 @@ std::int32_t deregister() {
   return tear_down();
 }
 
-// Of a registration that continues, or that the client has made in its callback.
+// The threads of a registration that continues, or that the client has made in its callback.
 unsigned threads_of_registration() {
   if (is_deregistered()) return 0;
   return (receive_thread_exists() ? 1U : 0U) + (send_buffer_is_used() ? 1U : 0U);

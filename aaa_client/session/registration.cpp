@@ -31,7 +31,7 @@ bool is_registered_or_trying() {
 
 namespace {
 
-// The limit follows from the 100 bytes that the names of the datagram sockets have room for.
+// The limit of 75 bytes follows from the 100-byte buffers for the datagram sockets' names.
 void log_directory(const char* log_name) {
   const Directory in_use;
   const char* const directory = in_use.path();
@@ -105,7 +105,7 @@ bool start_threads(const reg_info& info) REQUIRES(aaa_lib_lock) {
 
 enum class Outcome { registered, already_registered, failed };
 
-// A receive thread that has not yet noticed that the client deregistered.
+// Cancels a receive thread that has not yet noticed that the client deregistered.
 void dismiss_leaving_thread() REQUIRES(aaa_lib_lock) {
   if (is_deregistered() && reg_state() == AAA_REG_NOT_REGISTERED) aaalib_cancel_receive_thread();
 }
@@ -125,7 +125,7 @@ Outcome register_locked(const reg_info& info) {
   return start_threads(info) ? Outcome::registered : Outcome::failed;
 }
 
-// A receive thread that has been told to end is no registration.
+// A receive thread that is about to end does not count as a registration.
 bool is_in_use() {
   const bool is_trying = (receive_thread_exists() || agent_mode_is_on()) && !is_deregistered();
   const bool both_open = load(g_aaa_client_cb.sync_fd) > 0 && load(g_aaa_client_cb.async_fd) > 0;

@@ -1,4 +1,4 @@
-// Debug lines, behind a gate with a rate limit.
+// Debug lines: written only while the debug switch is on, and counted against a limit.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace aaa {
 
 inline constexpr int log_kind_client = 1;
 
-// Lines let through since the last reset.
+// Lines written since the last reset.
 extern std::uint16_t g_aaalib_debug_count_curr;
 
 inline bool debug_log_is_open() {
@@ -19,8 +19,8 @@ inline bool debug_log_is_open() {
 
 }  // namespace aaa
 
-// A debug line. `message` is a literal with its own line end; no argument is evaluated while the
-// gate is closed.
+// A debug line. `message` is a literal with its own line end; its arguments are evaluated only if
+// the line is written.
 #define AAA_DEBUG_LOG_AS(function_name, message, ...)                                       \
   do {                                                                                      \
     if (::aaa::debug_log_is_open()) {                                                       \

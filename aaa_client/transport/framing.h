@@ -23,7 +23,7 @@ inline bool is_temporary(int error) {
 }
 
 // The next two functions receive with the deadline and results of aaa_msg_recv(). `received` is at
-// any time the number of bytes at `buffer`, also when the thread is cancelled inside.
+// any time the number of bytes at `buffer`, even if the thread is cancelled during the call.
 
 // Receives until there are at least `least` bytes, and up to `most` when more have arrived.
 // REQUIRES: received < least <= most.

@@ -20,7 +20,7 @@ namespace {
 constexpr std::int64_t any_uid = -1;
 std::int64_t aaad_uid = any_uid;
 
-// The last foreign peer that was logged: one that stays is not logged at each attempt.
+// The last unexpected user that was logged, so that it is logged once and not at every attempt.
 std::int64_t logged_uid = any_uid;
 
 bool is_open(std::int32_t fd) {

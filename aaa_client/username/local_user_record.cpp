@@ -204,12 +204,12 @@ class UserItemWriter {
 
   void put_number(std::uint32_t type, std::uint32_t number) { put(type, &number, sizeof number); }
 
-  // Flags travel only when they are set.
+  // Flags are sent only when they are set.
   void put_flag(std::uint32_t type, std::uint8_t is_set) {
     if (is_set != 0) put_number(type, 1);
   }
 
-  // A text that is empty, or too long for its item, is left out.
+  // A text that is empty, has no NUL or is too long for its item is left out.
   template <std::size_t Size>
   void put_text(std::uint32_t type, const char (&text)[Size]) {
     const std::size_t length = strnlen(text, Size);
@@ -230,7 +230,7 @@ class UserItemWriter {
   RequestBody& body_;
 };
 
-// string_19 stands in for string_18, also when it is too long to be sent itself.
+// string_19 replaces string_18, even if it has no NUL and is therefore not sent itself.
 void put_strings(UserItemWriter items, const local_user_info& record) {
   if (record.flag_4 != 0) {
     items.put_flag(4, record.flag_4);

@@ -50,7 +50,7 @@ std::int32_t ask_for_result(const char* log_name, Record* record, aaa_msg_type t
   return 0;
 }
 
-// A text as an item. Texts of 65536 bytes and more travel whole behind a length that is cut.
+// A text as an item. A text of 65536 bytes or more is sent whole, but its length is truncated.
 void add_item(aaa::RequestBody& body, std::uint16_t type, const void* value, std::size_t length) {
   const auto item_length = static_cast<std::uint16_t>(length);
   body.add_bytes(&type, sizeof type);

@@ -85,18 +85,14 @@ void AgentTest::expect_steady() const {
   EXPECT_EQ(event_socket(), loop_.task("aaa-read").number);
 }
 void AgentTest::expect_reconnecting() const {
-  EXPECT_THAT(loop_.names(), testing::ElementsAre("aaa-reconnect"));
+  EXPECT_THAT(loop_.names(), ElementsAre("aaa-reconnect"));
 }
 void AgentTest::expect_nothing_scheduled() const {
-  EXPECT_THAT(loop_.names(), testing::IsEmpty());
+  EXPECT_THAT(loop_.names(), IsEmpty());
   for (const zv_thread* const handle :
        {aaa::g_agent_connect_ev, aaa::g_agent_reconnect_tmr, aaa::g_agent_read_ev,
         aaa::g_agent_spare_ev, aaa::g_agent_hbt_tmr})
     EXPECT_EQ(nullptr, handle);
-}
-void AgentTest::expect_unconnected() const {
-  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
-  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
 }
 
 }  // namespace test

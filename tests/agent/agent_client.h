@@ -43,7 +43,6 @@ class AgentTest : public RegisteredTest {
   void expect_steady() const;
   void expect_reconnecting() const;
   void expect_nothing_scheduled() const;
-  void expect_unconnected() const;
 
   FakeLoop loop_;
 };

@@ -4,9 +4,6 @@
 
 namespace test::agent_connect {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class AgentConnect : public AgentTest {
  protected:
   // Runs the task, which must fail, and checks what it leaves.

@@ -133,6 +133,7 @@ zv_thread* zv_thread_add_timer_withname(zv_thread_master* master, zv_thread_fn c
 
 zv_thread* zv_thread_add_read_high_withname(zv_thread_master* master, zv_thread_fn callback,
                                             void* argument, int fd, const char* name) {
+  EXPECT_LE(0, fd) << name;
   return add({"read_high", master, callback, argument, fd, name});
 }
 

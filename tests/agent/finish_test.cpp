@@ -4,12 +4,10 @@
 #include "agent/agent_client.h"
 #include "runtime/receive/recovery.h"
 #include "runtime/send/send_buffer.h"
+#include "support/stopping_point.h"
 #include "transport/base/cancellation.h"
 
 namespace test::agent_finish {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class AgentFinish : public AgentTest {
  protected:
@@ -121,23 +119,21 @@ TEST_F(AgentFinish, EndsARegistrationWhoseDeregistrationIsAnsweredWronglyOrNotAt
 
 TEST_F(AgentFinish, AfterAWrongAnswerWaitsForTheFlushThread) {
   std::atomic<bool> hold = false;
-  std::atomic<bool> is_held = false;
   std::atomic<bool> returned = false;
-  std::atomic<bool> let_go = false;
+  StoppingPoint wait;
   const ScriptedCalls calls({.select = noting([&] {
                                if (!hold) return;
                                const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
-                               is_held = true;
-                               EXPECT_TRUE(eventually([&] { return let_go.load(); }));
+                               wait.stop();
                              })});
   sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::wrong_type);
   init_and_connect(batching_client());
   hold = true;
-  EXPECT_TRUE(eventually([&] { return is_held.load(); }));
+  EXPECT_TRUE(wait.is_reached());
   std::thread host([&] {
     EXPECT_TRUE(eventually([] { return aaa::load(g_aaa_client_cb.aaa_id) == -1; }));
     EXPECT_FALSE(eventually([&] { return returned.load(); }, std::chrono::milliseconds(300)));
-    let_go = true;
+    wait.go_on();
   });
   EXPECT_EQ(0, aaa_agent_finish());
   returned = true;

@@ -5,8 +5,6 @@
 
 namespace test::agent_heartbeat {
 
-using testing::ElementsAre;
-
 class AgentHeartbeat : public AgentTest {
  protected:
   void SetUp() override {

@@ -1,5 +1,4 @@
 // aaa_agent_init.
-#include <atomic>
 #include <filesystem>
 
 #include "agent/agent_client.h"
@@ -9,11 +8,9 @@
 #include "session/callbacks_of_clients.h"
 #include "support/fresh_message_sockets.h"
 #include "support/locked_state.h"
+#include "support/stopping_point.h"
 
 namespace test::agent_init {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 // Another master, and a callback by which a second registration can be told from the first.
 zv_thread_master* other_master() {
@@ -269,23 +266,19 @@ TEST_F(AgentInit, OfAReceiveThreadThatHasYetToTryItRaisesNoEvent) {
 }
 
 TEST_F(AgentInit, WhileACallbackOfAnEarlierThreadRunsTheConnectionWaits) {
-  static std::atomic<bool> inside;
-  static std::atomic<bool> let_go;
-  inside = let_go = false;
+  static StoppingPoint callback;
+  callback.reset();
   reg_info info = client();
-  info.notify_del_msg_cb = [](const void*) {
-    inside = true;
-    EXPECT_TRUE(eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
-  };
+  info.notify_del_msg_cb = [](const void*) { callback.stop(); };
   register_client(info);
   send(AAA_MSG_NOTIFY_DEL_MSG, zeros(560));
-  EXPECT_TRUE(eventually([] { return inside.load(); }));
+  EXPECT_TRUE(callback.is_reached());
   EXPECT_EQ(0, aaa_svr_dereg());
   init();
   run("aaa-connect");
   EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
   EXPECT_EQ(1, state());
-  let_go = true;
+  callback.go_on();
   EXPECT_TRUE(receive_thread_is_gone());
   run("aaa-connect");
   expect_steady();

@@ -11,9 +11,6 @@
 
 namespace test::agent_read {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class AgentRead : public AgentTest {
  protected:
   void SetUp() override {

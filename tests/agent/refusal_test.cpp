@@ -22,10 +22,6 @@ struct Scheduling {
   std::uint32_t silence = 0;
 };
 
-std::ostream& operator<<(std::ostream& out, const Scheduling& scheduling) {
-  return out << scheduling.name;
-}
-
 class Refusal : public AgentTest, public testing::WithParamInterface<Scheduling> {
  protected:
   void bring_about(Situation situation) {
@@ -91,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "heartbeat", 0, 0, 0},
         Scheduling{"TheReconnectionAfterASilence", Situation::connected, "aaa-heartbeat", 0,
                    "reconnect", 0, 0, 1, 300}),
-    [](const auto& tested) { return tested.param.name; });
+    row_name);
 
 using RefusalEnd = AgentTest;
 

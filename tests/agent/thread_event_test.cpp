@@ -4,9 +4,6 @@
 
 namespace test::thread_event {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class ThreadEvent : public AgentTest {
  protected:
   ThreadEvent() {

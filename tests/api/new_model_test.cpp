@@ -7,14 +7,13 @@
 #include <filesystem>
 #include <fstream>
 
-#include "session/state/client_state.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 
+namespace test {
 namespace {
 
-class NewModel : public test::LinkedTest {
+class NewModel : public LinkedTest {
  protected:
   void SetUp() override {
     LinkedTest::SetUp();
@@ -26,11 +25,11 @@ class NewModel : public test::LinkedTest {
   // Logged only behind an open gate.
   static void expect_off_with_line(const std::string& message) {
     {
-      const test::LogCapture closed;
+      const LogCapture closed;
       EXPECT_EQ(0u, aaa_get_new_model_from_file());
       EXPECT_TRUE(closed.lines().empty());
     }
-    const test::OpenLog log;
+    const OpenLog log;
     EXPECT_EQ(0u, aaa_get_new_model_from_file());
     log.expect_only("aaa_get_new_model_from_file", message);
   }
@@ -40,7 +39,7 @@ class NewModel : public test::LinkedTest {
 
 TEST_F(NewModel, IsOffForAFirstByteOf0AndOnForAnyOtherWithoutALine) {
   g_aaa_status.new_model = 7;
-  const test::OpenLog log;
+  const OpenLog log;
   for (const char* content : {"0", "01", "0x", "0\n"}) {
     write_file(content);
     EXPECT_EQ(0u, aaa_get_new_model_from_file()) << content;
@@ -92,9 +91,9 @@ TEST_F(NewModel, APathMayHave255Characters) {
 }
 
 TEST_F(NewModel, TheFileIsReadWithoutARegistration) {
-  test::set_reg_state(AAA_REG_NOT_REGISTERED);
+  set_reg_state(AAA_REG_NOT_REGISTERED);
   write_file("1");
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(1u, aaa_get_new_model_from_file());
   EXPECT_TRUE(log.lines().empty());
 }
@@ -116,9 +115,10 @@ TEST_F(NewModel, SynchronisingStoresWhatTheFileSaysAnd0WithoutIt) {
 TEST_F(NewModel, SynchronisingWhileNotRegisteredGives0AndTouchesNothing) {
   g_aaa_status.new_model = 7;
   write_file("1");
-  test::set_reg_state(AAA_REG_LOST);
+  set_reg_state(AAA_REG_LOST);
   EXPECT_EQ(0u, aaa_get_new_model_status_syn());
   EXPECT_EQ(7u, g_aaa_status.new_model);
 }
 
 }  // namespace
+}  // namespace test

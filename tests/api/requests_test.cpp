@@ -89,7 +89,7 @@ const OneWayKind one_way_requests[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), one_way_name);
+INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), row_name);
 
 class UserRequests : public LinkedTest {
  protected:
@@ -183,7 +183,7 @@ class RequestTimes : public LinkedTest, public testing::WithParamInterface<OneWa
   static void rest() { std::this_thread::sleep_for(std::chrono::milliseconds(2)); }
 };
 
-INSTANTIATE_TEST_SUITE_P(, RequestTimes, testing::Values(authentication, accounting), one_way_name);
+INSTANTIATE_TEST_SUITE_P(, RequestTimes, testing::Values(authentication, accounting), row_name);
 
 TEST_P(RequestTimes, TheTimeOfTheSendIsKept) {
   aaa::store(LibraryCounters::word(sum() + 1), 0U);

@@ -2,17 +2,11 @@
 #include <gmock/gmock.h>
 
 #include "api/waiting_test.h"
-#include "support/lock_check.h"
-#include "support/open_log.h"
 
+namespace test {
 namespace {
 
-using test::published;
-using test::result_of;
-using test::ScriptedCalls;
-using test::Scripts;
-
-class ResultWait : public test::WaitingTest {
+class ResultWait : public WaitingTest {
  protected:
   static constexpr char kName[] = "aaa_user_get_result";
 };
@@ -40,7 +34,7 @@ TEST_F(ResultWait, ReturnsTheResultOfTheSessionWithoutAPointerIntoTheReleasedDat
   record.reply_message = {0, 5, "hello"};
   record.item_318 = {0, 5, "first"};
   record.item_320 = {0, 5, "third"};
-  deliver(test::encoded_body(aaa_encap_result_info, record));
+  deliver(encoded_body(aaa_encap_result_info, record));
   ASSERT_EQ(0, wait_for(9));
   EXPECT_EQ(9u, result_->sub.session_id);
   EXPECT_EQ(3u, result_->sub.num_a);
@@ -52,9 +46,9 @@ TEST_F(ResultWait, ReturnsTheResultOfTheSessionWithoutAPointerIntoTheReleasedDat
   EXPECT_EQ(0, result_->item_319.len);
   EXPECT_EQ(nullptr, result_->item_320.value);
   EXPECT_EQ(5, result_->item_320.len);
-  const std::string body = test::encoded_body(aaa_encap_result_info, *result_);
+  const std::string body = encoded_body(aaa_encap_result_info, *result_);
   // Behind the fixed block, the message and ten headers: zeros stand in their place.
-  EXPECT_EQ(test::hex("3e01 0500 0000000000 3f01 0000 4001 0500 0000000000"),
+  EXPECT_EQ(hex("3e01 0500 0000000000 3f01 0000 4001 0500 0000000000"),
             body.substr(1284 + 40 + 5, 22));
   EXPECT_EQ(1360u + 5 + 5 + 5, body.size());
 }
@@ -89,7 +83,7 @@ TEST_F(ResultWait, BeforeThePairIsReadyOrWithoutAServerSocketGivesMinus1AtOnce) 
 
 TEST_F(ResultWait, WithoutAPlaceForTheResultGivesMinus1AndPublishesNothing) {
   aaa::set_waiting_session(77);
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(-1, aaa_user_get_result(9, 0, 10, nullptr));
   EXPECT_EQ(77u, published());
   EXPECT_TRUE(log.lines().empty());
@@ -101,7 +95,7 @@ TEST_F(ResultWait, PublishesTheSessionIdAndHasNoLockWhileItWaits) {
   bool free = false;
   const ScriptedCalls calls(waits_end({[&] {
     seen = published();
-    free = test::is_free(aaa_lib_lock) && test::is_free(aaa::waiting_session_lock);
+    free = is_free(aaa_lib_lock) && is_free(aaa::waiting_session_lock);
     return 0;
   }}));
   EXPECT_EQ(0u, published());
@@ -114,7 +108,7 @@ TEST_F(ResultWait, WaitsAsLongAsAskedUpTo120Seconds) {
   const ScriptedCalls calls(waits_end({}));
   for (const std::uint32_t seconds : {0u, 1u, 119u, 120u, 121u, 500u, 0xffffffffu})
     EXPECT_EQ(-22, wait_for(9, seconds));
-  EXPECT_THAT(timeouts(), testing::ElementsAre(0, 1000, 119000, 120000, 120000, 120000, 120000));
+  EXPECT_THAT(timeouts(), ElementsAre(0, 1000, 119000, 120000, 120000, 120000, 120000));
 }
 
 TEST_F(ResultWait, ALongerDatagramIsCutAt4096Bytes) {
@@ -123,7 +117,7 @@ TEST_F(ResultWait, ALongerDatagramIsCutAt4096Bytes) {
   record.sub.session_id = 9;
   record.tail_len = 5000;
   record.tail_data = tail.data();
-  deliver(test::encoded_body(aaa_encap_result_info, record));
+  deliver(encoded_body(aaa_encap_result_info, record));
   std::size_t asked = 0;
   const ScriptedCalls calls({.recv = [&](int, void*, std::size_t size, int) {
     asked = size;
@@ -158,7 +152,7 @@ TEST_F(ResultWait, EveryEndWritesItsLinePublishesNobodyAndLeavesNoBlock) {
   int polls = 0;
   const auto poll_fails = [&](int, int) {
     ++polls;
-    return std::optional<int>(test::fails(ENOMEM));
+    return std::optional<int>(fails(ENOMEM));
   };
   const WayOut ways[] = {
       {"the result", 0, "", result_of(9)},
@@ -172,16 +166,16 @@ TEST_F(ResultWait, EveryEndWritesItsLinePublishesNobodyAndLeavesNoBlock) {
   };
   for (const auto& way : ways) {
     SCOPED_TRACE(way.name);
-    const test::LibraryCounters counters;
+    const LibraryCounters counters;
     const auto wait = [&](std::uint32_t seconds) {
       if (way.datagram) deliver(*way.datagram);
       const ScriptedCalls calls(way.scripts);
       EXPECT_EQ(way.outcome, wait_for(9, seconds));
     };
-    const test::LogCapture closed;
+    const LogCapture closed;
     wait(0);
     EXPECT_TRUE(closed.lines().empty());
-    const test::OpenLog log;
+    const OpenLog log;
     wait(way.datagram || way.scripts.poll ? 10 : 0);
     if (way.line.empty()) {
       EXPECT_TRUE(log.lines().empty());
@@ -197,7 +191,7 @@ TEST_F(ResultWait, EveryEndWritesItsLinePublishesNobodyAndLeavesNoBlock) {
 }
 
 TEST_F(ResultWait, AnInterruptionThatUsesUpTheTimePublishesNobody) {
-  const test::LibraryCounters counters;
+  const LibraryCounters counters;
   const ScriptedCalls calls(waits_end({with_error(EINTR)}));
   EXPECT_EQ(-22, wait_for(9, 0));
   EXPECT_EQ(0u, published());
@@ -206,9 +200,10 @@ TEST_F(ResultWait, AnInterruptionThatUsesUpTheTimePublishesNobody) {
 
 TEST_F(ResultWait, ASocketThatIsNotOpenFailsTheWait) {
   const Replaced<std::int32_t> closed(lib_msg_server_fd, 1000000);
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(-22, wait_for(9));
   log.expect(kName, "select fail errno 9.\r\n");
 }
 
 }  // namespace
+}  // namespace test

@@ -2,25 +2,20 @@
 #include <gmock/gmock.h>
 #include <pthread.h>
 #include <signal.h>
-#include <time.h>
 
 #include <thread>
 
 #include "api/waiting_test.h"
 #include "support/intended_leak.h"
-#include "support/open_log.h"
 #include "support/signal_handler.h"
 
+namespace test {
 namespace {
-
-using test::result_of;
-using test::ScriptedCalls;
-using testing::ElementsAre;
 
 constexpr char kForeign[] = "res->sub.session_id is 7 but the id is 9\r\n";
 constexpr char kTimeout[] = "timeout, no result available.\r\n";
 
-class ResultWaitTime : public test::WaitingTest {
+class ResultWaitTime : public WaitingTest {
  protected:
   void SetUp() override {
     WaitingTest::SetUp();
@@ -31,25 +26,17 @@ class ResultWaitTime : public test::WaitingTest {
   void foreign_results(int count) {
     for (int i = 0; i < count; ++i)
       deliver(result_of(7));
-    expect_blocks_left(static_cast<std::uint32_t>(count) * test::blocks_of_a_result());
+    expect_blocks_left(static_cast<std::uint32_t>(count) * blocks_of_a_result());
   }
 
  private:
-  // Only the test moves the clock to another second.
-  static void enter_second() {
-    timespec now = {};
-    do {
-      clock_gettime(CLOCK_MONOTONIC, &now);
-    } while (now.tv_nsec > 800000000);
-  }
-
-  test::IntendedLeak dropped_results_;
+  IntendedLeak dropped_results_;
 };
 
 TEST_F(ResultWaitTime, AForeignResultIsLoggedAndDroppedAndTheWaitGoesOn) {
   foreign_results(1);
   deliver(result_of(9));
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(0, wait_for(9));
   EXPECT_EQ(9u, result_->sub.session_id);
   log.expect_only("aaa_user_get_result", kForeign);
@@ -57,11 +44,11 @@ TEST_F(ResultWaitTime, AForeignResultIsLoggedAndDroppedAndTheWaitGoesOn) {
 
 TEST_F(ResultWaitTime, TheRecordOfAForeignResultIsNotReleasedNorLoggedBehindAClosedGate) {
   foreign_results(1);
-  const test::LogCapture log;
-  const test::LibraryCounters counters;
+  const LogCapture log;
+  const LibraryCounters counters;
   EXPECT_EQ(-22, wait_for(9, 0));
-  EXPECT_EQ(test::blocks_of_a_result(), counters.blocks_allocated() - counters.blocks_freed());
-  EXPECT_GT(test::blocks_of_a_result(), 0u);
+  EXPECT_EQ(blocks_of_a_result(), counters.blocks_allocated() - counters.blocks_freed());
+  EXPECT_GT(blocks_of_a_result(), 0u);
   EXPECT_TRUE(log.lines().empty());
 }
 
@@ -97,8 +84,7 @@ const PollSequence sequences[] = {
 
 class PollSequences : public ResultWaitTime, public testing::WithParamInterface<PollSequence> {};
 
-INSTANTIATE_TEST_SUITE_P(, PollSequences, testing::ValuesIn(sequences),
-                         [](const auto& sequence) { return sequence.param.name; });
+INSTANTIATE_TEST_SUITE_P(, PollSequences, testing::ValuesIn(sequences), row_name);
 
 TEST_P(PollSequences, GiveMinus22AfterTheirTime) {
   std::deque<Wait> waits;
@@ -109,7 +95,7 @@ TEST_P(PollSequences, GiveMinus22AfterTheirTime) {
   }
   foreign_results(foreign);
   const ScriptedCalls calls(waits_end(waits));
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(-22, wait_for(9, 10));
   EXPECT_EQ(GetParam().timeouts, timeouts());
   EXPECT_EQ(GetParam().timeout_lines, log.count(kTimeout));
@@ -131,7 +117,7 @@ TEST_F(ResultWaitTime, TheAskedResultCountsHoweverMuchTimeHasPassed) {
 
 TEST_F(ResultWaitTime, OnlyTheWaitingTakesTime) {
   foreign_results(1);
-  test::Scripts scripts = waits_end({with_datagram()});
+  Scripts scripts = waits_end({with_datagram()});
   scripts.recv = [this](int, void*, std::size_t, int) {
     clock_.advance(5);
     return std::optional<ssize_t>();
@@ -142,10 +128,10 @@ TEST_F(ResultWaitTime, OnlyTheWaitingTakesTime) {
 }
 
 TEST_F(ResultWaitTime, ASignalDoesNotEndTheWait) {
-  test::handle_from_now_on(SIGUSR1, [](int) {});
+  handle_from_now_on(SIGUSR1, [](int) {});
   std::int32_t outcome = -1;
   std::thread waiter([&] { outcome = wait_for(9, 100); });
-  EXPECT_TRUE(test::eventually([] { return test::published() == 9; })) << "nobody waits";
+  EXPECT_TRUE(eventually([] { return published() == 9; })) << "nobody waits";
   for (int i = 0; i < 20; ++i) {
     pthread_kill(waiter.native_handle(), SIGUSR1);
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -156,3 +142,4 @@ TEST_F(ResultWaitTime, ASignalDoesNotEndTheWait) {
 }
 
 }  // namespace
+}  // namespace test

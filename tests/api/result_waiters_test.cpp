@@ -6,13 +6,10 @@
 #include "api/waiting_test.h"
 #include "support/intended_leak.h"
 
+namespace test {
 namespace {
 
-using test::eventually;
-using test::published;
-using test::result_of;
-
-class ResultWaiters : public test::WaitingTest {
+class ResultWaiters : public WaitingTest {
  protected:
   static bool is_waited_for(std::uint32_t session_id) {
     return eventually([=] { return published() == session_id; });
@@ -22,13 +19,13 @@ class ResultWaiters : public test::WaitingTest {
 TEST_F(ResultWaiters, ASecondWaiterOverwritesThePublishedIdAndEveryReturnClearsIt) {
   const std::thread::id second = std::this_thread::get_id();
   std::uint32_t seen = 0;
-  const test::ScriptedCalls calls({.poll = [&](int, int) -> std::optional<int> {
+  const ScriptedCalls calls({.poll = [&](int, int) -> std::optional<int> {
     if (std::this_thread::get_id() != second) return std::nullopt;
     seen = published();
     return 0;
   }});
   std::int32_t first_outcome = -1;
-  test::Result first_result;
+  Result first_result;
   std::thread first([&] {
     result_info* result = nullptr;
     first_outcome = aaa_user_get_result(5, 0, 100, &result);
@@ -46,11 +43,11 @@ TEST_F(ResultWaiters, ASecondWaiterOverwritesThePublishedIdAndEveryReturnClearsI
 }
 
 TEST_F(ResultWaiters, TwoWaitersForOneDatagramBothReturn) {
-  const test::LibraryCounters counters;
+  const LibraryCounters counters;
   std::int32_t outcomes[2] = {};
-  test::Result results[2];
+  Result results[2];
   const auto wait = [&](std::size_t n) {
-    const test::IntendedLeak dropped_result;
+    const IntendedLeak dropped_result;
     result_info* result = nullptr;
     outcomes[n] = aaa_user_get_result(static_cast<std::uint32_t>(5 + n), 0, 1, &result);
     results[n].reset(result);
@@ -67,7 +64,7 @@ TEST_F(ResultWaiters, TwoWaitersForOneDatagramBothReturn) {
   results[0].reset();
   // When the second took the first one's result, it dropped it.
   const std::uint32_t left = counters.blocks_allocated() - counters.blocks_freed();
-  EXPECT_EQ(outcomes[0] == 0 ? 0u : test::blocks_of_a_result(), left);
+  EXPECT_EQ(outcomes[0] == 0 ? 0u : blocks_of_a_result(), left);
   expect_blocks_left(left);
 }
 
@@ -102,7 +99,7 @@ class CancelledWaiter : public ResultWaiters {
 };
 
 TEST_F(CancelledWaiter, PublishesNobodyLeavesNoBlockAndThePairUsable) {
-  const test::LibraryCounters counters;
+  const LibraryCounters counters;
   start(PTHREAD_CANCEL_ENABLE);
   pthread_cancel(thread_);
   EXPECT_EQ(PTHREAD_CANCELED, join());
@@ -153,3 +150,4 @@ TEST_F(ResultWaiters, TheLossOfAnEarlierConnectionDoesNotWakeTheWaiter) {
 }
 
 }  // namespace
+}  // namespace test

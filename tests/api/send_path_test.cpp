@@ -4,18 +4,15 @@
 #include <cerrno>
 #include <climits>
 
-#include "support/library_counters.h"
 #include "support/linked_test.h"
-#include "support/open_log.h"
 
+namespace test {
 namespace {
-
-using test::hex;
 
 // Type 19 with the body "abc" and the id 0x0a0b0c0d.
 const char kClearUser[] = "01010101 0d0c0b0a 13000000 03000000 616263";
 
-class SendPath : public test::LinkedTest {
+class SendPath : public LinkedTest {
  protected:
   static std::uint32_t send() { return aaa_lib_send_ipc_msg(99, 19, 0x0a0b0c0d, "abc", 3); }
   static void name_process(const char* name) {
@@ -29,7 +26,7 @@ class SendPath : public test::LinkedTest {
 };
 
 TEST_F(SendPath, WritesHeaderAndBodyInOneSendWithFlag256AndTakesOneBlock) {
-  const test::LibraryCounters counters;
+  const LibraryCounters counters;
   EXPECT_EQ(0u, send());
   EXPECT_EQ(hex(kClearUser), only_write());
   EXPECT_EQ(256, write_flags() & 256);
@@ -49,14 +46,14 @@ TEST_F(SendPath, AMessageWithoutABodyIsAHeader) {
 
 TEST_F(SendPath, LogsProcessTypeNumberBodyLengthAndTheDescriptorPassedIn) {
   name_process("netd");
-  const test::OpenLog log;
+  const OpenLog log;
   send();
   log.expect_only("aaa_lib_send_ipc_msg", "netd: send message(clear user)(19) len(3) to 99\r\n");
 }
 
 TEST_F(SendPath, AFailedSendGivesItsErrorLogsItAndFreesTheBlock) {
-  const test::OpenLog log;
-  const test::LibraryCounters counters;
+  const OpenLog log;
+  const LibraryCounters counters;
   next_write_fails(ECONNRESET);
   EXPECT_EQ(104u, send());
   log.expect_last("aaa_lib_send_ipc_msg", "send fail error Connection reset by peer.\r\n");
@@ -66,7 +63,7 @@ TEST_F(SendPath, AFailedSendGivesItsErrorLogsItAndFreesTheBlock) {
 }
 
 TEST_F(SendPath, AMessageThatCannotBeFramedGives12BeforeAnythingIsLogged) {
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(12u, aaa_lib_send_ipc_msg(99, 19, 0, "abc", UINT32_MAX));
   script({.malloc = [](std::size_t) { return std::optional<void*>(nullptr); }});
   EXPECT_EQ(12u, send());
@@ -75,9 +72,9 @@ TEST_F(SendPath, AMessageThatCannotBeFramedGives12BeforeAnythingIsLogged) {
 }
 
 TEST_F(SendPath, WhileTheFlushThreadRunsTheMessageIsQueuedAndTheSameLineLogged) {
-  const test::QueueInUse queue;
-  const test::OpenLog log;
-  const test::LibraryCounters counters;
+  const QueueInUse queue;
+  const OpenLog log;
+  const LibraryCounters counters;
   EXPECT_EQ(0u, send());
   EXPECT_TRUE(writes().empty());
   EXPECT_EQ(1u, g_send_buf_msg_cnt);
@@ -89,12 +86,12 @@ TEST_F(SendPath, WhileTheFlushThreadRunsTheMessageIsQueuedAndTheSameLineLogged) 
 TEST_F(SendPath, WithoutASocketADirectSendGives22AndAQueuedMessageCountsAsSent) {
   aaa::store(g_aaa_client_cb.sync_fd, -1);
   EXPECT_EQ(22u, send());
-  const test::QueueInUse queue;
+  const QueueInUse queue;
   EXPECT_EQ(0u, send());
 }
 
 TEST_F(SendPath, TheOneWaySenderRefusesANegativeLengthAndALengthWithoutABody) {
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(2, aaalib_send_ipc_msg(19, 0, "abc", -1));
   EXPECT_EQ(2, aaalib_send_ipc_msg(19, 0, "abc", INT_MIN));
   EXPECT_EQ(2, aaalib_send_ipc_msg(19, 0, nullptr, 1));
@@ -110,7 +107,7 @@ TEST_F(SendPath, TheOneWaySenderSendsAnEmptyBody) {
 }
 
 TEST_F(SendPath, TheOneWaySenderNamesTheRequestSocketInTheLine) {
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(0, aaalib_send_ipc_msg(19, 0x0a0b0c0d, "abc", 3));
   EXPECT_EQ(hex(kClearUser), only_write());
   log.expect("aaa_lib_send_ipc_msg",
@@ -118,14 +115,15 @@ TEST_F(SendPath, TheOneWaySenderNamesTheRequestSocketInTheLine) {
 }
 
 TEST_F(SendPath, TheOneWaySenderGives4AndLogsTheErrorWhenSendingFails) {
-  const test::LogCapture closed;
+  const LogCapture closed;
   next_write_fails(EPIPE);
   EXPECT_EQ(4, aaalib_send_ipc_msg(19, 0, "abc", 3));
   EXPECT_TRUE(closed.lines().empty());
-  const test::OpenLog log;
+  const OpenLog log;
   next_write_fails(EPIPE);
   EXPECT_EQ(4, aaalib_send_ipc_msg(19, 0, "abc", 3));
   log.expect_last("aaalib_send_ipc_msg", "Send ipc message failed, errno(32).\r\n");
 }
 
 }  // namespace
+}  // namespace test

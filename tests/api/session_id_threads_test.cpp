@@ -1,30 +1,23 @@
 // Session ids for several threads, and across registrations, from a simulated aaad.
 #include <set>
-#include <thread>
 
-#include "support/library_counters.h"
 #include "support/library_test.h"
 
+namespace test {
 namespace {
 
-using aaa_sim::received;
-
-class SessionIdThreads : public test::SimulatedTest {};
+class SessionIdThreads : public SimulatedTest {};
 
 TEST_F(SessionIdThreads, NoIdIsGivenTwiceAndABlockIsFetchedOnce) {
   constexpr int kThreads = 8, kEach = 50;
-  sim_.change([](aaa_sim::Settings& settings) { settings.session_ids = 7; });
+  sim_.change([](Settings& settings) { settings.session_ids = 7; });
   register_client();
-  const test::LibraryCounters counters;
+  const LibraryCounters counters;
   std::vector<std::uint32_t> ids[kThreads];
-  std::vector<std::thread> threads;
-  for (auto& own : ids)
-    threads.emplace_back([&own] {
-      for (int i = 0; i < kEach; ++i)
-        own.push_back(aaa_get_session_id());
-    });
-  for (std::thread& thread : threads)
-    thread.join();
+  on_threads(kThreads, [&](std::uint32_t n) {
+    for (int i = 0; i < kEach; ++i)
+      ids[n].push_back(aaa_get_session_id());
+  });
   std::set<std::uint32_t> all;
   for (const auto& own : ids)
     all.insert(own.begin(), own.end());
@@ -36,7 +29,7 @@ TEST_F(SessionIdThreads, NoIdIsGivenTwiceAndABlockIsFetchedOnce) {
 }
 
 TEST_F(SessionIdThreads, TheBlockSurvivesDeregistration) {
-  sim_.change([](aaa_sim::Settings& settings) { settings.next_session_id = 100; });
+  sim_.change([](Settings& settings) { settings.next_session_id = 100; });
   register_client();
   EXPECT_EQ(100u, aaa_get_session_id());
   ASSERT_EQ(0, aaa_svr_dereg());
@@ -47,13 +40,14 @@ TEST_F(SessionIdThreads, TheBlockSurvivesDeregistration) {
 }
 
 TEST_F(SessionIdThreads, TheBlockSurvivesALostConnection) {
-  sim_.change([](aaa_sim::Settings& settings) { settings.next_session_id = 100; });
+  sim_.change([](Settings& settings) { settings.next_session_id = 100; });
   register_client();
   EXPECT_EQ(100u, aaa_get_session_id());
   sim_.close_connections();
-  ASSERT_TRUE(test::wait_for_event(AAA_EVENT_REREGISTERED)) << "not registered again";
+  ASSERT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED)) << "not registered again";
   EXPECT_EQ(101u, aaa_get_session_id());
   EXPECT_EQ(1u, sim_.count(received(AAA_MSG_GET_SESSION_ID)));
 }
 
 }  // namespace
+}  // namespace test

@@ -3,18 +3,13 @@
 #include "support/locked_state.h"
 
 #include "support/exchange_scenarios.h"
-#include "support/open_log.h"
 
+namespace test {
 namespace {
-
-using test::hex;
-using test::LibraryCounters;
-using test::message_bytes;
-using test::word_bytes;
 
 constexpr std::size_t kRequests = 8, kFailures = 9, kTimeTotal = 10, kTimeMax = 11;
 
-class SessionIds : public test::LinkedTest {
+class SessionIds : public LinkedTest {
  protected:
   void aaad_grants(std::uint32_t first, std::uint32_t count) {
     aaad_answers(message_bytes(3, word_bytes(first) + word_bytes(count)));
@@ -29,10 +24,7 @@ class SessionIds : public test::LinkedTest {
   }
   static void expect_counted(const LibraryCounters& counters, std::uint32_t requests,
                              std::uint32_t failures) {
-    for (std::size_t n = 0; n < LibraryCounters::kWords; ++n) {
-      if (n == kTimeTotal || n == kTimeMax) continue;
-      EXPECT_EQ(n == kRequests ? requests : n == kFailures ? failures : 0, counters.grown(n)) << n;
-    }
+    counters.expect_grown({{kRequests, requests}, {kFailures, failures}}, kTimeTotal);
   }
 };
 
@@ -76,25 +68,25 @@ TEST_F(SessionIds, AFirstIdOf0IsAFailureThatLeavesTheBlockAndTheNextCallAsksAgai
 TEST_F(SessionIds, AnAnswerOfAnotherTypeIsAFailureThatLeavesTheBlockAndHasNoLine) {
   hold_block(5, 6);
   const LibraryCounters counters;
-  const test::OpenLog log;
+  const OpenLog log;
   aaad_answers(message_bytes(103, word_bytes(100) + word_bytes(3)));
   EXPECT_EQ(0u, aaa_get_session_id());
   expect_block(5, 6);
   expect_counted(counters, 1, 1);
-  for (const test::LogLine& line : log.lines())
+  for (const LogLine& line : log.lines())
     EXPECT_NE("aaa_get_session_id", line.function()) << line.message();
 }
 
 TEST_F(SessionIds, NoAnswerAndNoSendAreFailuresThatLeaveTheBlockWithALine) {
   hold_block(5, 6);
-  test::MovedClock clock;
+  MovedClock clock;
   script({.recv = [&](int, void*, std::size_t, int) {
     clock.advance(2);
-    return std::optional<ssize_t>(test::fails(EAGAIN));
+    return std::optional<ssize_t>(fails(EAGAIN));
   }});
   for (const int error : {0, EPIPE}) {
     next_write_fails(error);
-    const test::OpenLog log;
+    const OpenLog log;
     const LibraryCounters counters;
     EXPECT_EQ(0u, aaa_get_session_id());
     log.expect("aaa_get_session_id", "get sessionid from aaad failed.\r\n");
@@ -104,7 +96,7 @@ TEST_F(SessionIds, NoAnswerAndNoSendAreFailuresThatLeaveTheBlockWithALine) {
 }
 
 TEST_F(SessionIds, AGrantIsLoggedAlsoOfId0AndAnIdOutOfTheBlockIsNot) {
-  const test::OpenLog log;
+  const OpenLog log;
   aaad_grants(0, 3);
   aaa_get_session_id();
   log.expect("aaa_get_session_id", "get sessionid from aaad success, current 0, top 3.\r\n");
@@ -147,12 +139,12 @@ TEST_F(SessionIds, NotRegisteredGives0CountsNothingAndLeavesTheBlock) {
   const LibraryCounters counters;
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    test::set_reg_state(state);
+    set_reg_state(state);
     EXPECT_EQ(0u, aaa_get_session_id());
   }
   EXPECT_TRUE(counters.all_unchanged());
   expect_block(5, 9);
-  test::set_reg_state(AAA_REG_REGISTERED);
+  set_reg_state(AAA_REG_REGISTERED);
   EXPECT_EQ(6u, aaa_get_session_id());
   EXPECT_TRUE(writes().empty());
 }
@@ -191,11 +183,6 @@ TEST_F(SessionIds, TheTimeOfIdsOutOfTheBlockIsKept) {
   EXPECT_GT(counters.grown(kTimeTotal), 0u);
 }
 
-}  // namespace
-
-namespace test {
-namespace {
-
 // Of a block of one id each is an exchange.
 // clang-format off
 const ExchangeKind session_id = {
@@ -203,8 +190,8 @@ const ExchangeKind session_id = {
     message_bytes(3, hex("64000000 01000000")), 100, {0, 0, 0, 0}};
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(, Exchanges, testing::Values(session_id), exchange_name);
-INSTANTIATE_TEST_SUITE_P(, DirectExchanges, testing::Values(session_id), exchange_name);
+INSTANTIATE_TEST_SUITE_P(, Exchanges, testing::Values(session_id), row_name);
+INSTANTIATE_TEST_SUITE_P(, DirectExchanges, testing::Values(session_id), row_name);
 
 }  // namespace
 }  // namespace test

@@ -1,15 +1,12 @@
 // The getters of aaad's settings.
 #include <functional>
-#include <string>
 #include <utility>
 #include <vector>
 
-#include "session/state/client_state.h"
-#include "support/library_counters.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 
+namespace test {
 namespace {
 
 struct Getter {
@@ -19,10 +16,6 @@ struct Getter {
   // What a stored word is returned as.
   std::vector<std::pair<std::uint32_t, std::int64_t>> values;
 };
-
-std::ostream& operator<<(std::ostream& out, const Getter& getter) {
-  return out << getter.name;
-}
 
 const std::vector<std::pair<std::uint32_t, std::int64_t>> kAsStored = {
     {0, 0}, {1, 1}, {2, 2}, {0x80000000, 0x80000000}, {0xffffffff, 0xffffffff}};
@@ -49,16 +42,12 @@ std::uint32_t& status_word(std::size_t n) {
   return reinterpret_cast<std::uint32_t*>(&g_aaa_status)[n];
 }
 
-class StatusGetters : public test::LinkedTest, public testing::WithParamInterface<Getter> {};
+class StatusGetters : public LinkedTest, public testing::WithParamInterface<Getter> {};
 
-std::string getter_name(const testing::TestParamInfo<Getter>& info) {
-  return info.param.name;
-}
-
-INSTANTIATE_TEST_SUITE_P(, StatusGetters, testing::ValuesIn(kGetters), getter_name);
+INSTANTIATE_TEST_SUITE_P(, StatusGetters, testing::ValuesIn(kGetters), row_name);
 
 TEST_P(StatusGetters, ReturnTheirWordWhenRegisteredAndTouchNothing) {
-  const test::LibraryCounters counters;
+  const LibraryCounters counters;
   for (const auto& [stored, returned] : GetParam().values) {
     status_word(GetParam().word) = stored;
     EXPECT_EQ(returned, GetParam().get()) << "stored " << stored;
@@ -79,11 +68,12 @@ TEST_P(StatusGetters, Return0AndALineInEveryStateButRegistered) {
   status_word(GetParam().word) = 1;
   for (const auto state :
        {AAA_REG_NOT_REGISTERED, AAA_REG_CONNECTING, AAA_REG_CONNECTED, AAA_REG_LOST}) {
-    test::set_reg_state(state);
-    const test::OpenLog log;
+    set_reg_state(state);
+    const OpenLog log;
     EXPECT_EQ(0, GetParam().get()) << state;
     log.expect("aaa_is_alive", "already unregistered or not registered or is connecting!\r\n");
   }
 }
 
 }  // namespace
+}  // namespace test

@@ -2,24 +2,16 @@
 // that end as the test says.
 #pragma once
 
-#include <sys/socket.h>
-
 #include <cerrno>
 #include <deque>
 #include <functional>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "runtime/send/local_delivery.h"
-#include "session/state/client_state.h"
 #include "session/state/locks.h"
 #include "support/encoded_body.h"
-#include "support/library_counters.h"
 #include "support/locked_state.h"
+#include "support/message_pair.h"
 #include "support/result.h"
-#include "support/scripted_calls.h"
-#include "transport/base/paths.h"
 
 namespace test {
 
@@ -50,10 +42,7 @@ class WaitingTest : public LibraryTest {
   void SetUp() override {
     LibraryTest::SetUp();
     test::set_model_name("test");
-    const aaa::ScopedLock lock(aaa_lib_lock);
-    ASSERT_EQ(0, aaa_lib_make_work_dir());
-    ASSERT_EQ(0, aaa_lib_msg_socket_init());
-    forget_datagrams();
+    make_message_pair();
   }
   void TearDown() override {
     result_.reset();
@@ -67,12 +56,6 @@ class WaitingTest : public LibraryTest {
     const std::int32_t outcome = aaa_user_get_result(session_id, 0, seconds, &result);
     result_.reset(result);
     return outcome;
-  }
-
-  static void forget_datagrams() {
-    char byte = 0;
-    while (::recv(lib_msg_server_fd, &byte, 1, MSG_DONTWAIT) >= 0)
-      continue;
   }
 
   static void deliver(const std::string& body) {

@@ -2,28 +2,20 @@
 // each field once, with its literal place in the block.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <utility>
-#include <vector>
-
-#include "codec/bodies.h"
+#include "codec/codec_test.h"
 
 namespace test {
 
 template <typename Record>
 class BlockSample {
  public:
-  Record sent{};     // what the encoder gets
-  Record arrived{};  // what a decoder makes of `received`
-  Bytes block;       // what the encoder makes of `sent`
-  Bytes received;    // the same, with what a peer may send beyond it
+  Record sent{};         // what the encoder gets
+  Record arrived{};      // what a decoder makes of `received`
+  std::string block;     // what the encoder makes of `sent`
+  std::string received;  // the same, with what a peer may send beyond it
   std::vector<std::pair<std::size_t, std::uint8_t Record::*>> flags;
 
-  explicit BlockSample(std::size_t size) : block(size), received(size) {
+  explicit BlockSample(std::size_t size) : block(zeros(size)), received(zeros(size)) {
     std::memset(&sent, 0, sizeof sent);
     std::memset(&arrived, 0, sizeof arrived);
   }
@@ -31,7 +23,7 @@ class BlockSample {
   // The same bytes in the record and in the block.
   template <typename Value>
   void same(std::size_t offset, Value Record::*member) {
-    const Bytes value = next_bytes(sizeof(Value));
+    const std::string value = next_bytes(sizeof(Value));
     set(member, value, value);
     put(block, offset, value);
     put(received, offset, value);
@@ -39,8 +31,8 @@ class BlockSample {
 
   // A word of which only the low byte travels.
   void low_byte(std::size_t offset, std::uint32_t Record::*member) {
-    const Bytes value = next_bytes(4);
-    set(member, value, {value[0], 0, 0, 0});
+    const std::string value = next_bytes(4);
+    set(member, value, value.substr(0, 1) + zeros(3));
     block.at(offset) = received.at(offset) = value[0];
   }
 
@@ -65,33 +57,33 @@ class BlockSample {
   template <std::size_t N>
   void received_only(std::size_t offset, std::uint8_t (Record::*member)[N]) {
     same(offset, member);
-    put(block, offset, Bytes(N));
+    put(block, offset, zeros(N));
   }
 
   template <typename Value>
   void not_carried(Value Record::*member) {
-    set(member, next_bytes(sizeof(Value)), Bytes(sizeof(Value)));
+    set(member, next_bytes(sizeof(Value)), zeros(sizeof(Value)));
   }
 
  private:
   // Never zero, and different for fields that lie near each other.
-  Bytes next_bytes(std::size_t count) {
-    Bytes bytes(count);
+  std::string next_bytes(std::size_t count) {
+    std::string bytes = zeros(count);
     for (auto& byte : bytes)
-      byte = static_cast<std::uint8_t>(next_++ % 251 + 1);
+      byte = static_cast<char>(next_++ % 251 + 1);
     next_ += 17;
     return bytes;
   }
 
   template <typename Value>
-  void set(Value Record::*member, const Bytes& in_sent, const Bytes& in_arrived) {
+  void set(Value Record::*member, const std::string& in_sent, const std::string& in_arrived) {
     std::memcpy(&(sent.*member), in_sent.data(), sizeof(Value));
     std::memcpy(&(arrived.*member), in_arrived.data(), sizeof(Value));
   }
 
-  static void put(Bytes& bytes, std::size_t offset, const Bytes& value) {
+  static void put(std::string& bytes, std::size_t offset, const std::string& value) {
     ASSERT_LE(offset + value.size(), bytes.size());
-    std::memcpy(&bytes[offset], value.data(), value.size());
+    bytes.replace(offset, value.size(), value);
   }
 
   std::size_t next_ = 1;

@@ -1,8 +1,4 @@
 // The fixed blocks of the records: where each field stands, and what becomes of flags.
-#include <gmock/gmock.h>
-
-#include <cstring>
-
 #include "codec/block_sample.h"
 #include "codec/info_record_fixture.h"
 
@@ -113,9 +109,7 @@ TYPED_TEST_SUITE(FixedBlock, InfoRecords);
 
 TYPED_TEST(FixedBlock, HasEveryFieldAtItsPlace) {
   block_fields(this->record_) = this->sample_.sent;
-  Bytes block(TestFixture::C::block_size, 0xEE);
-  TestFixture::C::encode_block(block.data(), &this->record_);
-  EXPECT_EQ(block, this->sample_.block);
+  EXPECT_EQ(this->block_of(this->record_), this->sample_.block);
 }
 
 TYPED_TEST(FixedBlock, IsReadFromThosePlaces) {
@@ -126,10 +120,10 @@ TYPED_TEST(FixedBlock, IsReadFromThosePlaces) {
 TYPED_TEST(FixedBlock, IsTheFirstItemOfTheBody) {
   block_fields(this->record_) = this->sample_.sent;
   this->record_.tail_len = 0;
-  const Bytes body = this->encode();
-  EXPECT_EQ(word16(body, 0), 1);
-  EXPECT_EQ(word16(body, 2), TestFixture::C::block_size);
-  EXPECT_EQ(part(body, 4, TestFixture::C::block_size), this->sample_.block);
+  const std::string body = this->encode();
+  EXPECT_EQ(word_at<std::uint16_t>(body, 0), 1);
+  EXPECT_EQ(word_at<std::uint16_t>(body, 2), TestFixture::C::block_size);
+  EXPECT_EQ(body.substr(4, TestFixture::C::block_size), this->sample_.block);
 }
 
 TYPED_TEST(FixedBlock, OtherFlagsThan1TravelAndArriveAs0) {
@@ -137,9 +131,8 @@ TYPED_TEST(FixedBlock, OtherFlagsThan1TravelAndArriveAs0) {
     for (const std::uint8_t value : {std::uint8_t{2}, std::uint8_t{255}}) {
       auto sent = this->empty_record();
       block_fields(sent).*flag = value;
-      Bytes block(TestFixture::C::block_size);
-      TestFixture::C::encode_block(block.data(), &sent);
-      EXPECT_EQ(block[offset], value) << offset;
+      const std::string block = this->block_of(sent);
+      EXPECT_EQ(block[offset], static_cast<char>(value)) << offset;
       block_fields(this->record_).*flag = 7;
       TestFixture::C::decode_block(&this->record_, block.data());
       EXPECT_EQ(block_fields(this->record_).*flag, 0) << offset;
@@ -149,7 +142,7 @@ TYPED_TEST(FixedBlock, OtherFlagsThan1TravelAndArriveAs0) {
 
 TEST(ResultFlags, FlagAIsAny16BitsThatAreNot0) {
   for (const std::size_t offset : {568U, 569U}) {
-    Bytes block(1280);
+    std::string block = zeros(1280);
     block[offset] = 2;
     result_info record{};
     aaa_parse_result_info_sub(&record, block.data());
@@ -160,23 +153,23 @@ TEST(ResultFlags, FlagAIsAny16BitsThatAreNot0) {
 TEST(ResultFlags, FlagATravelsAs16Bits) {
   result_info record{};
   record.sub.flag_a = 2;
-  EXPECT_EQ(word16(encoded(aaa_encap_result_info, record), 4 + 568), 2);
+  EXPECT_EQ(word_at<std::uint16_t>(encoded_body(aaa_encap_result_info, record), 4 + 568), 2);
 }
 
 TEST(RestoreUser, EveryFieldStandsAtItsPlaceInTheBlock) {
   BlockSample<restore_user_info> sample(392);
   describe(sample);
-  Bytes block(392, 0xEE);
+  std::string block(392, '\xEE');
   aaa_encap_restore_user(&sample.sent, block.data());
   EXPECT_EQ(block, sample.block);
 }
 
 TEST(RestoreUser, NullArgumentsAreIgnored) {
   const restore_user_info record{};
-  Bytes block(392, 0xEE);
+  std::string block(392, '\xEE');
   aaa_encap_restore_user(nullptr, block.data());
   aaa_encap_restore_user(&record, nullptr);
-  EXPECT_EQ(block, Bytes(392, 0xEE));
+  EXPECT_EQ(block, std::string(392, '\xEE'));
 }
 
 }  // namespace

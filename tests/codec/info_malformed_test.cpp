@@ -13,62 +13,56 @@ class InfoMalformed : public InfoRecord<Record> {
  protected:
   static constexpr std::uint32_t kBlockSize = Codec<Record>::block_size;
 
-  static Bytes block_of(const Record& record) {
-    Bytes block(kBlockSize);
-    Codec<Record>::encode_block(block.data(), &record);
-    return block;
-  }
   // A body that ends 4 bytes before its fixed block does, and is as long as that.
-  static Bytes cut_block(char character) {
-    return BodyBuilder().header(1, kBlockSize).bytes(std::string(kBlockSize - 4, character)).body();
+  static std::string cut_block(char character) {
+    return tlv_head(1, kBlockSize) + std::string(kBlockSize - 4, character);
   }
 };
 TYPED_TEST_SUITE(InfoMalformed, InfoRecords);
 
 TYPED_TEST(InfoMalformed, NullArgumentsAreRefused) {
   using C = Codec<TypeParam>;
-  const Bytes body = body_of<TypeParam>().body();
+  const std::string body = body_of<TypeParam>();
   TypeParam* record = nullptr;
   EXPECT_EQ(C::decode(nullptr, body.data(), static_cast<std::int32_t>(body.size())), 0U);
   EXPECT_EQ(C::decode(&record, nullptr, static_cast<std::int32_t>(body.size())), 0U);
   EXPECT_EQ(record, nullptr);
   C::release(nullptr);
-  EXPECT_EQ(this->counts_.freed(), 0U);
+  EXPECT_EQ(this->counts_.blocks_freed(), 0U);
 }
 
 TYPED_TEST(InfoMalformed, BodyShorterThanTheFixedBlockIsRejectedWithoutAllocation) {
-  const Decoded<TypeParam> record(Bytes(this->kBlockSize - 1));
+  const Decoded<TypeParam> record(zeros(this->kBlockSize - 1));
   EXPECT_EQ(record.result(), 0U);
   EXPECT_EQ(record.get(), nullptr);
-  EXPECT_EQ(this->counts_.allocated(), 0U);
+  EXPECT_EQ(this->counts_.blocks_allocated(), 0U);
 }
 
 TYPED_TEST(InfoMalformed, FixedBlockOfAnotherLengthIsSkipped) {
   for (const std::uint32_t length : {this->kBlockSize - 4, this->kBlockSize + 1}) {
-    const auto block = BodyBuilder().item(1, std::string(length, '\x11'));
-    const Decoded<TypeParam> record(BodyBuilder(block).item(2, "password").zeros(4).body());
+    const auto block = tlv(1, std::string(length, '\x11'));
+    const Decoded<TypeParam> record(block + tlv(2, "password") + zeros(4));
     ASSERT_EQ(record.result(), 1U);
-    EXPECT_EQ(this->block_of(*record), Bytes(this->kBlockSize));
+    EXPECT_EQ(this->block_of(*record), zeros(this->kBlockSize));
     EXPECT_EQ(text(record->user_password), "password");
   }
 }
 
 TYPED_TEST(InfoMalformed, BodyOfOneShorterFixedBlockLeavesTheFieldsZero) {
-  const Decoded<TypeParam> record(
-      BodyBuilder().item(1, std::string(this->kBlockSize - 4, 'x')).body());
+  const Decoded<TypeParam> record(tlv(1, std::string(this->kBlockSize - 4, 'x')));
   ASSERT_EQ(record.result(), 1U);
-  EXPECT_EQ(this->block_of(*record), Bytes(this->kBlockSize));
+  EXPECT_EQ(this->block_of(*record), zeros(this->kBlockSize));
   EXPECT_EQ(record->arena.size, Codec<TypeParam>::arena_order.size());
 }
 
 TYPED_TEST(InfoMalformed, FixedBlockCutByTheBodysEndIsFilledUpWithZeros) {
-  const Bytes body = this->cut_block('\1');
+  const std::string body = this->cut_block('\1');
   ASSERT_EQ(body.size(), this->kBlockSize);
   const Decoded<TypeParam> record(body);
   ASSERT_EQ(record.result(), 1U);
-  const Bytes block = this->block_of(*record);
-  EXPECT_EQ(word32(block, 0), 0x01010101U);
-  EXPECT_EQ(word32(block, this->kBlockSize - 4), 0U);
+  const std::string block = this->block_of(*record);
+  EXPECT_EQ(word_at(block, 0), 0x01010101U);
+  EXPECT_EQ(word_at(block, this->kBlockSize - 4), 0U);
 }
 
 TYPED_TEST(InfoMalformed, FixedBlockCutByTheBodysEndIsNotLeftOnTheStack) {
@@ -76,7 +70,7 @@ TYPED_TEST(InfoMalformed, FixedBlockCutByTheBodysEndIsNotLeftOnTheStack) {
   OwnStack stack;
   // The first call may leave registers on the stack while the dynamic linker looks for functions.
   for (const char character : {'o', 's'}) {
-    const Bytes body = this->cut_block(character);
+    const std::string body = this->cut_block(character);
     TypeParam* record = nullptr;
     std::uint32_t result = 0;
     stack.run([&] { result = C::decode(&record, body.data(), C::block_size); });
@@ -88,13 +82,12 @@ TYPED_TEST(InfoMalformed, FixedBlockCutByTheBodysEndIsNotLeftOnTheStack) {
 }
 
 TYPED_TEST(InfoMalformed, BodyWhoseFirstItemIsNotTheFixedBlockStillDecodes) {
-  EXPECT_EQ(this->password_in(
-                BodyBuilder().item(2, "password").item(299, std::string(this->kBlockSize, 't'))),
+  EXPECT_EQ(this->password_in(tlv(2, "password") + tlv(299, std::string(this->kBlockSize, 't'))),
             "password");
 }
 
 TYPED_TEST(InfoMalformed, NegativeLengthGivesAnEmptyRecord) {
-  const Bytes body = body_of<TypeParam>().item(2, "password").body();
+  const std::string body = body_of<TypeParam>() + tlv(2, "password");
   for (const std::int32_t length : {-1, std::numeric_limits<std::int32_t>::min()}) {
     const Decoded<TypeParam> record(body, length);
     ASSERT_EQ(record.result(), 1U);
@@ -108,26 +101,25 @@ TYPED_TEST(InfoMalformed, NegativeLengthGivesAnEmptyRecord) {
 
 TYPED_TEST(InfoMalformed, ItemsThatRunPastTheBodysEndKeepTheirLengthAndGetZeros) {
   using C = Codec<TypeParam>;
-  const Decoded<TypeParam> value(body_of<TypeParam>().header(2, 60000).bytes("abc").body());
+  const Decoded<TypeParam> value(body_of<TypeParam>() + tlv_head(2, 60000) + "abc");
   ASSERT_EQ(value.result(), 1U);
   EXPECT_EQ(value->arena.size, 60000 + C::arena_order.size());
-  EXPECT_EQ(text(value->user_password), "abc" + std::string(59997, '\0'));
+  EXPECT_EQ(text(value->user_password), "abc" + zeros(59997));
   for (const auto& data : C::datas) {
-    const Decoded<TypeParam> record(body_of<TypeParam>().header(data.tag, 500).bytes("abc").body());
+    const Decoded<TypeParam> record(body_of<TypeParam>() + tlv_head(data.tag, 500) + "abc");
     EXPECT_EQ((*record).*data.length, 500U);
-    EXPECT_EQ(text((*record).*data.data, 501), "abc" + std::string(498, '\0'));
+    EXPECT_EQ(text((*record).*data.data, 501), "abc" + zeros(498));
   }
 }
 
 TYPED_TEST(InfoMalformed, HeaderThatTheBodysEndCutsIsFilledUpWithZeros) {
   for (std::size_t there = 1; there <= 4; there++) {
-    Bytes body = body_of<TypeParam>().item(2, "password").header(2, 0x0303).body();
+    std::string body = body_of<TypeParam>() + tlv(2, "password") + tlv_head(2, 0x0303);
     body.resize(body.size() - 4 + there);
     const Decoded<TypeParam> record(body);
     ASSERT_EQ(record.result(), 1U);
     const std::size_t length = there < 3 ? 0 : there == 3 ? 3 : 0x0303;
-    EXPECT_EQ(text(record->user_password), length == 0 ? "(null)" : std::string(length, '\0'))
-        << there;
+    EXPECT_EQ(text(record->user_password), length == 0 ? "(null)" : zeros(length)) << there;
   }
 }
 

@@ -1,6 +1,5 @@
 // LDAP searches, encoded and decoded.
 #include <algorithm>
-#include <limits>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -17,9 +16,7 @@ class LdapSearchInfo : public LdapRecord<ldap_search_info, aaa_encap_ldap_search
                                          aaa_parse_ldap_search_info, aaa_free_ldap_search_info> {
  protected:
   // A head of ten words, the last of which is the number of attributes.
-  static BodyBuilder head(std::uint32_t attr_count) {
-    return BodyBuilder().zeros(36).word32(attr_count);
-  }
+  static std::string head(std::uint32_t attr_count) { return zeros(36) + word_bytes(attr_count); }
 
   ldap_search_info sent_{};
 };
@@ -27,7 +24,7 @@ class LdapSearchInfo : public LdapRecord<ldap_search_info, aaa_encap_ldap_search
 // ---- Encoding. ------------------------------------------------------------------------------
 
 TEST_F(LdapSearchInfo, EmptyRecordIsTheHeadAndThreeHeaders) {
-  const Bytes body = encode(sent_);
+  const std::string body = encode(sent_);
   ASSERT_EQ(body.size(), 52U);
   EXPECT_THAT(items_of(body, 40), ElementsAre(Item{306, ""}, Item{307, ""}, Item{301, ""}));
 }
@@ -36,11 +33,11 @@ TEST_F(LdapSearchInfo, HeadIsCarriedByteForByte) {
   sent_.head.session_id = 0x01020304;
   std::iota(std::begin(sent_.head.words8_a), std::end(sent_.head.words8_a), 0xA0000001U);
   sent_.head.attr_count = 0x0B0C0D0E;
-  const Bytes body = encode(sent_);
-  EXPECT_EQ(word32(body, 0), 0x01020304U);
-  EXPECT_EQ(word32(body, 4), 0xA0000001U);
-  EXPECT_EQ(word32(body, 32), 0xA0000008U);
-  EXPECT_EQ(word32(body, 36), 0x0B0C0D0EU);
+  const std::string body = encode(sent_);
+  EXPECT_EQ(word_at(body, 0), 0x01020304U);
+  EXPECT_EQ(word_at(body, 4), 0xA0000001U);
+  EXPECT_EQ(word_at(body, 32), 0xA0000008U);
+  EXPECT_EQ(word_at(body, 36), 0x0B0C0D0EU);
 }
 
 TEST_F(LdapSearchInfo, ItemsStandInTheirOrderWithTheAttributesLastAndGetTheirTypes) {
@@ -50,7 +47,7 @@ TEST_F(LdapSearchInfo, ItemsStandInTheirOrderWithTheAttributesLastAndGetTheirTyp
   sent_.item_306 = item("string b");
   sent_.item_307 = item("c");
   sent_.attributes = attributes;
-  const Bytes body = encode(sent_);
+  const std::string body = encode(sent_);
   EXPECT_EQ(body.size(), 52U + 8 + 8 + 1 + (4 + 3) + 4 + (4 + 4));
   EXPECT_THAT(items_of(body, 40),
               ElementsAre(Item{306, "string b"}, Item{307, "c"}, Item{301, "string a"},
@@ -68,9 +65,9 @@ TEST_F(LdapSearchInfo, CountWithoutAnArrayWritesNoAttributes) {
 
 TEST_F(LdapSearchInfo, ItemWithALengthButNoValueIsWrittenAsZeros) {
   sent_.item_307.len = 3;
-  const Bytes body = encode(sent_);
+  const std::string body = encode(sent_);
   EXPECT_EQ(body.size(), 55U);
-  EXPECT_THAT(items_of(body, 40), testing::Contains(Item{307, std::string(3, '\0')}));
+  EXPECT_THAT(items_of(body, 40), testing::Contains(Item{307, zeros(3)}));
 }
 
 // ---- Decoding. ------------------------------------------------------------------------------
@@ -86,8 +83,8 @@ TEST_F(LdapSearchInfo, TheEmptyRecordArrivesWithNullPointersAndAPoolOf3Bytes) {
 }
 
 TEST_F(LdapSearchInfo, PoolHas301Then306Then307ThenTheAttributes) {
-  const auto texts = head(2).item(306, "bb").item(307, "ccc").item(301, "a");
-  ASSERT_EQ(decode(BodyBuilder(texts).item(308, "uid").item(308, "mail")), 1U);
+  const auto texts = head(2) + tlv(306, "bb") + tlv(307, "ccc") + tlv(301, "a");
+  ASSERT_EQ(decode(texts + tlv(308, "uid") + tlv(308, "mail")), 1U);
   EXPECT_EQ(pool(), std::string("a\0bb\0ccc\0uid\0mail\0", 18));
   EXPECT_EQ(record_->pool.used, 18U);
   EXPECT_EQ(text(record_->item_301), "a");
@@ -99,14 +96,14 @@ TEST_F(LdapSearchInfo, PoolHas301Then306Then307ThenTheAttributes) {
 }
 
 TEST_F(LdapSearchInfo, EmptyValuesTakeNoPlaceInThePool) {
-  ASSERT_EQ(decode(head(2).item(307, "ccc").item(308, "").item(308, "uid")), 1U);
+  ASSERT_EQ(decode(head(2) + tlv(307, "ccc") + tlv(308, "") + tlv(308, "uid")), 1U);
   EXPECT_EQ(pool(), std::string("ccc\0uid\0\0\0\0", 11));
   EXPECT_EQ(record_->pool.used, 8U);
   EXPECT_EQ(record_->attributes[0].value, nullptr);
 }
 
 TEST_F(LdapSearchInfo, RecordDoesNotReferToTheBody) {
-  Bytes body = head(1).item(301, "text").item(308, "uid").body();
+  std::string body = head(1) + tlv(301, "text") + tlv(308, "uid");
   ASSERT_EQ(decode(body), 1U);
   std::fill(body.begin(), body.end(), 0xEE);
   EXPECT_EQ(text(record_->item_301), "text");
@@ -115,21 +112,21 @@ TEST_F(LdapSearchInfo, RecordDoesNotReferToTheBody) {
 
 TEST_F(LdapSearchInfo, OfAnUnknownItemOrAnAttributeWithoutAnArrayOnlyTheHeaderIsSkipped) {
   for (const std::uint32_t type : {302U, 308U}) {
-    ASSERT_EQ(decode(head(0).header(type, 5).header(301, 1).bytes("a")), 1U);
+    ASSERT_EQ(decode(head(0) + tlv_head(type, 5) + tlv_head(301, 1) + "a"), 1U);
     EXPECT_EQ(text(record_->item_301), "a") << type;
     release();
   }
 }
 
 TEST_F(LdapSearchInfo, AttributesBeyondTheCountAreSkipped) {
-  ASSERT_EQ(decode(head(1).item(308, "uid").item(308, "mail").item(301, "a")), 1U);
+  ASSERT_EQ(decode(head(1) + tlv(308, "uid") + tlv(308, "mail") + tlv(301, "a")), 1U);
   EXPECT_EQ(text(record_->attributes[0]), "uid");
   EXPECT_EQ(text(record_->item_301), "a");
   EXPECT_EQ(pool(), std::string("a\0uid\0\0\0", 8));
 }
 
 TEST_F(LdapSearchInfo, AttributesThatNoItemFillsAreZero) {
-  ASSERT_EQ(decode(head(3).item(308, "uid")), 1U);
+  ASSERT_EQ(decode(head(3) + tlv(308, "uid")), 1U);
   for (int i = 1; i < 3; i++) {
     EXPECT_EQ(record_->attributes[i].type, 0);
     EXPECT_EQ(record_->attributes[i].len, 0);
@@ -138,8 +135,8 @@ TEST_F(LdapSearchInfo, AttributesThatNoItemFillsAreZero) {
 }
 
 TEST_F(LdapSearchInfo, ItemThatRunsPastTheBodysEndKeepsItsLengthAndGetsZeros) {
-  ASSERT_EQ(decode(head(1).header(308, 40000).bytes("uid")), 1U);
-  EXPECT_EQ(text(record_->attributes[0]), "uid" + std::string(39997, '\0'));
+  ASSERT_EQ(decode(head(1) + tlv_head(308, 40000) + "uid"), 1U);
+  EXPECT_EQ(text(record_->attributes[0]), "uid" + zeros(39997));
 }
 
 TEST_F(LdapSearchInfo, NullNoMemoryAndShortBodiesAreRefused) {
@@ -147,38 +144,35 @@ TEST_F(LdapSearchInfo, NullNoMemoryAndShortBodiesAreRefused) {
 }
 
 TEST_F(LdapSearchInfo, NegativeLengthGivesAnEmptyRecord) {
-  const Bytes body = head(3).body();
-  ASSERT_EQ(
-      aaa_parse_ldap_search_info(&record_, body.data(), std::numeric_limits<std::int32_t>::min()),
-      1U);
+  decode_negative_length(head(3));
   EXPECT_EQ(record_->head.attr_count, 0U);
   EXPECT_EQ(record_->pool.size, 3U);
 }
 
 TEST_F(LdapSearchInfo, CountWhoseArrayWouldNotFitInto32BitsIsAnAllocationFailure) {
   EXPECT_EQ(decode(head(0x10000001)), 0U);
-  EXPECT_EQ(counts_.allocated(), 1U);
+  EXPECT_EQ(counts_.blocks_allocated(), 1U);
   EXPECT_EQ(record_, nullptr);
 }
 
 TEST_F(LdapSearchInfo, EveryAllocationThatFailsLeavesNothing) {
-  const Bytes body = head(1).item(308, "uid").body();
+  const std::string body = head(1) + tlv(308, "uid");
   for (std::uint32_t call = 1; call <= 3; call++) {
-    counts_ = BlockCounts();
+    counts_ = LibraryCounters();
     const FailMalloc failure(call);
     EXPECT_EQ(decode(body), 0U);
     EXPECT_TRUE(failure.happened());
     EXPECT_EQ(record_, nullptr);
-    EXPECT_EQ(counts_.allocated(), call - 1);
-    EXPECT_EQ(counts_.live(), 0U);
+    EXPECT_EQ(counts_.blocks_allocated(), call - 1);
+    EXPECT_EQ(counts_.blocks_left(), 0U);
   }
 }
 
 TEST_F(LdapSearchInfo, ReleaseFreesTheAttributesThePoolAndTheRecord) {
-  ASSERT_EQ(decode(head(1).item(308, "uid")), 1U);
-  EXPECT_EQ(counts_.allocated(), 3U);
+  ASSERT_EQ(decode(head(1) + tlv(308, "uid")), 1U);
+  EXPECT_EQ(counts_.blocks_allocated(), 3U);
   release();
-  EXPECT_EQ(counts_.freed(), 3U);
+  EXPECT_EQ(counts_.blocks_freed(), 3U);
 }
 
 TEST_F(LdapSearchInfo, RandomRecordsSurviveTheRoundTrip) {

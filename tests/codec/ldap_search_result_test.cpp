@@ -1,6 +1,5 @@
 // LDAP search results, encoded and decoded.
 #include <algorithm>
-#include <limits>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -32,27 +31,21 @@ class LdapSearchResult
                         aaa_parse_ldap_search_result, aaa_free_ldap_search_result> {
  protected:
   // A head of six words; word 4 is the number of entries.
-  static BodyBuilder head(std::uint32_t entry_count) {
-    return BodyBuilder().zeros(16).word32(entry_count).zeros(4);
+  static std::string head(std::uint32_t entry_count) {
+    return zeros(16) + word_bytes(entry_count) + zeros(4);
   }
 
   // An entry with the items that `items` has been given.
-  static std::string entry(std::uint32_t pair_count, const BodyBuilder& items) {
-    const Bytes whole = BodyBuilder()
-                            .header(310, items.body().size())
-                            .word32(pair_count)
-                            .bytes(text(items.body().data(), items.body().size()))
-                            .body();
-    return text(whole.data(), whole.size());
+  static std::string entry(std::uint32_t pair_count, const std::string& items) {
+    return tlv_head(310, items.size()) + word_bytes(pair_count) + items;
   }
   // A body whose only entry that is; the array has room for one.
-  static BodyBuilder one_entry(std::uint32_t pair_count, const BodyBuilder& items) {
-    return head(1).bytes(entry(pair_count, items));
+  static std::string one_entry(std::uint32_t pair_count, const std::string& items) {
+    return head(1) + entry(pair_count, items);
   }
-  static BodyBuilder items() { return BodyBuilder(); }
 
   // What the encoder makes of a record of this one entry.
-  Bytes encode_entry(ldap_dn_entry& entry) {
+  std::string encode_entry(ldap_dn_entry& entry) {
     sent_.head.entry_count = 1;
     sent_.entries = &entry;
     return encode(sent_);
@@ -65,36 +58,27 @@ class LdapSearchResult
 // ---- Encoding. ------------------------------------------------------------------------------
 
 TEST_F(LdapSearchResult, EmptyRecordIsTheHeadAndTwoHeaders) {
-  const Bytes body = encode(sent_);
+  const std::string body = encode(sent_);
   ASSERT_EQ(body.size(), 32U);
   EXPECT_THAT(items_of(body, 24), ElementsAre(Item{309, ""}, Item{306, ""}));
 }
 
 TEST_F(LdapSearchResult, HeadIsCarriedByteForByte) {
   sent_.head = {0x01020304, {0x11, 0x12, 0x13}, 0, 0x0A0B0C0D};
-  const Bytes body = encode(sent_);
-  EXPECT_EQ(word32(body, 0), 0x01020304U);
-  EXPECT_EQ(word32(body, 4), 0x11U);
-  EXPECT_EQ(word32(body, 12), 0x13U);
-  EXPECT_EQ(word32(body, 16), 0U);
-  EXPECT_EQ(word32(body, 20), 0x0A0B0C0DU);
+  const std::string body = encode(sent_);
+  EXPECT_EQ(word_at(body, 0), 0x01020304U);
+  EXPECT_EQ(word_at(body, 4), 0x11U);
+  EXPECT_EQ(word_at(body, 12), 0x13U);
+  EXPECT_EQ(word_at(body, 16), 0U);
+  EXPECT_EQ(word_at(body, 20), 0x0A0B0C0DU);
 }
 
 TEST_F(LdapSearchResult, EntriesStandBehindTheTextsWithTheirBodyLengths) {
-  const Bytes body = encode(two_.record);
-  const auto texts = head(2).item(309, "R").item(306, "string b");
-  EXPECT_EQ(body, BodyBuilder(texts)
-                      .header(310, 4 + 4 + 8 + 2 + 1)
-                      .word32(1)
-                      .item(311, "cn=a")
-                      .item(312, "n1")
-                      .item(313, "v")
-                      .header(310, 4 + 6 + 8 + 2 + 1)
-                      .word32(1)
-                      .item(311, "cn=bcd")
-                      .item(312, "n2")
-                      .item(313, "w")
-                      .body());
+  const std::string body = encode(two_.record);
+  const auto texts = head(2) + tlv(309, "R") + tlv(306, "string b");
+  EXPECT_EQ(body, texts + tlv_head(310, 4 + 4 + 8 + 2 + 1) + word_bytes(1) + tlv(311, "cn=a") +
+                      tlv(312, "n1") + tlv(313, "v") + tlv_head(310, 4 + 6 + 8 + 2 + 1) +
+                      word_bytes(1) + tlv(311, "cn=bcd") + tlv(312, "n2") + tlv(313, "w"));
   EXPECT_EQ(body.size(), 32U + 1 + 8 + 8 * 2 + 19 + 21);
 }
 
@@ -111,17 +95,17 @@ TEST_F(LdapSearchResult, EncoderWritesTypesAndBodyLengthsIntoTheRecord) {
 
 TEST_F(LdapSearchResult, EntryHeadersAreCountedWithoutAnArrayAndStayZero) {
   sent_.head.entry_count = 3;
-  const Bytes body = encode(sent_);
+  const std::string body = encode(sent_);
   ASSERT_EQ(body.size(), 32U + 3 * 8);
-  EXPECT_EQ(part(body, 32, 24), Bytes(24));
+  EXPECT_EQ(body.substr(32, 24), zeros(24));
 }
 
 TEST_F(LdapSearchResult, PairCountWithoutAnArrayWritesNoPairs) {
   ldap_dn_entry entry = {0, 0, 7, item("cn=a"), nullptr};
-  const Bytes body = encode_entry(entry);
+  const std::string body = encode_entry(entry);
   EXPECT_EQ(body.size(), 32U + 8 + 8);
-  EXPECT_EQ(word16(body, 34), 8);
-  EXPECT_EQ(word32(body, 36), 7U);
+  EXPECT_EQ(word_at<std::uint16_t>(body, 34), 8);
+  EXPECT_EQ(word_at(body, 36), 7U);
 }
 
 TEST_F(LdapSearchResult, EntryOver65535BytesIsCountedInFull) {
@@ -136,7 +120,7 @@ TEST_F(LdapSearchResult, SizeAbove32BitsEndsAsAnAllocationFailure) {
   sent_.head.entry_count = 0x20000000;
   void* body = nullptr;
   EXPECT_EQ(aaa_encap_ldap_search_result_info(&sent_, &body), 0U);
-  EXPECT_EQ(counts_.allocated(), 0U);
+  EXPECT_EQ(counts_.blocks_allocated(), 0U);
 }
 
 // ---- Decoding. ------------------------------------------------------------------------------
@@ -160,33 +144,32 @@ TEST_F(LdapSearchResult, PoolHas309Then306ThenTheEntries) {
 }
 
 TEST_F(LdapSearchResult, WalkOverTheItemsOfAnEntry) {
-  const auto pairs = items().item(312, "n1").item(313, "v1").item(312, "n2").item(313, "v2");
-  const std::tuple<const char*, std::uint32_t, BodyBuilder, std::string> walks[] = {
+  const auto pairs = tlv(312, "n1") + tlv(313, "v1") + tlv(312, "n2") + tlv(313, "v2");
+  const std::tuple<const char*, std::uint32_t, std::string, std::string> walks[] = {
       {"an unknown item is skipped by its length", 0,
-       items().item(400, "\x37\x01\x01\x00z").item(311, "cn=a"), "[0 cn=a]"},
+       tlv(400, "\x37\x01\x01\x00z") + tlv(311, "cn=a"), "[0 cn=a]"},
       {"without a pair array only the headers of names and values are skipped", 0,
-       items().header(312, 3).header(313, 9).item(311, "cn=a"), "[0 cn=a]"},
-      {"pairs beyond the count are skipped", 1, BodyBuilder(pairs).item(311, "cn=a"),
-       "[1 cn=a n1=v1]"},
+       tlv_head(312, 3) + tlv_head(313, 9) + tlv(311, "cn=a"), "[0 cn=a]"},
+      {"pairs beyond the count are skipped", 1, pairs + tlv(311, "cn=a"), "[1 cn=a n1=v1]"},
       {"a value moves on to the next pair", 3,
-       items().item(312, "a").item(312, "b").item(313, "1").item(313, "2"),
+       tlv(312, "a") + tlv(312, "b") + tlv(313, "1") + tlv(313, "2"),
        "[3 (null) b=1 (null)=2 (null)=(null)]"},
       {"a DN reaches into the next item, and the walk goes on behind the entry", 0,
-       items().header(311, 9).bytes("cn=a"), std::string("[0 cn=a\x32\x01\x01\x00z", 11) + "b]"},
+       tlv_head(311, 9) + "cn=a", std::string("[0 cn=a\x32\x01\x01\x00z", 11) + "b]"},
   };
   for (const auto& [name, pair_count, inner, expected] : walks) {
-    ASSERT_EQ(decode(one_entry(pair_count, inner).item(306, "b")), 1U) << name;
+    ASSERT_EQ(decode(one_entry(pair_count, inner) + tlv(306, "b")), 1U) << name;
     EXPECT_EQ(shown(*record_), "(null) b " + expected) << name;
     release();
   }
 }
 
 TEST_F(LdapSearchResult, EntriesBeyondTheCountAreSkipped) {
-  const auto one = one_entry(0, items().item(311, "cn=a"));
-  const std::string other = entry(1, items().item(311, "cn=b"));
-  ASSERT_EQ(decode(BodyBuilder(one).bytes(other).item(306, "b")), 1U);
+  const auto one = one_entry(0, tlv(311, "cn=a"));
+  const std::string other = entry(1, tlv(311, "cn=b"));
+  ASSERT_EQ(decode(one + other + tlv(306, "b")), 1U);
   EXPECT_EQ(shown(*record_), "(null) b [0 cn=a]");
-  EXPECT_EQ(counts_.allocated(), 3U) << "the record, the entries, the pool";
+  EXPECT_EQ(counts_.blocks_allocated(), 3U) << "the record, the entries, the pool";
 }
 
 TEST_F(LdapSearchResult, EntriesThatNoItemFillsAreZero) {
@@ -198,29 +181,29 @@ TEST_F(LdapSearchResult, EntriesThatNoItemFillsAreZero) {
 
 TEST_F(LdapSearchResult, OfAnUnknownOuterItemOrAnEntryWithoutAnArrayOnlyTheHeaderIsSkipped) {
   for (const std::uint32_t type : {310U, 400U}) {
-    ASSERT_EQ(decode(head(0).header(type, 100).item(306, "b")), 1U);
+    ASSERT_EQ(decode(head(0) + tlv_head(type, 100) + tlv(306, "b")), 1U);
     EXPECT_EQ(shown(*record_), "(null) b") << type;
     release();
   }
 }
 
 TEST_F(LdapSearchResult, EntryThatRunsPastTheBodysEndIsFilledUpWithZeros) {
-  ASSERT_EQ(decode(head(2).header(310, 5000).word16(1)), 1U);
+  ASSERT_EQ(decode(head(2) + tlv_head(310, 5000) + hex("0100")), 1U);
   EXPECT_EQ(record_->entries[0].len, 5000);
   EXPECT_EQ(shown(*record_), "(null) (null) [1 (null) (null)=(null)] [0 (null)]");
 }
 
 TEST_F(LdapSearchResult, EntryWhosePairsCannotBeAllocatedIsSkipped) {
-  const std::string huge = entry(0x08000001, items().item(311, "cn=a"));
-  const std::string other = entry(0, items().item(311, "cn=b"));
-  ASSERT_EQ(decode(head(2).bytes(huge).bytes(other)), 1U);
+  const std::string huge = entry(0x08000001, tlv(311, "cn=a"));
+  const std::string other = entry(0, tlv(311, "cn=b"));
+  ASSERT_EQ(decode(head(2) + huge + other), 1U);
   EXPECT_EQ(record_->entries[0].pairs, nullptr);
   EXPECT_EQ(shown(*record_), "(null) (null) [134217729 (null)] [0 cn=b]");
 }
 
 TEST_F(LdapSearchResult, CountWhoseArrayWouldNotFitInto32BitsIsAnAllocationFailure) {
   EXPECT_EQ(decode(head(0x40000000)), 0U);
-  EXPECT_EQ(counts_.allocated(), 1U);
+  EXPECT_EQ(counts_.blocks_allocated(), 1U);
 }
 
 TEST_F(LdapSearchResult, NullNoMemoryAndShortBodiesAreRefused) {
@@ -228,36 +211,33 @@ TEST_F(LdapSearchResult, NullNoMemoryAndShortBodiesAreRefused) {
 }
 
 TEST_F(LdapSearchResult, NegativeLengthGivesAnEmptyRecord) {
-  const Bytes body = head(3).body();
-  ASSERT_EQ(
-      aaa_parse_ldap_search_result(&record_, body.data(), std::numeric_limits<std::int32_t>::min()),
-      1U);
+  decode_negative_length(head(3));
   EXPECT_EQ(record_->head.entry_count, 0U);
   EXPECT_EQ(record_->pool.size, 2U);
 }
 
 TEST_F(LdapSearchResult, ReleaseFreesPairsEntriesPoolAndRecord) {
   ASSERT_EQ(decode(encode(two_.record)), 1U);
-  counts_ = BlockCounts();
+  counts_ = LibraryCounters();
   release();
-  EXPECT_EQ(counts_.freed(), 5U);
-  counts_ = BlockCounts();
+  EXPECT_EQ(counts_.blocks_freed(), 5U);
+  counts_ = LibraryCounters();
 }
 
 // ---- Allocation failures: the record, the entries, two pair arrays, the pool. ---------------
 
 TEST_F(LdapSearchResult, FailureOfTheRecordOrTheEntriesLeavesNothing) {
-  const Bytes body = encode(two_.record);
+  const std::string body = encode(two_.record);
   for (const std::uint32_t call : {1U, 2U}) {
     const FailMalloc failure(call);
     EXPECT_EQ(decode(body), 0U);
     EXPECT_EQ(record_, nullptr);
-    EXPECT_EQ(counts_.live(), 0U);
+    EXPECT_EQ(counts_.blocks_left(), 0U);
   }
 }
 
 TEST_F(LdapSearchResult, FailureOfAPairArraySkipsTheInnerWalkOfThatEntry) {
-  const Bytes body = encode(two_.record);
+  const std::string body = encode(two_.record);
   const FailMalloc failure(3);
   ASSERT_EQ(decode(body), 1U);
   EXPECT_EQ(record_->entries[0].pairs, nullptr);
@@ -265,7 +245,7 @@ TEST_F(LdapSearchResult, FailureOfAPairArraySkipsTheInnerWalkOfThatEntry) {
 }
 
 TEST_F(LdapSearchResult, FailureOfThePoolLeavesThePairArraysAllocated) {
-  const Bytes body = encode(two_.record);
+  const std::string body = encode(two_.record);
   const FailMalloc failure(5);
   EXPECT_EQ(decode(body), 0U);
   EXPECT_TRUE(failure.happened());

@@ -1,7 +1,7 @@
 // A search result that the tests share.
 #pragma once
 
-#include "codec/bodies.h"
+#include "codec/records.h"
 
 namespace test {
 

@@ -1,9 +1,5 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// RADIUS-extension messages: the fixed block in both directions.
 #include <array>
-#include <cstring>
-#include <string>
 #include <tuple>
 
 #include "codec/block_sample.h"
@@ -13,14 +9,10 @@ namespace {
 
 constexpr std::size_t kBlockSize = 2788;
 
-Bytes sent_block(const radext_msg& record) {
-  Bytes block(kBlockSize);
+std::string sent_block(const radext_msg& record) {
+  std::string block = zeros(kBlockSize);
   aaa_encap_radext_msg_sub(block.data(), &record);
   return block;
-}
-
-std::string text_at(const Bytes& block, std::size_t offset, std::size_t length) {
-  return text(&block.at(offset), length);
 }
 
 // The fields that both records carry, but for the texts and the flag.
@@ -65,10 +57,10 @@ TEST(Radext, EveryFieldIsReadFromItsPlaceInTheBlock) {
 
 TEST(Radext, TextsStandAtTheirPlacesInTheBlock) {
   radext_msg record{};
-  Bytes expected(kBlockSize);
+  std::string expected = zeros(kBlockSize);
   const auto stands_at = [&](std::size_t place, const char* radext_msg::*member, const char* text) {
     record.*member = text;
-    std::memcpy(&expected[place], text, 6);
+    expected.replace(place, 6, text);
   };
   stands_at(288, &radext_msg::text_a, "text a");
   stands_at(544, &radext_msg::text_b, "text b");
@@ -82,10 +74,10 @@ TEST(Radext, TextsStandAtTheirPlacesInTheBlock) {
 }
 
 TEST(Radext, TextsAreReadFromTheirPlaces) {
-  Bytes block(kBlockSize);
+  std::string block = zeros(kBlockSize);
   char name = 'a';
   for (const std::size_t place : {288, 544, 828, 1082, 1336, 1590, 1844})
-    block[place] = static_cast<std::uint8_t>(name++);
+    block[place] = name++;
   radext_msg_info record{};
   aaa_parse_radext_msg_sub(block.data(), &record);
   EXPECT_THAT(
@@ -98,9 +90,9 @@ TEST(Radext, TextOf300CharactersArrivesAsItsFirst253FollowedByNul) {
   const std::string long_text = std::string(253, 'x') + std::string(47, 'y');
   radext_msg record{};
   record.text_a = record.text_b = record.text_c = record.text_g = long_text.c_str();
-  const Bytes block = sent_block(record);
-  EXPECT_EQ(text_at(block, 288, 256), std::string(253, 'x') + std::string(3, '\0'));
-  EXPECT_EQ(text_at(block, 1844, 256), std::string(253, 'x') + std::string(3, '\0'));
+  const std::string block = sent_block(record);
+  EXPECT_EQ(block.substr(288, 256), std::string(253, 'x') + zeros(3));
+  EXPECT_EQ(block.substr(1844, 256), std::string(253, 'x') + zeros(3));
   radext_msg_info info{};
   aaa_parse_radext_msg_sub(block.data(), &info);
   for (const char* arrived : {info.text_a, info.text_b, info.text_c, info.text_g})
@@ -108,7 +100,7 @@ TEST(Radext, TextOf300CharactersArrivesAsItsFirst253FollowedByNul) {
 }
 
 TEST(Radext, ReceivedTextWithoutANulIsCutAt253CharactersAndTheLocalBlockIsLeftAlone) {
-  const Bytes block(kBlockSize, 'z');
+  const std::string block(kBlockSize, 'z');
   radext_msg_info record;
   std::memset(&record, 0x77, sizeof record);
   aaa_parse_radext_msg_sub(block.data(), &record);
@@ -120,31 +112,31 @@ TEST(Radext, ReceivedTextWithoutANulIsCutAt253CharactersAndTheLocalBlockIsLeftAl
 TEST(Radext, EncoderDoesNotClearTheBlockAndSendsUpTo250CharactersOfTextHWithoutNul) {
   const std::string longest(250, 'h'), too_long(251, 'h');
   radext_msg record{};
-  Bytes block(kBlockSize, 0xEE);
+  std::string block(kBlockSize, '\xEE');
   aaa_encap_radext_msg_sub(block.data(), &record);
   for (const std::size_t reserved :
        {131U, 288U, 544U, 808U, 823U, 828U, 2098U, 2517U, 2531U, 2787U}) {
-    EXPECT_EQ(block[reserved], 0xEE) << reserved;
+    EXPECT_EQ(block[reserved], '\xEE') << reserved;
   }
   record.text_h = longest.c_str();
   aaa_encap_radext_msg_sub(block.data(), &record);
-  EXPECT_EQ(text_at(block, 2531, 250), longest);
-  EXPECT_EQ(block[2781], 0xEE);
+  EXPECT_EQ(block.substr(2531, 250), longest);
+  EXPECT_EQ(block[2781], '\xEE');
   record.text_h = too_long.c_str();
-  EXPECT_EQ(sent_block(record), Bytes(kBlockSize)) << "longer text is not sent at all";
+  EXPECT_EQ(sent_block(record), zeros(kBlockSize)) << "longer text is not sent at all";
 }
 
 TEST(Radext, FlagIsWidenedTo32Bits) {
   radext_msg record{};
   record.flag_a = 2;
-  EXPECT_EQ(word32(sent_block(record), 148), 2U);
+  EXPECT_EQ(word_at(sent_block(record), 148), 2U);
 }
 
 TEST(Radext, FlagArrivesAs1OnlyWhenThe32BitsEqual1) {
   for (const auto& [byte, place, expected] :
        {std::tuple{1, 148, 1U}, {2, 148, 0U}, {0, 148, 0U}, {1, 149, 0U}, {1, 151, 0U}}) {
-    Bytes block(kBlockSize);
-    block[static_cast<std::size_t>(place)] = static_cast<std::uint8_t>(byte);
+    std::string block = zeros(kBlockSize);
+    block[static_cast<std::size_t>(place)] = static_cast<char>(byte);
     radext_msg_info record{};
     record.flag_a = 7;
     aaa_parse_radext_msg_sub(block.data(), &record);
@@ -155,12 +147,12 @@ TEST(Radext, FlagArrivesAs1OnlyWhenThe32BitsEqual1) {
 TEST(Radext, NullArgumentsAreIgnored) {
   const radext_msg record{};
   radext_msg_info info{};
-  Bytes block(kBlockSize, 0xEE);
+  std::string block(kBlockSize, '\xEE');
   aaa_encap_radext_msg_sub(nullptr, &record);
   aaa_encap_radext_msg_sub(block.data(), nullptr);
   aaa_parse_radext_msg_sub(nullptr, &info);
   aaa_parse_radext_msg_sub(block.data(), nullptr);
-  EXPECT_EQ(block, Bytes(kBlockSize, 0xEE));
+  EXPECT_EQ(block, std::string(kBlockSize, '\xEE'));
   EXPECT_EQ(info.num_a, 0U);
 }
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 #include <ostream>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 #include "codec/bodies.h"
@@ -141,35 +141,9 @@ constexpr bool has_ext_data = requires(Record& record) {
   Codec<Record>::ext_data(record);
 };
 
-// A record that a decoder returned. Releases it.
-template <typename Record>
-class Decoded {
- public:
-  explicit Decoded(const Bytes& body) : Decoded(body, static_cast<std::int32_t>(body.size())) {}
-  Decoded(const Bytes& body, std::int32_t length) {
-    result_ = Codec<Record>::decode(&record_, body.data(), length);
-  }
-  ~Decoded() { Codec<Record>::release(record_); }
-  Decoded(Decoded&& other) noexcept
-      : record_(std::exchange(other.record_, nullptr)), result_(other.result_) {}
-  Decoded(const Decoded&) = delete;
-  Decoded& operator=(const Decoded&) = delete;
-
-  std::uint32_t result() const { return result_; }
-  Record* get() const { return record_; }
-  Record* operator->() const { return record_; }
-  Record& operator*() const { return *record_; }
-
- private:
-  Record* record_ = nullptr;
-  std::uint32_t result_ = 0;
-};
-
-// A body with nothing in the fixed block, to which a test adds items.
-template <typename Record>
-BodyBuilder body_of() {
-  constexpr std::uint32_t size = Codec<Record>::block_size;
-  return BodyBuilder().header(1, size).zeros(size);
+// A descriptor of a value that the caller keeps.
+inline aaa_item item(std::string_view value) {
+  return {0, static_cast<std::uint16_t>(value.size()), value.data()};
 }
 
 }  // namespace test

@@ -37,11 +37,6 @@ class WorkDirectoryTest : public testing::TestWithParam<const char*> {
     EXPECT_EQ(outcome.errors, std::string(GetParam()) + ": " + error + "\n");
   }
 
-  std::string directory_of_size(std::size_t size) const {
-    const std::string base = directory_.path() + "/";
-    return base + std::string(size - base.size(), 'd');
-  }
-
   test::TemporaryDirectory directory_;
 };
 
@@ -59,8 +54,9 @@ TEST_P(WorkDirectoryTest, FormThatIsNotTakenIsNamed) {
 }
 
 TEST_P(WorkDirectoryTest, NameThatIsTooLongIsToldWithTheLimit) {
-  expect_error(directory_of_size(76), "TMPDIR has 76 bytes, socket names leave room for 69");
-  expect_error(directory_of_size(300), "TMPDIR has 300 bytes, socket names leave room for 69");
+  expect_error(directory_.path_of_size(76), "TMPDIR has 76 bytes, socket names leave room for 69");
+  expect_error(directory_.path_of_size(300),
+               "TMPDIR has 300 bytes, socket names leave room for 69");
 }
 
 TEST_P(WorkDirectoryTest, FileInPlaceOfTheDirectoryIsNamed) {
@@ -81,9 +77,15 @@ TEST_P(WorkDirectoryTest, DirectoryThatCannotBeWrittenIsNamed) {
   ::chmod(directory_.path().c_str(), 0755);
 }
 
-TEST_P(WorkDirectoryTest, DirectoryOfAnotherUserIsNamed) {
+// The clients that change the modes of the directory.
+class WorkDirectoryOwnerTest : public WorkDirectoryTest {};
+
+INSTANTIATE_TEST_SUITE_P(Examples, WorkDirectoryOwnerTest,
+                         testing::Values("login", "accounting", "local_users"),
+                         [](const auto& client) { return std::string(client.param); });
+
+TEST_P(WorkDirectoryOwnerTest, DirectoryOfAnotherUserIsNamed) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root becomes another user";
-  if (std::string(GetParam()) == "agent") GTEST_SKIP() << "changes no modes";
   const std::string path = directory_.path() + "/security/aaa";
   std::filesystem::create_directories(path);
   ::chmod(directory_.path().c_str(), 0755);
@@ -97,18 +99,15 @@ TEST_P(WorkDirectoryTest, DirectoryOfAnotherUserIsNamed) {
 
 TEST(WorkDirectorySizeTest, ClientRegistersButNeverReachesAaadBelow73Bytes) {
   const test::TemporaryDirectory directory;
-  const std::string base = directory.path() + "/";
-  const std::string tmpdir = base + std::string(73 - base.size(), 'd');
-  const Outcome login =
-      run_program(AAA_EXAMPLES_DIR "login", {"-w", "1", "alice", "secret"}, tmpdir);
+  const Outcome login = run_program(AAA_EXAMPLES_DIR "login", {"-w", "1", "alice", "secret"},
+                                    directory.path_of_size(73));
   EXPECT_EQ(login.exit_status, 2);
   EXPECT_EQ(login.errors, "login: TMPDIR has 73 bytes, socket names leave room for 69\n");
 }
 
 TEST(WorkDirectorySizeTest, LoginSucceedsBelow72Bytes) {
   const test::TemporaryDirectory directory;
-  const std::string base = directory.path() + "/";
-  const std::string tmpdir = base + std::string(72 - base.size(), 'd');
+  const std::string tmpdir = directory.path_of_size(72);
   aaa_sim::AaadSim sim(tmpdir);
   sim.add_user({.name = "alice", .password = "secret"});
   sim.start();

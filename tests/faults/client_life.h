@@ -34,7 +34,8 @@ class ClientLife {
           exchange.request == AAA_MSG_LOCAL_UPDATE_USER)
         continue;
       sim.set_answer(exchange.request, [&](const aaa_sim::Request&) -> aaa_sim::Replies {
-        return {{aaa_sim::Role::request, exchange.answer.type, 0, exchange.answer.body}};
+        return {{aaa_sim::Role::request, exchange.answer.type, 0,
+                 test::sim_bytes(exchange.answer.body)}};
       });
     }
   }
@@ -165,8 +166,9 @@ class ClientLife {
   }
 
   void ignore_foreign_result() {
+    const std::string foreign = foreign_result();
     sim_.send_message({}, aaa_sim::Role::event, AAA_MSG_NOTIFY_RESULT, foreign_session,
-                      foreign_result());
+                      test::view(foreign));
     check(request_authorization(session) == 0, "not sent");
     let_results_come(2);
     wait_for_result(accepted);
@@ -178,7 +180,7 @@ class ClientLife {
     traffic::forget_notices();
     sim_.send_status();
     for (const traffic::Message& notice : traffic::notices())
-      sim_.send_message({}, aaa_sim::Role::event, notice.type, 0, notice.body);
+      sim_.send_message({}, aaa_sim::Role::event, notice.type, 0, test::view(notice.body));
     sim_.send_message({}, aaa_sim::Role::event, AAA_MSG_MLIST_CHANGE, 0);
     const auto all_came = [&] {
       return soak::link_events(AAA_EVENT_METHOD_LISTS_CHANGED) == marks + 2 ||
@@ -281,11 +283,11 @@ class ClientLife {
     return aaa_user_req_author(&author);
   }
 
-  static traffic::Bytes foreign_result() {
-    const CallsOf scope(Caller::test);
+  static std::string foreign_result() {
+    const test::UnscriptedCalls scope;
     result_info record = {};
     record.sub.session_id = foreign_session;
-    return test::encoded(aaa_encap_result_info, record);
+    return test::encoded_body(aaa_encap_result_info, record);
   }
 
   // A loop that waits for a result cannot read it.

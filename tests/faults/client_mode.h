@@ -78,7 +78,7 @@ class AgentMode : public ClientMode {
   }
 
   bool has_something_to_read() {
-    const CallsOf scope(Caller::test);
+    const test::UnscriptedCalls scope;
     pollfd watched = {static_cast<int>(loop_.task("aaa-read").number), POLLIN, 0};
     return ::poll(&watched, 1, 1) > 0;
   }

@@ -1,14 +1,11 @@
 #include "faults/fault_injector.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
 #include <utility>
 
@@ -26,9 +23,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
-
-thread_local Caller caller_here = Caller::library;
-std::atomic<FaultInjector*> injector = nullptr;
 
 constexpr milliseconds patience_afterwards{40};
 constexpr milliseconds patience_after_one_fault{40};
@@ -65,17 +59,8 @@ const char* thread_here() {
 
 }  // namespace
 
-CallsOf::CallsOf(Caller caller) : before_(std::exchange(caller_here, caller)) {}
-CallsOf::~CallsOf() {
-  caller_here = before_;
-}
-
 FaultInjector::FaultInjector(const Fault& fault) : fault_(fault), calls_(scripts()) {
   clock_.shorten_sleeps();
-  injector = this;
-}
-FaultInjector::~FaultInjector() {
-  injector = nullptr;
 }
 
 std::chrono::milliseconds FaultInjector::patience() const {
@@ -106,12 +91,16 @@ test::Scripts FaultInjector::scripts() {
       .pthread_mutexattr_init = [this] { return fail_with_number("pthread_mutexattr_init"); },
       .pthread_mutex_init =
           [this](pthread_mutex_t*) { return fail_with_number("pthread_mutex_init"); },
+      .mkdir = [this] { return file_call("mkdir"); },
+      .chmod = [this] { return file_call("chmod"); },
+      .open = [this] { return file_call("open"); },
+      .read = [this] { return file_call("read"); },
       .malloc = [this](std::size_t) { return malloc(); },
   };
 }
 
 bool FaultInjector::strikes(std::string_view call) {
-  if (caller_here == Caller::test || call != fault_.call || lifted_) return false;
+  if (call != fault_.call || lifted_) return false;
   const unsigned number = ++count_;
   if (fault_.once ? number != fault_.number : number < fault_.number) return false;
   if (number == fault_.number) note_place();
@@ -140,16 +129,14 @@ std::optional<int> FaultInjector::file_call(std::string_view call) {
 }
 
 std::optional<ssize_t> FaultInjector::send(int fd, const void* data, std::size_t size, int flags) {
-  if (caller_here == Caller::test) return std::nullopt;
   if (fault_.error == short_count && is_datagram_socket(fd)) return std::nullopt;
   if (!strikes("send")) return std::nullopt;
   if (fault_.error != short_count) return test::fails(fault_.error);
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   return ::send(fd, data, (size + 1) / 2, flags);
 }
 
 std::optional<ssize_t> FaultInjector::recv(int fd, void* data, std::size_t size, int flags) {
-  if (caller_here == Caller::test) return std::nullopt;
   const bool is_certain = !is_drain(size) && (flags & MSG_DONTWAIT) == 0;
   const bool is_exempt = is_datagram_socket(fd) && !can_happen_to_datagrams(fault_);
   if (is_exempt || !strikes("recv")) return patient_recv(fd, data, size, flags, is_certain);
@@ -161,7 +148,7 @@ std::optional<ssize_t> FaultInjector::recv(int fd, void* data, std::size_t size,
 // the rest the library's time goes on.
 ssize_t FaultInjector::patient_recv(int fd, void* data, std::size_t size, int flags,
                                     bool is_certain) {
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);
   ssize_t result = 0;
   do {
@@ -184,14 +171,12 @@ void FaultInjector::note_datagram(const void* data, ssize_t size) {
 }
 
 std::optional<int> FaultInjector::setsockopt(int fd, int level, int option) {
-  if (caller_here == Caller::test) return std::nullopt;
   if (strikes("setsockopt")) return test::fails(fault_.error);
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   return ::setsockopt(fd, level, option, &socket_timeout, sizeof socket_timeout);
 }
 
 std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
-  if (caller_here == Caller::test) return std::nullopt;
   has_just_polled = true;
   const bool waits_for_result = fd == aaa::load(lib_msg_server_fd);
   if (waits_for_result) decodes_foreign_result_ = false;
@@ -200,7 +185,7 @@ std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
     return test::fails(fault_.error);
   }
   if (!waits_for_result) return std::nullopt;
-  const CallsOf scope(Caller::test);
+  const test::UnscriptedCalls scope;
   const auto start = steady_clock::now();
   pollfd watched = {.fd = fd, .events = POLLIN, .revents = 0};
   int ready = 0;
@@ -212,7 +197,6 @@ std::optional<int> FaultInjector::poll(int fd, int timeout_ms) {
 }
 
 std::optional<int> FaultInjector::select(timeval& timeout) {
-  if (caller_here == Caller::test) return std::nullopt;
   timeout = flush_period;
   if (!strikes("select")) return std::nullopt;
   if (!fault_.once) test::pause_in_script();
@@ -230,46 +214,3 @@ std::optional<void*> FaultInjector::malloc() {
 }
 
 }  // namespace faults
-
-namespace {
-
-std::optional<int> answer(std::string_view call) {
-  faults::FaultInjector* const current = faults::injector;
-  return current == nullptr ? std::nullopt : current->file_call(call);
-}
-
-}  // namespace
-
-// The test program is linked so that these calls of the library come here first.
-extern "C" {
-
-int __real_mkdir(const char* path, mode_t mode);
-int __real_chmod(const char* path, mode_t mode);
-int __real_open(const char* path, int flags, ...);
-ssize_t __real_read(int fd, void* data, std::size_t size);
-
-int __wrap_mkdir(const char* path, mode_t mode) {
-  const auto result = answer("mkdir");
-  return result ? *result : __real_mkdir(path, mode);
-}
-
-int __wrap_chmod(const char* path, mode_t mode) {
-  const auto result = answer("chmod");
-  return result ? *result : __real_chmod(path, mode);
-}
-
-int __wrap_open(const char* path, int flags, ...) {
-  va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-  va_end(arguments);
-  const auto result = answer("open");
-  return result ? *result : __real_open(path, flags, mode);
-}
-
-ssize_t __wrap_read(int fd, void* data, std::size_t size) {
-  const auto result = answer("read");
-  return result ? *result : __real_read(fd, data, size);
-}
-
-}  // extern "C"

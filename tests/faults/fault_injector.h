@@ -13,26 +13,10 @@
 
 namespace faults {
 
-// Whose calls those of a thread are: only the library's fail. Its own threads make the library's.
-enum class Caller { library, test };
-
-// What holds on this thread while it lives.
-class CallsOf {
- public:
-  explicit CallsOf(Caller caller);
-  ~CallsOf();
-  CallsOf(const CallsOf&) = delete;
-  CallsOf& operator=(const CallsOf&) = delete;
-
- private:
-  Caller before_;
-};
-
 class FaultInjector {
  public:
   // One at a time, and made while no thread of the library runs.
   explicit FaultInjector(const Fault& fault);
-  ~FaultInjector();
 
   // Nothing fails from now on.
   void lift() { lifted_ = true; }
@@ -47,9 +31,6 @@ class FaultInjector {
   // "step, thread"
   std::string place() const;
 
-  // mkdir(), chmod(), open() and read(): their result, or nothing to let them go through.
-  std::optional<int> file_call(std::string_view call);
-
   // Results of other sessions that aaa_user_get_result() has dropped: their records stay allocated,
   // which is intended.
   unsigned dropped_results() const { return dropped_results_; }
@@ -63,6 +44,7 @@ class FaultInjector {
   void note_place();
   std::optional<int> fail(std::string_view call);
   std::optional<int> fail_with_number(std::string_view call);
+  std::optional<int> file_call(std::string_view call);
   std::optional<ssize_t> send(int fd, const void* data, std::size_t size, int flags);
   std::optional<ssize_t> recv(int fd, void* data, std::size_t size, int flags);
   ssize_t patient_recv(int fd, void* data, std::size_t size, int flags, bool is_certain);

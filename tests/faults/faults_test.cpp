@@ -115,10 +115,7 @@ class Faults : private soak::HangWatch,
     EXPECT_FALSE(aaa::receive_thread_exists());
     EXPECT_FALSE(aaa::send_buffer_is_used());
     leaks_->expect_nothing_left(blocks_left_);
-    for (pthread_mutex_t* lock :
-         {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock,
-          &aaa::request_write_lock, &aaa::event_write_lock, &aaa::event_read_lock})
-      EXPECT_TRUE(test::is_free(*lock)) << "a lock is held";
+    EXPECT_THAT(test::locks_held(), testing::IsEmpty());
   }
 
   aaa_sim::AaadSim sim_{directory(), {}, {.keep = false}};

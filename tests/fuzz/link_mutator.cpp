@@ -5,6 +5,7 @@
 #include <random>
 
 #include "fuzz/link/link_script.h"
+#include "support/bytes.h"
 
 // The fuzzer's own mutations, and its hook for others.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
@@ -13,17 +14,11 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
 
 namespace {
 
-using fuzz::Bytes;
 using fuzz::Script;
 using fuzz::Step;
 
 constexpr std::size_t kHeader = 16;
 constexpr std::size_t kRoomToGrow = 64;
-
-void put_word(Bytes& bytes, std::size_t offset, std::size_t value) {
-  const auto word = static_cast<std::uint32_t>(value);
-  std::memcpy(bytes.data() + offset, &word, sizeof word);
-}
 
 class Mutator {
  public:
@@ -80,10 +75,12 @@ class Mutator {
     }
     const std::size_t size = step.bytes.size();
     step.bytes.resize(size + kRoomToGrow);
-    step.bytes.resize(LLVMFuzzerMutate(step.bytes.data(), size, size + kRoomToGrow));
+    step.bytes.resize(LLVMFuzzerMutate(reinterpret_cast<std::uint8_t*>(step.bytes.data()), size,
+                                       size + kRoomToGrow));
     if (step.bytes.size() < kHeader || below(4) == 0) return;
-    put_word(step.bytes, 0, 0x01010101);
-    put_word(step.bytes, 12, step.bytes.size() - kHeader);
+    step.bytes.replace(0, 4, test::word_bytes(0x01010101));
+    const auto length = static_cast<std::uint32_t>(step.bytes.size() - kHeader);
+    step.bytes.replace(12, 4, test::word_bytes(length));
   }
 
   std::minstd_rand random_;
@@ -97,7 +94,7 @@ std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::s
   Script script = fuzz::read_script({data, size});
   if (script.steps.empty() || mutator.below(4) == 0) return LLVMFuzzerMutate(data, size, max_size);
   mutator.change(script);
-  const Bytes input = write_script(script);
+  const std::string input = write_script(script);
   const std::size_t kept = std::min(input.size(), max_size);
   std::memcpy(data, input.data(), kept);
   return kept;

@@ -18,6 +18,7 @@ namespace {
 
 // Seeds of the link's target, by name.
 using Corpus = std::map<std::string, Script>;
+using test::word_bytes;
 using traffic::Message;
 
 Step event(const Message& frame) {
@@ -31,13 +32,13 @@ Step fault(Kind kind, std::uint16_t number = 0) {
 }
 
 Step ask(std::uint32_t question) {
-  return event({"question", AAA_MSG_DEL_MSG_REQ, traffic::words({question, 9, 0})});
+  return event({"question", AAA_MSG_DEL_MSG_REQ, word_bytes({question, 9, 0})});
 }
 
 // A message in a piece for each byte.
 std::vector<Step> in_bytes(const Step& whole) {
   std::vector<Step> steps;
-  for (const std::uint8_t byte : whole.bytes)
+  for (const char byte : whole.bytes)
     steps.push_back(
         {steps.empty() || !is_answer(whole.kind) ? whole.kind : Kind::more_answer, 0, {byte}});
   return steps;
@@ -61,7 +62,7 @@ Script loss(std::uint8_t flags, Step fault) {
   script.steps.push_back(std::move(fault));
   for (Step& step : registration())
     script.steps.push_back(std::move(step));
-  script.steps.push_back(event({"mlist_change", 122, {}}));
+  script.steps.push_back(event({"mlist_change", 122, ""}));
   return script;
 }
 
@@ -91,7 +92,7 @@ void add_losses(Corpus& corpus) {
     corpus[mode + "silent"] = loss(flags, fault(Kind::clock, 200));
     corpus[mode + "reset"] = loss(flags, fault(Kind::read_error, 3));
     corpus[mode + "no_memory"] = loss(flags, fault(Kind::no_memory, 0));
-    corpus[mode + "wrong_marker"] = loss(flags, {Kind::event, 0, Bytes(16, 0x7f)});
+    corpus[mode + "wrong_marker"] = loss(flags, {Kind::event, 0, std::string(16, '\x7f')});
     corpus[mode + "unwritable"] = loss(flags, fault(Kind::write_error, 2));
   }
 }
@@ -104,7 +105,7 @@ void add_registrations(Corpus& corpus) {
     for (Step& piece : in_bytes(step))
       bytewise.steps.push_back(std::move(piece));
   corpus["registration_by_bytes"] = bytewise;
-  corpus["refused"] = {0, {answer({"refusal", 100, {255, 0, 0, 0}})}};
+  corpus["refused"] = {0, {answer({"refusal", 100, word_bytes(255)})}};
 }
 
 Corpus link_corpus() {
@@ -126,12 +127,12 @@ Corpus link_corpus() {
 namespace {
 
 namespace fs = std::filesystem;
+using test::word_bytes;
 
-void write(const fs::path& directory, const std::string& name, const test::Bytes& bytes) {
+void write(const fs::path& directory, const std::string& name, const std::string& bytes) {
   fs::create_directories(directory);
   std::ofstream file(directory / name, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
+  file << bytes;
   if (!file) {
     std::cerr << "cannot write " << directory / name << '\n';
     std::exit(EXIT_FAILURE);
@@ -141,7 +142,7 @@ void write(const fs::path& directory, const std::string& name, const test::Bytes
 template <typename Record>
 void write_info_record(const fs::path& directory) {
   Record record{};
-  write(directory, "empty", test::encoded(test::Codec<Record>::encode, record));
+  write(directory, "empty", test::encoded_body(test::Codec<Record>::encode, record));
   write(directory, "full", traffic::full_body<Record>());
 }
 
@@ -149,7 +150,7 @@ void write_radext(const fs::path& directory) {
   radext_msg record{};
   record.text_a = record.text_c = record.text_h = "text";
   record.flag_a = 1;
-  test::Bytes block(AAA_RADEXT_BLOCK_SIZE);
+  std::string block = test::zeros(AAA_RADEXT_BLOCK_SIZE);
   aaa_encap_radext_msg_sub(block.data(), &record);
   write(directory, "message", block);
 }
@@ -163,10 +164,10 @@ void write_link(const fs::path& directory) {
 // sends, lengths at which a handler begins to read its body, and the tags of items.
 void write_dictionary(const fs::path& file) {
   std::ofstream out(file);
-  const auto write_word = [&out](const test::Bytes& bytes) {
+  const auto write_word = [&out](const std::string& bytes) {
     out << '"' << std::hex << std::setfill('0');
-    for (const int byte : bytes)
-      out << "\\x" << std::setw(2) << byte;
+    for (const char byte : bytes)
+      out << "\\x" << std::setw(2) << int{static_cast<unsigned char>(byte)};
     out << "\"\n";
   };
   std::vector<std::uint32_t> types = {AAA_MSG_GET_SESSION_ID, AAA_MSG_LOCAL_QUERY_PWD};
@@ -174,12 +175,12 @@ void write_dictionary(const fs::path& file) {
        ++type)
     types.push_back(type);
   for (const std::uint32_t type : types)
-    write_word(traffic::words({0x01010101, 0, type}));
+    write_word(word_bytes({0x01010101, 0, type}));
   for (const std::uint32_t length :
        {8u, 12u, 24u, 40u, 396u, 560u, 720u, 0x7fffffefu, 0x7ffffff0u, 0x80000000u, 0xffffffffu})
-    write_word(traffic::words({length}));
+    write_word(word_bytes({length}));
   for (std::uint32_t tag = 298; tag <= 322; ++tag)
-    write_word(test::BodyBuilder().word16(tag).body());
+    write_word(word_bytes(tag).substr(0, 2));
 }
 
 }  // namespace

@@ -19,9 +19,9 @@ class HostileAnswers : public HostileClient {
   void play(const std::vector<Variation>& variations) {
     for (const Variation& variation : variations) {
       const traffic::Exchange& question = traffic::questions()[variation.frame];
-      const Bytes answer = stream_of(variation, frames_[variation.frame], {});
-      const std::vector<Bytes> pieces = pieces_of(variation, answer);
-      const std::uint32_t blocks = fuzz::live_blocks();
+      const std::string answer = stream_of(variation, frames_[variation.frame], {});
+      const std::vector<std::string> pieces = pieces_of(variation, answer);
+      const std::uint32_t blocks = test::live_blocks();
       const std::uint32_t failed = g_aaa_malloc_fail_times;
       aaad_.answer_with({pieces.begin(), pieces.end()});
       question.make();
@@ -32,7 +32,7 @@ class HostileAnswers : public HostileClient {
     EXPECT_EQ(1u, connections_);
   }
 
-  std::vector<Bytes> frames_;
+  std::vector<std::string> frames_;
   std::uint32_t connections_ = 0;
 };
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "agent/fake_loop.h"
 #include "fuzz/link/scripted_client.h"
-#include "fuzz/link/scripted_loop.h"
 #include "hostile/variations.h"
 #include "session/state/client_state.h"
 #include "soak/hang_watch.h"
@@ -54,13 +54,14 @@ class HostileClient : private soak::HangWatch, public testing::Test {
     EXPECT_EQ(0u, aaad_.open_sockets());
     EXPECT_EQ(std::vector<std::string>{}, loop_.names());
     fuzz::forget_client(aaad_);
-    EXPECT_EQ(blocks_ + blocks_left_over_, fuzz::live_blocks());
+    EXPECT_EQ(blocks_ + blocks_left_over_, test::live_blocks());
   }
 
   // What was read as `bytes` left no block but for those that are meant to be. `failed`: the
   // allocations that had failed before.
-  void expect_no_block_left(const Bytes& bytes, std::uint32_t blocks_before, std::uint32_t failed) {
-    const std::uint32_t left = fuzz::live_blocks() - blocks_before;
+  void expect_no_block_left(const std::string& bytes, std::uint32_t blocks_before,
+                            std::uint32_t failed) {
+    const std::uint32_t left = test::live_blocks() - blocks_before;
     EXPECT_TRUE(fuzz::are_intended(left, bytes, g_aaa_malloc_fail_times - failed))
         << left << " blocks are left";
     blocks_left_over_ += left;
@@ -69,16 +70,15 @@ class HostileClient : private soak::HangWatch, public testing::Test {
   // Any exchange is in step with its answer.
   void expect_exchange() {
     aaad_.answer_with(
-        {traffic::Message{"good", AAA_MSG_MLIST_EXISTED_RESP, traffic::words({0x12345678})}
-             .bytes()});
+        {test::message_bytes(AAA_MSG_MLIST_EXISTED_RESP, test::word_bytes(0x12345678))});
     EXPECT_EQ(0x12345678u, aaa_mlist_existed(0, 0, 0, "list"));
   }
 
   const test::TrackedHeap heap_{kLargestBlock};
   fuzz::ScriptedAaad aaad_{{.flags = fuzz::kAcceptsClients}};
-  fuzz::ScriptedLoop loop_;
+  test::FakeLoop loop_;
   Mode mode_ = Mode::thread;
-  const std::uint32_t blocks_ = fuzz::live_blocks();
+  const std::uint32_t blocks_ = test::live_blocks();
   std::uint32_t blocks_left_over_ = 0;
 };
 

@@ -9,12 +9,12 @@
 namespace hostile {
 namespace {
 
-using test::word32;
+using test::word_at;
 
 // A message that the library has read whole and is about to handle.
 struct Dispatched {
   std::uint32_t type;
-  Bytes body;
+  std::string body;
   bool operator==(const Dispatched&) const = default;
 };
 
@@ -36,7 +36,7 @@ struct Course {
 // After `stream` and then silence, when no more than `memory` bytes can be allocated. After silence
 // in the middle of a header or a body the bytes read so far are lost: the receive thread reads on,
 // in agent mode the socket is no longer watched.
-Course expected_course(const Bytes& stream, Mode mode, std::size_t memory) {
+Course expected_course(const std::string& stream, Mode mode, std::size_t memory) {
   const bool on_thread = mode == Mode::thread;
   const LinkAfter after_silence = on_thread ? LinkAfter::in_step : LinkAfter::unwatched;
   Course course;
@@ -47,12 +47,12 @@ Course expected_course(const Bytes& stream, Mode mode, std::size_t memory) {
       course.link = after_silence;
       break;
     }
-    if (on_thread && word32(stream, place) != 0x01010101) {
+    if (on_thread && word_at(stream, place) != 0x01010101) {
       course.link = LinkAfter::lost;
       course.marker_told = true;
       break;
     }
-    const std::uint32_t length = word32(stream, place + 12);
+    const std::uint32_t length = word_at(stream, place + 12);
     if (length > memory) {
       course.link = on_thread ? LinkAfter::lost : LinkAfter::unwatched;
       break;
@@ -61,8 +61,7 @@ Course expected_course(const Bytes& stream, Mode mode, std::size_t memory) {
       course.link = after_silence;
       break;
     }
-    const auto body = stream.begin() + static_cast<std::ptrdiff_t>(place + 16);
-    course.dispatched.push_back({word32(stream, place + 8), Bytes(body, body + length)});
+    course.dispatched.push_back({word_at(stream, place + 8), stream.substr(place + 16, length)});
     place += 16 + length;
   }
   return course;
@@ -80,9 +79,9 @@ struct Counts {
 Counts seen;
 
 // The message that must arrive after a damaged one.
-const Bytes& good_message() {
-  static const Bytes bytes =
-      traffic::Message{"good", AAA_MSG_ADD_RADEXT_RESULT, Bytes(24, 0x5a)}.bytes();
+const std::string& good_message() {
+  static const std::string bytes =
+      test::message_bytes(AAA_MSG_ADD_RADEXT_RESULT, std::string(24, 'Z'));
   return bytes;
 }
 
@@ -129,14 +128,14 @@ class HostileFrames : public HostileClient, public testing::WithParamInterface<M
     RecordProperty("frames", std::to_string(next_));
   }
 
-  std::vector<Bytes> frames_;
+  std::vector<std::string> frames_;
 
  private:
   // What one damaged message and its followers must lead to, and what the library was like before.
   struct Turn {
-    Bytes stream;
+    std::string stream;
     Course expected;
-    std::uint32_t blocks = fuzz::live_blocks();
+    std::uint32_t blocks = test::live_blocks();
     std::uint32_t failed_allocations = g_aaa_malloc_fail_times;
   };
 
@@ -146,11 +145,9 @@ class HostileFrames : public HostileClient, public testing::WithParamInterface<M
     status.aaa_id_limit = GetParam() == Mode::agent ? 64 : 0;
     return status;
   }
-  static Bytes status_message() {
+  static std::string status_message() {
     const aaa_status words = status();
-    const auto* const first = reinterpret_cast<const std::uint8_t*>(&words);
-    return traffic::Message{"status", AAA_MSG_AAA_INFO_READY, Bytes(first, first + sizeof words)}
-        .bytes();
+    return test::message_bytes(AAA_MSG_AAA_INFO_READY, test::bytes_of(&words, sizeof words));
   }
 
   void play_on_thread() {
@@ -193,7 +190,7 @@ class HostileFrames : public HostileClient, public testing::WithParamInterface<M
     turn_.reset();
     if (next_ == variations_.size()) return false;
     const Variation& variation = variations_[next_++];
-    const Bytes stream = stream_of(variation, frames_[variation.frame], good_message());
+    const std::string stream = stream_of(variation, frames_[variation.frame], good_message());
     return begin_turn(stream, pieces_of(variation, stream));
   }
 
@@ -202,10 +199,10 @@ class HostileFrames : public HostileClient, public testing::WithParamInterface<M
     return turn_->expected.dispatched.empty() || !is_good(turn_->expected.dispatched.back());
   }
 
-  bool begin_turn(const Bytes& stream, const std::vector<Bytes>& pieces) {
+  bool begin_turn(const std::string& stream, const std::vector<std::string>& pieces) {
     turn_ = Turn{stream, expected_course(stream, GetParam(), kLargestBlock)};
     seen = {};
-    for (const Bytes& piece : pieces)
+    for (const std::string& piece : pieces)
       aaad_.give(piece);
     return true;
   }
@@ -263,9 +260,9 @@ INSTANTIATE_TEST_SUITE_P(InBothModes, HostileFrames, testing::Values(Mode::threa
 extern "C" void __real__ZN3aaa8dispatchERKNS_7InboundE(const aaa::Inbound& message);
 extern "C" void __wrap__ZN3aaa8dispatchERKNS_7InboundE(const aaa::Inbound& message) {
   const std::uint32_t length = message.header->length;
-  const auto* const first = static_cast<const std::uint8_t*>(message.body);
+  const auto* const first = static_cast<const char*>(message.body);
   // A body is followed by a NUL, and null when empty.
   EXPECT_TRUE(length == 0 ? first == nullptr : first[length] == 0);
-  hostile::dispatched.push_back({message.header->type, hostile::Bytes(first, first + length)});
+  hostile::dispatched.push_back({message.header->type, std::string(first, length)});
   __real__ZN3aaa8dispatchERKNS_7InboundE(message);
 }

@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint16_t kNowhere = 0xffff;
 constexpr std::uint16_t header_size = 16;
 
-Variation whole(std::size_t frame, const Bytes& bytes) {
+Variation whole(std::size_t frame, const std::string& bytes) {
   return {.frame = static_cast<std::uint16_t>(frame),
           .kept = static_cast<std::uint16_t>(bytes.size()),
           .place = kNowhere,
@@ -32,13 +32,13 @@ std::set<std::uint8_t> other_values(std::uint8_t byte, bool all) {
   return values;
 }
 
-std::uint8_t flipped(std::uint8_t byte) {
+std::uint8_t flipped(char byte) {
   return static_cast<std::uint8_t>(byte ^ 0x80);
 }
 
 // Calls `visit` with a variation of each frame, and with each place in it.
 template <class Visit>
-void at_each_place(const std::vector<Bytes>& frames, Visit visit) {
+void at_each_place(const std::vector<std::string>& frames, Visit visit) {
   for (std::size_t i = 0; i < frames.size(); ++i)
     for (std::uint16_t place = 0; place < frames[i].size(); ++place)
       visit(whole(i, frames[i]), frames[i], place);
@@ -60,11 +60,12 @@ std::vector<Variation> sample(const std::vector<Variation>& all, std::size_t one
   return some;
 }
 
-std::vector<Variation> changed_bytes(const std::vector<Bytes>& frames) {
+std::vector<Variation> changed_bytes(const std::vector<std::string>& frames) {
   std::vector<Variation> all;
-  at_each_place(frames, [&](Variation one, const Bytes& frame, std::uint16_t place) {
+  at_each_place(frames, [&](Variation one, const std::string& frame, std::uint16_t place) {
     one.place = place;
-    for (const std::uint8_t value : other_values(frame[place], soak::is_long())) {
+    for (const std::uint8_t value :
+         other_values(static_cast<std::uint8_t>(frame[place]), soak::is_long())) {
       one.value = value;
       all.push_back(one);
     }
@@ -72,9 +73,9 @@ std::vector<Variation> changed_bytes(const std::vector<Bytes>& frames) {
   return all;
 }
 
-std::vector<Variation> truncations(const std::vector<Bytes>& frames) {
+std::vector<Variation> truncations(const std::vector<std::string>& frames) {
   std::vector<Variation> all;
-  at_each_place(frames, [&](Variation one, const Bytes&, std::uint16_t place) {
+  at_each_place(frames, [&](Variation one, const std::string&, std::uint16_t place) {
     if (place == 0) return;
     one.kept = place;
     for (const bool glued : {false, true}) {
@@ -85,9 +86,9 @@ std::vector<Variation> truncations(const std::vector<Bytes>& frames) {
   return all;
 }
 
-std::vector<Variation> splits(const std::vector<Bytes>& frames) {
+std::vector<Variation> splits(const std::vector<std::string>& frames) {
   std::vector<Variation> all;
-  at_each_place(frames, [&](Variation one, const Bytes& frame, std::uint16_t place) {
+  at_each_place(frames, [&](Variation one, const std::string& frame, std::uint16_t place) {
     one.first_cut = static_cast<std::uint16_t>(place + 1);
     all.push_back(one);
     one.place = place;
@@ -97,9 +98,9 @@ std::vector<Variation> splits(const std::vector<Bytes>& frames) {
   return all;
 }
 
-std::vector<Variation> bytewise(const std::vector<Bytes>& frames) {
+std::vector<Variation> bytewise(const std::vector<std::string>& frames) {
   std::vector<Variation> all;
-  at_each_place(frames, [&](Variation one, const Bytes& frame, std::uint16_t place) {
+  at_each_place(frames, [&](Variation one, const std::string& frame, std::uint16_t place) {
     if (place >= header_size && place % 97 != 0) return;
     one.bytewise = true;
     one.place = place;
@@ -109,22 +110,22 @@ std::vector<Variation> bytewise(const std::vector<Bytes>& frames) {
   return all;
 }
 
-Bytes stream_of(const Variation& variation, const Bytes& frame, const Bytes& good_frame) {
-  Bytes bytes = frame;
-  if (variation.place < bytes.size()) bytes[variation.place] = variation.value;
+std::string stream_of(const Variation& variation, const std::string& frame,
+                      const std::string& good_frame) {
+  std::string bytes = frame;
+  if (variation.place < bytes.size()) bytes[variation.place] = static_cast<char>(variation.value);
   bytes.resize(variation.kept);
-  if (variation.glued) bytes.insert(bytes.end(), good_frame.begin(), good_frame.end());
+  if (variation.glued) bytes += good_frame;
   return bytes;
 }
 
-std::vector<Bytes> pieces_of(const Variation& variation, const Bytes& stream) {
-  std::vector<Bytes> pieces;
+std::vector<std::string> pieces_of(const Variation& variation, const std::string& stream) {
+  std::vector<std::string> pieces;
   if (variation.bytewise) {
-    for (const std::uint8_t byte : stream)
+    for (const char byte : stream)
       pieces.push_back({byte});
   } else if (variation.first_cut > 0 && variation.first_cut < stream.size()) {
-    const auto cut = stream.begin() + variation.first_cut;
-    pieces = {Bytes(stream.begin(), cut), Bytes(cut, stream.end())};
+    pieces = {stream.substr(0, variation.first_cut), stream.substr(variation.first_cut)};
   } else {
     pieces = {stream};
   }

@@ -3,13 +3,10 @@
 
 #include <cstdint>
 #include <ostream>
+#include <string>
 #include <vector>
 
-#include "codec/bodies.h"
-
 namespace hostile {
-
-using test::Bytes;
 
 struct Variation {
   std::uint16_t frame;      // its number
@@ -24,19 +21,20 @@ struct Variation {
 std::ostream& operator<<(std::ostream& out, const Variation& variation);
 
 // Each byte of each frame, by value: in a long soak all 255 others, else those that matter most.
-std::vector<Variation> changed_bytes(const std::vector<Bytes>& frames);
+std::vector<Variation> changed_bytes(const std::vector<std::string>& frames);
 // Each shorter length of each frame, alone and before a good frame.
-std::vector<Variation> truncations(const std::vector<Bytes>& frames);
+std::vector<Variation> truncations(const std::vector<std::string>& frames);
 // The frames as they are, and with one byte changed, cut in two at each place.
-std::vector<Variation> splits(const std::vector<Bytes>& frames);
+std::vector<Variation> splits(const std::vector<std::string>& frames);
 // Each frame, whole and damaged, a byte at a time.
-std::vector<Variation> bytewise(const std::vector<Bytes>& frames);
+std::vector<Variation> bytewise(const std::vector<std::string>& frames);
 
 // All of them in a long soak; else those of a header's bytes, and one of so many others.
 std::vector<Variation> sample(const std::vector<Variation>& all, std::size_t one_in);
 
 // The bytes that arrive, and where they are cut.
-Bytes stream_of(const Variation& variation, const Bytes& frame, const Bytes& good_frame);
-std::vector<Bytes> pieces_of(const Variation& variation, const Bytes& stream);
+std::string stream_of(const Variation& variation, const std::string& frame,
+                      const std::string& good_frame);
+std::vector<std::string> pieces_of(const Variation& variation, const std::string& stream);
 
 }  // namespace hostile

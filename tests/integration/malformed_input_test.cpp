@@ -1,16 +1,15 @@
 // Anything at all on the event socket: afterwards the client is in service.
+#include <algorithm>
 #include <random>
 
 #include "support/login.h"
 
 namespace {
 
-using aaa_sim::Bytes;
 using aaa_sim::Role;
 
-Bytes header(std::uint32_t type, std::uint32_t length, std::uint32_t marker = 0x01010101) {
-  const std::uint32_t words[] = {marker, 0, type, length};
-  return aaa_sim::encode_words(words);
+std::string header(std::uint32_t type, std::uint32_t length, std::uint32_t marker = 0x01010101) {
+  return test::word_bytes({marker, 0, type, length});
 }
 
 class MalformedInput : public test::SimulatedTest {
@@ -23,15 +22,13 @@ class MalformedInput : public test::SimulatedTest {
     register_client(test::client_with(test::ResultBy::callback));
   }
 
-  void send(const Bytes& bytes) { EXPECT_EQ(1u, sim_.send_raw({}, Role::event, bytes)); }
-  static void expect_login() {
-    EXPECT_EQ(1, aaa_is_alive());
-    EXPECT_EQ(test::kAccepted, test::log_in("alice", "secret", test::ResultBy::callback).code);
+  void send(const std::string& bytes) {
+    EXPECT_EQ(1u, sim_.send_raw({}, Role::event, test::view(bytes)));
   }
   static void expect_registered_again(std::size_t times = 1) {
-    ASSERT_TRUE(test::wait_for_event(AAA_EVENT_REREGISTERED, times)) << "not registered again";
-    expect_login();
+    test::expect_service_again(test::ResultBy::callback, times);
   }
+  static void expect_login() { test::expect_service(test::ResultBy::callback); }
   void expect_same_connection() {
     expect_login();
     EXPECT_EQ(2u, sim_.accepted_connections());
@@ -54,9 +51,7 @@ TEST_F(MalformedInput, AWrongMarkerIsToldAndTheLinkIsBuiltAnew) {
 TEST_F(MalformedInput, HalfAHeaderOrHalfABodyAndTheEndAreALostLink) {
   std::size_t times = 0;
   for (const std::size_t size : {8, 1000}) {
-    Bytes message = header(103, 100000);
-    message.resize(size);
-    send(message);
+    send(test::message_bytes(103, test::zeros(100000)).substr(0, size));
     sim_.close_connections({}, Role::event);
     expect_registered_again(++times);
   }
@@ -73,9 +68,7 @@ TEST_F(MalformedInput, ALengthThatNoMemoryHasIsALostLink) {
 TEST_F(MalformedInput, NonsenseTypesArePassedOver) {
   for (const std::uint32_t type : {0u, 1u, 99u, 100u, 101u, 104u, 142u, 0x80000000u, 0xffffffffu}) {
     send(header(type, 0));
-    Bytes message = header(type, 300);
-    message.resize(316, 0xff);
-    send(message);
+    send(test::message_bytes(type, std::string(300, '\xff')));
   }
   expect_same_connection();
 }
@@ -84,10 +77,9 @@ TEST_F(MalformedInput, BodiesOfEveryTypeAndManySizesArePassedOver) {
   std::mt19937 random(1);
   for (std::uint32_t type = 102; type <= 141; ++type) {
     for (const std::uint32_t size : {1u, 2u, 3u, 7u, 39u, 255u, 559u, 2000u}) {
-      Bytes message = header(type, size);
-      for (std::uint32_t i = 0; i < size; ++i)
-        message.push_back(static_cast<std::uint8_t>(random()));
-      send(message);
+      std::string body = test::zeros(size);
+      std::ranges::generate(body, [&] { return static_cast<char>(random()); });
+      send(test::message_bytes(type, body));
     }
   }
   expect_login();

@@ -32,11 +32,6 @@ class UnreadyAaad : public test::LibraryTest {
     EXPECT_EQ(-1, test::request_login(1, "alice", "secret"));
     EXPECT_EQ(-1, aaa_clear_req_user(1));
   }
-  static void expect_service_after_registering_again() {
-    ASSERT_TRUE(test::wait_for_event(AAA_EVENT_REREGISTERED)) << "not registered";
-    EXPECT_EQ(1, aaa_is_alive());
-    EXPECT_EQ(test::kAccepted, test::log_in("alice", "secret").code);
-  }
 
   test::MovedClock clock_;
   aaa_sim::AaadSim sim_{directory()};
@@ -46,7 +41,7 @@ TEST_F(UnreadyAaad, AClientMayStartBeforeIt) {
   register_client();
   expect_out_of_service();
   sim_.start();
-  expect_service_after_registering_again();
+  test::expect_service_again();
 }
 
 TEST_F(UnreadyAaad, AWaitForAResultWithoutItRunsOutOfTime) {
@@ -61,7 +56,7 @@ TEST_F(UnreadyAaad, AClientThatItRefusesGoesOnTrying) {
   register_client();
   expect_out_of_service();
   sim_.change([](aaa_sim::Settings& settings) { settings.aaa_id = 7; });
-  expect_service_after_registering_again();
+  test::expect_service_again();
   EXPECT_EQ(7, aaa::load(g_aaa_client_cb.aaa_id));
 }
 
@@ -98,13 +93,13 @@ TEST_P(UnreadyAaadTrouble, AtTheStartIsOvercomeOnceItIsOver) {
   EXPECT_TRUE(test::eventually([&] { return sim_.accepted_connections() >= 3; })) << "no retry";
   EXPECT_EQ(0, aaa_is_alive());
   set_fault(Fault::none);
-  expect_service_after_registering_again();
+  test::expect_service_again();
 }
 
 TEST_P(UnreadyAaadTrouble, AfterALossIsOvercomeOnceItIsOver) {
   sim_.start();
   register_client();
-  EXPECT_EQ(test::kAccepted, test::log_in("alice", "secret").code);
+  test::expect_service();
   set_fault(GetParam().fault);
   const std::size_t before = sim_.accepted_connections();
   sim_.close_connections();
@@ -112,7 +107,7 @@ TEST_P(UnreadyAaadTrouble, AfterALossIsOvercomeOnceItIsOver) {
   EXPECT_TRUE(test::eventually([&] { return sim_.accepted_connections() >= before + 3; }))
       << "no retry";
   set_fault(Fault::none);
-  expect_service_after_registering_again();
+  test::expect_service_again();
 }
 
 }  // namespace

@@ -2,19 +2,14 @@
 #include <chrono>
 #include <thread>
 
-#include "support/library_counters.h"
 #include "support/linked_test.h"
 
+namespace test {
 namespace {
-
-using test::hex;
-using test::LibraryCounters;
-using test::message_bytes;
-using test::word_bytes;
 
 constexpr std::size_t kQueries = 12, kFailures = 13, kTimeTotal = 14, kTimeMax = 15;
 
-class MethodLists : public test::LinkedTest {
+class MethodLists : public LinkedTest {
  protected:
   std::uint32_t existed(const std::string& answer) {
     aaad_answers(answer);
@@ -27,11 +22,7 @@ class MethodLists : public test::LinkedTest {
   }
   static void expect_counted(const LibraryCounters& counters, std::uint32_t queries,
                              std::uint32_t failures) {
-    for (std::size_t n = 0; n < LibraryCounters::kWords; ++n) {
-      if (n == kTimeTotal || n == kTimeMax) continue;
-      const std::uint32_t expected = n == kQueries ? queries : n == kFailures ? failures : 0;
-      EXPECT_EQ(expected, counters.grown(n)) << "counter " << n;
-    }
+    counters.expect_grown({{kQueries, queries}, {kFailures, failures}}, kTimeTotal);
   }
   static void rest() { std::this_thread::sleep_for(std::chrono::milliseconds(2)); }
 };
@@ -41,7 +32,7 @@ TEST_F(MethodLists, TheThreeWordsStandBeforeTheNameAndItsNul) {
   for (const std::string& name : {std::string("local"), std::string(), long_name}) {
     aaad_answers(message_bytes(104, word_bytes(1)));
     EXPECT_EQ(1u, aaa_mlist_existed(1, 2, 3, name.c_str()));
-    EXPECT_EQ(13 + name.size(), test::word_at(writes().back(), 12));
+    EXPECT_EQ(13 + name.size(), word_at(writes().back(), 12));
     EXPECT_EQ(hex("01000000 02000000 03000000") + name + '\0', writes().back().substr(16));
   }
 }
@@ -110,3 +101,4 @@ TEST_F(MethodLists, StateQueriesAreNotCounted) {
 }
 
 }  // namespace
+}  // namespace test

@@ -7,6 +7,7 @@ namespace {
 
 const restore_user_info sent_user = restorable_user();
 const radext_msg sent_message = extension();
+const radext_msg empty_message = {};
 const std::uint32_t sent_words[] = {1, 2, 3, 4, 5, 6};
 result_info sent_result = own_result();
 ldap_search_info sent_question = ldap_question();
@@ -24,6 +25,7 @@ const OneWayKind one_way_requests[] = {
     {"delete_user", 8, "delete user", 0x0a0b0c0d, hex("0d0c0b0a 44332211"),
      [] { return aaa_delete_user(0x0a0b0c0d, 0x11223344); },
      {0, 0, 0, 0}, 1, {{18, 19}}},
+    // Differs in the type only.
     {"move_out_delete_user", 34, "move out delete user", 0x0a0b0c0d, hex("0d0c0b0a 44332211"),
      [] { return aaa_move_out_delete_user(0x0a0b0c0d, 0x11223344); },
      {0, 0, 0, 0}, 1, {{18, 19}}},
@@ -31,11 +33,13 @@ const OneWayKind one_way_requests[] = {
      hex("04030201 01000000 02000000 03000000") + std::string(16, '\0'),
      [] { return aaa_user_syn(0x01020304, sent_words); },
      {0, -1, -1, -1}, 1},
+    // Any other flag than 0 restores.
     {"restore_user", 11, "restore user", 0x0a0b0c0d, restored_block(),
-     [] { return aaa_restore_user(&sent_user, 1); },
+     [] { return aaa_restore_user(&sent_user, 0x80000000); },
      {0, -1, -1, -1}, 1, {{20, 21}}},
+    // Under the id given, not the record's.
     {"ha_user_syn", 20, "hot backup user sync", 5, restored_block(),
-     [] { return aaa_ha_user_syn(5, 0, &sent_user, nullptr); },
+     [] { return aaa_ha_user_syn(5, 0x11223344, &sent_user, nullptr); },
      {0, -1, -1, -1}, 1, {{22, 23}}},
     {"method_result", 4, "send rare result", 0x0a0b0c0d,
      encoded_body(aaa_encap_result_info, own_result()),
@@ -51,6 +55,10 @@ const OneWayKind one_way_requests[] = {
      {0, -1, -1, -1}, 1},
     {"radext_request", 23, "radext request", 0, extension_block(),
      [] { return aaa_lib_radext_msg_recv(&sent_message); },
+     {1, 0, 0, 0}, 2},
+    // The first 2784 bytes of the block are sent, and zero where the message has nothing.
+    {"empty_radext_request", 23, "radext request", 0, zeros(2784),
+     [] { return aaa_lib_radext_msg_recv(&empty_message); },
      {1, 0, 0, 0}, 2},
     {"radext_result", 24, "radext add result", 0,
      hex("04030201 08070605 0c0b0a09") + std::string(12, '\0'),
@@ -72,7 +80,7 @@ const OneWayKind one_way_requests[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), one_way_name);
+INSTANTIATE_TEST_SUITE_P(, OneWayRequests, testing::ValuesIn(one_way_requests), row_name);
 
 }  // namespace
 }  // namespace test

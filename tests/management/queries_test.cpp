@@ -37,14 +37,13 @@ const ExchangeKind password = {
 // clang-format on
 
 const auto queries = testing::Values(method_list, method_list_state, server_mib, group, password);
-INSTANTIATE_TEST_SUITE_P(, Exchanges, queries, exchange_name);
-INSTANTIATE_TEST_SUITE_P(, DirectExchanges, queries, exchange_name);
+INSTANTIATE_TEST_SUITE_P(, Exchanges, queries, row_name);
+INSTANTIATE_TEST_SUITE_P(, DirectExchanges, queries, row_name);
 
 // The queries whose answers are a word and nothing else.
 class WordAnswers : public Exchanges {};
 
-INSTANTIATE_TEST_SUITE_P(, WordAnswers, testing::Values(method_list, server_mib, group),
-                         exchange_name);
+INSTANTIATE_TEST_SUITE_P(, WordAnswers, testing::Values(method_list, server_mib, group), row_name);
 
 TEST_P(WordAnswers, OfAnotherLengthAreNone) {
   for (const std::size_t length : {0, 1, 3, 5, 8}) {

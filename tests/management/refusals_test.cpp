@@ -21,10 +21,6 @@ struct Refusal {
   std::vector<std::size_t> counters = {};
 };
 
-std::ostream& operator<<(std::ostream& out, const Refusal& refusal) {
-  return out << refusal.name;
-}
-
 std::int64_t update_password(const char* name, const char* old_password, const char* new_password) {
   std::uint32_t status = 0xeeeeeeee;
   const auto result = aaa_update_user_pwd(1, 2, name, old_password, new_password, &status);
@@ -67,8 +63,7 @@ const Refusal refusals[] = {
 
 class Refusals : public LinkedTest, public testing::WithParamInterface<Refusal> {};
 
-INSTANTIATE_TEST_SUITE_P(, Refusals, testing::ValuesIn(refusals),
-                         [](const auto& one) { return one.param.name; });
+INSTANTIATE_TEST_SUITE_P(, Refusals, testing::ValuesIn(refusals), row_name);
 
 TEST_P(Refusals, SendAndLogNothingAndCountAsStated) {
   const LibraryCounters counters;

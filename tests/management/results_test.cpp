@@ -5,27 +5,26 @@
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
 
+namespace test {
 namespace {
 
-class Results : public test::LinkedTest {
+class Results : public LinkedTest {
  protected:
-  ldap_search_info question_ = test::ldap_question();
-  ldap_search_result answer_ = test::ldap_answer();
-  result_info result_ = test::own_result();
+  ldap_search_info question_ = ldap_question();
+  ldap_search_result answer_ = ldap_answer();
+  result_info result_ = own_result();
 };
 
 TEST_F(Results, TravelUnderTheirSessionIdAlsoUnder0) {
   for (const std::uint32_t id : {0x01020304u, 0u}) {
-    const std::string header = test::hex("01010101") + test::word_bytes(id);
+    const std::string header = hex("01010101") + word_bytes(id);
     question_.head.session_id = answer_.head.session_id = result_.sub.session_id = id;
     EXPECT_EQ(0, aaa_user_req_search_ldap_entry(&question_));
-    EXPECT_EQ(header + test::hex("20000000 3a000000") + test::word_bytes(id),
-              writes().back().substr(0, 20));
+    EXPECT_EQ(header + hex("20000000 3a000000") + word_bytes(id), writes().back().substr(0, 20));
     EXPECT_EQ(0, aaa_add_ldap_search_result(&answer_));
-    EXPECT_EQ(header + test::hex("21000000 23000000") + test::word_bytes(id),
-              writes().back().substr(0, 20));
+    EXPECT_EQ(header + hex("21000000 23000000") + word_bytes(id), writes().back().substr(0, 20));
     EXPECT_EQ(0, aaa_method_add_result(&result_));
-    EXPECT_EQ(header + test::hex("04000000"), writes().back().substr(0, 12));
+    EXPECT_EQ(header + hex("04000000"), writes().back().substr(0, 12));
   }
   EXPECT_EQ(6u, writes().size());
 }
@@ -53,3 +52,4 @@ TEST_F(Results, AnLdapQuestionWaitsForTheLibraryLock) {
 }
 
 }  // namespace
+}  // namespace test

@@ -1,28 +1,19 @@
-// Deleting, synchronising and restoring users.
+// Synchronising and restoring users.
 #include "management/sample_records.h"
 #include "support/open_log.h"
 #include "support/own_stack.h"
 
+namespace test {
 namespace {
 
-using test::hex;
-
-class Users : public test::LinkedTest {
+class Users : public LinkedTest {
  protected:
-  const restore_user_info user_ = test::restorable_user();
+  const restore_user_info user_ = restorable_user();
 };
-
-TEST_F(Users, DeletionAndMovingOutDifferInTheTypeOnly) {
-  aaa_delete_user(0x01020304, 0x05060708);
-  aaa_move_out_delete_user(0x01020304, 0x05060708);
-  ASSERT_EQ(2u, writes().size());
-  EXPECT_EQ(hex("01010101 04030201 08000000 08000000 04030201 08070605"), writes()[0]);
-  EXPECT_EQ(hex("01010101 04030201 22000000 08000000 04030201 08070605"), writes()[1]);
-}
 
 TEST_F(Users, SynchronisingLogsWhatTheSendReturned) {
   const std::uint32_t words[3] = {5, 6, 7};
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(0, aaa_user_syn(1, words));
   log.expect("aaa_user_syn", "send ipc msg return 0.\r\n");
   next_write_fails(EPIPE);
@@ -30,21 +21,10 @@ TEST_F(Users, SynchronisingLogsWhatTheSendReturned) {
   log.expect("aaa_user_syn", "send ipc msg return 4.\r\n");
 }
 
-TEST_F(Users, AnyOtherFlagThan0Restores) {
-  EXPECT_EQ(0, aaa_restore_user(&user_, 0x80000000));
-  EXPECT_EQ(test::restored_block(), only_write().substr(16));
-}
-
-TEST_F(Users, AHotBackupGoesUnderTheIdGivenNotTheRecords) {
-  EXPECT_EQ(0, aaa_ha_user_syn(5, 0x11223344, &user_, nullptr));
-  EXPECT_EQ(hex("01010101 05000000 14000000 88010000 0d0c0b0a"), only_write().substr(0, 20));
-  EXPECT_EQ(0u, test::word_at(only_write(), 16 + 344)) << "without a flag pointer";
-}
-
 TEST_F(Users, AFlagPointerSetsTheWordAt344AndNoOther) {
   const std::uint32_t zero = 0;
   EXPECT_EQ(0, aaa_ha_user_syn(5, 0, &user_, &zero));
-  EXPECT_EQ(std::string(test::Block(392).put(0, test::restored_block()).put_hex(344, "01000000")),
+  EXPECT_EQ(std::string(Block(392).put(0, restored_block()).put_hex(344, "01000000")),
             only_write().substr(16));
 }
 
@@ -57,7 +37,7 @@ TEST_F(Users, NothingOfARestoredUserIsLeftOnTheStack) {
   restore_user_info user = user_;
   const std::string name(200, 'n');
   for (const bool hot_backup : {false, true}) {
-    test::OwnStack stack;
+    OwnStack stack;
     std::int32_t result = -1;
     // The first call may leave registers on the stack while the dynamic linker looks for functions.
     for (const char character : {'o', 'n'}) {
@@ -73,3 +53,4 @@ TEST_F(Users, NothingOfARestoredUserIsLeftOnTheStack) {
 }
 
 }  // namespace
+}  // namespace test

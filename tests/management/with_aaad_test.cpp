@@ -1,60 +1,44 @@
 // Management requests of several threads, against a running aaad.
-#include <cstring>
-#include <thread>
-
-#include "support/library_counters.h"
 #include "support/library_test.h"
 #include "wire/message.h"
 
+namespace test {
 namespace {
 
 using aaa_sim::Message;
-using aaa_sim::received;
-using aaa_sim::Replies;
-using aaa_sim::Request;
-using aaa_sim::Role;
-
-constexpr std::uint32_t kThreads = 4;
-constexpr std::uint32_t kRounds = 25;
 
 std::uint32_t word(aaa_sim::View body, std::size_t n) {
-  std::uint32_t value = 0;
-  std::memcpy(&value, body.data() + 4 * n, sizeof value);
-  return value;
+  return word_at(bytes_of(body.data(), body.size()), 4 * n);
 }
 
-// Answers with one word of the request's body, under `type`.
-aaa_sim::Answerer echo_word(std::size_t n, std::uint32_t type) {
+// Answers with the first word of the request's body, under `type`.
+aaa_sim::Answerer echo_word(std::uint32_t type) {
   return [=](const Request& request) -> Replies {
-    const std::uint32_t words[] = {word(request.body, n)};
+    const std::uint32_t words[] = {word(request.body, 0)};
     return {{Role::request, type, 0, aaa_sim::encode_words(words)}};
   };
 }
 
-class WithAaad : public test::SimulatedTest {
+class WithAaad : public SimulatedTest {
  protected:
+  // Work with the numbers from 0 to 99, of four threads.
   template <class Work>
-  static void on_threads(Work work) {
-    std::vector<std::thread> threads;
-    for (std::uint32_t n = 0; n < kThreads; ++n)
-      threads.emplace_back([=] {
-        for (std::uint32_t round = 0; round < kRounds; ++round)
-          work(n * kRounds + round);
-      });
-    for (std::thread& thread : threads)
-      thread.join();
+  static void on_four_threads(Work work) {
+    on_threads(4, [=](std::uint32_t thread) {
+      for (std::uint32_t n = 25 * thread; n < 25 * thread + 25; ++n)
+        work(n);
+    });
   }
   bool arrived(std::uint32_t type, std::size_t count) {
-    return test::eventually([&] { return sim_.count(received(type, Role::request)) == count; });
+    return eventually([&] { return sim_.count(received(type, Role::request)) == count; });
   }
 };
 
 TEST_F(WithAaad, EveryThreadGetsTheAnswerToItsOwnQuestion) {
-  sim_.set_answer(AAA_MSG_QUERY_MLIST_EXIST, echo_word(0, AAA_MSG_MLIST_EXISTED_RESP));
-  sim_.set_answer(AAA_MSG_QUERY_AUTHEN_MLIST_STATE,
-                  echo_word(0, AAA_MSG_AUTHEN_MLIST_STATE_RESULT));
+  sim_.set_answer(AAA_MSG_QUERY_MLIST_EXIST, echo_word(AAA_MSG_MLIST_EXISTED_RESP));
+  sim_.set_answer(AAA_MSG_QUERY_AUTHEN_MLIST_STATE, echo_word(AAA_MSG_AUTHEN_MLIST_STATE_RESULT));
   register_client();
-  on_threads([](std::uint32_t n) {
+  on_four_threads([](std::uint32_t n) {
     EXPECT_EQ(n, aaa_mlist_existed(n, 0, 0, "local"));
     EXPECT_EQ(n % 11, aaa_authen_mlist_sta_query(n % 11, "local"));
     EXPECT_EQ(0, aaa_front_add_radext_result(n, 0, 0));
@@ -64,8 +48,8 @@ TEST_F(WithAaad, EveryThreadGetsTheAnswerToItsOwnQuestion) {
 
 TEST_F(WithAaad, MessagesOfSeveralThreadsArriveWholeAndOnce) {
   register_client();
-  const test::LibraryCounters counters;
-  on_threads([](std::uint32_t n) {
+  const LibraryCounters counters;
+  on_four_threads([](std::uint32_t n) {
     aaa_delete_user(n + 1, n);
     ldap_search_result result = {};
     result.head.session_id = n + 1;
@@ -82,31 +66,5 @@ TEST_F(WithAaad, MessagesOfSeveralThreadsArriveWholeAndOnce) {
   EXPECT_EQ(0u, counters.grown(19));
 }
 
-TEST_F(WithAaad, AnswersAreWordsOfThisProcess) {
-  sim_.set_answer(AAA_MSG_SERVER_MIB, echo_word(98, AAA_MSG_SERVER_MIB_RESP));
-  register_client();
-  const std::string mib(392, 'm');
-  EXPECT_EQ(0x11223344, aaa_srv_mib(mib.data(), 0x11223344));
-}
-
-TEST_F(WithAaad, RequestsAreGatheredWhenTheClientAskedForIt) {
-  reg_info info = test::client();
-  info.use_send_buf = 1;
-  register_client(info);
-  EXPECT_EQ(0, aaa_front_add_radext_result(1, 2, 3));
-  const auto message = sim_.wait_for_message(received(AAA_MSG_RADEXT_ADD_RESULT));
-  ASSERT_TRUE(message);
-  EXPECT_TRUE(message->in_batch);
-}
-
-TEST_F(WithAaad, NothingIsSentAfterDeregistration) {
-  register_client();
-  ASSERT_EQ(0, aaa_svr_dereg());
-  EXPECT_EQ(0, aaa_delete_user(1, 2));
-  EXPECT_EQ(0u, aaa_mlist_existed(1, 2, 3, "local"));
-  EXPECT_EQ(-1, aaa_front_add_radext_result(1, 2, 3));
-  EXPECT_EQ(0u, sim_.count(received(AAA_MSG_DELETE_USER)));
-  EXPECT_EQ(0u, sim_.count(received(AAA_MSG_QUERY_MLIST_EXIST)));
-}
-
 }  // namespace
+}  // namespace test

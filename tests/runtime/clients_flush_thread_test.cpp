@@ -67,7 +67,7 @@ TEST_F(ClientsFlushThread, LeavesTheWatchdogAndHoldsNoLockWhenItIsCancelled) {
   EXPECT_TRUE(cancel());
   ASSERT_EQ(1u, watchdog_.count("unreg"));
   EXPECT_EQ(watched_, watchdog_.calls().back().tid);
-  EXPECT_THAT(locks_held(), testing::IsEmpty());
+  EXPECT_THAT(locks_held(), IsEmpty());
 }
 
 TEST_F(ClientsFlushThread, OutlivesADeregistration) {

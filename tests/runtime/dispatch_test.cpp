@@ -4,9 +4,6 @@
 
 namespace test::dispatch {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr char kFunction[] = "aaa_lib_async_msg_proc";
 
 class Dispatch : public DispatchTest {};
@@ -73,7 +70,7 @@ std::vector<Delivery> one_of_each() {
        "valid? " + std::string(396, 'g') + "gggg" + word_bytes({396}), zeros(395)},
       {121, aaalib_ipc_msg_proc_enable_authen, authen_body(7), "enable " + word_bytes({7}),
        zeros(100)},
-      {123, aaalib_ipc_msg_proc_del_msg_req, word_bytes({0x10203040, 2, 0xffffffff}),
+      {123, aaalib_ipc_msg_proc_del_msg_req, word_bytes({0x10203040, 2, 0xffffffff, 7}),
        "delete " + word_bytes({0x10203040, 2, 0xffffffff}), zeros(11)},
       {125, aaalib_ipc_msg_proc_add_radext_result, std::string(24, 'r'),
        "radext " + std::string(24, 'r'), zeros(23)},

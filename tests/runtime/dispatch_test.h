@@ -2,17 +2,12 @@
 #pragma once
 
 #include "runtime/noting_client.h"
+#include "support/encoded_body.h"
 #include "support/locked_state.h"
 
 namespace test {
 
 // Records as they travel in bodies, told apart by their session ids.
-template <class Record>
-std::string encoded(Record& record, std::uint32_t (*encode)(Record*, void**)) {
-  void* body = nullptr;
-  const std::uint32_t length = encode(&record, &body);
-  return take_block(body, length);
-}
 template <class Record, std::uint32_t (*encode)(Record*, void**)>
 std::string record_body(std::uint32_t session_id) {
   Record record = {};
@@ -22,7 +17,7 @@ std::string record_body(std::uint32_t session_id) {
     record.sub.session_id = session_id;
   else
     record.head.session_id = session_id;
-  return encoded(record, encode);
+  return encoded_body(encode, record);
 }
 inline constexpr auto authen_body = record_body<authen_info, aaa_encap_authen_info>;
 inline constexpr auto author_body = record_body<author_info, aaa_encap_author_info>;
@@ -43,7 +38,7 @@ class DispatchTest : public LibraryTest {
   DispatchTest() {
     notes.reset();
     notes.then = [this](const std::string& told) {
-      EXPECT_THAT(locks_held(), testing::IsEmpty());
+      EXPECT_THAT(locks_held(), IsEmpty());
       in_callback_(told);
     };
     aaa::store(g_aaa_client_cb.async_fd, aaad_.own());
@@ -73,7 +68,7 @@ class DispatchTest : public LibraryTest {
   }
   static void expect_dropped(std::uint32_t type, const std::string& body = "") {
     const LibraryCounters counters;
-    EXPECT_THAT(told_by(type, body), testing::IsEmpty()) << "type " << type;
+    EXPECT_THAT(told_by(type, body), IsEmpty()) << "type " << type;
     EXPECT_EQ(counters.blocks_allocated(), counters.blocks_freed()) << "type " << type;
   }
 

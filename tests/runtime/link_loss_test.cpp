@@ -7,8 +7,6 @@
 
 namespace test::link_loss {
 
-using testing::ElementsAre;
-
 constexpr char kStartLine[] = "aaa client start to try re-reg.\r\n";
 constexpr char kSuccessLine[] = "register aaa success.\r\n";
 
@@ -77,7 +75,7 @@ TEST_F(LinkLoss, BeforeTheClientIsToldTheWaiterIsAndBothSocketsAreClosed) {
   EXPECT_EQ(-1, at_loss.request_socket);
   EXPECT_EQ(-1, at_loss.event_socket);
   EXPECT_EQ(5, at_loss.state);
-  EXPECT_THAT(at_loss.locks, testing::IsEmpty());
+  EXPECT_THAT(at_loss.locks, IsEmpty());
   EXPECT_NE("", at_loss.injected);
 }
 

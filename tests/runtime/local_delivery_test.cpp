@@ -1,7 +1,7 @@
 // Datagrams to the thread that waits for a result.
-#include "runtime/message_pair.h"
 #include "support/fresh_message_sockets.h"
 #include "support/locked_state.h"
+#include "support/message_pair.h"
 
 namespace test::local_delivery {
 

@@ -2,15 +2,11 @@
 // answered in any case (112, 113), and the response to a deregistration.
 #include <fcntl.h>
 
-#include <atomic>
-
 #include "runtime/dispatch_test.h"
 #include "runtime/send_buffer_test.h"
+#include "support/stopping_point.h"
 
 namespace test::notices {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 // A body that begins with `kind`.
 std::string notice(std::uint32_t kind, std::size_t size) {
@@ -44,11 +40,6 @@ TEST_F(Notices, NothingElseIsCounted) {
   deliver(105, notice(2, 560));
   deliver(126, notice(9, 720));
   EXPECT_TRUE(counters_.all_unchanged());
-}
-
-TEST_F(Notices, ADeleteRequestPassesItsFirstThreeWords) {
-  EXPECT_THAT(told_by(123, word_bytes({4, 5, 6, 7})),
-              ElementsAre("delete " + word_bytes({4, 5, 6})));
 }
 
 class Questions : public DispatchTest {};
@@ -126,23 +117,18 @@ class StuckRequestSocket : public Questions {
   // Answers both questions while `write` is stuck.
   template <class Write>
   void answer_while_stuck(Write write) {
-    const ScriptedCalls calls({.send = on_request_socket(noting([this] {
-                                 is_stuck_ = true;
-                                 EXPECT_TRUE(eventually([this] { return is_answered_.load(); }))
-                                     << "held up";
-                               }))});
+    const ScriptedCalls calls({.send = on_request_socket(noting([this] { stuck_.stop(); }))});
     std::thread stuck(write);
-    EXPECT_TRUE(eventually([this] { return is_stuck_.load(); }));
+    EXPECT_TRUE(stuck_.is_reached());
     deliver(112, std::string(396, '\1'));
     deliver(113);
-    is_answered_ = true;
+    stuck_.go_on();
     stuck.join();
     EXPECT_EQ(group_is_valid + nobody_is_online, answers());
   }
 
   ScriptedPeer request_;
-  std::atomic<bool> is_stuck_ = false;
-  std::atomic<bool> is_answered_ = false;
+  StoppingPoint stuck_;
 };
 
 TEST_F(StuckRequestSocket, WithABatchHoldsUpNoAnswerAndLosesNoByte) {

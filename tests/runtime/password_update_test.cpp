@@ -6,8 +6,6 @@
 
 namespace test::password_update {
 
-using testing::ElementsAre;
-
 constexpr char kFunction[] = "aaalib_ipc_msg_proc_backend_update_user_pwd";
 
 std::string counted(const std::string& string) {

@@ -1,13 +1,10 @@
 // The receive thread takes several messages with one system call; what they do is as if it had
 // read one by one. A client may read messages beside it: each reaches one of the two, whole.
-#include <algorithm>
 #include <atomic>
 
 #include "runtime/receive_test.h"
 
 namespace test::read_ahead {
-
-using testing::ElementsAre;
 
 class ReceiveAhead : public ReceiveTest {};
 

@@ -76,7 +76,7 @@ TEST_F(ReceivePasses, AMessageInPiecesIsOneMessage) {
   sim_.change([](Settings& settings) { settings.byte_wise = true; });
   send(AAA_MSG_DEL_MSG_REQ, word_bytes({1, 2, 3}));
   ASSERT_TRUE(wait_for_notes(1));
-  EXPECT_THAT(noted(), testing::ElementsAre("delete " + word_bytes({1, 2, 3})));
+  EXPECT_THAT(noted(), ElementsAre("delete " + word_bytes({1, 2, 3})));
 }
 
 TEST_F(ReceivePasses, ABodyIsOneBlockFollowedByANulThatIsFreedAfterwards) {

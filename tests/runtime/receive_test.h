@@ -1,9 +1,9 @@
 // The receive thread of a registered client whose callbacks note what they are told.
 #pragma once
 
-#include "runtime/message_pair.h"
 #include "runtime/noting_client.h"
 #include "runtime/send/local_delivery.h"
+#include "support/message_pair.h"
 #include "support/registered_test.h"
 
 namespace test {

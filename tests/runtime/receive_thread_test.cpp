@@ -10,8 +10,6 @@
 
 namespace test::receive_thread {
 
-using testing::ElementsAre;
-
 constexpr char kNoWatchdogLine[] = "ham_client_reg_thread_notify: Operation not permitted\r\n";
 
 class ReceiveThreadStart : public ReceiveTest {
@@ -241,7 +239,7 @@ TEST_F(ReceiveThreadEnd, AClientMayDeregisterInsideACallback) {
   send(AAA_MSG_NOTIFY_DEL_MSG, zeros(560));
   EXPECT_TRUE(eventually([&] { return result == 0; }));
   EXPECT_TRUE(receive_thread_is_gone());
-  EXPECT_THAT(locks_held(), testing::IsEmpty());
+  EXPECT_THAT(locks_held(), IsEmpty());
   EXPECT_EQ(0, aaa_is_alive());
   EXPECT_THAT(client_events(), ElementsAre(1, 0));
 }
@@ -279,15 +277,10 @@ TEST_F(ReceiveThreadEnd, RegisteringAtOnceAfterDeregisteringGivesOneThread) {
 }
 
 TEST_F(ReceiveThreadEnd, ManyThreadsThatRegisterGetOneThread) {
-  std::vector<std::thread> clients;
-  for (int i = 0; i < 4; ++i) {
-    clients.emplace_back([] {
-      const reg_info info = client();
-      EXPECT_EQ(0, aaa_svr_reg(&info));
-    });
-  }
-  for (std::thread& one : clients)
-    one.join();
+  on_threads(4, [](std::uint32_t) {
+    const reg_info info = client();
+    EXPECT_EQ(0, aaa_svr_reg(&info));
+  });
   EXPECT_NE(0, receive_thread());
   EXPECT_EQ(2u, sim_.accepted_connections());
   EXPECT_THAT(client_events(), ElementsAre(1));

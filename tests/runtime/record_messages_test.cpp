@@ -1,13 +1,10 @@
 // Messages that carry a record: results (103), authentication for the client (121, 127), requests
 // of groups (109 to 111), LDAP searches (140, 141).
 #include "runtime/dispatch_test.h"
-#include "runtime/message_pair.h"
+#include "support/message_pair.h"
 #include "support/registered_test.h"
 
 namespace test::record_messages {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class RecordMessages : public DispatchTest {
  protected:

@@ -6,8 +6,6 @@
 
 namespace test::send_buffer {
 
-using testing::ElementsAre;
-
 class SendBuffer : public SendBufferTest {};
 
 TEST_F(SendBuffer, EmptyIsAMessageOfType25WithoutABody) {
@@ -205,15 +203,10 @@ std::vector<std::uint8_t> marks_of(const std::string& stream, std::uint32_t type
 
 TEST_F(SendBufferWrites, OfManyThreadsLoseNoMessageNorSplitNorReorderThem) {
   constexpr std::size_t count = 200;
-  std::vector<std::thread> clients;
-  for (std::uint32_t type = 5; type <= 7; ++type) {
-    clients.emplace_back([type] {
-      for (std::size_t mark = 0; mark < count; ++mark)
-        add(message_bytes(type, std::string(5, static_cast<char>(mark))));
-    });
-  }
-  for (std::thread& one : clients)
-    one.join();
+  on_threads(3, [](std::uint32_t n) {
+    for (std::size_t mark = 0; mark < count; ++mark)
+      add(message_bytes(5 + n, std::string(5, static_cast<char>(mark))));
+  });
   aaa_lib_send_buf();
   const std::string stream = sent();
   for (std::uint32_t type = 5; type <= 7; ++type) {

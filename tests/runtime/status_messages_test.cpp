@@ -4,9 +4,6 @@
 
 namespace test::status_messages {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 std::string status_words() {
   return bytes_of(&g_aaa_status, sizeof g_aaa_status);
 }

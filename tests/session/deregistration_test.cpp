@@ -3,37 +3,7 @@
 
 namespace test::deregistration {
 
-using testing::Contains;
-using testing::ElementsAre;
-
-class Deregistration : public SessionTest {
- protected:
-  void SetUp() override {
-    SessionTest::SetUp();
-    open_gate();
-  }
-  // Deregisters; keeps the lines.
-  std::int32_t deregister() {
-    const LogCapture log;
-    const std::int32_t result = aaa_svr_dereg();
-    messages_ = log.messages();
-    functions_ = log.functions();
-    return result;
-  }
-  static void expect_deregistered() {
-    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
-    EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
-    EXPECT_EQ(0, aaa_is_alive());
-    expect_unconnected();
-    EXPECT_FALSE(aaa::receive_thread_exists());
-    EXPECT_FALSE(aaa::send_buffer_is_used());
-    EXPECT_TRUE(is_free(aaa_lib_lock));
-    EXPECT_TRUE(is_free(aaa_lib_send_buf_lock));
-  }
-
-  std::vector<std::string> messages_;
-  std::vector<std::string> functions_;
-};
+class Deregistration : public DeregistrationTest {};
 
 TEST_F(Deregistration, SendsTheModelNameWithoutItsEndAndTellsEvent0Once) {
   register_client();
@@ -42,15 +12,8 @@ TEST_F(Deregistration, SendsTheModelNameWithoutItsEndAndTellsEvent0Once) {
   const auto message = sim_.wait_for_message(received(2));
   ASSERT_TRUE(message);
   EXPECT_EQ(Role::request, message->role);
-  const std::string bytes = bytes_of(*message);
-  ASSERT_EQ(20u, bytes.size());
-  EXPECT_EQ(0x01010101u, word_at(bytes, 0));
-  EXPECT_EQ(0u, word_at(bytes, 4));
-  EXPECT_EQ(2u, word_at(bytes, 8));
-  EXPECT_EQ(4u, word_at(bytes, 12));
-  EXPECT_EQ("test", bytes.substr(16));
+  EXPECT_EQ(message_bytes(2, "test"), bytes_of(*message));
   EXPECT_TRUE(sim_.wait_for_connections(0));
-  EXPECT_THAT(client_events(), ElementsAre(1, 0));
 }
 
 // The event callback registers anew as soon as it is told of the end.
@@ -95,13 +58,14 @@ TEST_F(Deregistration, KeepsTheModelNameTheStatusAndThePairOfDatagramSockets) {
 TEST_F(Deregistration, WritesItsLinesInOrder) {
   register_quietly();
   const std::string fd = sync_fd();
-  EXPECT_EQ(0, deregister());
-  EXPECT_THAT(messages_,
+  const LogCapture log;
+  EXPECT_EQ(0, aaa_svr_dereg());
+  EXPECT_THAT(log.messages(),
               ElementsAre(": send message(deregister request) len(4) to " + fd + "\n\r\r\n",
                           ": aaa lib receive message from aaad type (deregister response), "
                           "len(0).\r\n",
                           "deregister to aaad success!\r\n"));
-  EXPECT_THAT(functions_,
+  EXPECT_THAT(log.functions(),
               ElementsAre("aaalib_send_ipc_msg_print", "aaa_client_dereg", "aaa_svr_dereg"));
 }
 
@@ -161,7 +125,6 @@ TEST_F(Deregistration, OfAClientThatIsNotOrNoLongerRegisteredDoesNothing) {
                 ElementsAre("already unregistered or not registered or is connecting!\r\n",
                             "aaa has been deregister\r\n"));
     EXPECT_THAT(functions_, ElementsAre("aaa_is_alive", "aaa_svr_dereg"));
-    EXPECT_TRUE(is_free(aaa_lib_lock));
   }
   EXPECT_THAT(client_events(), ElementsAre(1, 0));
   EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
@@ -170,8 +133,9 @@ TEST_F(Deregistration, OfAClientThatIsNotOrNoLongerRegisteredDoesNothing) {
 TEST_F(Deregistration, AClosedGateKeepsItsLinesBack) {
   register_quietly();
   aaa_set_debug_switch(0);
-  EXPECT_EQ(0, deregister());
-  EXPECT_TRUE(messages_.empty());
+  const LogCapture log;
+  EXPECT_EQ(0, aaa_svr_dereg());
+  EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(Deregistration, HoldsTheLibraryLockWhileItSendsTheRequest) {

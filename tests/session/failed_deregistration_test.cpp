@@ -5,39 +5,10 @@
 
 namespace test::failed_deregistration {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 constexpr std::uint32_t kDeregister = 2;
 
-class FailedDeregistration : public SessionTest {
+class FailedDeregistration : public DeregistrationTest {
  protected:
-  void SetUp() override {
-    SessionTest::SetUp();
-    open_gate();
-  }
-  // Deregisters; keeps the lines behind the one of the send.
-  std::int32_t deregister() {
-    const LogCapture log;
-    const std::int32_t result = aaa_svr_dereg();
-    messages_.clear();
-    functions_.clear();
-    for (const LogLine& line : log.lines()) {
-      if (line.function() == "aaalib_send_ipc_msg_print") continue;
-      messages_.push_back(line.message());
-      functions_.push_back(line.function());
-    }
-    EXPECT_TRUE(is_free(aaa_lib_lock));
-    return result;
-  }
-  static void expect_deregistered() {
-    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
-    EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
-    expect_unconnected();
-    EXPECT_THAT(client_events(), ElementsAre(1, 0));
-    EXPECT_FALSE(aaa::receive_thread_exists());
-    EXPECT_FALSE(aaa::send_buffer_is_used());
-  }
   static void expect_still_registered() {
     EXPECT_EQ(4, g_aaa_client_cb.reg_state);
     EXPECT_EQ(1, g_aaa_client_cb.aaa_id);
@@ -50,9 +21,6 @@ class FailedDeregistration : public SessionTest {
     const ScriptedCalls calls({.send = on_request_socket(failing(ENOBUFS))});
     return deregister();
   }
-
-  std::vector<std::string> messages_;
-  std::vector<std::string> functions_;
 };
 
 TEST_F(FailedDeregistration, AFailedSendLeavesEverythingAsItWas) {
@@ -108,14 +76,14 @@ TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
   EXPECT_THAT(messages_,
               ElementsAre(": aaa lib receive message from aaad type (notify result), len(0).\r\n",
                           "receive message dismatch, type is 103\r\n", "deregister error!\r\n"));
-  EXPECT_THAT(functions_, testing::Each("aaa_client_dereg"));
+  EXPECT_THAT(functions_, Each("aaa_client_dereg"));
   expect_still_registered();
   EXPECT_EQ(number, g_aaa_client_cb.sync_fd);
   EXPECT_TRUE(sim_.wait_for_connections(1)) << "the request socket";
 }
 
 TEST_F(FailedDeregistration, OnlyTheHeaderOfTheResponseIsRead) {
-  sim_.set_answer(kDeregister, [](const aaa_sim::Request&) -> aaa_sim::Replies {
+  sim_.set_answer(kDeregister, [](const Request&) -> Replies {
     return {{Role::request, 101, 0, {1, 2, 3, 4}}};
   });
   register_quietly();

@@ -6,9 +6,6 @@
 
 namespace test::failed_registration {
 
-using testing::Each;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 class FailedRegistration : public SessionTest {

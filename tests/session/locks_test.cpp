@@ -6,8 +6,6 @@
 
 namespace test::locks {
 
-using testing::ElementsAre;
-
 // Whether a lock can be locked twice by its owner, who keeps others out until the second unlocking.
 bool is_recursive(pthread_mutex_t& lock) {
   const bool locked = pthread_mutex_trylock(&lock) == 0 && pthread_mutex_trylock(&lock) == 0;
@@ -59,8 +57,7 @@ class Locks : public LibraryTest {
   }
   // Makes all but the one that is held.
   static void expect_others_made(pthread_mutex_t* held) {
-    EXPECT_THAT(made_by_init(0),
-                testing::AllOf(testing::SizeIs(2), testing::Not(testing::Contains(held))));
+    EXPECT_THAT(made_by_init(0), testing::AllOf(testing::SizeIs(2), testing::Not(Contains(held))));
     EXPECT_FALSE(is_free(*held));
   }
 };
@@ -69,7 +66,7 @@ TEST_F(Locks, AreMadeOnceAndInTheirOrder) {
   EXPECT_THAT(made_by_init(0),
               ElementsAre(&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock));
   expect_all_recursive();
-  EXPECT_THAT(made_by_init(0, 1), testing::IsEmpty());
+  EXPECT_THAT(made_by_init(0, 1), IsEmpty());
 }
 
 TEST_F(Locks, AreMadeOnceByThreadsThatComeTogether) {

@@ -6,7 +6,6 @@
 namespace test::register_exchange {
 
 using aaa::aaalib_connect_and_register_to_aaad;
-using testing::ElementsAre;
 
 class RegisterExchange : public SessionTest {
  protected:
@@ -26,22 +25,14 @@ TEST_F(RegisterExchange, TheRequestHasTheRoleAndTheModelName) {
   ASSERT_EQ(0, aaalib_connect_and_register_to_aaad());
   const std::pair<Role, std::string> bodies[] = {{Role::request, std::string("1test\0", 6)},
                                                  {Role::event, std::string("2test\0", 6)}};
-  for (const auto& [role, body] : bodies) {
-    const std::string bytes = request(role);
-    ASSERT_EQ(22u, bytes.size());
-    EXPECT_EQ(0x01010101u, word_at(bytes, 0));
-    EXPECT_EQ(0u, word_at(bytes, 4));
-    EXPECT_EQ(0u, word_at(bytes, 8));
-    EXPECT_EQ(6u, word_at(bytes, 12));
-    EXPECT_EQ(body, bytes.substr(16));
-  }
+  for (const auto& [role, body] : bodies)
+    EXPECT_EQ(message_bytes(0, body), request(role));
 }
 
 TEST_F(RegisterExchange, ALongModelNameIsSentAsItIsStored) {
   test::set_model_name(std::string(70, 'm').c_str());
   ASSERT_EQ(0, aaalib_connect_and_register_to_aaad());
-  EXPECT_EQ(65u, word_at(request(Role::request), 12));
-  EXPECT_EQ("1" + std::string(63, 'm') + std::string(1, '\0'), request(Role::request).substr(16));
+  EXPECT_EQ(message_bytes(0, "1" + std::string(63, 'm') + zeros(1)), request(Role::request));
 }
 
 TEST_F(RegisterExchange, TheRequestSocketIsRegisteredFirst) {
@@ -69,7 +60,7 @@ TEST_F(RegisterExchange, TheStatusRecordIsOverwritten) {
 }
 
 TEST_F(RegisterExchange, OnlyTheFirst40BytesOfTheStatusAreTaken) {
-  sim_.set_answer(0, [](const aaa_sim::Request& request) -> aaa_sim::Replies {
+  sim_.set_answer(0, [](const Request& request) -> Replies {
     if (request.role == Role::request) return {{Role::request, 100, 0, {5, 0, 0, 0, 9, 9}}};
     aaa_sim::Bytes body = aaa_sim::encode_status(distinct_status());
     body.insert(body.end(), 8, 0xFF);

@@ -6,7 +6,6 @@
 namespace test::register_faults {
 
 using aaa::aaalib_connect_and_register_to_aaad;
-using testing::ElementsAre;
 
 constexpr std::uint32_t kRegister = 0;
 
@@ -37,7 +36,7 @@ class RegisterFaults : public SessionTest {
   bool event_socket_was_tried() { return sim_.count(received(kRegister, Role::event)) > 0; }
   // aaad answers the request of one role with that message, the other's as it should.
   void answer_with(Role role, std::uint32_t type, aaa_sim::Bytes body) {
-    sim_.set_answer(kRegister, [=](const aaa_sim::Request& request) -> aaa_sim::Replies {
+    sim_.set_answer(kRegister, [=](const Request& request) -> Replies {
       if (request.role == role) return {{role, type, 0, body}};
       if (role == Role::event) return {{Role::request, 100, 0, {1, 0, 0, 0}}};
       return {{Role::event, 102, 0, aaa_sim::encode_status({})}};
@@ -104,6 +103,7 @@ TEST_F(RegisterFaults, AShortStatusIsFilledUpWithZeros) {
 }
 
 struct FaultAndLine {
+  const char* name;
   Fault fault;
   const char* line;
 };
@@ -126,14 +126,11 @@ TEST_P(FaultOfAaad, OnEitherSocketHasItsLineAndTheStepCanBeRepeatedOnNewSockets)
 
 INSTANTIATE_TEST_SUITE_P(
     RegisterFaults, FaultOfAaad,
-    testing::Values(FaultAndLine{Fault::empty_body, "receive message len is 0.\r\n"},
-                    FaultAndLine{Fault::wrong_type, "get wrong response of register request.\r\n"},
-                    FaultAndLine{Fault::close, "receive message error 32.\n\r\n"}),
-    [](const auto& tested) {
-      return tested.param.fault == Fault::close        ? "Close"
-             : tested.param.fault == Fault::wrong_type ? "WrongType"
-                                                       : "EmptyBody";
-    });
+    testing::Values(FaultAndLine{"EmptyBody", Fault::empty_body, "receive message len is 0.\r\n"},
+                    FaultAndLine{"WrongType", Fault::wrong_type,
+                                 "get wrong response of register request.\r\n"},
+                    FaultAndLine{"Close", Fault::close, "receive message error 32.\n\r\n"}),
+    row_name);
 
 TEST_F(RegisterFaults, ASilentAaadIsAFailedHeaderAfterTenSeconds) {
   MovedClock clock;

@@ -5,9 +5,6 @@
 
 namespace test::registration {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class Registration : public SessionTest {
  protected:
   // Registers without threads, and runs `action` at each connection that is made.
@@ -136,7 +133,7 @@ TEST_F(Registration, TheLibraryLockIsHeldUntilTheThreadsAreStarted) {
   const ScriptedCalls calls({.connect = noting(look), .pthread_create = [&] { return look(), 0; }});
   register_client();
   EXPECT_GE(free.size(), 3u);
-  EXPECT_THAT(free, testing::Each(false));
+  EXPECT_THAT(free, Each(false));
   EXPECT_TRUE(is_free(aaa_lib_lock));
 }
 

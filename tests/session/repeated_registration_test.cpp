@@ -3,8 +3,6 @@
 
 namespace test::repeated_registration {
 
-using testing::ElementsAre;
-
 class RepeatedRegistration : public SessionTest {
  protected:
   // A second call, which must say that there is a registration and do nothing but what this checks.
@@ -85,7 +83,7 @@ TEST_F(RepeatedRegistration, AReceiveThreadThatIsStillTryingIsRegistered) {
   EXPECT_EQ(0, aaa_svr_reg(&info));
   const OpenLog log;
   EXPECT_EQ(0, aaa_svr_reg(&info));
-  EXPECT_THAT(log.messages(), testing::Contains("already registered!\r\n"));
+  EXPECT_THAT(log.messages(), Contains("already registered!\r\n"));
   EXPECT_THAT(client_events(), ElementsAre(1));
 }
 

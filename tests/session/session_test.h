@@ -10,11 +10,6 @@
 
 namespace test {
 
-using aaa_sim::Fault;
-using aaa_sim::received;
-using aaa_sim::Role;
-using aaa_sim::Settings;
-
 // Lets every start of a thread succeed without one: what registration leaves then stays as it is.
 inline Scripts without_threads() {
   return {.pthread_create = [] { return 0; }};
@@ -32,11 +27,6 @@ inline aaa_status distinct_status() {
           .acct_start_fail_policy = 18,
           .login_service_check_mode = 19,
           .aaa_id_limit = 20};
-}
-
-inline void expect_unconnected() {
-  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
-  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
 }
 
 // A simulated aaad. What a test leaves open is closed.
@@ -70,7 +60,7 @@ class SessionTest : public SimulatedTest {
     EXPECT_EQ(0, aaa_svr_reg(&info));
     EXPECT_EQ(1, g_aaa_client_cb.reg_state);
     expect_unconnected();
-    EXPECT_THAT(client_events(), testing::ElementsAre(1));
+    EXPECT_THAT(client_events(), ElementsAre(1));
   }
 
   // A message of no use to anybody, whose callback is notify_del_msg_cb.
@@ -83,6 +73,43 @@ class SessionTest : public SimulatedTest {
   std::string async_fd() const { return std::to_string(g_aaa_client_cb.async_fd); }
 
   LogCapture log_;
+};
+
+// Behind an open gate.
+class DeregistrationTest : public SessionTest {
+ protected:
+  void SetUp() override {
+    SessionTest::SetUp();
+    open_gate();
+  }
+  // Deregisters; keeps the lines behind the one of the send.
+  std::int32_t deregister() {
+    const LogCapture log;
+    const std::int32_t result = aaa_svr_dereg();
+    messages_.clear();
+    functions_.clear();
+    for (const LogLine& line : log.lines()) {
+      if (line.function() == "aaalib_send_ipc_msg_print") continue;
+      messages_.push_back(line.message());
+      functions_.push_back(line.function());
+    }
+    EXPECT_TRUE(is_free(aaa_lib_lock));
+    EXPECT_TRUE(is_free(aaa_lib_send_buf_lock));
+    return result;
+  }
+  // And the client was told so.
+  static void expect_deregistered() {
+    EXPECT_EQ(1, g_aaa_client_cb.reg_state);
+    EXPECT_EQ(-1, g_aaa_client_cb.aaa_id);
+    EXPECT_EQ(0, aaa_is_alive());
+    expect_unconnected();
+    EXPECT_THAT(client_events(), ElementsAre(1, 0));
+    EXPECT_FALSE(aaa::receive_thread_exists());
+    EXPECT_FALSE(aaa::send_buffer_is_used());
+  }
+
+  std::vector<std::string> messages_;
+  std::vector<std::string> functions_;
 };
 
 }  // namespace test

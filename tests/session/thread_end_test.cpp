@@ -3,14 +3,14 @@
 #include <chrono>
 
 #include "session/session_test.h"
+#include "support/stopping_point.h"
 
 namespace test::thread_end {
 
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
-std::atomic<bool> inside;
-std::atomic<bool> let_go;
+StoppingPoint callback;
 std::atomic<std::int64_t> took_ms;
 
 // Deregisters, and returns how long that took.
@@ -22,21 +22,18 @@ Milliseconds deregister(std::int32_t result = 0) {
 
 class ThreadEnd : public SessionTest {
  protected:
-  ThreadEnd() { inside = let_go = false; }
+  ThreadEnd() { callback.reset(); }
   void TearDown() override {
-    let_go = true;
+    callback.go_on();
     SessionTest::TearDown();
   }
   // Registers a client in whose callback the receive thread then is.
   void enter_callback() {
     reg_info info = batching_client();
-    info.notify_del_msg_cb = [](const void*) {
-      inside = true;
-      EXPECT_TRUE(eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
-    };
+    info.notify_del_msg_cb = [](const void*) { callback.stop(); };
     register_client(info);
     send_notice();
-    ASSERT_TRUE(eventually([] { return inside.load(); }));
+    ASSERT_TRUE(callback.is_reached());
   }
 };
 
@@ -55,28 +52,26 @@ TEST_F(ThreadEnd, IsWaitedForWhileACallbackRuns) {
   enter_callback();
   std::thread host([] {
     EXPECT_TRUE(eventually([] { return aaa_is_alive() == 0; }));
-    let_go = true;
+    callback.go_on();
   });
   EXPECT_LT(deregister(), Milliseconds(1900));
-  EXPECT_TRUE(let_go) << "it came back before the callback had been let go";
+  EXPECT_TRUE(callback.goes_on()) << "it came back before the callback had been let go";
   host.join();
 }
 
 TEST_F(ThreadEnd, IsWaitedForWhileAaadIsAwayToo) {
   reg_info info = batching_client();
   info.aaa_event_cb = [](std::uint32_t event) {
-    if (event != AAA_EVENT_CONNECTION_LOST) return 0;
-    inside = true;
-    EXPECT_TRUE(eventually([] { return let_go.load(); }, std::chrono::seconds(20)));
+    if (event == AAA_EVENT_CONNECTION_LOST) callback.stop();
     return 0;
   };
   register_client(info);
   sim_.close_connections();
-  EXPECT_TRUE(eventually([] { return inside.load(); }));
+  EXPECT_TRUE(callback.is_reached());
   std::atomic<bool> returned = false;
   std::thread host([&] {
     EXPECT_FALSE(eventually([&] { return returned.load(); }, Milliseconds(300)));
-    let_go = true;
+    callback.go_on();
   });
   EXPECT_EQ(0, aaa_svr_dereg());
   returned = true;
@@ -88,7 +83,7 @@ TEST_F(ThreadEnd, IsWaitedForAtMost2Seconds) {
   const Milliseconds took = deregister();
   EXPECT_GE(took, Milliseconds(1990));
   EXPECT_LT(took, Milliseconds(8000));
-  EXPECT_FALSE(let_go);
+  EXPECT_FALSE(callback.goes_on());
 }
 
 TEST_F(ThreadEnd, IsWaitedForWithoutALockOfTheLibrary) {
@@ -96,7 +91,7 @@ TEST_F(ThreadEnd, IsWaitedForWithoutALockOfTheLibrary) {
   std::thread leaving([] { EXPECT_EQ(0, aaa_svr_dereg()); });
   EXPECT_TRUE(eventually([] { return aaa_is_alive() == 0; }));
   EXPECT_TRUE(eventually([] { return is_free(aaa_lib_lock); }, Milliseconds(1500)));
-  let_go = true;
+  callback.go_on();
   leaving.join();
 }
 

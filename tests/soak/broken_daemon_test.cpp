@@ -4,7 +4,7 @@
 #include <semaphore>
 
 #include "soak/faulty_aaad.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "soak/timeouts.h"
 #include "transport/base/atomic_word.h"
 
@@ -17,12 +17,15 @@ using aaa_sim::Request;
 using aaa_sim::Role;
 using aaa_sim::Settings;
 
-// A message many times, one behind the other.
-Bytes repeated(std::uint32_t type, const Bytes& body, std::size_t times) {
-  const Bytes message = aaa_sim::to_bytes(aaa_sim::make_frame(type, 0, body));
-  Bytes all;
+using test::message_bytes;
+using test::word_bytes;
+
+const std::string kHeartbeat = message_bytes(AAA_MSG_HEARTBEAT);
+
+std::string repeated(const std::string& message, std::size_t times) {
+  std::string all;
   for (std::size_t n = 0; n < times; ++n)
-    all.insert(all.end(), message.begin(), message.end());
+    all += message;
   return all;
 }
 
@@ -39,7 +42,9 @@ class BrokenDaemon : public SoakTest {
     sim_.change([=](Settings& settings) { settings.reading = on; });
   }
 
-  void send_bytes(Role role, const Bytes& bytes) { sim_.send_raw({}, role, bytes); }
+  void send_bytes(Role role, const std::string& bytes) {
+    sim_.send_raw({}, role, test::view(bytes));
+  }
 
   // Runs a call while the library's clock goes by, until it returns.
   template <class Call>
@@ -94,13 +99,12 @@ TEST_F(BrokenDaemon, ThatStopsReadingCostsWholeRequests) {
 
 TEST_F(BrokenDaemon, ThatStopsInAHeaderHoldsUpNoRequest) {
   register_client();
-  const Bytes heartbeat = repeated(AAA_MSG_HEARTBEAT, {}, 1);
   for (int n = 0; n < by_length(20, 2000); ++n) {
     ASSERT_TRUE(watch_.is_idle());
-    send_bytes(Role::event, {heartbeat.begin(), heartbeat.begin() + 7});
+    send_bytes(Role::event, kHeartbeat.substr(0, 7));
     ASSERT_TRUE(watch_.waits_for_the_rest());
     expect_queries_work();
-    send_bytes(Role::event, {heartbeat.begin() + 7, heartbeat.end()});
+    send_bytes(Role::event, kHeartbeat.substr(7));
     expect_it_works();
   }
   EXPECT_EQ(0u, link_events(AAA_EVENT_CONNECTION_LOST));
@@ -108,16 +112,15 @@ TEST_F(BrokenDaemon, ThatStopsInAHeaderHoldsUpNoRequest) {
 
 TEST_F(BrokenDaemon, ThatIsOutOfStepIsLeftAndFoundAgain) {
   register_client();
-  const Bytes heartbeat = repeated(AAA_MSG_HEARTBEAT, {}, 1);
   const std::size_t rounds = by_length(20u, 2000u);
   for (std::size_t n = 1; n <= rounds; ++n) {
     ASSERT_TRUE(watch_.is_idle());
-    send_bytes(Role::event, {heartbeat.begin(), heartbeat.begin() + 7});
+    send_bytes(Role::event, kHeartbeat.substr(0, 7));
     ASSERT_TRUE(watch_.waits_for_the_rest());
     clock_.advance(11);
     ASSERT_TRUE(watch_.is_idle()) << "the rest of the header is awaited for ever";
-    send_bytes(Role::event, {heartbeat.begin() + 7, heartbeat.end()});
-    send_bytes(Role::event, heartbeat);
+    send_bytes(Role::event, kHeartbeat.substr(7));
+    send_bytes(Role::event, kHeartbeat);
     ASSERT_TRUE(test::eventually([&] { return link_events(AAA_EVENT_REREGISTERED) == n; }));
     expect_it_works();
   }
@@ -190,7 +193,8 @@ TEST_F(BrokenDaemon, ThatGoesWhileACallbackRunsHoldsUpNoExchange) {
 TEST_F(BrokenDaemon, ThatFloodsTheEventSocketIsHeardToTheEnd) {
   const std::size_t floods = by_length(10u, 1000u);
   constexpr std::size_t kMessages = 2000;
-  const Bytes flood = repeated(AAA_MSG_MLIST_CHANGE, Bytes(50, 1), kMessages);
+  const std::string flood =
+      repeated(message_bytes(AAA_MSG_MLIST_CHANGE, std::string(50, '\1')), kMessages);
   register_client();
   for (std::size_t n = 0; n < floods; ++n) {
     send_bytes(Role::event, flood);
@@ -203,7 +207,8 @@ TEST_F(BrokenDaemon, ThatFloodsTheEventSocketIsHeardToTheEnd) {
 }
 
 TEST_F(BrokenDaemon, ThatFloodsTheRequestSocketIsAnsweredFromTheEndOfTheFlood) {
-  const Bytes flood = repeated(AAA_MSG_MLIST_EXISTED_RESP, Bytes{7, 0, 0, 0}, 1000);
+  const std::string flood =
+      repeated(message_bytes(AAA_MSG_MLIST_EXISTED_RESP, word_bytes(7)), 1000);
   register_client();
   for (int n = 0; n < by_length(10, 1000); ++n) {
     send_bytes(Role::request, flood);
@@ -213,7 +218,7 @@ TEST_F(BrokenDaemon, ThatFloodsTheRequestSocketIsAnsweredFromTheEndOfTheFlood) {
 }
 
 TEST_F(BrokenDaemon, ThatFloodsTheRequestSocketWithoutEndHoldsNobodyForEver) {
-  const Bytes flood = repeated(AAA_MSG_MLIST_EXISTED_RESP, Bytes{7, 0, 0, 0}, 200);
+  const std::string flood = repeated(message_bytes(AAA_MSG_MLIST_EXISTED_RESP, word_bytes(7)), 200);
   register_client();
   for (int n = 0; n < by_length(2, 100); ++n) {
     std::atomic<bool> flooding = true;

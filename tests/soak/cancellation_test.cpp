@@ -9,14 +9,13 @@
 #include "runtime/send/send_buffer.h"
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "soak/timeouts.h"
 #include "support/locked_state.h"
 
 namespace soak {
 namespace {
 
-using aaa_sim::Bytes;
 using aaa_sim::Role;
 using aaa_sim::Settings;
 
@@ -37,7 +36,7 @@ class Cancellation : public SoakTest {
   }
   void TearDown() override {
     SoakTest::TearDown();
-    EXPECT_TRUE(all_locks_are_free());
+    EXPECT_TRUE(test::all_locks_are_free());
   }
 
   // Registers and lets `leave` end that, again and again. Now and then everything must be gone
@@ -64,7 +63,7 @@ class Cancellation : public SoakTest {
   }
 
   void expect_all_gone() {
-    EXPECT_TRUE(test::eventually(all_locks_are_free)) << "a lock is held";
+    EXPECT_TRUE(test::eventually(test::all_locks_are_free)) << "a lock is held";
     EXPECT_TRUE(test::eventually([this] { return test::live_blocks() == blocks_; })) << "blocks";
     EXPECT_TRUE(test::eventually([this] { return test::thread_count() == threads_; }))
         << test::thread_count() << " threads";
@@ -82,7 +81,7 @@ class Cancellation : public SoakTest {
     EXPECT_EQ(0, result.get());
   }
 
-  void send_bytes(const Bytes& bytes) { sim_.send_raw({}, Role::event, bytes); }
+  void send_bytes(const std::string& bytes) { sim_.send_raw({}, Role::event, test::view(bytes)); }
   void lose_link() { sim_.close_connections(); }
   void listen(bool on) {
     sim_.change([=](Settings& settings) { settings.listening = on; });
@@ -93,10 +92,6 @@ class Cancellation : public SoakTest {
   std::function<void()> callback_ = [] {};
   std::promise<std::int32_t> left_;
 };
-
-Bytes header_of(std::uint32_t body_length) {
-  return aaa_sim::encode_words(std::vector<std::uint32_t>{0x01010101, 0, 105, body_length});
-}
 
 TEST_F(Cancellation, WhileItWaitsForAMessage) {
   const ReceiveThreadWatch watch;
@@ -109,8 +104,7 @@ TEST_F(Cancellation, WhileItWaitsForAMessage) {
 TEST_F(Cancellation, InTheMiddleOfAHeader) {
   const ReceiveThreadWatch watch;
   repeat([&] {
-    const Bytes header = header_of(0);
-    send_bytes({header.begin(), header.begin() + 9});
+    send_bytes(test::message_bytes(AAA_MSG_NOTIFY_DEL_MSG).substr(0, 9));
     ASSERT_TRUE(watch.waits_for_the_rest());
     EXPECT_EQ(0, aaa_svr_dereg());
   });
@@ -119,9 +113,7 @@ TEST_F(Cancellation, InTheMiddleOfAHeader) {
 TEST_F(Cancellation, InTheMiddleOfABody) {
   const ReceiveThreadWatch watch;
   repeat([&] {
-    Bytes message = header_of(600);
-    message.resize(16 + 99);
-    send_bytes(message);
+    send_bytes(test::message_bytes(AAA_MSG_NOTIFY_DEL_MSG, test::zeros(600)).substr(0, 16 + 99));
     ASSERT_TRUE(watch.waits_for_the_rest());
     EXPECT_EQ(0, aaa_svr_dereg());
   });
@@ -161,7 +153,7 @@ TEST_F(Cancellation, InThePauseBetweenTwoAttempts) {
       EXPECT_TRUE(aaa::aaalib_cancel_receive_thread());
       attempts_before = attempts;
     }
-    EXPECT_TRUE(test::eventually([] { return receive_threads_of(getpid()) == 0; }));
+    EXPECT_TRUE(test::eventually([] { return test::receive_threads_of(getpid()) == 0; }));
     EXPECT_EQ(attempts_before, attempts);
     test::set_reg_state(AAA_REG_NOT_REGISTERED);
     aaa::aaalib_stop_send_buf_thread();
@@ -217,7 +209,7 @@ TEST_F(Cancellation, FromInsideACallbackThatRegistersAgain) {
   };
   repeat([&] {
     expect_left_in_callback();
-    EXPECT_TRUE(test::eventually([] { return receive_threads_of(getpid()) == 1; }));
+    EXPECT_TRUE(test::eventually([] { return test::receive_threads_of(getpid()) == 1; }));
     EXPECT_EQ(0, aaa_svr_dereg());
   });
 }

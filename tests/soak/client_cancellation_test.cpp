@@ -13,7 +13,7 @@
 
 #include "runtime/send/local_delivery.h"
 #include "session/state/locks.h"
-#include "soak/stub_test.h"
+#include "soak/stub_aaad.h"
 #include "support/lock_check.h"
 #include "transport/base/atomic_word.h"
 

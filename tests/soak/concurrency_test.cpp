@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "soak/faulty_aaad.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "support/library_counters.h"
 
 namespace soak {
@@ -78,7 +78,7 @@ class Concurrency : public SoakTest, public testing::WithParamInterface<Client> 
   // loss cuts a message. The last of the losses is the deregistration.
   void expect_only_unclaimed_results_left(const ClientLoad& load, std::uint32_t blocks_before,
                                           std::size_t from_aaad) {
-    EXPECT_TRUE(test::eventually([] { return receive_threads_of(getpid()) == 0; }));
+    EXPECT_TRUE(test::eventually([] { return test::receive_threads_of(getpid()) == 0; }));
     const std::size_t losses =
         std::max(link_events(AAA_EVENT_REREGISTERED), link_events(AAA_EVENT_CONNECTION_LOST) - 1);
     const std::size_t unclaimed = from_aaad + 2 * losses - ledger_.answers() - load.lost_results();

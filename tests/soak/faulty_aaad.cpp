@@ -73,7 +73,8 @@ void FaultyAaad::take_step() {
 void FaultyAaad::speak() {
   const traffic::Message& notice =
       notices_[random_.below(static_cast<std::uint32_t>(notices_.size()))];
-  sent_.at(notice.type) += sim_.send_message({}, Role::event, notice.type, 0, notice.body);
+  sent_.at(notice.type) +=
+      sim_.send_message({}, Role::event, notice.type, 0, test::view(notice.body));
 }
 
 void FaultyAaad::close() {

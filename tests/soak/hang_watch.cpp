@@ -9,10 +9,9 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 #include "support/signal_handler.h"
+#include "support/threads.h"
 
 namespace soak {
 namespace {
@@ -37,7 +36,7 @@ void prepare_stacks() {
   test::handle_from_now_on(stack_signal(), print_own_stack);
 }
 
-void print_stack(const Thread& thread) {
+void print_stack(const test::Thread& thread) {
   std::fprintf(stderr, "---- thread %d, %s\n", thread.id, thread.name.c_str());
   printed_by = 0;
   syscall(SYS_tgkill, getpid(), thread.id, stack_signal());
@@ -47,24 +46,6 @@ void print_stack(const Thread& thread) {
 }
 
 }  // namespace
-
-std::vector<Thread> threads_of(pid_t process) {
-  std::vector<Thread> threads;
-  std::error_code ignored;
-  for (const auto& task :
-       std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task", ignored)) {
-    Thread thread{std::stoi(task.path().filename()), ""};
-    std::getline(std::ifstream(task.path() / "comm"), thread.name);
-    threads.push_back(thread);
-  }
-  return threads;
-}
-
-std::size_t receive_threads_of(pid_t process) {
-  // A thread is named with at most 14 characters.
-  const std::string name = (std::to_string(process) + "_aaalib_th").substr(0, 14);
-  return static_cast<std::size_t>(std::ranges::count(threads_of(process), name, &Thread::name));
-}
 
 HangWatch::~HangWatch() {
   {
@@ -92,7 +73,7 @@ void HangWatch::watch() {
   while (!changed_.wait_for(hold, std::chrono::seconds(1), [this] { return over_; })) {
     if (Clock::now() < std::min(deadline_, deadline_of_part_)) continue;
     std::fprintf(stderr, "hangs: %s\n", describe_().c_str());
-    for (const Thread& thread : threads_of(getpid()))
+    for (const test::Thread& thread : test::threads_of(getpid()))
       print_stack(thread);
     std::abort();
   }

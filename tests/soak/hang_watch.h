@@ -1,27 +1,14 @@
 // Ends a test program that hangs: says where, prints where every thread stands, and aborts.
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace soak {
-
-struct Thread {
-  pid_t id;
-  std::string name;
-};
-
-// From /proc.
-std::vector<Thread> threads_of(pid_t process);
-// How many receive threads of the library the process runs.
-std::size_t receive_threads_of(pid_t process);
 
 class HangWatch {
  public:

@@ -9,9 +9,10 @@
 #include <unistd.h>
 
 #include "soak/faulty_aaad.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "support/child_program.h"
 #include "support/fresh_message_sockets.h"
+#include "support/login.h"
 #include "support/signal_handler.h"
 
 namespace soak {
@@ -85,7 +86,7 @@ class FrequentSignals {
 
   void send_all() const {
     while (!over_) {
-      for (const Thread& thread : threads_of(getpid()))
+      for (const test::Thread& thread : test::threads_of(getpid()))
         if (thread.id != gettid()) ::syscall(SYS_tgkill, getpid(), thread.id, SIGUSR1);
       std::this_thread::sleep_for(std::chrono::microseconds(period_us));
     }
@@ -134,7 +135,7 @@ class Host : public SoakTest {
   void SetUp() override {
     SoakTest::SetUp();
     answer_queries(sim_);
-    sim_.add_user({.name = "alice", .password = "secret"});
+    sim_.add_user(test::alice());
     message_sockets_.emplace();
   }
   void TearDown() override {
@@ -151,16 +152,9 @@ class Host : public SoakTest {
   }
 
   static void expect_alice_is_accepted() {
-    authen_info authen = {};
-    authen.session_id = aaa_get_session_id();
-    std::snprintf(authen.chars65_a, sizeof authen.chars65_a, "alice");
-    authen.user_password = {0, 6, "secret"};
-    ASSERT_EQ(0, aaa_user_req_authen(&authen));
-    result_info* result = nullptr;
-    ASSERT_EQ(0, aaa_user_get_result(authen.session_id, 0, 10, &result));
-    EXPECT_EQ(0u, result->sub.num_a);
-    EXPECT_STREQ("alice", result->sub.chars65_a);
-    aaa_free_result_info(result);
+    const test::Verdict verdict = test::log_in("alice", "secret");
+    EXPECT_EQ(test::kAccepted, verdict.code);
+    EXPECT_EQ("alice", verdict.user);
   }
 
   void lose_and_regain_link() {
@@ -212,9 +206,7 @@ TEST_F(Host, BothAtOnceDisturbNothing) {
 
 // What ends in the child, which only does what is safe after a fork.
 [[noreturn]] void become_descriptor_count() {
-  char program[] = DESCRIPTOR_COUNT_PROGRAM;
-  char* arguments[] = {program, nullptr};
-  ::execv(program, arguments);
+  ::execl("/bin/sh", "sh", "-c", "exit $(ls /proc/self/fd | wc -l)", nullptr);
   ::_exit(255);
 }
 

@@ -195,7 +195,7 @@ TEST_F(KillCycles, EveryThreadHasAnAnswerAnAttemptAfterEachStart) {
 }
 
 TEST_F(KillCycles, EveryThreadHasAnAnswerAPauseAndAnAttemptAfterEachStart) {
-  run(slow_kill_cycles(1, 20), kRetryPause);
+  run(slow_kill_cycles(3, 200), kRetryPause);
 }
 
 }  // namespace

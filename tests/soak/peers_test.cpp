@@ -4,7 +4,7 @@
 #include <ostream>
 
 #include "soak/sim_program.h"
-#include "soak/stub_test.h"
+#include "soak/stub_aaad.h"
 
 namespace soak {
 namespace {

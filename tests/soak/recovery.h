@@ -4,7 +4,7 @@
 
 #include "soak/load.h"
 #include "soak/sim_program.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 
 namespace soak {
 

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 
 namespace soak {
 namespace {

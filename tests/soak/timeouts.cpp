@@ -9,33 +9,20 @@
 namespace soak {
 namespace {
 
-// The calls below are scripted too: they must go through.
-thread_local bool inside = false;
-
-template <class Result, class Call>
-std::optional<Result> let_through(Call call) {
-  if (inside) return {};
-  inside = true;
-  const Result result = call();
-  const int error = errno;
-  inside = false;
-  errno = error;
-  return result;
-}
-
 std::optional<int> shorten_timeout(int fd, int level, int option) {
   if (level != SOL_SOCKET || (option != SO_RCVTIMEO && option != SO_SNDTIMEO)) return {};
   const timeval timeout = {.tv_sec = 0, .tv_usec = 5000};
-  return let_through<int>([&] { return setsockopt(fd, level, option, &timeout, sizeof timeout); });
+  const test::UnscriptedCalls scope;
+  return ::setsockopt(fd, level, option, &timeout, sizeof timeout);
 }
 
 }  // namespace
 
 test::Scripts let_time_pass(test::MovedClock& clock, const std::atomic<bool>& passing) {
-  const auto timed = [&clock, &passing](int fd, auto call) {
-    const auto result = let_through<ssize_t>(call);
-    if (result && *result < 0 && errno == EAGAIN && passing &&
-        fd == aaa::load(g_aaa_client_cb.sync_fd)) {
+  const auto timed = [&clock, &passing](int fd, auto call) -> std::optional<ssize_t> {
+    const test::UnscriptedCalls scope;
+    const ssize_t result = call();
+    if (result < 0 && errno == EAGAIN && passing && fd == aaa::load(g_aaa_client_cb.sync_fd)) {
       clock.advance(2);
       errno = EAGAIN;
     }

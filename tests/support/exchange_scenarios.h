@@ -4,12 +4,11 @@
 
 #include <functional>
 #include <optional>
-#include <ostream>
 #include <string>
 
 #include "session/state/client_state.h"
 #include "session/state/locks.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/library_counters.h"
 #include "support/linked_test.h"
 #include "support/lock_check.h"
@@ -37,14 +36,6 @@ struct ExchangeKind {
   std::uint32_t id = 0;
 };
 
-inline std::ostream& operator<<(std::ostream& out, const ExchangeKind& kind) {
-  return out << kind.name;
-}
-
-inline std::string exchange_name(const testing::TestParamInfo<ExchangeKind>& info) {
-  return info.param.name;
-}
-
 class Exchanges : public LinkedTest, public testing::WithParamInterface<ExchangeKind> {
  protected:
   static std::int64_t call() { return GetParam().call(); }
@@ -59,13 +50,7 @@ class DirectExchanges : public Exchanges {};
 
 TEST_P(Exchanges, WriteTheHeaderWithTheIdAndTheBody) {
   EXPECT_EQ(GetParam().success, answered_call());
-  const std::string& body = GetParam().body;
-  const std::string& message = only_write();
-  EXPECT_EQ(hex("01010101"), message.substr(0, 4));
-  EXPECT_EQ(GetParam().id, word_at(message, 4));
-  EXPECT_EQ(GetParam().type, word_at(message, 8));
-  EXPECT_EQ(body.size(), word_at(message, 12));
-  EXPECT_EQ(body, message.substr(16));
+  EXPECT_EQ(message_with_id(GetParam().id, GetParam().type, GetParam().body), only_write());
 }
 
 TEST_P(Exchanges, AskForTheRegistrationOrDoWithoutIt) {
@@ -128,17 +113,15 @@ TEST_P(DirectExchanges, WhatAnEarlierExchangeLeftUnreadIsNotTheAnswer) {
 }
 
 TEST_P(Exchanges, NoMemoryForTheBodySendsNothing) {
-  const FailingBlock failing(1);
-  script(failing.scripts());
+  const FailMalloc failing(1);
   EXPECT_EQ(GetParam().results.no_memory, answered_call());
   EXPECT_TRUE(failing.happened());
   EXPECT_TRUE(writes().empty());
 }
 
 TEST_P(Exchanges, NoMemoryForTheMessageOrTheAnswerIsNoAnswer) {
-  for (const int block : {2, 3}) {
-    const FailingBlock failing(block);
-    script(failing.scripts());
+  for (const std::uint32_t block : {2u, 3u}) {
+    const FailMalloc failing(block);
     const std::int64_t result = answered_call();
     EXPECT_EQ(failing.happened() ? GetParam().results.no_answer : GetParam().success, result)
         << block;

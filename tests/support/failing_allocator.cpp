@@ -1,6 +1,7 @@
 #include "support/failing_allocator.h"
 
 #include <atomic>
+#include <cerrno>
 #include <unordered_map>
 
 namespace {
@@ -17,6 +18,7 @@ bool must_fail(std::size_t size) {
   if (size > largest_size) return true;
   if (calls_until_failure == 0 || --calls_until_failure != 0) return false;
   failure_happened = true;
+  errno = ENOMEM;
   return true;
 }
 

@@ -28,10 +28,6 @@ std::size_t entries(const char* directory) {
 
 }  // namespace
 
-std::uint32_t live_blocks() {
-  return aaa::load(g_aaa_malloc_times) - aaa::load(g_aaa_free_times);
-}
-
 std::size_t open_descriptors() {
   return entries("/proc/self/fd") - (aaa::load(aaa::g_msg_socket_ok) != 0 ? 2 : 0);
 }

@@ -86,6 +86,8 @@ void stop_library() {
   aaa::store(g_aaa_client_cb.aaa_id, -1);
   EXPECT_TRUE(eventually([] { return !aaa::receive_thread_exists(); })) << "receive thread stays";
   aaa::aaalib_stop_send_buf_thread();
+  // A client that is deregistered when the loss is noticed keeps its sockets.
+  aaa_lib_client_close();
 }
 
 LibraryTest::LibraryTest() {

@@ -21,14 +21,27 @@
 #include "support/library_counters.h"
 #include "support/lock_check.h"
 #include "support/log_capture.h"
+#include "support/on_threads.h"
 #include "support/open_log.h"
 #include "support/scripted_calls.h"
 #include "support/scripted_peer.h"
+#include "support/table_row.h"
 #include "support/temporary_directory.h"
 #include "support/watchdog_recorder.h"
 #include "transport/base/atomic_word.h"
 
 namespace test {
+
+using aaa_sim::Fault;
+using aaa_sim::received;
+using aaa_sim::Replies;
+using aaa_sim::Request;
+using aaa_sim::Role;
+using aaa_sim::Settings;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 // A registration record with a model name and the event callback that client_events() shows.
 reg_info client(const std::string& model_name = "test");
@@ -59,6 +72,12 @@ class LibraryTest : public testing::Test {
   LeakCheck leaks_;
   std::uint32_t blocks_left_ = 0;
 };
+
+// Neither the request nor the event socket is on record.
+inline void expect_unconnected() {
+  EXPECT_EQ(-1, g_aaa_client_cb.sync_fd);
+  EXPECT_EQ(-1, g_aaa_client_cb.async_fd);
+}
 
 // Ends whatever registration there is and waits until the library's threads are gone.
 void stop_library();

@@ -39,6 +39,10 @@ inline std::vector<std::string> locks_held() {
   return held;
 }
 
+inline bool all_locks_are_free() {
+  return locks_held().empty();
+}
+
 inline bool is_free(pthread_mutex_t& lock) {
   bool free = false;
   std::thread([&] {

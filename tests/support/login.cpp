@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <mutex>
-#include <optional>
 
 namespace test {
 namespace {
@@ -15,16 +14,10 @@ void note_result(result_info* result) {
   results.push_back(verdict_of(*result));
 }
 
-std::optional<Verdict> find_result(std::uint32_t session_id) {
+Verdict called_back_for(std::uint32_t session_id) {
   const std::vector<Verdict> all = called_back();
-  const auto found = std::find_if(all.begin(), all.end(), [=](const Verdict& verdict) {
-    return verdict.session_id == session_id;
-  });
-  return found == all.end() ? std::nullopt : std::optional<Verdict>(*found);
-}
-
-aaa_item item_of(const std::string& text) {
-  return {0, static_cast<std::uint16_t>(text.size()), text.data()};
+  const auto found = std::ranges::find(all, session_id, &Verdict::session_id);
+  return found == all.end() ? Verdict{.code = kNoResult} : *found;
 }
 
 }  // namespace
@@ -43,8 +36,8 @@ std::int32_t request_login(std::uint32_t session_id, const std::string& name,
   authen_info authen = {};
   authen.session_id = session_id;
   name.copy(authen.chars65_a, sizeof authen.chars65_a - 1);
-  authen.user_password = item_of(password);
-  authen.state = item_of(state);
+  authen.user_password = record_item(password);
+  authen.state = record_item(state);
   return aaa_user_req_authen(&authen);
 }
 
@@ -55,8 +48,8 @@ std::vector<Verdict> called_back() {
 
 Verdict result_of_session(std::uint32_t session_id, ResultBy way) {
   if (way == ResultBy::callback) {
-    eventually([=] { return find_result(session_id).has_value(); });
-    return find_result(session_id).value_or(Verdict{.code = kNoResult});
+    eventually([=] { return called_back_for(session_id).code != kNoResult; });
+    return called_back_for(session_id);
   }
   result_info* result = nullptr;
   aaa_user_get_result(session_id, 0, 10, &result);
@@ -70,6 +63,16 @@ Verdict log_in(const std::string& name, const std::string& password, ResultBy wa
   EXPECT_NE(0u, session_id);
   EXPECT_EQ(0, request_login(session_id, name, password, state));
   return result_of_session(session_id, way);
+}
+
+void expect_service(ResultBy way) {
+  EXPECT_EQ(1, aaa_is_alive());
+  EXPECT_EQ(kAccepted, log_in("alice", "secret", way).code);
+}
+
+void expect_service_again(ResultBy way, std::size_t times) {
+  ASSERT_TRUE(wait_for_event(AAA_EVENT_REREGISTERED, times)) << "not registered again";
+  expect_service(way);
 }
 
 aaa_sim::User alice() {

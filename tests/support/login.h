@@ -30,6 +30,10 @@ std::vector<Verdict> called_back();
 Verdict log_in(const std::string& name, const std::string& password,
                ResultBy way = ResultBy::waiting, const std::string& state = "");
 
+// Alice is accepted; and this when the client has been registered again so many times.
+void expect_service(ResultBy way = ResultBy::waiting);
+void expect_service_again(ResultBy way = ResultBy::waiting, std::size_t times = 1);
+
 // Alice, whose password is "secret".
 aaa_sim::User alice();
 

@@ -4,31 +4,12 @@
 
 #include <atomic>
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <thread>
 
 #include "transport/base/cancellation.h"
 
 namespace test {
-
-std::vector<pid_t> threads_named(const std::string& name) {
-  std::vector<pid_t> found;
-  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    std::string comm;
-    std::getline(std::ifstream(task.path() / "comm"), comm);
-    if (comm == name) found.push_back(std::stoi(task.path().filename()));
-  }
-  return found;
-}
-
-std::string receive_thread_name() {
-  return (std::to_string(getpid()) + "_aaalib_th").substr(0, 14);
-}
-std::string flush_thread_name() {
-  return (std::to_string(getpid()) + "_aaa_buf").substr(0, 14);
-}
 
 void pause_in_script() {
   const aaa::CancellationScope uncancelled(PTHREAD_CANCEL_DISABLE);

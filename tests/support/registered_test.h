@@ -2,21 +2,10 @@
 #pragma once
 
 #include "support/library_test.h"
+#include "support/threads.h"
 
 namespace test {
 
-using aaa_sim::Fault;
-using aaa_sim::received;
-using aaa_sim::Role;
-using aaa_sim::sent;
-using aaa_sim::Settings;
-
-// The kernel's ids of this process's threads that have a name.
-std::vector<pid_t> threads_named(const std::string& name);
-
-// As the kernel keeps them: at most 14 characters.
-std::string receive_thread_name();
-std::string flush_thread_name();
 
 // The library's pauses are short, and aaad sends nothing unasked, no heartbeats either.
 class RegisteredTest : public SimulatedTest {

@@ -1,14 +1,18 @@
 #include "support/scripted_calls.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
@@ -38,10 +42,13 @@ void replace(Scripts scripts) {
   scripts_in_force().swap(next);
 }
 
+thread_local bool unscripted = false;
+
 // The script's answer, if there is a script and it has one.
 template <class Result, class... Parameters, class... Arguments>
 std::optional<Result> ask(std::function<std::optional<Result>(Parameters...)> Scripts::*script,
                           Arguments... arguments) {
+  if (unscripted) return std::nullopt;
   const auto scripts = current();
   const auto& function = (*scripts).*script;
   return function ? function(arguments...) : std::nullopt;
@@ -85,6 +92,11 @@ ScriptedCalls::~ScriptedCalls() {
   replace({});
 }
 
+UnscriptedCalls::UnscriptedCalls() : before_(std::exchange(unscripted, true)) {}
+UnscriptedCalls::~UnscriptedCalls() {
+  unscripted = before_;
+}
+
 MovedClock::~MovedClock() {
   offset_us = 0;
   sleeps_are_short = false;
@@ -112,6 +124,13 @@ std::uint32_t library_seconds() {
   timespec now = {};
   ::clock_gettime(CLOCK_MONOTONIC, &now);  // moved, like the library's own calls
   return static_cast<std::uint32_t>(now.tv_sec);
+}
+
+void enter_second() {
+  timespec now = {};
+  do {
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+  } while (now.tv_nsec > 700000000);
 }
 
 }  // namespace test
@@ -155,6 +174,20 @@ SCRIPTED_CALL(int, pthread_mutex_init,
 SCRIPTED_CALL(int, pthread_setaffinity_np,
               (pthread_t thread, std::size_t size, const cpu_set_t* cores), (thread, size, cores),
               thread, size, cores)
+
+SCRIPTED_CALL(int, mkdir, (const char* path, mode_t mode), (path, mode))
+SCRIPTED_CALL(int, chmod, (const char* path, mode_t mode), (path, mode))
+SCRIPTED_CALL(ssize_t, read, (int fd, void* data, std::size_t size), (fd, data, size))
+
+int __real_open(const char* path, int flags, ...);
+int __wrap_open(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  const auto answer = ask(&Scripts::open);
+  return answer ? *answer : __real_open(path, flags, mode);
+}
 
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument);

@@ -43,6 +43,11 @@ struct Scripts {
   std::function<std::optional<int>(pthread_mutex_t* mutex)> pthread_mutex_init = {};
   std::function<std::optional<int>(pthread_t thread, std::size_t size, const cpu_set_t* cores)>
       pthread_setaffinity_np = {};
+  // Of files.
+  std::function<std::optional<int>()> mkdir = {};
+  std::function<std::optional<int>()> chmod = {};
+  std::function<std::optional<int>()> open = {};
+  std::function<std::optional<ssize_t>()> read = {};
   // Blocks of the library; those of the test and the simulator come from operator new.
   std::function<std::optional<void*>(std::size_t size)> malloc = {};
 };
@@ -55,6 +60,18 @@ class ScriptedCalls {
   ~ScriptedCalls();
   ScriptedCalls(const ScriptedCalls&) = delete;
   ScriptedCalls& operator=(const ScriptedCalls&) = delete;
+};
+
+// While it lives, this thread's calls go through: the test's own, and those that a script makes.
+class UnscriptedCalls {
+ public:
+  UnscriptedCalls();
+  ~UnscriptedCalls();
+  UnscriptedCalls(const UnscriptedCalls&) = delete;
+  UnscriptedCalls& operator=(const UnscriptedCalls&) = delete;
+
+ private:
+  const bool before_;
 };
 
 // The answer of a call that fails.
@@ -146,5 +163,8 @@ class MovedClock {
 
 // The monotonic second as the library sees it.
 std::uint32_t library_seconds();
+
+// Waits until that second has some time left, so that only the test moves the clock to the next.
+void enter_second();
 
 }  // namespace test

@@ -21,6 +21,10 @@ class TemporaryDirectory {
   TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
   const std::string& path() const { return path_; }
+  // A path of `size` bytes below it.
+  std::string path_of_size(std::size_t size) const {
+    return path_ + "/" + std::string(size - path_.size() - 1, 'd');
+  }
 
  private:
   std::string path_;

@@ -11,54 +11,60 @@ class CommandsTest : public ClientTest {
   std::string error_of(const std::string& line) { return aaa_sim::run_command(sim_, line).error; }
 
   // The message on the event connection.
-  Bytes sent_by(const std::string& line) {
+  std::string sent_by(const std::string& line) {
     EXPECT_EQ(error_of(line), "");
     return client_.event.receive_message();
   }
 };
 
-Bytes padded(Bytes front, std::size_t size) {
+std::string padded(std::string front, std::size_t size) {
   front.resize(size);
   return front;
 }
 
 TEST_F(CommandsTest, MessagesAndBytesAreSentAsGiven) {
-  EXPECT_EQ(sent_by("send 105 0x2a 0A0b"), framed(105, hex("0a0b"), 0x2a));
+  EXPECT_EQ(sent_by("send 105 0x2a 0A0b"), message_with_id(0x2a, 105, hex("0a0b")));
   EXPECT_EQ(error_of("reply 104 0"), "");
-  EXPECT_EQ(client_.request.receive(16), framed(104));
+  EXPECT_EQ(client_.request.receive(16), message_bytes(104));
   EXPECT_EQ(error_of("raw event 0102"), "");
   EXPECT_EQ(client_.event.receive(2), hex("0102"));
 }
 
 TEST_F(CommandsTest, TypesMayBeNamed) {
-  EXPECT_EQ(sent_by("send get-online-info 0"), framed(113));
-  EXPECT_EQ(sent_by("send ldap-search-request 0"), framed(140)) << "the one that aaad sends";
+  EXPECT_EQ(sent_by("send get-online-info 0"), message_bytes(113));
+  EXPECT_EQ(sent_by("send ldap-search-request 0"), message_bytes(140)) << "the one that aaad sends";
   EXPECT_EQ(error_of("send Unknown-msg 0"), "send: 'Unknown-msg' is not a message type");
 }
 
 TEST_F(CommandsTest, UnsolicitedMessagesHaveTheirBodies) {
-  EXPECT_EQ(sent_by("mlist"), framed(122));
-  EXPECT_EQ(sent_by("heartbeat"), framed(132));
-  EXPECT_EQ(sent_by("debug on 50"), framed(106, hex("01000000 32000000")));
-  EXPECT_EQ(sent_by("debug off"), framed(106, hex("00000000 00000000")));
-  EXPECT_EQ(sent_by("delete-notice 2 0a0b"), framed(105, padded(hex("02000000 0a0b"), 560)));
-  EXPECT_EQ(sent_by("delete-request 1 2 3"), framed(123, hex("01000000 02000000 03000000")));
-  EXPECT_EQ(sent_by("coa"), framed(126, Bytes(720)));
-  EXPECT_EQ(sent_by("coa 0102"), framed(126, padded(hex("0102"), 720)));
-  EXPECT_EQ(sent_by("group-valid 7 0a"), framed(112, padded(hex("0a"), 392) + hex("07000000")));
-  EXPECT_EQ(sent_by("online-info"), framed(113));
-  EXPECT_EQ(sent_by("online-info 0a0b"), framed(113, hex("0a0b")));
-  EXPECT_EQ(sent_by("radext-result 1 2 3"),
-            framed(125, hex("01000000 02000000 03000000") + Bytes(12)));
-  EXPECT_EQ(sent_by("update-password 5 alice old secret"),
-            framed(128, hex("05000000 00000000 05000000") + text("alice") + hex("03000000") +
-                            text("old") + hex("06000000") + text("secret")));
+  struct Unsolicited {
+    const char* command;
+    std::uint32_t type;
+    std::string body;
+  };
+  for (const auto& [command, type, body] : {
+           Unsolicited{"mlist", 122, ""},
+           {"heartbeat", 132, ""},
+           {"debug on 50", 106, word_bytes({1, 50})},
+           {"debug off", 106, zeros(8)},
+           {"delete-notice 2 0a0b", 105, padded(hex("02000000 0a0b"), 560)},
+           {"delete-request 1 2 3", 123, word_bytes({1, 2, 3})},
+           {"coa", 126, zeros(720)},
+           {"coa 0102", 126, padded(hex("0102"), 720)},
+           {"group-valid 7 0a", 112, padded(hex("0a"), 392) + word_bytes(7)},
+           {"online-info", 113, ""},
+           {"online-info 0a0b", 113, hex("0a0b")},
+           {"radext-result 1 2 3", 125, word_bytes({1, 2, 3, 0, 0, 0})},
+           {"update-password 5 alice old secret", 128,
+            word_bytes({5, 0, 5}) + "alice" + word_bytes(3) + "old" + word_bytes(6) + "secret"},
+       })
+    EXPECT_EQ(sent_by(command), message_bytes(type, body)) << command;
 }
 
 // Item 1 is the block of the record: type and length in 16 bits each.
 TEST_F(CommandsTest, AuthenticationRecordsHaveSessionAndUser) {
   for (const std::string command : {"enable-authen 42 alice", "local-eap 42 alice"}) {
-    const Bytes message = sent_by(command);
+    const std::string message = sent_by(command);
     EXPECT_EQ(word_at(message, 4), 42u);
     EXPECT_EQ(word_at(message, 8), command[0] == 'e' ? 121u : 127u);
     EXPECT_EQ(word_at(message, 16), 1u | 1184u << 16);
@@ -73,30 +79,29 @@ TEST_F(CommandsTest, GroupRequestsHaveTheGroupBeforeTheRecord) {
   };
   for (const Group& group :
        {Group{"authen-group", 109, 1184}, {"author-group", 110, 156}, {"acct-group", 111, 772}}) {
-    const Bytes message = sent_by(group.command + " rad 42 alice");
+    const std::string message = sent_by(group.command + " rad 42 alice");
     EXPECT_EQ(word_at(message, 4), 42u);
     EXPECT_EQ(word_at(message, 8), group.type);
-    EXPECT_EQ(word_at(message, 16), word_at(hex("03") + text("rad"), 0));
+    EXPECT_EQ(word_at(message, 16), word_at("\3rad", 0));
     EXPECT_EQ(word_at(message, 20), 1 | group.block << 16);
-    EXPECT_THAT(std::string(message.begin(), message.end()), HasSubstr("alice")) << group.command;
+    EXPECT_THAT(message, HasSubstr("alice")) << group.command;
   }
 }
 
 TEST_F(CommandsTest, LongGroupNameIsCutAt255Bytes) {
-  const Bytes message = sent_by("author-group " + std::string(300, 'g') + " 42 alice");
-  EXPECT_EQ(message[16], 255);
+  const std::string message = sent_by("author-group " + std::string(300, 'g') + " 42 alice");
+  EXPECT_EQ(message[16], '\xff');
   EXPECT_EQ(word_at(message, 16 + 256), 1u | 156u << 16);
 }
 
 TEST_F(CommandsTest, LdapMessagesHaveTheirItems) {
   sim_.change([](Settings& settings) { settings.directory = {{"cn=a"}, {"cn=b"}}; });
   EXPECT_EQ(sent_by("ldap-search ldap1 42 - (n=*) n m"),
-            framed(140,
-                   hex("05") + text("ldap1") + hex("2a000000") + Bytes(32) +
-                       hex("02000000 3201 0000 3301 0500") + text("(n=*)") +
-                       hex("2d01 0000 3401 0100") + text("n") + hex("3401 0100") + text("m"),
-                   42));
-  const Bytes result = sent_by("ldap-result 42 cn=b -");
+            message_with_id(42, 140,
+                            "\5ldap1" + word_bytes(42) + zeros(32) + word_bytes(2) +
+                                item_bytes(306, "") + item_bytes(307, "(n=*)") +
+                                item_bytes(301, "") + item_bytes(308, "n") + item_bytes(308, "m")));
+  const std::string result = sent_by("ldap-result 42 cn=b -");
   EXPECT_EQ(word_at(result, 8), 141u);
   EXPECT_EQ(word_at(result, 16 + 16), 1u) << "entries";
 }

@@ -9,11 +9,11 @@ namespace {
 using aaa_sim::LocalUser;
 
 // Items numbered from 1.
-Bytes items(const std::vector<Bytes>& values) {
-  Bytes body;
-  std::uint8_t type = 0;
-  for (const Bytes& value : values)
-    body = body + Bytes{++type, 0, static_cast<std::uint8_t>(value.size()), 0} + value;
+std::string items(const std::vector<std::string>& values) {
+  std::string body;
+  std::uint32_t type = 0;
+  for (const std::string& value : values)
+    body += item_bytes(++type, value);
   return body;
 }
 
@@ -27,7 +27,7 @@ class LocalUserRequestsTest : public ClientTest {
   LocalUser carol() { return sim_.local_user("carol").value_or(LocalUser{}); }
 
   std::uint32_t code_of_login(const std::string& name, const std::string& password) {
-    const Bytes answer = ask(115, login(name, password), 7);
+    const std::string answer = ask(115, login(name, password), 7);
     EXPECT_EQ(word_at(answer, 4), 7u) << "header id";
     EXPECT_EQ(word_at(answer, 8), 115u) << "type";
     EXPECT_EQ(word_at(answer, 20 + 572), 7u) << "session id";
@@ -50,22 +50,22 @@ TEST_F(LocalUserRequestsTest, LoginNeedsThePasswordInString19Or18) {
 }
 
 TEST_F(LocalUserRequestsTest, AuthorizationNeedsAUserInItem301) {
-  const Bytes block = hex("0100 9c00") + Bytes(156);
-  const Bytes accepted = ask(116, block + hex("2d01 0500") + text("carol") + hex("0200 0000"));
+  const std::string block = item_bytes(1, zeros(156));
+  const std::string accepted = ask(116, block + item_bytes(301, "carol") + item_bytes(2, ""));
   EXPECT_EQ(word_at(accepted, 8), 116u);
   EXPECT_EQ(word_at(accepted, 20), 0u);
-  EXPECT_EQ(word_at(ask(116, block + hex("2d01 0400") + text("dave")), 20), 1u);
+  EXPECT_EQ(word_at(ask(116, block + item_bytes(301, "dave")), 20), 1u);
   EXPECT_EQ(word_at(ask(116, block), 20), 1u);
 }
 
 TEST_F(LocalUserRequestsTest, TruncatedRecordsAreRejected) {
-  EXPECT_EQ(word_at(ask(115, Bytes(1183)), 20), 1u);
-  EXPECT_EQ(word_at(ask(116, Bytes(155)), 20), 1u);
+  EXPECT_EQ(word_at(ask(115, zeros(1183)), 20), 1u);
+  EXPECT_EQ(word_at(ask(116, zeros(155)), 20), 1u);
 }
 
 TEST_F(LocalUserRequestsTest, PasswordIsChangedAndThePreviousOneKept) {
   const auto change = [&](const char* name, const char* from, const std::string& to) {
-    return word_at(ask(117, items({text(name), text(from), text(to)})), 16);
+    return word_at(ask(117, items({name, from, to})), 16);
   };
   EXPECT_EQ(change("dave", "rosebud-1", "xanadu"), 1u);
   EXPECT_EQ(change("carol", "rosebud-0", "xanadu"), 2u);
@@ -74,17 +74,17 @@ TEST_F(LocalUserRequestsTest, PasswordIsChangedAndThePreviousOneKept) {
   EXPECT_EQ(change("carol", "rosebud-1", "rosebud-1"), 3u) << "the current one";
   EXPECT_EQ(change("carol", "rosebud-1", std::string(129, 'x')), 3u);
   EXPECT_EQ(carol().string_19, "rosebud-1");
-  EXPECT_EQ(ask(117, items({text("carol"), text("rosebud-1"), Bytes(128, 'x')})),
-            framed(117, Bytes(4)));
+  EXPECT_EQ(ask(117, items({"carol", "rosebud-1", std::string(128, 'x')})),
+            message_bytes(117, zeros(4)));
   EXPECT_EQ(carol().string_19, std::string(128, 'x'));
   EXPECT_THAT(carol().passwords, ElementsAre("rosebud-0", "rosebud-1"));
 }
 
 TEST_F(LocalUserRequestsTest, GrantNeedsAllRightsAndAnAbsolutePath) {
-  const auto grant = [&](const char* name, const char* path, std::uint8_t rights) {
-    return ask(118, items({text(name), text(path), {rights, 0, 0, 0}}));
+  const auto grant = [&](const char* name, const char* path, std::uint32_t rights) {
+    return ask(118, items({name, path, word_bytes(rights)}));
   };
-  EXPECT_EQ(grant("carol", "/srv", 4), framed(118, {0}));
+  EXPECT_EQ(grant("carol", "/srv", 4), message_bytes(118, zeros(1)));
   EXPECT_EQ(grant("carol", "/srv", 6).back(), 0);
   EXPECT_EQ(grant("carol", "/srv", 7).back(), 13);
   EXPECT_EQ(grant("carol", "srv", 4).back(), 22);
@@ -93,7 +93,7 @@ TEST_F(LocalUserRequestsTest, GrantNeedsAllRightsAndAnAbsolutePath) {
 
 TEST_F(LocalUserRequestsTest, PasswordIsChecked) {
   const auto check = [&](const char* name, const char* password) {
-    const Bytes answer = ask(22, items({text(name), text(password)}));
+    const std::string answer = ask(22, items({name, password}));
     EXPECT_EQ(word_at(answer, 8), 124u);
     return word_at(answer, 16);
   };
@@ -117,35 +117,35 @@ const LocalUser kCarol = {.name = "carol",
                           .value_12 = 12,
                           .value_20 = 20,
                           .value_13 = 13};
-const Bytes kCarolItems =
-    hex("01000000 0d000000") + text("carol") + hex("02000000 0c000000 02000000") +
+const std::string kCarolItems =
+    hex("01000000 0d000000") + "carol" + hex("02000000 0c000000 02000000") +
     hex("05000000 0c000000 05000000 0a000000 0c000000 0a000000") +
     hex("0c000000 0c000000 0c000000 14000000 0c000000 14000000") +
     hex("0d000000 0c000000 0d000000 07000000 0c000000 01000000") +
-    hex("09000000 0c000000 01000000 13000000 0b000000") + text("now") + hex("06000000 0d000000") +
-    text("first") + hex("06000000 0e000000") + text("second");
+    hex("09000000 0c000000 01000000 13000000 0b000000") + "now" + hex("06000000 0d000000") +
+    "first" + hex("06000000 0e000000") + "second";
 
 using LocalUsersTest = ClientTest;
 
 TEST_F(LocalUsersTest, UserIsFetchedAsItemsAndReplacedByThem) {
-  EXPECT_EQ(ask(119, text("carol")), framed(119));
-  EXPECT_EQ(ask(120, kCarolItems), framed(120, {0}));
+  EXPECT_EQ(ask(119, "carol"), message_bytes(119));
+  EXPECT_EQ(ask(120, kCarolItems), message_bytes(120, zeros(1)));
   EXPECT_EQ(sim_.local_user("carol"), std::nullopt) << "no user is added";
   sim_.put_local_user(
       {.name = "carol", .string_18 = "gone", .flag_4 = true, .passwords = {"a"}, .flag_8 = true});
-  EXPECT_EQ(ask(120, hex("63000000 0a000000 ffff") + kCarolItems), framed(120, {1}))
+  EXPECT_EQ(ask(120, hex("63000000 0a000000 ffff") + kCarolItems), message_bytes(120, "\1"))
       << "item 99 is skipped";
   EXPECT_EQ(sim_.local_user("carol"), kCarol);
-  EXPECT_EQ(ask(119, text("carol")), framed(119, kCarolItems));
+  EXPECT_EQ(ask(119, "carol"), message_bytes(119, kCarolItems));
 }
 
 TEST_F(LocalUsersTest, MalformedItemsChangeNothing) {
   sim_.put_local_user(kCarol);
-  for (const Bytes& malformed :
+  for (const std::string& malformed :
        {hex("06000000 07000000"), hex("06000000 00000000"), hex("06000000 0a000000 ff"),
         hex("02000000 0a000000 0000"), hex("060000"), hex("06000000 ffffffff")}) {
     sim_.clear_messages();
-    client_.request.send(framed(120, kCarolItems + malformed));
+    client_.request.send(message_bytes(120, kCarolItems + malformed));
     EXPECT_TRUE(sim_.wait_for_note("message 120: "));
   }
   EXPECT_EQ(sim_.local_user("carol"), kCarol);
@@ -197,7 +197,7 @@ TEST_F(LocalUsersFileTest, DatabaseErrorGetsANoteAndNoAnswer) {
   sim_.start();
   RawClient client(sim_.socket_path());
   make_unreadable();
-  client.request.send(framed(119, text("carol")));
+  client.request.send(message_bytes(119, "carol"));
   EXPECT_TRUE(sim_.wait_for_note("message 119: " + file_ + ": "));
   EXPECT_TRUE(client.request.stays_silent());
 }

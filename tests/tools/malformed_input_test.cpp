@@ -12,63 +12,53 @@ class MalformedInputTest : public ClientTest {
     EXPECT_EQ(next.receive(20).size(), 20u);
   }
 
-  // Sends the bytes and closes.
-  void leave_with(const Bytes& bytes) {
-    client_.request.send(bytes);
-    client_.request.close();
-  }
-
-  void expect_note(std::uint8_t type, const Bytes& body, const std::string& error) {
+  void expect_note(std::uint32_t type, const std::string& body, const std::string& error) {
     sim_.clear_messages();
-    client_.request.send(framed(type, body));
+    client_.request.send(message_bytes(type, body));
     EXPECT_TRUE(sim_.wait_for_note("message " + std::to_string(type) + ": " + error));
   }
 };
 
-TEST_F(MalformedInputTest, WrongMarkerClosesTheConnection) {
-  client_.request.send(hex("01010102 00000000 84000000 00000000"));
-  EXPECT_TRUE(client_.request.is_closed_by_peer());
-  EXPECT_TRUE(sim_.wait_for_note("bad marker"));
-  EXPECT_EQ(sim_.count(received(132)), 0u);
-  expect_service();
+TEST_F(MalformedInputTest, WrongMarkerOrHugeLengthClosesTheConnection) {
+  for (const auto& [bytes, note] : {std::pair{"01010102 00000000 84000000 00000000", "bad marker"},
+                                    {"01010101 00000000 84000000 ffffffff", "bad body length"}}) {
+    RawClient client = register_client();
+    client.request.send(hex(bytes));
+    EXPECT_TRUE(client.request.is_closed_by_peer()) << note;
+    EXPECT_TRUE(sim_.wait_for_note(note));
+    EXPECT_EQ(sim_.count(received(132)), 0u);
+    expect_service();
+  }
 }
 
-TEST_F(MalformedInputTest, HugeLengthClosesTheConnection) {
-  client_.request.send(hex("01010101 00000000 05000000 ffffffff"));
-  EXPECT_TRUE(client_.request.is_closed_by_peer());
-  EXPECT_TRUE(sim_.wait_for_note("bad body length"));
-  expect_service();
-}
-
-TEST_F(MalformedInputTest, TruncatedMessageIsDropped) {
-  leave_with(hex("01010101 00000000 05000000 10000000 0011"));
-  EXPECT_TRUE(sim_.wait_for_note("closed inside a message"));
-  EXPECT_EQ(sim_.count(received(5)), 0u);
-  expect_service();
-}
-
-TEST_F(MalformedInputTest, TruncatedHeaderIsDropped) {
-  leave_with(hex("010101"));
-  EXPECT_TRUE(sim_.wait_for_note("closed inside a message"));
-  expect_service();
+TEST_F(MalformedInputTest, TruncatedMessageOrHeaderIsDropped) {
+  for (const char* bytes : {"01010101 00000000 05000000 10000000 0011", "010101"}) {
+    sim_.clear_messages();
+    RawClient client = register_client();
+    client.request.send(hex(bytes));
+    client.request.close();
+    EXPECT_TRUE(sim_.wait_for_note("closed inside a message")) << bytes;
+    EXPECT_EQ(sim_.count(received(5)), 0u);
+    expect_service();
+  }
 }
 
 TEST_F(MalformedInputTest, MessageInSingleBytesIsAnswered) {
-  for (const std::uint8_t byte : framed(132))
+  for (const char byte : message_bytes(132))
     client_.request.send({byte});
-  EXPECT_EQ(client_.event.receive(16), framed(132));
+  EXPECT_EQ(client_.event.receive(16), message_bytes(132));
 }
 
 TEST_F(MalformedInputTest, TruncatedBatchIsAnsweredUpToItsEnd) {
-  client_.request.send(framed(25, framed(132) + hex("01010101 00000000")));
-  EXPECT_EQ(client_.event.receive(16), framed(132));
+  client_.request.send(message_bytes(25, message_bytes(132) + hex("01010101 00000000")));
+  EXPECT_EQ(client_.event.receive(16), message_bytes(132));
   EXPECT_TRUE(client_.request.is_closed_by_peer());
   EXPECT_TRUE(sim_.wait_for_note("broken batch"));
   expect_service();
 }
 
 TEST_F(MalformedInputTest, BatchInABatchIsNotUnpacked) {
-  client_.request.send(framed(25, framed(25, framed(132))));
+  client_.request.send(message_bytes(25, message_bytes(25, message_bytes(132))));
   EXPECT_TRUE(sim_.wait_for_message(received(25), sim_.kTimeout, 1));
   EXPECT_EQ(sim_.count(received(132)), 0u);
 }
@@ -84,7 +74,7 @@ TEST_F(MalformedInputTest, ClientThatDoesNotReadDoesNotBlockOthers) {
 // The size of the shortest body that each message needs, less one.
 TEST_F(MalformedInputTest, TruncatedBodiesGetANoteAndNoAnswer) {
   struct Truncated {
-    std::uint8_t type;
+    std::uint32_t type;
     std::size_t size;
   };
   for (const Truncated& body : {Truncated{4, 1279},
@@ -111,20 +101,20 @@ TEST_F(MalformedInputTest, TruncatedBodiesGetANoteAndNoAnswer) {
                                 {34, 7},
                                 {117, 3},
                                 {118, 3}})
-    expect_note(body.type, Bytes(body.size, 0xff), "");
+    expect_note(body.type, std::string(body.size, '\xff'), "");
   EXPECT_EQ(describe(sim_.reports()), "");
   EXPECT_TRUE(client_.request.stays_silent());
 }
 
 TEST_F(MalformedInputTest, LengthsBeyondTheBodyGetANote) {
-  expect_note(26, hex("05000000 06000000 ffffffff") + text("alice"), "body truncated");
-  for (const std::uint8_t type : {std::uint8_t{22}, std::uint8_t{117}, std::uint8_t{118}})
-    expect_note(type, hex("0100 0600") + text("carol"), "body truncated");
+  expect_note(26, hex("05000000 06000000 ffffffff") + "alice", "body truncated");
+  for (const std::uint32_t type : {22u, 117u, 118u})
+    expect_note(type, hex("0100 0600") + "carol", "body truncated");
 }
 
 TEST_F(MalformedInputTest, CountsBeyondTheBodyGetANote) {
-  expect_note(32, hex("2a000000") + Bytes(32) + hex("ffffff0f"), "malformed LDAP search");
-  expect_note(33, hex("2a000000") + Bytes(12) + hex("ffffff0f 00000000"), "malformed LDAP answer");
+  expect_note(32, hex("2a000000") + zeros(32) + hex("ffffff0f"), "malformed LDAP search");
+  expect_note(33, hex("2a000000") + zeros(12) + hex("ffffff0f 00000000"), "malformed LDAP answer");
 }
 
 }  // namespace

@@ -43,12 +43,6 @@ class ProgramTest : public testing::Test {
     EXPECT_EQ(program.output_line(), "");
   }
 
-  // A path of `size` bytes below the test's directory.
-  std::string directory_of_size(std::size_t size) const {
-    const std::string base = directory_.path() + "/";
-    return base + std::string(size - base.size(), 'd');
-  }
-
   test::TemporaryDirectory directory_;
   const std::string socket_ = directory_.path() + "/security/aaa/.aaa_domain_socket_fs";
 };
@@ -83,11 +77,11 @@ TEST_F(ProgramTest, OptionsReachTheClients) {
   EXPECT_EQ(word_at(request.receive(20), 16), 10u) << "decimal";
   RawConnection event(socket_);
   event.send(register_event());
-  const Bytes status = event.receive(56);
+  const std::string status = event.receive(56);
   EXPECT_EQ(word_at(status, 16 + 4), 600u);
   EXPECT_EQ(word_at(status, 16 + 36), 77u);
-  request.send(framed(3, Bytes(8)));
-  EXPECT_EQ(request.receive(24), framed(3, hex("f4010000 02000000")));
+  request.send(message_bytes(3, zeros(8)));
+  EXPECT_EQ(request.receive(24), message_bytes(3, hex("f4010000 02000000")));
 }
 
 TEST_F(ProgramTest, BackendOptionsReachTheClients) {
@@ -97,15 +91,15 @@ TEST_F(ProgramTest, BackendOptionsReachTheClients) {
                         "--ldif", ldif, "--local-user", "carol:rose:bud"}));
   program.output_line();
   RawClient client(socket_);
-  client.request.send(framed(18, hex("01000000")));
+  client.request.send(message_bytes(18, hex("01000000")));
   EXPECT_EQ(word_at(client.request.receive_message(), 16), 3u);
-  client.request.send(framed(12, Bytes(392) + hex("04000000")));
+  client.request.send(message_bytes(12, zeros(392) + hex("04000000")));
   EXPECT_EQ(word_at(client.request.receive_message(), 16), 77u);
-  client.request.send(framed(32, Bytes(40)));
+  client.request.send(message_bytes(32, zeros(40)));
   EXPECT_EQ(word_at(client.event.receive_message(), 16 + 16), 1u);
-  client.request.send(framed(119, text("carol")));
-  const Bytes carol = client.request.receive_message();
-  EXPECT_EQ(Bytes(carol.end() - 8, carol.end()), text("rose:bud"));
+  client.request.send(message_bytes(119, "carol"));
+  const std::string carol = client.request.receive_message();
+  EXPECT_THAT(carol, EndsWith("rose:bud"));
 }
 
 TEST_F(ProgramTest, LocalUsersInAFileOutliveIt) {
@@ -119,9 +113,9 @@ TEST_F(ProgramTest, LocalUsersInAFileOutliveIt) {
   Program program(with({"--local-users", file, "--local-user", "carol:other"}));
   program.output_line();
   RawClient client(socket_);
-  client.request.send(framed(119, text("carol")));
-  const Bytes carol = client.request.receive_message();
-  EXPECT_EQ(Bytes(carol.end() - 7, carol.end()), text("rosebud"));
+  client.request.send(message_bytes(119, "carol"));
+  const std::string carol = client.request.receive_message();
+  EXPECT_THAT(carol, EndsWith("rosebud"));
 }
 
 TEST_F(ProgramTest, BadLocalUsersFileIsOneLineAndStatus1) {
@@ -138,7 +132,7 @@ TEST_F(ProgramTest, RunsCommandsAndContinuesAfterABadOne) {
   program.type("nonsense");
   EXPECT_EQ(program.error_line(), "aaad-sim: unknown command 'nonsense', try help\n");
   program.type("send 105 7 ff");
-  EXPECT_EQ(client.event.receive(17), framed(105, hex("ff"), 7));
+  EXPECT_EQ(client.event.receive(17), message_with_id(7, 105, hex("ff")));
   program.type("quit");
   EXPECT_EQ(program.exit_status(), 0);
 }
@@ -149,7 +143,7 @@ TEST_F(ProgramTest, RunsOnAfterTheLastCommandWhichNeedsNoLineEnd) {
   RawClient client(socket_);
   program.type("mlist\nheartbeat", "");
   program.close_input();
-  EXPECT_EQ(client.event.receive(32), framed(122) + framed(132));
+  EXPECT_EQ(client.event.receive(32), message_bytes(122) + message_bytes(132));
   program.signal(SIGTERM);
   EXPECT_EQ(program.exit_status(), 0);
 }
@@ -203,10 +197,10 @@ TEST_F(ProgramTest, DirectoryThatClientsRefuseIsRefused) {
 TEST_F(ProgramTest, DirectoryThatLeavesNoRoomForSocketNamesIsRefused) {
   for (const std::size_t size : {73, 76, 300}) {
     expect_one_error(
-        {"--directory", directory_of_size(size)},
+        {"--directory", directory_.path_of_size(size)},
         "is " + std::to_string(size) + " bytes long, socket names leave room for 69\n");
   }
-  const std::string longest = directory_of_size(72);
+  const std::string longest = directory_.path_of_size(72);
   Program program({"--directory", longest});
   EXPECT_EQ(program.output_line(),
             "aaad-sim: listening on " + longest + "/security/aaa/.aaa_domain_socket_fs\n");
@@ -214,7 +208,7 @@ TEST_F(ProgramTest, DirectoryThatLeavesNoRoomForSocketNamesIsRefused) {
 
 TEST_F(ProgramTest, RelativeDirectoryNeedsAShortCurrentDirectory) {
   const auto before = std::filesystem::current_path();
-  const auto longest = directory_of_size(127);
+  const auto longest = directory_.path_of_size(127);
   for (const std::string& current : {longest, longest + "d"}) {
     std::filesystem::create_directory(current);
     std::filesystem::current_path(current);

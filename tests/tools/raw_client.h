@@ -1,39 +1,34 @@
-// Literal bytes, and connections to the simulator that carry them without the client library.
+// Connections to the simulator that carry literal bytes, without the client library.
 #pragma once
 
 #include <chrono>
 #include <string>
-#include <string_view>
 
 #include "server/file_descriptor.h"
-#include "wire/message.h"
+#include "support/bytes.h"
 
 namespace aaa_sim_test {
 
 using aaa_sim::Bytes;
-
-// Pairs of hexadecimal digits; blanks are ignored.
-Bytes hex(std::string_view digits);
-// Without a NUL.
-Bytes text(std::string_view characters);
-Bytes operator+(Bytes left, const Bytes& right);
-
-// Header and body.
-Bytes framed(std::uint8_t type, const Bytes& body = {}, std::uint8_t id = 0);
-
-// In host byte order. Fails the test if the bytes end before it.
-std::uint32_t word_at(const Bytes& bytes, std::size_t offset);
+using test::bytes_of;
+using test::hex;
+using test::item_bytes;
+using test::message_bytes;
+using test::message_with_id;
+using test::word_at;
+using test::word_bytes;
+using test::zeros;
 
 class RawConnection {
  public:
   // Connects, or fails the test.
   explicit RawConnection(const std::string& path);
 
-  void send(const Bytes& bytes);
+  void send(const std::string& bytes);
   // Less than `size` bytes after 5 seconds or when the peer closes.
-  Bytes receive(std::size_t size);
+  std::string receive(std::size_t size);
   // Header and body; empty after a timeout.
-  Bytes receive_message();
+  std::string receive_message();
   // Bytes that have arrived.
   std::size_t available() const;
   bool stays_silent(std::chrono::milliseconds duration = std::chrono::milliseconds(20));
@@ -47,12 +42,12 @@ class RawConnection {
 };
 
 // The model name has four characters.
-Bytes register_request(std::string_view model = "netd");
-Bytes register_event(std::string_view model = "netd");
+std::string register_request(const std::string& model = "netd");
+std::string register_event(const std::string& model = "netd");
 
 // A registered client. Its registration's answers have been read.
 struct RawClient {
-  explicit RawClient(const std::string& path, std::string_view model = "netd");
+  explicit RawClient(const std::string& path, const std::string& model = "netd");
 
   RawConnection request;
   RawConnection event;

@@ -29,7 +29,7 @@ TEST_F(RegistrationTest, EventConnectionWithoutARequestConnectionIsClosed) {
 
 TEST_F(RegistrationTest, MessageOfAnUnregisteredClientIsNotAnswered) {
   RawConnection request = connect();
-  request.send(framed(132));
+  request.send(message_bytes(132));
   EXPECT_TRUE(request.is_closed_by_peer());
   EXPECT_TRUE(sim_.wait_for_note("not registered"));
 }
@@ -38,7 +38,7 @@ TEST_F(RegistrationTest, RefusedClientIsAnsweredButNotRegistered) {
   sim_.change([](Settings& settings) { settings.aaa_id = 255; });
   RawConnection request = connect();
   request.send(register_request());
-  EXPECT_EQ(request.receive(20), framed(100, hex("ff000000")));
+  EXPECT_EQ(request.receive(20), message_bytes(100, hex("ff000000")));
   RawConnection event = connect();
   event.send(register_event());
   EXPECT_TRUE(event.is_closed_by_peer());
@@ -48,7 +48,7 @@ TEST_F(RegistrationTest, BrokenRequestsAreClosedWithANote) {
   for (const char* body : {"", "31 00", "31 61 62", "33 61 00"}) {
     sim_.clear_messages();
     RawConnection request = connect();
-    request.send(framed(0, hex(body)));
+    request.send(message_bytes(0, hex(body)));
     EXPECT_TRUE(request.is_closed_by_peer()) << body;
     EXPECT_TRUE(sim_.wait_for_note("broken register request")) << body;
   }
@@ -61,14 +61,14 @@ TEST_F(RegistrationTest, ShortBodyIsTheFirstHalfOfTheBody) {
   EXPECT_EQ(request.receive(20).size(), 20u) << "faults go by role";
   RawConnection event = connect();
   event.send(register_event());
-  EXPECT_EQ(event.receive(36), framed(102, hex("01000000") + Bytes(16)));
+  EXPECT_EQ(event.receive(36), message_bytes(102, hex("01000000") + zeros(16)));
 }
 
 TEST_F(RegistrationTest, ClientsAreDistinguishedByModel) {
   RawClient netd = register_client("netd");
   RawClient logd = register_client("logd");
   EXPECT_EQ(sim_.send_message({.model = "logd"}, Role::event, 122, 0), 1u);
-  EXPECT_EQ(logd.event.receive(16), framed(122));
+  EXPECT_EQ(logd.event.receive(16), message_bytes(122));
   EXPECT_EQ(sim_.send_message({.pid = 1}, Role::event, 122, 0), 0u);
   EXPECT_EQ(sim_.send_message({}, Role::event, 122, 0), 2u);
 }
@@ -80,7 +80,7 @@ TEST_F(RegistrationTest, SecondRegistrationReplacesTheFirst) {
   EXPECT_EQ(sim_.send_message({}, Role::event, 122, 0), 1u);
   EXPECT_EQ(current.event.receive(16).size(), 16u);
   EXPECT_TRUE(old.event.stays_silent());
-  old.request.send(framed(132));
+  old.request.send(message_bytes(132));
   EXPECT_TRUE(old.request.is_closed_by_peer());
 }
 

@@ -8,20 +8,20 @@ using testing::Pair;
 using ReportsTest = ClientTest;
 
 // A record of 392 bytes with the name at 16.
-Bytes user_record(const Bytes& id, const char* name) {
-  Bytes record = id + Bytes(12) + text(name);
+std::string user_record(const std::string& id, const char* name) {
+  std::string record = id + zeros(12) + name;
   record.resize(392);
   return record;
 }
 
 TEST_F(ReportsTest, RegisteredGroupIsKeptAndAnsweredWithZero) {
-  const Bytes body = hex("05000000 07000000") + text("radius1") + hex("00");
-  EXPECT_EQ(ask(13, body), framed(108, Bytes(4)));
+  const std::string body = hex("05000000 07000000") + "radius1" + hex("00");
+  EXPECT_EQ(ask(13, body), message_bytes(108, zeros(4)));
   EXPECT_THAT(sim_.reports().groups, ElementsAre(Pair("radius1", aaa_sim::RegisteredGroup{5, 7})));
 }
 
 TEST_F(ReportsTest, SynchronisedUserIsKnownUntilItIsDeleted) {
-  tell(10, hex("01000000 2a000000 03000000 04000000") + Bytes(16), 42);
+  tell(10, hex("01000000 2a000000 03000000 04000000") + zeros(16), 42);
   EXPECT_THAT(sim_.reports().users.at(42).words, ElementsAre(1u, 42u, 3u, 4u));
   tell(8, hex("2a000000 09000000"), 42);
   EXPECT_TRUE(sim_.reports().users.empty());
@@ -29,10 +29,10 @@ TEST_F(ReportsTest, SynchronisedUserIsKnownUntilItIsDeleted) {
 }
 
 TEST_F(ReportsTest, RestoredUserIsKnownUntilItIsMovedOut) {
-  const Bytes record = user_record(hex("2a000000"), "alice");
+  const std::string record = user_record(hex("2a000000"), "alice");
   tell(11, record, 42);
   EXPECT_EQ(sim_.reports().users.at(42).name(), "alice");
-  EXPECT_EQ(sim_.reports().users.at(42).record, record);
+  EXPECT_EQ(sim_.reports().users.at(42).record, Bytes(record.begin(), record.end()));
   tell(34, hex("2a000000 09000000"), 42);
   EXPECT_TRUE(sim_.reports().users.empty());
   EXPECT_THAT(sim_.reports().deleted_users, ElementsAre(aaa_sim::DeletedUser{42, 9, true}));
@@ -46,39 +46,37 @@ TEST_F(ReportsTest, BackedUpUserIsKnownByTheIdInTheHeader) {
 
 TEST_F(ReportsTest, RareResultIsKeptBySession) {
   // The code at 0 and the session id at 572 of a block of 1280 bytes.
-  Bytes block(1280);
-  block[0] = 1;
-  block[572] = 42;
-  tell(4, hex("0100 0005") + block, 42);
+  const std::string block = word_bytes(1) + zeros(568) + word_bytes(42) + zeros(704);
+  tell(4, item_bytes(1, block), 42);
   EXPECT_THAT(sim_.reports().rare_results, ElementsAre(Pair(42u, 1u)));
 }
 
 TEST_F(ReportsTest, RadextRequestIsAnsweredOnTheEventConnection) {
   // num_a at 152, num_b at 156, text_a at 288.
-  Bytes block = Bytes(152) + hex("05000000 06000000") + Bytes(128) + text("mac");
+  std::string block = zeros(152) + hex("05000000 06000000") + zeros(128) + "mac";
   block.resize(2784);
-  client_.request.send(framed(23, block));
-  EXPECT_EQ(client_.event.receive_message(), framed(125, hex("05000000 06000000") + Bytes(16)));
+  client_.request.send(message_bytes(23, block));
+  EXPECT_EQ(client_.event.receive_message(),
+            message_bytes(125, hex("05000000 06000000") + zeros(16)));
   EXPECT_THAT(sim_.reports().radext_requests, ElementsAre(aaa_sim::RadextRequest{5, 6, "mac"}));
 }
 
 TEST_F(ReportsTest, LdapAnswerOfAClientIsKept) {
-  tell(33,
-       hex("2a000000 01000000 00000000 00000000 01000000 00000000") + hex("3501 0000 3201 0000") +
-           hex("3601 1200 01000000 3701 0400") + text("cn=b") + hex("3801 0100") + text("n") +
-           hex("3901 0100") + text("w"),
-       42);
+  const std::string entry = hex("3601 1200") + word_bytes(1) + item_bytes(311, "cn=b") +
+                            item_bytes(312, "n") + item_bytes(313, "w");
+  tell(33, word_bytes({42, 1, 0, 0, 1, 0}) + item_bytes(309, "") + item_bytes(306, "") + entry, 42);
   const aaa_sim::LdapAnswer expected{
       .session_id = 42, .code = 1, .entries = {{"cn=b", {{"n", "w"}}}}};
   EXPECT_THAT(sim_.reports().ldap_answers, ElementsAre(expected));
 }
 
 TEST_F(ReportsTest, ReportsAreListedInLines) {
-  tell(13, hex("05000000 07000000") + text("rad") + hex("00"));
-  tell(16, hex("0100 0400") + text("rad") + hex("00 0200 0400 03000000"));
-  tell(17, {});
-  tell(17, {});
-  client_.event.send(framed(14, hex("ffffffff")) + framed(15, hex("0102030405060708")));
+  tell(13, hex("05000000 07000000") + "rad" + hex("00"));
+  tell(16, item_bytes(1, "rad" + zeros(1)) + item_bytes(2, word_bytes(3)));
+  tell(17);
+  tell(17);
+  client_.event.send(message_bytes(14, hex("ffffffff")) +
+                     message_bytes(15, hex("0102030405060708")));
   ASSERT_TRUE(sim_.wait_for_message(received(15, Role::event)));
   tell(11, user_record(hex("2a000000"), "alice"));
   tell(34, hex("2b000000 09000000"));

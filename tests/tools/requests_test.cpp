@@ -7,8 +7,8 @@ namespace {
 using std::chrono::milliseconds;
 using RequestsTest = ClientTest;
 
-const Bytes kHeartbeat = framed(132);
-const Bytes kSessionIds = framed(3, Bytes(8));
+const std::string kHeartbeat = message_bytes(132);
+const std::string kSessionIds = message_bytes(3, zeros(8));
 
 TEST_F(RequestsTest, HeartbeatsAreSentAtAnInterval) {
   sim_.change([](Settings& settings) { settings.heartbeat_interval = milliseconds(10); });
@@ -16,10 +16,10 @@ TEST_F(RequestsTest, HeartbeatsAreSentAtAnInterval) {
 }
 
 TEST_F(RequestsTest, UnknownMessageIsRecordedAndNotAnswered) {
-  client_.request.send(framed(29, hex("aabbccdd"), 5));
+  client_.request.send(message_with_id(5, 29, hex("aabbccdd")));
   const auto message = sim_.wait_for_message(received(29));
   ASSERT_TRUE(message);
-  EXPECT_EQ(message->bytes, framed(29, hex("aabbccdd"), 5));
+  EXPECT_EQ(bytes_of(*message), message_with_id(5, 29, hex("aabbccdd")));
   EXPECT_EQ(message->role, Role::request);
   EXPECT_EQ(message->client.model, "netd");
   EXPECT_TRUE(client_.request.stays_silent());
@@ -27,17 +27,17 @@ TEST_F(RequestsTest, UnknownMessageIsRecordedAndNotAnswered) {
 
 // The result code is at 4 of the result's body, the session id at 576.
 TEST_F(RequestsTest, LoginsOfUnknownUsersAndMalformedOnesAreRejected) {
-  const std::pair<Bytes, const char*> logins[] = {{login("nobody", "secret"), "Unknown user"},
-                                                  {{}, "Unreadable request"},
-                                                  {Bytes(1183), "Unreadable request"}};
+  const std::pair<std::string, const char*> logins[] = {{login("nobody", "secret"), "Unknown user"},
+                                                        {"", "Unreadable request"},
+                                                        {zeros(1183), "Unreadable request"}};
   for (const auto& [body, message] : logins) {
-    client_.request.send(framed(5, body, 7));
-    const Bytes result = client_.event.receive_message();
+    client_.request.send(message_with_id(7, 5, body));
+    const std::string result = client_.event.receive_message();
     EXPECT_EQ(word_at(result, 4), 7u);
     EXPECT_EQ(word_at(result, 8), 103u);
     EXPECT_EQ(word_at(result, 16 + 4), 1u);
     EXPECT_EQ(word_at(result, 16 + 576), 7u);
-    EXPECT_THAT(std::string(result.begin(), result.end()), HasSubstr(message));
+    EXPECT_THAT(result, HasSubstr(message));
   }
 }
 
@@ -45,7 +45,7 @@ TEST_F(RequestsTest, DelayedAnswersAreSentInOrder) {
   sim_.change([](Settings& settings) { settings.delay = milliseconds(60); });
   const auto start = std::chrono::steady_clock::now();
   client_.request.send(kSessionIds + kSessionIds);
-  const Bytes answers = client_.request.receive(48);
+  const std::string answers = client_.request.receive(48);
   EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(60));
   EXPECT_EQ(word_at(answers, 16), 1u);
   EXPECT_EQ(word_at(answers, 24 + 16), 101u);
@@ -66,7 +66,8 @@ TEST_F(RequestsTest, DelayedAnswerToAClosedConnectionIsDropped) {
 
 TEST_F(RequestsTest, DelayedAnswerOfAClearedSessionIsDropped) {
   sim_.change([](Settings& settings) { settings.delay = milliseconds(50); });
-  client_.request.send(framed(6, {}, 42) + framed(6, {}, 43) + framed(19, hex("0000002a")));
+  client_.request.send(message_with_id(42, 6) + message_with_id(43, 6) +
+                       message_bytes(19, hex("0000002a")));
   EXPECT_EQ(word_at(client_.event.receive_message(), 4), 43u);
   EXPECT_EQ(sim_.count(sent(103)), 1u);
 }

@@ -4,9 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "aaad_sim.h"
+#include "support/encoded_body.h"
 #include "support/temporary_directory.h"
 #include "tools/raw_client.h"
 
@@ -26,7 +25,7 @@ class SimTest : public testing::Test {
   SimTest() { sim_.start(); }
 
   RawConnection connect() { return RawConnection(sim_.socket_path()); }
-  RawClient register_client(std::string_view model = "netd") {
+  RawClient register_client(const std::string& model = "netd") {
     return RawClient(sim_.socket_path(), model);
   }
 
@@ -38,15 +37,15 @@ class SimTest : public testing::Test {
 class ClientTest : public SimTest {
  protected:
   // The answer on the request connection, header included.
-  Bytes ask(std::uint8_t type, const Bytes& body, std::uint8_t id = 0) {
-    client_.request.send(framed(type, body, id));
+  std::string ask(std::uint32_t type, const std::string& body, std::uint32_t id = 0) {
+    client_.request.send(message_with_id(id, type, body));
     return client_.request.receive_message();
   }
 
   // Sends a message without an answer, and waits until it has arrived.
-  void tell(std::uint8_t type, const Bytes& body, std::uint8_t id = 0) {
+  void tell(std::uint32_t type, const std::string& body = "", std::uint32_t id = 0) {
     const std::size_t before = sim_.count(received(type));
-    client_.request.send(framed(type, body, id));
+    client_.request.send(message_with_id(id, type, body));
     EXPECT_TRUE(sim_.wait_for_message(received(type), sim_.kTimeout, before));
   }
 
@@ -54,17 +53,12 @@ class ClientTest : public SimTest {
 };
 
 // The body of an authentication request.
-inline Bytes login(const std::string& name, const std::string& password) {
-  authen_info record{};
+inline std::string login(const std::string& name, const std::string& password) {
+  authen_info record = {};
   record.session_id = 7;
-  std::strncpy(record.chars65_a, name.c_str(), sizeof record.chars65_a - 1);
-  record.user_password = {0, static_cast<std::uint16_t>(password.size()), password.data()};
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_authen_info(&record, &body);
-  const auto* first = static_cast<const std::uint8_t*>(body);
-  Bytes bytes(first, first + length);
-  aaa_free(0, "", body);
-  return bytes;
+  name.copy(record.chars65_a, sizeof record.chars65_a - 1);
+  record.user_password = test::record_item(password);
+  return test::encoded_body(aaa_encap_authen_info, record);
 }
 
 }  // namespace aaa_sim_test

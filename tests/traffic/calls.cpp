@@ -7,6 +7,15 @@
 #include "username_lib.h"
 
 namespace traffic {
+
+void read_and_release(result_info* result) {
+  touch(result, sizeof *result);
+  // Three items point into a body that the library has released.
+  result->item_318 = result->item_319 = result->item_320 = {};
+  touch_items(*result);
+  aaa_free_result_info(result);
+}
+
 namespace {
 
 constexpr std::uint32_t nines[6] = {9, 9, 9, 9, 9, 9};
@@ -29,14 +38,6 @@ std::int64_t register_client() {
   reg_info info = {};
   std::snprintf(info.model_name, sizeof info.model_name, "calls");
   return aaa_svr_reg(&info) == 0 ? aaa_is_alive() : -1;
-}
-
-void read_and_release(result_info* result) {
-  touch(result, sizeof *result);
-  // Three items point into a body that the library has released.
-  result->item_318 = result->item_319 = result->item_320 = {};
-  touch_items(*result);
-  aaa_free_result_info(result);
 }
 
 template <auto ask, class Record>
@@ -80,11 +81,11 @@ std::int64_t update_user() {
 }
 
 Message answer(std::uint32_t type, std::initializer_list<std::uint32_t> body) {
-  return {"answer", type, words(body)};
+  return {"answer", type, test::word_bytes(body)};
 }
 Message result(std::uint32_t type) {
   result_info record = of_session<result_info>();
-  return {"answer", type, test::encoded(aaa_encap_result_info, record)};
+  return {"answer", type, test::encoded_body(aaa_encap_result_info, record)};
 }
 
 // ---- Calls that only send ----
@@ -181,7 +182,7 @@ const std::vector<Exchange>& exchanges() {
       {"username_lib_update_user",
        update_user,
        AAA_MSG_LOCAL_UPDATE_USER,
-       {"answer", AAA_MSG_LOCAL_UPDATE_USER, {1}},
+       {"answer", AAA_MSG_LOCAL_UPDATE_USER, "\1"},
        0,
        -3,
        0},
@@ -198,19 +199,19 @@ std::span<const Exchange> questions() {
 namespace {
 
 // Items whose length counts their header of 8 bytes.
-Bytes whole_user() {
-  test::BodyBuilder body;
-  const auto text = [&](std::uint32_t type, const std::string& value) {
-    body.word32(type).word32(static_cast<std::uint32_t>(8 + value.size())).bytes(value);
+std::string whole_user() {
+  std::string body;
+  const auto add = [&](std::uint32_t type, const std::string& value) {
+    body += test::word_bytes({type, static_cast<std::uint32_t>(8 + value.size())}) + value;
   };
-  text(1, "alice");
-  text(6, "first");
-  text(6, "second");
-  text(18, "string 18");
-  text(19, "string 19");
+  add(1, "alice");
+  add(6, "first");
+  add(6, "second");
+  add(18, "string 18");
+  add(19, "string 19");
   for (const std::uint32_t type : {2u, 5u, 10u, 12u, 13u, 20u, 7u, 8u, 9u})
-    body.word32(type).word32(12).word32(type);
-  return body.body();
+    add(type, test::word_bytes(type));
+  return body;
 }
 
 }  // namespace

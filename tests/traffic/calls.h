@@ -13,6 +13,9 @@ namespace traffic {
 // The session of the requests.
 inline constexpr std::uint32_t some_session = 9;
 
+// Reads every byte of a result that the library has handed out.
+void read_and_release(result_info* result);
+
 // A call that waits for aaad's answer, and what it returns, or writes where the caller says, as one
 // number. Results and users are read and released.
 struct Exchange {

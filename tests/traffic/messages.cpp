@@ -12,8 +12,9 @@
 namespace traffic {
 namespace {
 
-using test::BodyBuilder;
-using test::item;
+using test::record_item;
+using test::word_at;
+using test::word_bytes;
 
 constexpr std::size_t types = 256;
 std::array<std::atomic<std::size_t>, types> received_of;
@@ -22,21 +23,17 @@ std::atomic<std::size_t> wrong = 0;
 // ---- Bodies ----
 
 // A body of `size` bytes whose first word is `first`.
-Bytes block(std::uint32_t first, std::size_t size) {
-  return BodyBuilder().word32(first).bytes(std::string(size - 4, '\x5a')).body();
+std::string block(std::uint32_t first, std::size_t size) {
+  return word_bytes(first) + std::string(size - 4, '\x5a');
 }
 
 // A record behind the name of a group.
-Bytes of_group(const Bytes& record) {
-  return BodyBuilder().bytes("\5group").bytes({record.begin(), record.end()}).body();
+std::string of_group(const std::string& record) {
+  return "\5group" + record;
 }
 
-Bytes password_update_body() {
-  BodyBuilder body;
-  body.word32(7).word32(0);
-  for (const std::string text : {"alice", "old", "new"})
-    body.word32(static_cast<std::uint32_t>(text.size())).bytes(text);
-  return body.body();
+std::string password_update_body() {
+  return word_bytes({7, 0, 5}) + "alice" + word_bytes(3) + "old" + word_bytes(3) + "new";
 }
 
 // ---- Callbacks ----
@@ -46,7 +43,7 @@ void note(std::uint32_t type, bool is_as_sent) {
   wrong += is_as_sent ? 0 : 1;
 }
 
-const Bytes& sent(std::uint32_t type) {
+const std::string& sent(std::uint32_t type) {
   return std::ranges::find(event_messages(), type, &Message::type)->body;
 }
 
@@ -94,9 +91,9 @@ void take_bytes(const void* body) {
 
 int judge_group(const void* body, std::uint32_t word, std::uint32_t length) {
   touch(body, length);
-  const Bytes& all = sent(AAA_MSG_GS_VALID_REQ);
+  const std::string& all = sent(AAA_MSG_GS_VALID_REQ);
   note(AAA_MSG_GS_VALID_REQ, length == all.size() && std::memcmp(body, all.data(), length) == 0 &&
-                                 word == test::word32(all, 392));
+                                 word == word_at(all, 392));
   return static_cast<int>(word & 1);
 }
 
@@ -115,43 +112,26 @@ void update_password(std::uint32_t code, const char* s1, const char* s2, const c
 
 }  // namespace
 
-Bytes Message::bytes() const {
-  return BodyBuilder()
-      .word32(0x01010101)
-      .word32(0)
-      .word32(type)
-      .word32(static_cast<std::uint32_t>(body.size()))
-      .bytes({body.begin(), body.end()})
-      .body();
-}
-
-Bytes words(std::initializer_list<std::uint32_t> values) {
-  BodyBuilder body;
-  for (const std::uint32_t value : values)
-    body.word32(value);
-  return body.body();
-}
-
-Bytes ldap_search_body() {
-  aaa_item attributes[] = {item("uid"), item("mail")};
+std::string ldap_search_body() {
+  aaa_item attributes[] = {record_item("uid"), record_item("mail")};
   ldap_search_info record{};
   record.head.attr_count = 2;
-  record.item_301 = item("base");
-  record.item_307 = item("filter");
+  record.item_301 = record_item("base");
+  record.item_307 = record_item("filter");
   record.attributes = attributes;
-  return test::encoded(aaa_encap_ldap_search_info, record);
+  return test::encoded_body(aaa_encap_ldap_search_info, record);
 }
 
-Bytes ldap_answer_body() {
+std::string ldap_answer_body() {
   test::TwoEntries two;
-  return test::encoded(aaa_encap_ldap_search_result_info, two.record);
+  return test::encoded_body(aaa_encap_ldap_search_result_info, two.record);
 }
 
 Message register_answer() {
-  return {"registration", 100, words({7})};
+  return {"registration", 100, word_bytes({7})};
 }
 Message info_ready() {
-  return {"info_ready", 102, words({1, 0, 1, 0, 0, 0, 1, 1, 1, 64})};
+  return {"info_ready", 102, word_bytes({1, 0, 1, 0, 0, 0, 1, 1, 1, 64})};
 }
 Message deregister_answer() {
   return {"deregistration", 101, {}};
@@ -162,15 +142,15 @@ const std::vector<Message>& event_messages() {
       info_ready(),
       {"result", 103, full_body<result_info>()},
       {"del_notice", 105, block(2, 560)},
-      {"debug_info", 106, words({0, 500})},
+      {"debug_info", 106, word_bytes({0, 500})},
       {"authen_group", 109, of_group(full_body<authen_info>())},
       {"author_group", 110, of_group(full_body<author_info>())},
       {"acct_group", 111, of_group(full_body<acct_info>())},
       {"gs_valid", 112, block(0, 396)},
-      {"online_info", 113, words({1, 2})},
+      {"online_info", 113, word_bytes({1, 2})},
       {"enable_authen", 121, full_body<authen_info>()},
       {"mlist_change", 122, {}},
-      {"del_request", 123, words({0, 1, 2})},
+      {"del_request", 123, word_bytes({0, 1, 2})},
       {"radext_result", 125, block(1, 24)},
       {"coa_request", 126, block(0, 720)},
       {"localeap", 127, full_body<authen_info>()},
@@ -186,7 +166,7 @@ std::vector<Message> notices() {
   std::erase_if(all, [](const Message& one) {
     return one.type == AAA_MSG_AAA_INFO_READY || one.type == AAA_MSG_NOTIFY_RESULT;
   });
-  std::ranges::find(all, AAA_MSG_AAA_DEBUG_INFO, &Message::type)->body = words({0, 0});
+  std::ranges::find(all, AAA_MSG_AAA_DEBUG_INFO, &Message::type)->body = word_bytes({0, 0});
   all.push_back(deregister_answer());
   return all;
 }

@@ -2,35 +2,31 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "aaa_client.h"
 #include "codec/records.h"
+#include "support/encoded_body.h"
 
 namespace traffic {
-
-using test::Bytes;
 
 struct Message {
   std::string name;
   std::uint32_t type;
-  Bytes body;
+  std::string body;
 
   // As it crosses a socket.
-  Bytes bytes() const;
+  std::string bytes() const { return test::message_bytes(type, body); }
 };
-
-Bytes words(std::initializer_list<std::uint32_t> values);
 
 // The body of a record with a short value in every item.
 template <typename Record>
-Bytes full_body() {
+std::string full_body() {
   using C = test::Codec<Record>;
   Record record{};
   for (const auto& descriptor : C::descriptors)
-    record.*descriptor.member = test::item("value");
+    record.*descriptor.member = test::record_item("value");
   for (const auto& data : C::datas) {
     record.*data.data = "some data";
     record.*data.length = 9;
@@ -40,10 +36,10 @@ Bytes full_body() {
     C::ext_data(record) = "ext data";
     C::ext_data_len(record) = 8;
   }
-  return test::encoded(C::encode, record);
+  return test::encoded_body(C::encode, record);
 }
-Bytes ldap_search_body();
-Bytes ldap_answer_body();
+std::string ldap_search_body();
+std::string ldap_answer_body();
 
 // The answers to the register requests on the two sockets, and to the deregister request.
 Message register_answer();

@@ -82,9 +82,9 @@ TEST_F(AsyncReceive, HoldsTheEventReadLockAloneAndOnTheRequestSocketTheLibraryLo
   use_as_request_socket();
   EXPECT_EQ(event_message('b'), take_message(aaalib_recv_ipc_msg()));
   using Locks = std::vector<std::string>;
-  EXPECT_THAT(held, testing::ElementsAre(Locks{"event_read_lock"}, Locks{"event_read_lock"},
-                                         Locks{"aaa_lib_lock"}, Locks{"aaa_lib_lock"}));
-  EXPECT_THAT(locks_held(), testing::IsEmpty());
+  EXPECT_THAT(held, ElementsAre(Locks{"event_read_lock"}, Locks{"event_read_lock"},
+                                Locks{"aaa_lib_lock"}, Locks{"aaa_lib_lock"}));
+  EXPECT_THAT(locks_held(), IsEmpty());
 }
 
 }  // namespace test::async_receive

@@ -6,8 +6,6 @@
 
 namespace test::debug_log {
 
-using testing::IsEmpty;
-
 constexpr char kLine[] = "already unregistered or not registered or is connecting!\r\n";
 
 class DebugLog : public LibraryTest {
@@ -109,14 +107,10 @@ TEST_F(DebugLog, WithoutALimitNothingIsRefused) {
 }
 
 TEST_F(DebugLog, TheCountIsExactWithManyThreads) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i)
-    threads.emplace_back([] {
-      for (int n = 0; n < 5000; ++n)
-        aaalib_debug_num_check();
-    });
-  for (std::thread& thread : threads)
-    thread.join();
+  on_threads(4, [](std::uint32_t) {
+    for (int n = 0; n < 5000; ++n)
+      aaalib_debug_num_check();
+  });
   EXPECT_EQ(20000u, count());
 }
 

@@ -19,10 +19,9 @@ class Drain : public PairTest {
   static bool exchange_fails() { return !aaa::Reply(aaalib_sr_ipc_msg(3, "ask", 3)); }
   // The lines of a drain that was cut after so many bytes, with the error of the failed send.
   void expect_cut(int cleared, int error) {
-    EXPECT_THAT(
-        log_.messages(),
-        testing::ElementsAre("clear " + std::to_string(cleared) + " bytes data from sd buffer\r\n",
-                             "Send ipc message failed, errno(" + std::to_string(error) + ").\r\n"));
+    EXPECT_THAT(log_.messages(),
+                ElementsAre("clear " + std::to_string(cleared) + " bytes data from sd buffer\r\n",
+                            "Send ipc message failed, errno(" + std::to_string(error) + ").\r\n"));
     EXPECT_TRUE(is_free(aaa_lib_lock));
   }
 };

@@ -51,8 +51,8 @@ class EndpointTest : public LibraryTest {
                              const std::string& function) {
     const OpenLog log;
     EXPECT_EQ(-1, call());
-    EXPECT_THAT(log.messages(), testing::ElementsAre(message));
-    EXPECT_THAT(log.functions(), testing::ElementsAre(function));
+    EXPECT_THAT(log.messages(), ElementsAre(message));
+    EXPECT_THAT(log.functions(), ElementsAre(function));
   }
 
  private:

@@ -8,7 +8,6 @@
 namespace test::exchange {
 
 using aaa::Reply;
-using testing::ElementsAre;
 
 class Exchange : public PairTest {
  protected:
@@ -38,7 +37,7 @@ TEST_F(Exchange, BadArgumentsGiveNullWithoutALineOrAMessage) {
   EXPECT_EQ(nullptr, aaalib_sr_ipc_msg(3, "x", -1));
   EXPECT_EQ(nullptr, aaalib_sr_ipc_msg(3, nullptr, 1));
   EXPECT_EQ(nullptr, aaalib_sr_ipc_msg(3, nullptr, -1));
-  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+  EXPECT_THAT(log_.lines(), IsEmpty());
   EXPECT_EQ(0u, pair_.waiting_for_peer());
 }
 

@@ -52,7 +52,7 @@ TEST_F(LinkClose, NothingOpenIsSuccessWithoutALine) {
     EXPECT_EQ(0, aaa_lib_client_close());
   }
   EXPECT_TRUE(closed_.empty());
-  EXPECT_THAT(log_.lines(), testing::IsEmpty());
+  EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
 TEST_F(LinkClose, TheOneThatIsOpenIsClosed) {
@@ -68,10 +68,10 @@ TEST_F(LinkClose, EqualDescriptorsAreClosedOnceWithALine) {
   const ScriptedCalls calls(failing_close(-1));
   put(fd, fd);
   expect_close(0);
-  EXPECT_THAT(closed_, testing::ElementsAre(fd));
+  EXPECT_THAT(closed_, ElementsAre(fd));
   EXPECT_THAT(log_.messages(),
-              testing::ElementsAre("socket equal " + std::to_string(fd) + ", close once\r\n"));
-  EXPECT_THAT(log_.functions(), testing::ElementsAre("aaa_lib_client_close"));
+              ElementsAre("socket equal " + std::to_string(fd) + ", close once\r\n"));
+  EXPECT_THAT(log_.functions(), ElementsAre("aaa_lib_client_close"));
 }
 
 TEST_F(LinkClose, EqualDescriptorsThatAreNotOpenAreForgotten) {

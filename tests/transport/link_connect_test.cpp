@@ -3,9 +3,6 @@
 
 namespace test::link_connect {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class LinkConnect : public EndpointTest {
  protected:
   LinkConnect() { sim_.start(); }

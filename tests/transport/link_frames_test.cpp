@@ -3,8 +3,7 @@
 
 #include <sys/resource.h>
 
-#include <atomic>
-
+#include "support/stopping_point.h"
 #include "transport/pair_test.h"
 
 namespace test::link_frames {
@@ -35,18 +34,14 @@ class LinkFrames : public PairTest {
 };
 
 TEST_F(LinkFrames, AWriteThatIsStuckOnTheRequestSocketHoldsUpNothingOnTheEventSocket) {
-  std::atomic<bool> is_stuck = false;
-  std::atomic<bool> go_on = false;
-  const ScriptedCalls calls({.send = on_request_socket(noting([&] {
-                               is_stuck = true;
-                               EXPECT_TRUE(eventually([&] { return go_on.load(); }));
-                             }))});
+  StoppingPoint point;
+  const ScriptedCalls calls({.send = on_request_socket(noting([&] { point.stop(); }))});
   std::thread stuck([] { EXPECT_EQ(0, send(LinkSocket::request)); });
-  EXPECT_TRUE(eventually([&] { return is_stuck.load(); }));
+  EXPECT_TRUE(point.is_reached());
   EXPECT_FALSE(is_free(aaa::request_write_lock));
   EXPECT_EQ(0, send(LinkSocket::event));
   EXPECT_EQ(message_bytes(132), event_.peer_reads(16));
-  go_on = true;
+  point.go_on();
   stuck.join();
 }
 

@@ -8,8 +8,6 @@
 
 namespace test::message_counters {
 
-using testing::ElementsAre;
-
 static_assert(sizeof(aaa_msg_stat) == 24);
 static_assert(offsetof(aaa_msg_stat, send_error_times) == 0);
 static_assert(offsetof(aaa_msg_stat, send_again_times) == 4);

@@ -7,8 +7,6 @@
 
 namespace test::message_endpoints {
 
-using testing::IsEmpty;
-
 class MessageEndpoints : public EndpointTest {
  protected:
   std::string server_name() const {
@@ -93,7 +91,7 @@ TEST_F(MessageEndpoints, AddressesHaveTheirFullSize) {
   };
   const ScriptedCalls calls({.bind = note, .connect = note});
   ASSERT_EQ(0, aaa_lib_msg_socket_init());
-  EXPECT_THAT(lengths, testing::ElementsAre(110, 110, 110));
+  EXPECT_THAT(lengths, ElementsAre(110, 110, 110));
 }
 
 TEST_F(MessageEndpoints, StaleFilesDoNotMatter) {

@@ -7,9 +7,6 @@
 
 namespace test::message {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class MessageBlock : public LibraryTest {
  protected:
   // The block as bytes, or "none".
@@ -22,22 +19,14 @@ class MessageBlock : public LibraryTest {
 };
 
 TEST_F(MessageBlock, HasTheHeaderWordsInOrderAndTheBodyBehindThem) {
-  const std::string bytes = build(103, 0xCAFE, "body", 4);
-  ASSERT_EQ(20u, bytes.size());
-  EXPECT_EQ(0x01010101u, word_at(bytes, 0));
-  EXPECT_EQ(0xCAFEu, word_at(bytes, 4));
-  EXPECT_EQ(103u, word_at(bytes, 8));
-  EXPECT_EQ(4u, word_at(bytes, 12));
-  EXPECT_EQ("body", bytes.substr(16));
+  EXPECT_EQ(hex("01010101 feca0000 67000000 04000000") + "body", build(103, 0xCAFE, "body", 4));
   EXPECT_EQ(20u, total_);
 }
 
 TEST_F(MessageBlock, OfANullOrEmptyBodyIsAHeaderWhateverTheLengthSays) {
   for (const auto& [body, length] :
        {std::pair<const char*, std::uint32_t>{nullptr, 100}, {"x", 0}}) {
-    const std::string bytes = build(5, 9, body, length);
-    ASSERT_EQ(16u, bytes.size());
-    EXPECT_EQ(0u, word_at(bytes, 12));
+    EXPECT_EQ(word_bytes({0x01010101, 9, 5, 0}), build(5, 9, body, length));
     EXPECT_EQ(16u, total_);
   }
 }
@@ -112,14 +101,7 @@ class Sending : public PairTest {};
 TEST_F(Sending, WritesAHeaderWithIdZeroTheTypeAndTheBody) {
   const LibraryCounters counters;
   ASSERT_EQ(0, aaa_send_ipc_msg(pair_.own(), 132, "abc", 3));
-  const std::string bytes = pair_.peer_reads(19);
-  ASSERT_EQ(19u, bytes.size());
-  EXPECT_EQ(0x01010101u, word_at(bytes, 0));
-  EXPECT_EQ(0u, word_at(bytes, 4));
-  EXPECT_EQ(132u, word_at(bytes, 8));
-  EXPECT_EQ(3u, word_at(bytes, 12));
-  EXPECT_EQ("abc", bytes.substr(16));
-  EXPECT_EQ(0u, pair_.waiting_for_peer());
+  EXPECT_EQ(word_bytes({0x01010101, 0, 132, 3}) + "abc", pair_.peer_reads());
   EXPECT_EQ(1u, counters.blocks_allocated());
   EXPECT_EQ(1u, counters.blocks_freed());
 }

@@ -4,8 +4,6 @@
 
 namespace test::own_descriptor {
 
-using testing::ElementsAre;
-
 class OwnDescriptor : public PairTest {
  protected:
   OwnDescriptor() {
@@ -64,7 +62,7 @@ TEST_F(OwnDescriptor, BytesAreWrittenAndReadWithoutALock) {
 
 TEST_F(OwnDescriptor, NoLockIsHeldWhileItIsWrittenAndOnALinksSocketItsOwnAlone) {
   for (const auto send : {aaa_send_ipc_msg, aaalib_send_ipc_msg_print}) {
-    EXPECT_THAT(held_while_writing(pair_.own(), send), testing::IsEmpty());
+    EXPECT_THAT(held_while_writing(pair_.own(), send), IsEmpty());
     EXPECT_THAT(held_while_writing(link_.own(), send), ElementsAre("request_write_lock"));
     EXPECT_THAT(held_while_writing(link_.peer(), send), ElementsAre("event_write_lock"));
   }

@@ -1,8 +1,6 @@
 // Tests of the library's socket functions on one end of a pair.
 #pragma once
 
-#include <time.h>
-
 #include "support/library_test.h"
 
 namespace test {
@@ -17,13 +15,5 @@ class PairTest : public LibraryTest {
   MovedClock clock_;
   LogCapture log_;
 };
-
-// Waits until the clock's second has some time left, so that only the test moves it to the next.
-inline void enter_second() {
-  timespec now = {};
-  do {
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-  } while (now.tv_nsec > 700000000);
-}
 
 }  // namespace test

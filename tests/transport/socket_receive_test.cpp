@@ -55,7 +55,7 @@ TEST_F(SocketReceive, NothingToReadIsSuccessAndANegativeLengthTheCurrentErrnoWit
 TEST_F(SocketReceive, PiecesAreJoinedAndOnlyTheRestIsAskedFor) {
   const ScriptedCalls calls(answering([](int call) { return call < 3 ? 4 : 2; }));
   EXPECT_EQ(0, receive(10));
-  EXPECT_THAT(sizes_, testing::ElementsAre(10, 6, 2));
+  EXPECT_THAT(sizes_, ElementsAre(10, 6, 2));
   EXPECT_EQ("xxxxxxxxxx", received(10));
   EXPECT_EQ(0, flags_);
 }

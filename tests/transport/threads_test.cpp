@@ -68,8 +68,8 @@ TEST_F(ThreadName, IsGivenToTheCallingThreadCutTo15CharactersInTheBufferToo) {
 TEST_F(ThreadName, IsReportedAsTheKernelKeptIt) {
   const OpenGate gate;
   expect_name("0123456789abcdefghij", "0123456789abcde");
-  EXPECT_THAT(log_.messages(), testing::ElementsAre("thread name: 0123456789abcde.\r\n"));
-  EXPECT_THAT(log_.functions(), testing::ElementsAre("set_thread_name"));
+  EXPECT_THAT(log_.messages(), ElementsAre("thread name: 0123456789abcde.\r\n"));
+  EXPECT_THAT(log_.functions(), ElementsAre("set_thread_name"));
 }
 
 TEST_F(ThreadName, OfANullPointerChangesNothing) {

@@ -72,9 +72,9 @@ const ExchangeKind queued[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(, DirectExchanges, testing::ValuesIn(direct), exchange_name);
-INSTANTIATE_TEST_SUITE_P(Local, Exchanges, testing::ValuesIn(direct), exchange_name);
-INSTANTIATE_TEST_SUITE_P(ForResult, Exchanges, testing::ValuesIn(queued), exchange_name);
+INSTANTIATE_TEST_SUITE_P(, DirectExchanges, testing::ValuesIn(direct), row_name);
+INSTANTIATE_TEST_SUITE_P(Local, Exchanges, testing::ValuesIn(direct), row_name);
+INSTANTIATE_TEST_SUITE_P(ForResult, Exchanges, testing::ValuesIn(queued), row_name);
 
 TEST_P(Exchanges, CountAndTimeNothing) {
   const LibraryCounters counters;

@@ -1,15 +1,10 @@
 // Fetching a local user: the exchange, and what each item does to the record.
-#include "support/open_log.h"
 #include "username/user_records.h"
 
+namespace test {
 namespace {
 
-using test::hex;
-using test::item;
-using test::message_bytes;
-using test::number_item;
-
-class Fetch : public test::UserRecordTest {};
+class Fetch : public UserRecordTest {};
 
 TEST_F(Fetch, AnEmptyNameIsAnEmptyBody) {
   EXPECT_EQ(0, fetch(number_item(2, 1)));
@@ -25,22 +20,22 @@ TEST_F(Fetch, ANameWithoutNulEndsWithItsField) {
 
 TEST_F(Fetch, NoAnswerAndAWrongOneLeaveTheRecordAndAWrongOneIsLogged) {
   set_name("alice");
-  const std::string before = test::bytes_of(record_);
-  const test::OpenLog log;
+  const std::string before = bytes_of(record_);
+  const OpenLog log;
   next_write_fails(EPIPE);
   EXPECT_EQ(-3, username_lib_copy_user(&record_));
   aaad_answers(message_bytes(120, number_item(2, 1)));
   EXPECT_EQ(-3, username_lib_copy_user(&record_));
-  EXPECT_EQ(before, test::bytes_of(record_));
+  EXPECT_EQ(before, bytes_of(record_));
   log.expect("username_lib_copy_user", "Wrong message type(120).\r\n");
 }
 
 TEST_F(Fetch, AnEmptyAnswerMeansNoSuchUserAndLeavesTheRecord) {
   std::memset(&record_, 'r', offsetof(local_user_info, passwords));
   std::memset(record_.user_name, '\0', 1);
-  const std::string before = test::bytes_of(record_);
+  const std::string before = bytes_of(record_);
   EXPECT_EQ(-1, fetch(""));
-  EXPECT_EQ(before, test::bytes_of(record_));
+  EXPECT_EQ(before, bytes_of(record_));
 }
 
 TEST_F(Fetch, EachNumberHasItsField) {
@@ -110,7 +105,7 @@ TEST_F(Fetch, WhatNoItemNamesIsCleared) {
   for (const std::uint8_t flag : {record.flag_4, record.flag_7, record.flag_8, record.flag_9})
     EXPECT_EQ(0, flag);
   for (const aaa_list* list : {&record.passwords, &record.blocks, &record.list_3, &record.list_4})
-    EXPECT_TRUE(test::is_empty(*list));
+    EXPECT_TRUE(is_empty(*list));
 }
 
 TEST_F(Fetch, ItemsOfOtherTypesAreSkipped) {
@@ -121,3 +116,4 @@ TEST_F(Fetch, ItemsOfOtherTypesAreSkipped) {
 }
 
 }  // namespace
+}  // namespace test

@@ -1,20 +1,16 @@
 // The password list of a fetched local user, and its release.
-#include "session/state/client_state.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 #include "username/user_records.h"
 
+namespace test {
 namespace {
 
-using test::item;
-using test::number_item;
-
-class FetchedPasswords : public test::UserRecordTest {
+class FetchedPasswords : public UserRecordTest {
  protected:
-  std::vector<std::string> passwords() { return test::passwords_of(record_); }
+  std::vector<std::string> passwords() { return passwords_of(record_); }
 
   // Only the `number`-th password finds memory wanting.
-  static test::Scripts memory_fails_for_password(int number) {
+  static Scripts memory_fails_for_password(int number) {
     return {
         .malloc = [left = std::make_shared<int>(number)](std::size_t size) -> std::optional<void*> {
           if (size != sizeof(local_user_password) || --*left != 0) return std::nullopt;
@@ -49,7 +45,7 @@ TEST_F(FetchedPasswords, MayBeEmpty) {
 
 TEST_F(FetchedPasswords, APasswordWithoutMemoryIsLeftOutAndLogged) {
   script(memory_fails_for_password(2));
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(
       0, fetch(item(1, "alice") + item(6, "A") + item(6, "B") + item(6, "C") + number_item(2, 7)));
   log.expect("username_lib_copy_user", "Failed to malloc mem for password of user alice\n\r\n");
@@ -60,7 +56,7 @@ TEST_F(FetchedPasswords, APasswordWithoutMemoryIsLeftOutAndLogged) {
 
 TEST_F(FetchedPasswords, TheLineOfAPasswordWithoutMemoryNeedsTheGate) {
   script(memory_fails_for_password(1));
-  const test::LogCapture log;
+  const LogCapture log;
   EXPECT_EQ(0, fetch(item(6, "A")));
   EXPECT_TRUE(log.lines().empty());
 }
@@ -73,30 +69,23 @@ TEST_F(FetchedPasswords, AFetchForgetsTheListOfTheRecord) {
   first.passwords.prev->next = &first.passwords;
   fetch(item(6, "C"));
   EXPECT_EQ(Texts{"C"}, passwords());
-  EXPECT_EQ((Texts{"B", "A"}), test::passwords_of(first));
+  EXPECT_EQ((Texts{"B", "A"}), passwords_of(first));
   first.blocks = {&first.blocks, &first.blocks};
   username_lib_release_user(&first);
 }
 
-TEST_F(FetchedPasswords, ReleaseLeavesEmptyListsAndTheCounts) {
+TEST_F(FetchedPasswords, ReleaseFreesEveryPasswordAndBlockAndLeavesEmptyListsAndTheCounts) {
+  const std::uint32_t before = live_blocks();
   fetch(item(6, "A") + item(6, "B"));
-  add_block();
+  for (int i = 0; i < 3; ++i)
+    add_block();
+  EXPECT_EQ(before + 5, live_blocks());
   username_lib_release_user(&record_);
-  EXPECT_TRUE(test::is_empty(record_.passwords));
-  EXPECT_TRUE(test::is_empty(record_.blocks));
+  EXPECT_EQ(before, live_blocks());
+  EXPECT_TRUE(is_empty(record_.passwords));
+  EXPECT_TRUE(is_empty(record_.blocks));
   EXPECT_EQ(2u, record_.password_count);
-  EXPECT_EQ(1u, record_.block_count);
-}
-
-TEST_F(FetchedPasswords, ReleaseFreesEveryPasswordAndEveryBlock) {
-  const std::uint32_t before = test::live_blocks();
-  fetch(item(6, "A") + item(6, "B"));
-  add_block();
-  add_block();
-  add_block();
-  EXPECT_EQ(before + 5, test::live_blocks());
-  username_lib_release_user(&record_);
-  EXPECT_EQ(before, test::live_blocks());
+  EXPECT_EQ(3u, record_.block_count);
 }
 
 TEST_F(FetchedPasswords, ReleaseTouchesNothingElse) {
@@ -104,26 +93,27 @@ TEST_F(FetchedPasswords, ReleaseTouchesNothingElse) {
   aaa_list third, fourth;
   record_.list_3 = {&third, &third};
   record_.list_4 = {&fourth, &fourth};
-  const std::string before = test::bytes_of(record_);
+  const std::string before = bytes_of(record_);
   username_lib_release_user(&record_);
-  EXPECT_EQ(before, test::bytes_of(record_));
+  EXPECT_EQ(before, bytes_of(record_));
 }
 
 TEST_F(FetchedPasswords, ReleaseNeedsNoRegistrationAndMayComeTwice) {
   fetch(item(6, "A"));
-  test::set_reg_state(AAA_REG_NOT_REGISTERED);
+  set_reg_state(AAA_REG_NOT_REGISTERED);
   username_lib_release_user(&record_);
-  EXPECT_TRUE(test::is_empty(record_.passwords));
+  EXPECT_TRUE(is_empty(record_.passwords));
   username_lib_release_user(&record_);
   username_lib_release_user(nullptr);
-  EXPECT_TRUE(test::is_empty(record_.passwords));
+  EXPECT_TRUE(is_empty(record_.passwords));
 }
 
 TEST_F(FetchedPasswords, AZeroedRecordHasNothingToRelease) {
   local_user_info zeroed = {};
   username_lib_release_user(&zeroed);
-  EXPECT_TRUE(test::is_empty(zeroed.passwords));
-  EXPECT_TRUE(test::is_empty(zeroed.blocks));
+  EXPECT_TRUE(is_empty(zeroed.passwords));
+  EXPECT_TRUE(is_empty(zeroed.blocks));
 }
 
 }  // namespace
+}  // namespace test

@@ -1,15 +1,10 @@
 // Fetched bodies whose items have lengths that cannot be right.
 #include "username/user_records.h"
 
+namespace test {
 namespace {
 
-using test::hex;
-using test::item;
-using test::item_of;
-using test::number_item;
-using test::word_bytes;
-
-class MalformedFetch : public test::UserRecordTest {};
+class MalformedFetch : public UserRecordTest {};
 
 TEST_F(MalformedFetch, AnItemOfLength0EndsTheWalk) {
   EXPECT_EQ(0, fetch(number_item(2, 7) + item_of(5, 0, word_bytes(5)) + number_item(10, 10)));
@@ -22,7 +17,7 @@ TEST_F(MalformedFetch, ALengthOf1To7CopiesNoCharactersAndIsAnEmptyPassword) {
     EXPECT_EQ(0, fetch(item_of(1, length, "xxxxxxxx"))) << length;
     EXPECT_STREQ("", record_.user_name);
     EXPECT_EQ(0, fetch(item_of(6, length, "xxxxxxxx"))) << length;
-    EXPECT_EQ(std::vector<std::string>{""}, test::passwords_of(record_)) << length;
+    EXPECT_EQ(std::vector<std::string>{""}, passwords_of(record_)) << length;
     username_lib_release_user(&record_);
   }
 }
@@ -58,7 +53,7 @@ TEST_F(MalformedFetch, LengthsUpToTheLargestEndTheWalk) {
 
 TEST_F(MalformedFetch, AnOverlongPasswordHasTheCharactersThatAreThere) {
   EXPECT_EQ(0, fetch(item_of(6, 0xffffffff, "secret")));
-  EXPECT_EQ(std::vector<std::string>{"secret"}, test::passwords_of(record_));
+  EXPECT_EQ(std::vector<std::string>{"secret"}, passwords_of(record_));
 }
 
 TEST_F(MalformedFetch, MissingBytesOfANumberReadAsZeros) {
@@ -78,3 +73,4 @@ TEST_F(MalformedFetch, ABodyThatEndsInAHeaderIsTakenAsFarAsItGoes) {
 }
 
 }  // namespace
+}  // namespace test

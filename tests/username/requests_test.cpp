@@ -1,21 +1,16 @@
 // Single requests to aaad's local user database: what they send and what they make of the answer.
 #include <functional>
 
-#include "session/state/client_state.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/linked_test.h"
 #include "support/locked_state.h"
-#include "support/open_log.h"
 #include "support/own_stack.h"
 #include "username_lib.h"
 
+namespace test {
 namespace {
 
-using test::hex;
-using test::message_bytes;
-using test::word_bytes;
-
-class LocalRequests : public test::LinkedTest {
+class LocalRequests : public LinkedTest {
  protected:
   std::int32_t change(const std::string& answer) {
     aaad_answers(answer);
@@ -57,12 +52,12 @@ TEST_F(LocalRequests, NullIsRefusedWithOneLineBeforeTheRegistrationIsAskedFor) {
       {"username_lib_author_req", -1, [&] { return username_lib_author_req(&author, nullptr); }},
   };
   for (const auto state : {AAA_REG_REGISTERED, AAA_REG_LOST}) {
-    test::set_reg_state(state);
+    set_reg_state(state);
     for (const auto& [function, code, call] : calls) {
-      const test::LogCapture closed;
+      const LogCapture closed;
       EXPECT_EQ(code, call()) << function;
       EXPECT_TRUE(closed.lines().empty()) << function;
-      const test::OpenLog log;
+      const OpenLog log;
       EXPECT_EQ(code, call()) << function;
       log.expect_only(function, "Null param passed in.\r\n");
     }
@@ -71,8 +66,8 @@ TEST_F(LocalRequests, NullIsRefusedWithOneLineBeforeTheRegistrationIsAskedFor) {
 }
 
 TEST_F(LocalRequests, WithoutARegistrationOnlyThatIsLogged) {
-  test::set_reg_state(AAA_REG_LOST);
-  const test::OpenLog log;
+  set_reg_state(AAA_REG_LOST);
+  const OpenLog log;
   username_lib_chg_pwd("a", "b", "c");
   username_lib_fs_grant_req("a", "b", 1);
   username_lib_query_pwd_secu("a", "b");
@@ -94,7 +89,7 @@ TEST_F(LocalRequests, StringsOf168BytesTogetherFillTheBodyOf180) {
   const std::string first(100, 'a'), second(60, 'b'), third(8, 'c');
   aaad_answers(message_bytes(117, word_bytes(3)));
   EXPECT_EQ(3, username_lib_chg_pwd(first.c_str(), second.c_str(), third.c_str()));
-  EXPECT_EQ(180u, test::word_at(only_write(), 12));
+  EXPECT_EQ(180u, word_at(only_write(), 12));
   EXPECT_EQ(hex("0100 6400") + first + hex("0200 3c00") + second + hex("0300 0800") + third,
             only_write().substr(16));
 }
@@ -104,13 +99,13 @@ TEST_F(LocalRequests, StringsOf169BytesTogetherAreRefusedWithOneLine) {
   for (const auto& [s1, s2, s3] :
        {std::tuple(long_one, std::string(), std::string()),
         std::tuple(first, second, std::string()), std::tuple(std::string(), first, second)}) {
-    const test::OpenLog log;
+    const OpenLog log;
     EXPECT_EQ(-1, username_lib_chg_pwd(s1.c_str(), s2.c_str(), s3.c_str()));
     ASSERT_EQ(1u, log.lines().size());
     EXPECT_EQ("username_lib_chg_pwd", log.lines()[0].function());
   }
   EXPECT_TRUE(writes().empty());
-  test::set_reg_state(AAA_REG_LOST);
+  set_reg_state(AAA_REG_LOST);
   EXPECT_EQ(-5, username_lib_chg_pwd(long_one.c_str(), "", ""))
       << "the registration is asked first";
 }
@@ -128,7 +123,7 @@ TEST_F(LocalRequests, APasswordChangeTakesNoBlockForItsBody) {
 
 TEST_F(LocalRequests, APasswordChangeLeavesNoPasswordOnTheStack) {
   const std::string secrets(60, 's');
-  test::OwnStack stack;
+  OwnStack stack;
   // The first call may leave registers on the stack while the dynamic linker looks for functions.
   for (const std::string& password : {std::string(60, 'o'), secrets}) {
     aaad_answers(message_bytes(117, word_bytes(0)));
@@ -148,7 +143,7 @@ TEST_F(LocalRequests, AGrantsStringsAreCutTo64And4096Bytes) {
             grant_body(first, ""));
   EXPECT_EQ(hex("0100 0000 0200 0010") + std::string(4096, 'b') + last, grant_body("", second));
   EXPECT_EQ(4176u, grant_body(first, second).size());
-  EXPECT_EQ(4176u, test::word_at(writes().back(), 12));
+  EXPECT_EQ(4176u, word_at(writes().back(), 12));
 }
 
 TEST_F(LocalRequests, AGrantReturnsTheNegatedFirstByteWhateverTheType) {
@@ -159,12 +154,12 @@ TEST_F(LocalRequests, AGrantReturnsTheNegatedFirstByteWhateverTheType) {
 }
 
 TEST_F(LocalRequests, WithoutMemoryForTheBodyALineIsLogged) {
-  script(test::FailingBlock(1).scripts());
-  const test::OpenLog grant_log;
+  const FailMalloc failing_first(1);
+  const OpenLog grant_log;
   EXPECT_EQ(-1, username_lib_fs_grant_req("a", "b", 1));
   grant_log.expect_only("username_lib_fs_grant_req", "Get new memory for sndbuf faild.\r\n");
-  script(test::FailingBlock(1).scripts());
-  const test::OpenLog security_log;
+  const FailMalloc failing_again(1);
+  const OpenLog security_log;
   EXPECT_EQ(-3, username_lib_query_pwd_secu("a", "b"));
   security_log.expect_only("username_lib_query_pwd_secu", "out of memory\r\n");
 }
@@ -181,8 +176,9 @@ TEST_F(LocalRequests, ALengthOfASecurityQueryIsCutTo16BitsAndTheTextIsNot) {
   const std::string text(65539, 'p');
   aaad_answers(message_bytes(124, word_bytes(0)));
   EXPECT_EQ(0, username_lib_query_pwd_secu(text.c_str(), "s"));
-  EXPECT_EQ(65548u, test::word_at(only_write(), 12));
+  EXPECT_EQ(65548u, word_at(only_write(), 12));
   EXPECT_EQ(hex("0100 0300") + text + hex("0200 0100 73"), only_write().substr(16));
 }
 
 }  // namespace
+}  // namespace test

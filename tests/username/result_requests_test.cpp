@@ -1,13 +1,12 @@
 // Authentication and authorization of local users: what they make of the answer.
 #include "support/encoded_body.h"
-#include "support/failing_block.h"
+#include "support/failing_allocator.h"
 #include "support/open_log.h"
 #include "support/result.h"
 #include "username_lib.h"
 
+namespace test {
 namespace {
-
-using test::message_bytes;
 
 struct ResultRequest {
   const char* name;
@@ -16,10 +15,6 @@ struct ResultRequest {
   std::int32_t (*call)(std::uint32_t session_id, result_info** result);
   std::string body_of_session_0;
 };
-
-std::ostream& operator<<(std::ostream& out, const ResultRequest& request) {
-  return out << request.name;
-}
 
 template <class Record, std::int32_t (*request)(Record*, result_info**)>
 std::int32_t ask(std::uint32_t session_id, result_info** result) {
@@ -30,16 +25,16 @@ std::int32_t ask(std::uint32_t session_id, result_info** result) {
 
 const ResultRequest authentication = {"authentication", "username_lib_authen_req", 115,
                                       ask<authen_info, username_lib_authen_req>,
-                                      test::encoded_body(aaa_encap_authen_info, authen_info{})};
+                                      encoded_body(aaa_encap_authen_info, authen_info{})};
 const ResultRequest authorization = {"authorization", "username_lib_author_req", 116,
                                      ask<author_info, username_lib_author_req>,
-                                     test::encoded_body(aaa_encap_author_info, author_info{})};
+                                     encoded_body(aaa_encap_author_info, author_info{})};
 
-std::string encoded(const result_info& record) {
-  return test::encoded_body(aaa_encap_result_info, record);
+std::string encoded(result_info record) {
+  return encoded_body(aaa_encap_result_info, record);
 }
 
-class ResultRequests : public test::LinkedTest, public testing::WithParamInterface<ResultRequest> {
+class ResultRequests : public LinkedTest, public testing::WithParamInterface<ResultRequest> {
  protected:
   void TearDown() override {
     result_.reset();
@@ -54,15 +49,15 @@ class ResultRequests : public test::LinkedTest, public testing::WithParamInterfa
     return code;
   }
 
-  test::Result result_;
+  Result result_;
 };
 
 INSTANTIATE_TEST_SUITE_P(, ResultRequests, testing::Values(authentication, authorization),
-                         [](const auto& request) { return request.param.name; });
+                         row_name);
 
 TEST_P(ResultRequests, AreSentWithSessionId0) {
   EXPECT_EQ(0, call_answered(encoded({})));
-  EXPECT_EQ(0u, test::word_at(only_write(), 4));
+  EXPECT_EQ(0u, word_at(only_write(), 4));
   EXPECT_EQ(GetParam().body_of_session_0, only_write().substr(16));
 }
 
@@ -89,7 +84,7 @@ TEST_P(ResultRequests, HandOutTheDecodedResultWithoutAPointerIntoTheReleasedAnsw
 
 TEST_P(ResultRequests, AnAnswerOfTheOthersTypeGivesMinus1AndALine) {
   const std::uint32_t wrong = GetParam().type == 115 ? 116 : 115;
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(-1, call_answered(encoded({}), wrong));
   EXPECT_EQ(nullptr, result_);
   log.expect(GetParam().function, "Wrong message type(" + std::to_string(wrong) + ").\r\n");
@@ -97,10 +92,10 @@ TEST_P(ResultRequests, AnAnswerOfTheOthersTypeGivesMinus1AndALine) {
 
 TEST_P(ResultRequests, AnAnswerThatIsNoResultGivesMinus1AndALine) {
   for (const std::size_t length : {0, 3, 100}) {
-    const test::LogCapture closed;
+    const LogCapture closed;
     EXPECT_EQ(-1, call_answered(std::string(length, '\0')));
     EXPECT_TRUE(closed.lines().empty());
-    const test::OpenLog log;
+    const OpenLog log;
     EXPECT_EQ(-1, call_answered(std::string(length, '\0'))) << length;
     EXPECT_EQ(nullptr, result_);
     log.expect(GetParam().function, "Failed to parse result info.\r\n");
@@ -108,10 +103,9 @@ TEST_P(ResultRequests, AnAnswerThatIsNoResultGivesMinus1AndALine) {
 }
 
 TEST_P(ResultRequests, GiveMinus1WhenAnyBlockIsMissing) {
-  int block = 1;
+  std::uint32_t block = 1;
   for (bool failed = true; failed; ++block) {
-    const test::FailingBlock failing(block);
-    script(failing.scripts());
+    const FailMalloc failing(block);
     const std::int32_t result = call_answered(encoded({}));
     failed = failing.happened();
     EXPECT_EQ(failed ? -1 : 0, result) << "block " << block;
@@ -120,14 +114,15 @@ TEST_P(ResultRequests, GiveMinus1WhenAnyBlockIsMissing) {
     ASSERT_TRUE(link_.open());
     aaa::store(g_aaa_client_cb.sync_fd, link_.own());
   }
-  EXPECT_LE(5, block);
+  EXPECT_LE(5u, block);
 }
 
 TEST_P(ResultRequests, LogOnlyTheSendWhenAllIsWell) {
-  const test::OpenLog log;
+  const OpenLog log;
   EXPECT_EQ(0, call_answered(encoded({})));
   ASSERT_EQ(1u, log.lines().size());
   EXPECT_EQ("aaa_lib_send_ipc_msg", log.lines()[0].function());
 }
 
 }  // namespace
+}  // namespace test

@@ -1,14 +1,11 @@
 // The buffer that a local user is written into: its size, and what does not fit.
-#include "support/failing_block.h"
-#include "support/open_log.h"
+#include "support/failing_allocator.h"
 #include "username/user_records.h"
 
+namespace test {
 namespace {
 
-using test::item;
-using test::number_item;
-
-class UpdateBuffer : public test::UserRecordTest {
+class UpdateBuffer : public UserRecordTest {
  protected:
   // The body without the six numbers of 72 bytes that stand first.
   std::string sent_passwords() {
@@ -39,8 +36,8 @@ TEST_F(UpdateBuffer, WithoutMemoryGivesMinus3AndALineWithSizeAndName) {
   set_name("alice");
   record_.password_count = 2;
   record_.block_count = 1;
-  script(test::FailingBlock(1).scripts());
-  const test::OpenLog log;
+  const FailMalloc failing(1);
+  const OpenLog log;
   EXPECT_EQ(-3, update());
   log.expect_only("username_lib_update_user",
                   "Failed to AAA_ALLOC(10352) for iov of user 'alice'.\r\n");
@@ -63,8 +60,8 @@ TEST_F(UpdateBuffer, CountsBeyondAllMemoryCountAsNoMemory) {
 TEST_F(UpdateBuffer, ANameWithoutNulEndsInTheLineWithItsField) {
   std::memset(record_.user_name, 'n', 65);
   std::memset(&record_.value_2, 'x', 4);
-  script(test::FailingBlock(1).scripts());
-  const test::OpenLog log;
+  const FailMalloc failing(1);
+  const OpenLog log;
   EXPECT_EQ(-3, update());
   ASSERT_EQ(1u, log.lines().size());
   EXPECT_EQ(std::string::npos, log.lines()[0].text.find('x'));
@@ -92,7 +89,7 @@ TEST_F(UpdateBuffer, AfterAnItemThatDoesNotFitTheNextIsTried) {
   add_password("x");
   record_.password_count = 0;
   EXPECT_EQ(expected + item(6, "sixsix"), sent_passwords());
-  EXPECT_EQ(1616u, test::word_at(only_write(), 12));
+  EXPECT_EQ(1616u, word_at(only_write(), 12));
 }
 
 TEST_F(UpdateBuffer, EveryCountedPasswordFits) {
@@ -105,3 +102,4 @@ TEST_F(UpdateBuffer, EveryCountedPasswordFits) {
 }
 
 }  // namespace
+}  // namespace test

@@ -4,19 +4,18 @@
 #include "support/failing_allocator.h"
 #include "username/user_records.h"
 
+namespace test {
 namespace {
 
-using test::item;
-
-class UserWiping : public test::UserRecordTest {
+class UserWiping : public UserRecordTest {
  protected:
-  test::FreedBlocks freed_;
+  FreedBlocks freed_;
 };
 
 TEST_F(UserWiping, APasswordIsWipedBeforeItIsFreed) {
   fetch(item(6, std::string(255, 'p')) + item(6, "short"));
-  const void* const last = test::password_at(record_.passwords.next);
-  const void* const first = test::password_at(record_.passwords.prev);
+  const void* const last = password_at(record_.passwords.next);
+  const void* const first = password_at(record_.passwords.prev);
   freed_.watch(last, sizeof(local_user_password));
   freed_.watch(first, sizeof(local_user_password));
   username_lib_release_user(&record_);
@@ -53,7 +52,7 @@ TEST_F(UserWiping, OfAnUpdatesBufferWhatWasWrittenIsWiped) {
     return block;
   }});
   EXPECT_EQ(0, update());
-  const std::size_t written = test::word_at(only_write(), 12);
+  const std::size_t written = word_at(only_write(), 12);
   EXPECT_EQ(86u, written) << "six numbers and the password";
   const std::string bytes = freed_.bytes(buffer);
   ASSERT_EQ(size, bytes.size());
@@ -63,3 +62,4 @@ TEST_F(UserWiping, OfAnUpdatesBufferWhatWasWrittenIsWiped) {
 }
 
 }  // namespace
+}  // namespace test

@@ -12,11 +12,11 @@
 //   ASSERT_TRUE(sim.wait_for_message(received(AAA_MSG_AUTHEN_REQ)));
 //
 // aaad-sim's convention for the plain fields: a request's user name is authen_info.chars65_a and
-// its password the item user_password. A result's sub.num_a is 0 accepted, 1 rejected, 3 challenge
-// (2, a lost link, is the client library's own), its sub.num_b the session timeout, its
-// sub.chars65_a the user name. The other messages are described in backend/queries.h,
-// backend/report_requests.h and backend/local_user_requests.h, the records in wire/ldap.h and
-// wire/local_user.h. A malformed body gets a note and no answer.
+// its password the item user_password. A result's sub.num_a is 0 accepted, 1 rejected, 3
+// challenge, 4 no server answered (2, a lost link, is the client library's own), its sub.num_b the
+// session timeout, its sub.chars65_a the user name. The other messages are described in
+// backend/queries.h, backend/report_requests.h and backend/local_user_requests.h, the records in
+// wire/ldap.h and wire/local_user.h. A malformed body gets a note and no answer.
 //
 // All functions are thread-safe. The simulator runs on a thread of its own, which blocks all
 // signals and reads the kernel's clock. Tests link it as a shared library with a copy of the codec:

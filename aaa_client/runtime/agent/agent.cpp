@@ -67,7 +67,8 @@ Preparation prepare(const reg_info& info, zv_thread_master* master) {
   return Preparation::done;
 }
 
-// Ends a registration that survived aaa_svr_dereg(): wrong answer, or no request could be sent.
+// Ends a registration that survived aaa_svr_dereg(): the request could not be sent, aaad gave a
+// wrong answer, or a socket could not be closed.
 bool end_registration() {
   const ScopedLock lock(aaa_lib_lock);
   if (!agent_mode_is_on()) return false;

@@ -48,7 +48,7 @@ void recover(const LinkOwner& owner, const Watched& watched, std::int32_t error,
   start_reconnecting(owner, log_name);
 }
 
-// A callback of an earlier registration is still running on another thread.
+// Tries again later: a callback of an earlier registration still runs on another thread.
 int come_back(const LinkOwner& owner, AgentEvent event) {
   schedule(owner, event);
   return 0;

@@ -70,7 +70,7 @@ void dispatch(const Inbound& message) {
 
 }  // namespace aaa
 
-// A message that a client passes in belongs to the link of that moment.
+// A message that a client passes in counts as read on the link that is current at that moment.
 
 void aaa_lib_async_msg_proc(const aaa_ipc_header* header, const void* body) {
   aaa::dispatch({header, body, aaa::link_number()});

@@ -29,7 +29,7 @@ struct Inbound {
     return word;
   }
 
-  // The callback in a slot of the connection record; null also when the link has ended. The link is
+  // The callback in a slot of the connection record; null, too, if the link has ended. The link is
   // checked after the slot is read, so this is never the callback of a later registration.
   template <class Callback>
   Callback callback(const Callback& slot) const {

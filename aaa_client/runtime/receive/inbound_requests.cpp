@@ -1,5 +1,5 @@
-// Requests from aaad to its client: server groups, LDAP searches, the two questions that the
-// library answers itself, authentication, password updates.
+// Requests from aaad to its client: server groups, LDAP searches, the two questions whose
+// answers the library sends, authentication, password updates.
 #include <cstdint>
 #include <cstring>
 

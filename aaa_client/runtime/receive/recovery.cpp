@@ -75,8 +75,8 @@ Damage give_up_link(const LinkOwner& owner) {
   return Damage::link_lost;
 }
 
-// Whether the client itself has closed the socket. The receive thread goes on with what there is
-// now; a task goes on with nothing, so agent mode always rebuilds the link.
+// Whether the client itself has closed the socket. The receive thread continues with the
+// current socket, if any; an agent task has none to continue with and always rebuilds the link.
 bool is_replaced(const Watched& watched) {
   return load(g_aaa_client_cb.async_fd) != watched.fd;
 }

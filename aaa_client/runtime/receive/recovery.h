@@ -14,8 +14,8 @@ namespace aaa {
 // Heartbeats are exchanged only with an id in the range that aaad monitors.
 bool heartbeat_is_kept();
 
-// Whether aaad has been silent for more than 180 seconds, whether the last heartbeat was sent more
-// than 60 seconds ago.
+// Whether no heartbeat has arrived for more than 180 seconds (other messages do not count), and
+// whether the last heartbeat was sent more than 60 seconds ago.
 bool aaad_is_silent(std::uint32_t now);
 bool heartbeat_is_due(std::uint32_t now);
 

@@ -31,7 +31,7 @@ struct ThreadLife {
 };
 constinit thread_local ThreadLife own_life;
 
-// The innermost lock.
+// Guards the thread table. No other lock is taken under it.
 Mutex register_lock = PTHREAD_MUTEX_INITIALIZER;
 
 struct ThreadTable {

@@ -29,16 +29,16 @@ bool stop_library_thread(pthread_t& thread);
 void thread_will_start(ThreadRole role);
 void thread_has_ended(ThreadRole role);
 
-// Runs `body` on a library thread, with cancellation disabled. However the thread ends, also by
-// cancellation, it leaves the watchdog and wakes those who wait for its end.
+// Runs `body` on a library thread, with cancellation disabled. However the thread ends, even by
+// cancellation, it leaves the watchdog and wakes the threads that wait for its end.
 void run_library_thread(ThreadRole role, void (*body)());
 
-// The same on a client's thread, whose end is not waited for.
+// The same on a client's thread. The library does not wait for the end of such a thread.
 void run_clients_thread(void (*body)());
 
 // For the calling thread, inside one of the two above.
 
-// Names it "<pid><suffix>", cut to 14 characters.
+// Names it "<pid><suffix>", truncated to 14 characters.
 void name_thread_after_process(const char* suffix);
 
 // Registers it with the watchdog until it ends. A refusal is logged under `log_name`.

@@ -13,12 +13,12 @@ namespace aaa {
 // 1 once the datagram pair is ready; never cleared.
 extern std::uint8_t g_msg_socket_ok;
 
-// 0 when nobody waits.
+// 0 when no thread waits.
 extern std::uint32_t g_temp_sid GUARDED_BY(waiting_session_lock);
 
 void set_waiting_session(std::uint32_t session_id);
 
-// When the given link is lost: wakes the waiting thread, if there is one, with a result of code 2.
+// After a failed read on the given link: wakes the waiting thread, if any, with a result of code 2.
 void aaa_notify_timeout(LinkNumber link);
 
 }  // namespace aaa

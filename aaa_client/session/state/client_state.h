@@ -4,7 +4,8 @@
 //   sync_fd, async_fd   written under aaa_lib_lock and the socket's own locks
 //   aaa_id, reg_state   written under aaa_lib_lock
 //   callback slots      written under aaa_lib_lock
-//   g_aaa_status        written by registration and by the thread that reads the event socket
+//   g_aaa_status        written by registration and by messages; new_model, debug and
+//                       debug_msg_limit by any thread
 //
 // Each word may be read without a lock, with load() of transport/base/atomic_word.h.
 #pragma once

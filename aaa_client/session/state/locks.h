@@ -8,7 +8,8 @@
 //   6. link_number_lock       the end of a link, or a change made by one of its messages
 //
 // waiting_session_lock guards g_temp_sid and is never held together with another lock. The table of
-// threads in runtime/send/library_threads.cpp has a lock of its own, innermost of all.
+// threads (runtime/send/library_threads.cpp), the directory (transport/base/paths.cpp) and the
+// initialisation of the mutexes (locks.cpp) each have an innermost lock of their own.
 // docs/architecture.md says what may block under which lock.
 //
 // Locks 3 to 5 keep a descriptor valid while it is in use: no socket is closed, and its number
@@ -62,8 +63,8 @@ extern Mutex link_number_lock;
 // 1 once aaa_lib_mutex_init() has initialised the three recursive locks.
 extern std::uint8_t g_mutex_init;
 
-// Whether the calling thread holds a mutex; for assertions. True where the C library cannot tell.
-// glibc cannot with lock elision switched on.
+// Whether the calling thread holds a mutex; for assertions. True where the C library cannot
+// tell. Unreliable when lock elision is enabled in glibc, which then records no owner.
 bool is_held(const Mutex& mutex);
 
 // For code that can be cancelled while it holds a lock and has a cleanup handler to release it.

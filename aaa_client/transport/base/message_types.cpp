@@ -13,7 +13,7 @@ constexpr std::size_t type_slots = 256;
 constexpr std::uint32_t last_type = 151;
 constexpr std::uint32_t sub_types = 11;
 
-// Names by message type, and behind them, from slot 256 on, by peer-controller sub-type.
+// Names by message type and, from slot 256 on, by sub-type of AAA_MSG_KEL.
 struct NameTable {
   const char* slot[type_slots + sub_types + 2];
 };

@@ -15,7 +15,7 @@
 namespace aaa {
 namespace {
 
-// Innermost of all locks. Guards directory.
+// Guards `directory`. No other lock is taken under it.
 pthread_mutex_t directory_lock = PTHREAD_MUTEX_INITIALIZER;
 char directory[max_directory_length + 1] = {};  // empty: TMPDIR
 

@@ -5,7 +5,7 @@
 
 namespace aaa {
 
-// With more bytes than this, names of sockets would be cut.
+// With more bytes than this, names of sockets would be truncated.
 inline constexpr std::size_t max_directory_length = 69;
 
 // The directory that paths begin with, as it is now: the one of aaa_set_directory(), else TMPDIR.

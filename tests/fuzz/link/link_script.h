@@ -7,11 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace fuzz {
-
-using Bytes = std::vector<std::uint8_t>;
 
 enum Flag : std::uint8_t {
   kAgentMode = 1,
@@ -44,7 +43,7 @@ constexpr bool is_answer(Kind kind) {
 struct Step {
   Kind kind = Kind::event;
   std::uint16_t number = 0;
-  Bytes bytes = {};
+  std::string bytes = {};
 };
 
 struct Script {
@@ -71,14 +70,14 @@ inline Script read_script(std::span<const std::uint8_t> input) {
   return script;
 }
 
-inline Bytes write_script(const Script& script) {
-  Bytes input = {script.flags};
+inline std::string write_script(const Script& script) {
+  std::string input = {static_cast<char>(script.flags)};
   for (const Step& step : script.steps) {
     const std::size_t number = carries_bytes(step.kind) ? step.bytes.size() : step.number;
-    input.push_back(static_cast<std::uint8_t>(step.kind));
-    input.push_back(static_cast<std::uint8_t>(number));
-    input.push_back(static_cast<std::uint8_t>(number >> 8));
-    input.insert(input.end(), step.bytes.begin(), step.bytes.end());
+    input.push_back(static_cast<char>(step.kind));
+    input.push_back(static_cast<char>(number));
+    input.push_back(static_cast<char>(number >> 8));
+    input += step.bytes;
   }
   return input;
 }

@@ -7,10 +7,12 @@
 #include <utility>
 
 #include "aaa_client.h"
+#include "support/scripted_calls.h"
 #include "traffic/touch.h"
 
 namespace fuzz {
 
+using test::fails;
 using traffic::require;
 
 namespace {
@@ -28,31 +30,18 @@ int error_of(std::uint16_t number) {
   return errors[number % errors.size()];
 }
 
-int fails(int error) {
-  errno = error;
-  return -1;
-}
-
-std::uint32_t type_of(const void* message, std::size_t size) {
-  std::uint32_t type = 0;
-  require(size >= 16);
-  std::memcpy(&type, static_cast<const char*>(message) + 8, sizeof type);
-  return type;
-}
-
 // Takes up to `size` bytes from the front of `from`.
-ssize_t take(Bytes& from, void* data, std::size_t size) {
+ssize_t take(std::string& from, void* data, std::size_t size) {
   const std::size_t count = std::min(size, from.size());
   std::memcpy(data, from.data(), count);
-  from.erase(from.begin(), from.begin() + static_cast<std::ptrdiff_t>(count));
+  from.erase(0, count);
   return static_cast<ssize_t>(count);
 }
 
 }  // namespace
 
 ssize_t LocalPair::send(const void* data, std::size_t size) {
-  const auto* const first = static_cast<const std::uint8_t*>(data);
-  waiting_.emplace_back(first, first + size);
+  waiting_.push_back(test::bytes_of(data, size));
   return static_cast<ssize_t>(size);
 }
 
@@ -64,8 +53,8 @@ ssize_t LocalPair::recv(void* data, std::size_t size) {
 }
 
 ScriptedAaad::ScriptedAaad(Script script) : flags_(script.flags) {
-  static const Bytes registration = traffic::register_answer().bytes();
-  static const Bytes status = traffic::info_ready().bytes();
+  static const std::string registration = traffic::register_answer().bytes();
+  static const std::string status = traffic::info_ready().bytes();
   answer_registrations_with(registration, status);
   for (Step& step : script.steps) {
     if (!is_answer(step.kind)) {
@@ -121,7 +110,8 @@ int ScriptedAaad::close(int fd) {
   return 0;
 }
 
-void ScriptedAaad::answer_registrations_with(Bytes on_request_socket, Bytes on_event_socket) {
+void ScriptedAaad::answer_registrations_with(std::string on_request_socket,
+                                             std::string on_event_socket) {
   good_registration_ = std::move(on_request_socket);
   good_status_ = std::move(on_event_socket);
 }
@@ -138,7 +128,8 @@ ssize_t ScriptedAaad::send(int fd, const void* data, std::size_t size) {
   if (LocalPair::has(fd)) return pair_.send(data, size);
   if (socket_of(fd).has_gone()) return fails(EPIPE);
   if (write_error_) return fails(*std::exchange(write_error_, std::nullopt));
-  take_write(fd, type_of(data, size));
+  require(size >= 16);
+  take_write(fd, test::word_at(test::bytes_of(data, size), 8));
   return static_cast<ssize_t>(size);
 }
 

@@ -34,7 +34,7 @@ class LocalPair {
   ssize_t recv(void* data, std::size_t size);
 
  private:
-  std::deque<Bytes> waiting_;
+  std::deque<std::string> waiting_;
 };
 
 class ScriptedAaad {
@@ -63,12 +63,12 @@ class ScriptedAaad {
   // ---- What aaad writes. ----
 
   // On the event socket, after what the script has left.
-  void give(Bytes piece) { steps_.push_back({Kind::event, 0, std::move(piece)}); }
+  void give(std::string piece) { steps_.push_back({Kind::event, 0, std::move(piece)}); }
   void give_no_more() { steps_.clear(); }
   // The answer, in pieces, to what the library next writes on the request socket.
-  void answer_with(std::deque<Bytes> pieces) { answers_ = {std::move(pieces)}; }
+  void answer_with(std::deque<std::string> pieces) { answers_ = {std::move(pieces)}; }
   // How it answers the two register requests of clients that it accepts.
-  void answer_registrations_with(Bytes on_request_socket, Bytes on_event_socket);
+  void answer_registrations_with(std::string on_request_socket, std::string on_event_socket);
   // From now on there are no more faults, and a deregistration is accepted.
   void end_faults();
 
@@ -111,12 +111,12 @@ class ScriptedAaad {
   std::uint64_t now_us_ = 1000000000;
   std::vector<Socket> sockets_;
   LocalPair pair_;
-  std::deque<Step> steps_;                 // what is to come on the event socket
-  std::deque<std::deque<Bytes>> answers_;  // in pieces
-  std::deque<Bytes> answered_;             // what can be read from the request socket
-  Bytes status_;                           // a good answer on the event socket
-  Bytes good_registration_;
-  Bytes good_status_;
+  std::deque<Step> steps_;                       // what is to come on the event socket
+  std::deque<std::deque<std::string>> answers_;  // in pieces
+  std::deque<std::string> answered_;             // what can be read from the request socket
+  std::string status_;                           // a good answer on the event socket
+  std::string good_registration_;
+  std::string good_status_;
   std::optional<int> read_error_;
   std::optional<int> write_error_;
   std::optional<test::FailMalloc> no_memory_;

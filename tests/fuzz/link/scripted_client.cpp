@@ -1,5 +1,4 @@
 #include "fuzz/link/scripted_client.h"
-#include "support/locked_state.h"
 
 #include <cstring>
 
@@ -7,7 +6,8 @@
 #include "runtime/receive/receive_thread.h"
 #include "runtime/send/library_threads.h"
 #include "session/state/client_state.h"
-#include "session/state/locks.h"
+#include "support/lock_check.h"
+#include "support/locked_state.h"
 #include "traffic/calls.h"
 #include "traffic/touch.h"
 #include "transport/base/cancellation.h"
@@ -31,11 +31,7 @@ void wait_for_result(std::uint32_t session_id) {
   waited_for_result = true;
   result_info* result = nullptr;
   if (aaa_user_get_result(session_id, 0, 2, &result) != 0) return;
-  touch(result, sizeof *result);
-  // Three items point into a body that the library has released.
-  result->item_318 = result->item_319 = result->item_320 = {};
-  traffic::touch_items(*result);
-  aaa_free_result_info(result);
+  traffic::read_and_release(result);
 }
 
 void request_accounting(std::uint32_t session_id) {
@@ -55,10 +51,11 @@ bool is_free(pthread_mutex_t& lock) {
 }
 
 // How often a 16-bit word stands at any place.
-std::uint32_t count_of_word(std::span<const std::uint8_t> bytes, std::uint16_t word) {
+std::uint32_t count_of_word(const std::string& bytes, std::uint16_t word) {
+  const std::string wanted = test::word_bytes(word).substr(0, 2);
   std::uint32_t count = 0;
-  for (std::size_t i = 0; i + 1 < bytes.size(); ++i)
-    if ((bytes[i] | bytes[i + 1] << 8) == word) ++count;
+  for (auto at = bytes.find(wanted); at != std::string::npos; at = bytes.find(wanted, at + 1))
+    ++count;
   return count;
 }
 
@@ -108,9 +105,7 @@ void end_receive_thread() {
 
 void forget_client(const ScriptedAaad& aaad) {
   require(aaad.open_sockets() == 0);
-  for (pthread_mutex_t* const lock :
-       {&aaa_lib_lock, &aaa_lib_send_buf_lock, &aaa::waiting_session_lock, &aaa::request_write_lock,
-        &aaa::event_write_lock, &aaa::event_read_lock})
+  for (const auto& [name, lock] : test::every_lock)
     require(is_free(*lock));
   aaa::store(g_aaa_client_cb.aaa_id, 0);
   test::set_reg_state(AAA_REG_NOT_REGISTERED);
@@ -120,11 +115,7 @@ void forget_client(const ScriptedAaad& aaad) {
   aaa::g_session_id = aaa::g_session_id_max = 0;
 }
 
-std::uint32_t live_blocks() {
-  return aaa::load(g_aaa_malloc_times) - aaa::load(g_aaa_free_times);
-}
-
-bool are_intended(std::uint32_t blocks_left, std::span<const std::uint8_t> bytes,
+bool are_intended(std::uint32_t blocks_left, const std::string& bytes,
                   std::uint32_t failed_allocations) {
   if (blocks_left == 0) return true;
   constexpr std::uint16_t entry_tag = 310;

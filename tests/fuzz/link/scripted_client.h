@@ -3,10 +3,11 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <string>
 
 #include "aaa_client.h"
 #include "fuzz/link/scripted_aaad.h"
+#include "support/leak_check.h"
 
 namespace fuzz {
 
@@ -29,14 +30,12 @@ void end_receive_thread();
 
 // Ends the program when the library holds a socket or a lock; leaves it as after loading.
 void forget_client(const ScriptedAaad& aaad);
-// Blocks that the library has allocated and not freed.
-std::uint32_t live_blocks();
 
 // The blocks that decoders leave allocated on purpose: a string or data item that comes again
 // replaces the pointer to the earlier one's copy; a result whose arena finds no memory leaves one
 // of its items, an LDAP answer whose pool finds none the pairs of its entries. Whether that
 // explains the blocks that are left after decoding whatever records stand in `bytes`.
-bool are_intended(std::uint32_t blocks_left, std::span<const std::uint8_t> bytes,
+bool are_intended(std::uint32_t blocks_left, const std::string& bytes,
                   std::uint32_t failed_allocations);
 
 }  // namespace fuzz

@@ -8,7 +8,7 @@
 
 namespace aaa_sim {
 
-// False for a filter of another form than those of LdapSearch.
+// False for a filter that has none of the forms that LdapSearch lists.
 bool is_filter(std::string_view filter);
 
 // The matching entries with the requested attributes. REQUIRES: is_filter(search.filter).

@@ -1,11 +1,11 @@
-// Reads how RADIUS servers are asked from a TOML file:
+// Reads the settings of the RADIUS client from a TOML file:
 //
 //   nas_identifier = "switch-1"                      # default "aaad-sim"
 //   requests = ["authentication", "accounting"]      # which go to the servers; default both
 //   timeout = 1000                                   # of one try, in milliseconds
 //   tries = 3                                        # of each server
-//   pause = 30                                       # seconds before a silent server comes first
-//   again allow_unsigned_replies = false                   # without Message-Authenticator
+//   pause = 30                                       # seconds until a silent server is tried first
+//   allow_unsigned_replies = false                   # without Message-Authenticator
 //
 //   [[server]]                                       # in the order in which they are tried
 //   address = "192.0.2.1"                            # or an IPv6 address or a name

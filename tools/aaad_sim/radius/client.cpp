@@ -150,7 +150,7 @@ void Client::give_up_server(Request& request) {
   try_next_server(request);
 }
 
-// The request that has waited longest takes the place.
+// The request that has waited longest gets the free identifier.
 void Client::release_identifier(Request& request) {
   Endpoint& endpoint = *request.endpoint;
   endpoint.release_identifier(request.identifier);

@@ -14,7 +14,7 @@ struct Counters {
   std::uint64_t unanswered = 0;
   std::uint64_t refused = 0;  // ICMP errors
   // Dropped datagrams.
-  std::uint64_t unexpected = 0;  // late, doubled or of somebody else: no request has the identifier
+  std::uint64_t unexpected = 0;  // late, duplicate or stray: no request has the identifier
   std::uint64_t malformed = 0;
   std::uint64_t wrong_code = 0;
   std::uint64_t wrong_authenticator = 0;

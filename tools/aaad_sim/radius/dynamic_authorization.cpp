@@ -117,7 +117,7 @@ Bytes DynamicAuthorization::answer(const Packet& request) const {
                          settings_.dynamic_authorization.secret);
 }
 
-// Tells the clients, unless there is an error before.
+// Notifies the clients, unless the request itself is in error.
 std::uint32_t DynamicAuthorization::error_of(const Packet& request) const {
   const auto nas = request.find(Type::nas_identifier);
   if (nas && text_of(*nas) != settings_.nas_identifier) return nas_identification_mismatch;

@@ -33,7 +33,7 @@ class Endpoint {
   // Null when no pending request has the identifier.
   PendingRequest* owner(std::uint8_t identifier) const { return owners_[identifier]; }
 
-  // A datagram that cannot be sent is lost, as on the way.
+  // A datagram that cannot be sent is treated as lost in transit.
   void send(View packet) const;
 
   std::deque<PendingRequest*> waiting = {};  // for an identifier

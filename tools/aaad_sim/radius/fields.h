@@ -8,7 +8,7 @@
 
 namespace aaa_sim::radius {
 
-// A request that no attributes stand for.
+// A request that cannot be expressed as attributes.
 struct BadRecord : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -25,10 +25,10 @@ Bytes result_of(const Reply* reply, std::uint32_t session_id, std::string_view u
 
 // Acct-Session-Id.
 std::string session_text(std::uint32_t session_id);
-// 0 when it is none of session_text().
+// 0 for a text that session_text() cannot return.
 std::uint32_t session_id_in(View text);
 
-// A text or number of an attribute with a tag, without it.
+// The text or number in an attribute that can have a tag, without the tag.
 std::string_view untagged_text(View value);
 std::uint32_t untagged_number(View value);
 

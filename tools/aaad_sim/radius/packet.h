@@ -142,7 +142,7 @@ class Packet {
   Packet& operator=(const Packet&) = delete;
 
   // Code, length and attribute bounds. False when one does not fit; the packet is then unchanged.
-  // Bytes behind the packet's own length are padding.
+  // Bytes after the packet's own length are padding.
   bool decode(View datagram);
 
   Code code() const { return static_cast<Code>(bytes_[0]); }

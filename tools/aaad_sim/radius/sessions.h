@@ -17,7 +17,7 @@ struct Session {
 
 class Sessions {
  public:
-  // Of more sessions than this the lowest ids, the oldest, are forgotten.
+  // Beyond this number, the sessions with the lowest ids, which are the oldest, are dropped.
   static constexpr std::size_t max_count = 65536;
 
   // Replaces a session of this id.

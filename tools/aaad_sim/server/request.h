@@ -32,8 +32,8 @@ using Replies = std::vector<Reply>;
 // that asked is closed by then.
 using Respond = std::function<void(Replies)>;
 
-// Runs on the event loop's thread and must not block. Calls `respond` once for each request, also
-// for one that has no answer: with no replies. `request` is valid during the call only. A
+// Runs on the event loop's thread and must not block. Calls `respond` once for each request, with
+// no replies if the request has no answer. `request` is valid during the call only. A
 // std::runtime_error thrown before `respond` was called becomes a note and an answer without
 // replies.
 using RequestHandler = std::function<void(const Request& request, const Respond& respond)>;

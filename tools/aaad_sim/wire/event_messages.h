@@ -1,5 +1,5 @@
-// Unsolicited messages of aaad on the event socket, for AaadSim::send(). Group names are cut at 255
-// bytes.
+// Unsolicited messages of aaad on the event socket, for AaadSim::send(). Group names are truncated
+// to 255 bytes.
 #pragma once
 
 #include <array>

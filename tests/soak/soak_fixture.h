@@ -11,6 +11,7 @@
 #include "soak/soak_length.h"
 #include "support/library_test.h"
 #include "support/scripted_calls.h"
+#include "support/threads.h"
 
 namespace soak {
 
@@ -19,9 +20,6 @@ using testing::IsEmpty;
 
 // A remark of the simulator that no client of this library may cause.
 bool tells_of_disorder(const std::string& line);
-
-// Whether nobody holds any of the library's locks.
-bool all_locks_are_free();
 
 // The watch begins before the first thread is counted and ends after the last.
 class WatchedTest : private HangWatch, public test::LibraryTest {

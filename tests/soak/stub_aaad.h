@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "server/file_descriptor.h"
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 #include "soak/timeouts.h"
 #include "traffic/calls.h"
 #include "wire/message.h"
@@ -58,8 +58,8 @@ class StubAaad {
   void serve(int fd);
   void send_away(int fd);
   bool read_all(int fd, void* to, std::size_t size) const;
-  void give(int fd, aaa_sim::Frame answer);
-  void trickle(int fd, const aaa_sim::Bytes& bytes) const;
+  void give(int fd, const traffic::Message& answer);
+  void trickle(int fd, const std::string& bytes) const;
   std::size_t client_of(int fd) const;
   int other_connection(int fd) const;
 

@@ -1,4 +1,4 @@
-#include "soak/stub_test.h"
+#include "soak/stub_aaad.h"
 
 #include <linux/sockios.h>
 #include <poll.h>
@@ -16,9 +16,10 @@
 namespace soak {
 namespace {
 
-using aaa_sim::Bytes;
 using aaa_sim::FileDescriptor;
-using aaa_sim::Frame;
+
+// All words are 0.
+const std::string kStatus = test::message_bytes(AAA_MSG_AAA_INFO_READY, test::zeros(40));
 
 constexpr int look_again_ms = 2;
 constexpr milliseconds client_gives_up{50};
@@ -40,7 +41,7 @@ FileDescriptor listen_below(const std::string& directory) {
 
 // Up to `at_a_time` bytes at once, as long as the client takes them and `goes_on` after each piece.
 template <class GoesOn>
-void write_in_pieces(int fd, const Bytes& bytes, std::size_t at_a_time, GoesOn goes_on) {
+void write_in_pieces(int fd, const std::string& bytes, std::size_t at_a_time, GoesOn goes_on) {
   for (std::size_t written = 0; written < bytes.size();) {
     const std::size_t size = std::min(at_a_time, bytes.size() - written);
     const ssize_t n = ::send(fd, bytes.data() + written, size, MSG_NOSIGNAL);
@@ -49,7 +50,7 @@ void write_in_pieces(int fd, const Bytes& bytes, std::size_t at_a_time, GoesOn g
   }
 }
 
-void write_all(int fd, const Bytes& bytes, std::size_t at_a_time = SIZE_MAX) {
+void write_all(int fd, const std::string& bytes, std::size_t at_a_time = SIZE_MAX) {
   write_in_pieces(fd, bytes, at_a_time, [] { return true; });
 }
 
@@ -58,17 +59,33 @@ bool everything_was_read_from(int fd) {
   return ::ioctl(fd, SIOCOUTQ, &waiting) != 0 || waiting == 0;
 }
 
-bool is_event_registration(const Frame& request) {
-  return request.header.type == AAA_MSG_REGISTER_REQ && !request.body.empty() &&
-         request.body[0] == '2';
+bool is_event_registration(std::uint32_t type, const std::string& body) {
+  return type == AAA_MSG_REGISTER_REQ && body.starts_with('2');
 }
 
-// Without a marker for what is not answered.
-Frame answer_to(const Frame& request) {
+// Null for what is not answered.
+const traffic::Message* answer_to(std::uint32_t type) {
   const auto& all = traffic::exchanges();
-  const auto found = std::ranges::find(all, request.header.type, &traffic::Exchange::request);
-  if (found == all.end()) return {};
-  return aaa_sim::make_frame(found->answer.type, 0, found->answer.body);
+  const auto found = std::ranges::find(all, type, &traffic::Exchange::request);
+  return found == all.end() ? nullptr : &found->answer;
+}
+
+std::string bytes_of_answer(const traffic::Message& answer, Behaviour behaviour) {
+  const std::string right = answer.bytes();
+  switch (behaviour) {
+    case Behaviour::stops_in_header:
+      return right.substr(0, 9);
+    case Behaviour::stops_in_body:
+      return right.substr(0, right.size() - (answer.body.empty() ? 0 : 1));
+    case Behaviour::other_type:
+      return test::message_bytes(AAA_MSG_NOTIFY_RESULT, answer.body);
+    case Behaviour::other_id:
+      return test::message_with_id(77, answer.type, answer.body);
+    case Behaviour::other_marker:
+      return test::message_bytes(answer.type, answer.body, 0);
+    default:
+      return right;
+  }
 }
 
 }  // namespace
@@ -116,16 +133,13 @@ void StubAaad::accept() {
 }
 
 void StubAaad::serve(int fd) {
-  Frame request;
-  if (!read_all(fd, &request.header, sizeof request.header)) return send_away(fd);
-  if (request.header.marker != aaa_sim::kMarker) return send_away(fd);
-  request.body.resize(request.header.length);
-  if (!read_all(fd, request.body.data(), request.body.size())) return send_away(fd);
-  if (is_event_registration(request)) {
-    const Bytes status = aaa_sim::encode_status({});
-    return write_all(fd, aaa_sim::to_bytes(aaa_sim::make_frame(AAA_MSG_AAA_INFO_READY, 0, status)));
-  }
-  give(fd, answer_to(request));
+  aaa_ipc_header header;
+  if (!read_all(fd, &header, sizeof header)) return send_away(fd);
+  if (header.marker != aaa_sim::kMarker) return send_away(fd);
+  std::string body = test::zeros(header.length);
+  if (!read_all(fd, body.data(), body.size())) return send_away(fd);
+  if (is_event_registration(header.type, body)) return write_all(fd, kStatus);
+  if (const traffic::Message* const answer = answer_to(header.type)) give(fd, *answer);
 }
 
 // Closes both connections of the client.
@@ -151,45 +165,26 @@ bool StubAaad::read_all(int fd, void* to, std::size_t size) const {
   return true;
 }
 
-void StubAaad::give(int fd, Frame answer) {
-  if (answer.header.marker == 0) return;
-  const auto first = [](const Bytes& bytes, std::size_t count) {
-    return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
-  };
-  const Bytes bytes = aaa_sim::to_bytes(answer);
-  const std::size_t last = answer.body.empty() ? 0 : 1;
-  switch (behaviour_) {
-    case Behaviour::good:
-    case Behaviour::reads_byte_wise:
-    case Behaviour::never_reads:
-      return write_all(fd, bytes);
-    case Behaviour::writes_byte_wise:
-      return write_all(fd, bytes, 1);
-    case Behaviour::trickles:
-      return trickle(fd, bytes);
+void StubAaad::give(int fd, const traffic::Message& answer) {
+  const Behaviour behaviour = behaviour_;
+  const std::string bytes = bytes_of_answer(answer, behaviour);
+  switch (behaviour) {
     case Behaviour::never_writes:
       return;
-    case Behaviour::stops_in_header:
-      return write_all(fd, first(bytes, 9));
-    case Behaviour::stops_in_body:
-      return write_all(fd, first(bytes, bytes.size() - last));
-    case Behaviour::other_type:
-      answer.header.type = AAA_MSG_NOTIFY_RESULT;
-      return write_all(fd, aaa_sim::to_bytes(answer));
-    case Behaviour::other_id:
-      answer.header.id = 77;
-      return write_all(fd, aaa_sim::to_bytes(answer));
-    case Behaviour::other_marker:
-      answer.header.marker = 0;
-      return write_all(fd, aaa_sim::to_bytes(answer));
-    case Behaviour::other_socket:
-      return write_all(other_connection(fd), bytes);
     case Behaviour::closes:
       return send_away(fd);
+    case Behaviour::trickles:
+      return trickle(fd, bytes);
+    case Behaviour::writes_byte_wise:
+      return write_all(fd, bytes, 1);
+    case Behaviour::other_socket:
+      return write_all(other_connection(fd), bytes);
+    default:
+      return write_all(fd, bytes);
   }
 }
 
-void StubAaad::trickle(int fd, const Bytes& bytes) const {
+void StubAaad::trickle(int fd, const std::string& bytes) const {
   write_in_pieces(fd, bytes, 1, [&] {
     if (behaviour_ != Behaviour::trickles) return false;
     if (!test::eventually([fd] { return everything_was_read_from(fd); }, client_gives_up))
@@ -277,7 +272,7 @@ void StubTest::behave(Behaviour behaviour) {
 }
 
 void StubTest::expect_library_in_order() {
-  EXPECT_TRUE(test::eventually(all_locks_are_free)) << "a lock is held";
+  EXPECT_TRUE(test::eventually(test::all_locks_are_free)) << "a lock is held";
   behave(Behaviour::good);
   if (!aaa::receive_thread_exists()) return;
   // An attempt that waits for what the aaad of before has withheld is over.

@@ -1,12 +1,9 @@
-#include "soak/soak_test.h"
+#include "soak/soak_fixture.h"
 
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <atomic>
-
-#include "session/state/locks.h"
-#include "support/lock_check.h"
 
 namespace soak {
 namespace {
@@ -32,16 +29,6 @@ bool tells_of_disorder(const std::string& line) {
   return line.find(" note ") != std::string::npos &&
          std::ranges::any_of(remarks,
                              [&](const char* one) { return line.find(one) != std::string::npos; });
-}
-
-bool all_locks_are_free() {
-  pthread_mutex_t* const locks[] = {&aaa_lib_lock,
-                                    &aaa_lib_send_buf_lock,
-                                    &aaa::waiting_session_lock,
-                                    &aaa::request_write_lock,
-                                    &aaa::event_write_lock,
-                                    &aaa::event_read_lock};
-  return std::ranges::all_of(locks, [](pthread_mutex_t* lock) { return test::is_free(*lock); });
 }
 
 void WatchedTest::SetUp() {
