@@ -76,7 +76,8 @@ Daemon::~Daemon() {
 }
 
 bool Daemon::take_turn() {
-  has_turn_ = ::pthread_mutex_clocklock(&turn, CLOCK_MONOTONIC, &deadline_.time()) == 0;
+  while (!(has_turn_ = ::pthread_mutex_trylock(&turn) == 0) && deadline_.seconds_left() > 0)
+    (void)::usleep(kPauseUs);
   if (!has_turn_)
     pam_syslog(call_.handle, LOG_ERR, "another thread is waiting for aaad, for %u seconds now",
                call_.options.timeout);
