@@ -12,7 +12,7 @@ struct Call {
   int flags;
   Options options;
 
-  bool is_silent() const { return (flags & PAM_SILENT) != 0; }
+  bool has(unsigned flag) const { return (static_cast<unsigned>(flags) & flag) != 0; }
 };
 
 }  // namespace aaa_pam

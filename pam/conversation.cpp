@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view kDefaultQuestion = "Response: ";
 
 void show(const Call& call, int style, std::string_view text) {
-  if (text.empty() || call.is_silent()) return;
+  if (text.empty() || call.has(PAM_SILENT)) return;
   (void)pam_prompt(call.handle, style, nullptr, "%.*s", static_cast<int>(text.size()), text.data());
 }
 

@@ -76,7 +76,8 @@ Daemon::~Daemon() {
 }
 
 bool Daemon::take_turn() {
-  has_turn_ = ::pthread_mutex_clocklock(&turn, CLOCK_MONOTONIC, &deadline_.time()) == 0;
+  while (!(has_turn_ = ::pthread_mutex_trylock(&turn) == 0) && deadline_.seconds_left() > 0)
+    (void)::usleep(kPauseUs);
   if (!has_turn_)
     pam_syslog(call_.handle, LOG_ERR, "another thread is waiting for aaad, for %u seconds now",
                call_.options.timeout);
@@ -149,13 +150,17 @@ Result Daemon::ask_local(authen_info& authen) const {
   return Result(result);
 }
 
+// A loss of the connection before the wait begins does not end it, so it is asked about each
+// second.
 Result Daemon::wait_for_result(std::uint32_t session_id) const {
   result_info* result = nullptr;
-  if (aaa_user_get_result(session_id, 0, deadline_.seconds_left(), &result) != 0) {
-    pam_syslog(call_.handle, LOG_ERR, "no answer for session %08x in time", session_id);
-    (void)aaa_clear_req_user(session_id);
-  }
-  return Result(result);
+  do {
+    if (aaa_user_get_result(session_id, 0, 1, &result) == 0) return Result(result);
+  } while (aaa_is_alive() != 0 && deadline_.seconds_left() > 0);
+  pam_syslog(call_.handle, LOG_ERR, "no answer for session %08x: %s", session_id,
+             aaa_is_alive() != 0 ? "time is over" : "the connection to aaad is lost");
+  (void)aaa_clear_req_user(session_id);
+  return Result();
 }
 
 }  // namespace aaa_pam

@@ -14,8 +14,6 @@ class Deadline {
     time_.tv_sec += static_cast<time_t>(seconds);
   }
 
-  const timespec& time() const { return time_; }
-
   // In whole seconds, rounded up; 0 when it has passed.
   std::uint32_t seconds_left() const {
     timespec now;

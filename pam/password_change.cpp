@@ -86,7 +86,7 @@ int change_password(const Call& call) {
   int result = get_user_name(call, &name);
   if (result == PAM_SUCCESS) result = get_password(call, PAM_OLDAUTHTOK, nullptr, &old_password);
   if (result != PAM_SUCCESS) return result;
-  const bool is_check = (call.flags & PAM_PRELIM_CHECK) != 0;
+  const bool is_check = call.has(PAM_PRELIM_CHECK);
   return is_check ? prepare(call, name, old_password) : update(call, name, old_password);
 }
 

@@ -46,11 +46,11 @@ TEST_F(LimitsTest, EndsInTimeWhenTheDaemonIsAway) {
   EXPECT_THAT(system_log(), Contains(HasSubstr("aaad cannot be reached")));
 }
 
-TEST_F(LimitsTest, EndsAtOnceWhenTheConnectionIsLost) {
+TEST_F(LimitsTest, EndsSoonWhenTheConnectionIsLost) {
   sim_.set_fault(aaa_sim::Role::request, AAA_MSG_AUTHEN_REQ, aaa_sim::Fault::silent);
   std::thread breaking([this] {
     EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_AUTHEN_REQ)));
-    sim_.close_connections();
+    sim_.stop();
   });
   const auto start = steady_clock::now();
   EXPECT_EQ(log_in("alice", {"secret"}), PAM_AUTHINFO_UNAVAIL);
