@@ -211,7 +211,8 @@ typedef void (*aaa_reserved_fn)(void);
 enum { AAA_MODEL_NAME_SIZE = 64 };
 
 /* The registration record; read during the call and copied. A callback may be null: its messages
- * are then dropped, unless a comment says otherwise. */
+ * are then dropped; to the questions of gs_valid_req_cb and get_online_info_cb the library then
+ * answers "valid" and 8 zero bytes. */
 typedef struct reg_info {
   uint8_t use_send_buf;                  /* non-zero: batch requests and send them every 20 ms */
   char model_name[AAA_MODEL_NAME_SIZE];  /* not empty; only the first 63 characters are used */
