@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "codec/bodies.h"
+#include "aaa_codec.h"
 
 namespace test {
 

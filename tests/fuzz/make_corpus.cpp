@@ -157,38 +157,27 @@ void write_radext(const fs::path& directory) {
 }
 
 // A byte of flags and a packet; digests and signatures are the target's work.
-test::Bytes radius_input(int flags, int code, const test::Bytes& attributes) {
-  test::Bytes input(21 + attributes.size());
-  input[0] = static_cast<std::uint8_t>(flags);
-  input[1] = static_cast<std::uint8_t>(code);
-  input[4] = static_cast<std::uint8_t>(20 + attributes.size());
-  std::copy(attributes.begin(), attributes.end(), input.begin() + 21);
-  return input;
+std::string radius_input(int flags, int code, const std::string& attributes) {
+  std::string input = test::zeros(21);
+  input[0] = static_cast<char>(flags);
+  input[1] = static_cast<char>(code);
+  input[4] = static_cast<char>(20 + attributes.size());
+  return input + attributes;
 }
 
 void write_radius(const fs::path& directory) {
-  test::Bytes signature(18);
-  signature[0] = 80;
-  signature[1] = 18;
-  const auto with_signature = [&](std::initializer_list<std::uint8_t> more) {
-    test::Bytes attributes = signature;
-    attributes.insert(attributes.end(), more);
-    return attributes;
-  };
-  test::Bytes key = with_signature({26, 42, 0, 0, 1, 55, 17, 36, 0x80, 1});
-  key.resize(18 + 42);
-  write(directory, "accept",
-        radius_input(4, 2, with_signature({1, 3, 'n', 18, 4, 'H', 'i', 27, 6, 0, 0, 0, 60})));
+  using test::hex;
+  const std::string signature = hex("5012") + test::zeros(16);
+  write(directory, "accept", radius_input(4, 2, signature + hex("01036e 12044869 1b060000003c")));
   write(directory, "vlan",
-        radius_input(4, 2, with_signature({64, 6, 1, 0, 0, 13, 65, 6, 1, 0, 0, 6, 81, 4, 1, '9'})));
-  write(directory, "key", radius_input(4, 2, key));
-  write(directory, "challenge",
-        radius_input(4, 11, with_signature({24, 3, 's', 79, 7, 1, 1, 0, 5, 1})));
-  write(directory, "reject", radius_input(2, 3, {25, 3, 'c'}));
-  write(directory, "accounting", radius_input(3, 5, {}));
-  write(directory, "disconnect",
-        radius_input(0, 40, {44, 10, '0', '0', '0', '0', '0', '0', '0', '7', 33, 3, 'p'}));
-  write(directory, "coa", radius_input(4, 43, with_signature({1, 3, 'n', 32, 3, 's'})));
+        radius_input(4, 2, signature + hex("40060100000d 410601000006 51040139")));
+  write(directory, "key",
+        radius_input(4, 2, signature + hex("1a2a00000137 11248001") + test::zeros(32)));
+  write(directory, "challenge", radius_input(4, 11, signature + hex("180373 4f070101000501")));
+  write(directory, "reject", radius_input(2, 3, hex("190363")));
+  write(directory, "accounting", radius_input(3, 5, ""));
+  write(directory, "disconnect", radius_input(0, 40, hex("2c0a3030303030303037 210370")));
+  write(directory, "coa", radius_input(4, 43, signature + hex("01036e 200373")));
 }
 
 void write_link(const fs::path& directory) {
