@@ -5,8 +5,11 @@
  * frames and aaad, and accounts for the time that the port is open. Where it prints that the port
  * is open or closed, a product opens and closes it. It ends on SIGINT or SIGTERM. Exit status: 0
  * ended so, 2 it could not start.
+ *
+ * eapol.h has the frames, dot1x_requests.h the records for aaad, dot1x_news.h the callbacks.
  */
 #include <aaa_client.h>
+#include <ctype.h>
 #include <limits.h>
 #include <poll.h>
 
@@ -131,13 +134,20 @@ static void begin_session(const uint8_t* supplicant) {
   ask_identity();
 }
 
+/* Anybody can send an identity: one with line ends would print what did not happen. */
+static int is_name(const char* text, size_t size) {
+  for (size_t i = 0; i < size; ++i)
+    if (iscntrl((unsigned char)text[i])) return 0;
+  return size != 0;
+}
+
 /* Returns 0 when the identity is none that aaad can be asked about. */
 static int take_identity(const eap_packet* response) {
   char name[sizeof port.session.user] = "";
   const size_t size = response->size - EAP_DATA;
-  if (response->bytes[EAP_TYPE] != EAP_TYPE_IDENTITY || size == 0 || size >= sizeof name) return 0;
+  if (response->bytes[EAP_TYPE] != EAP_TYPE_IDENTITY || size >= sizeof name) return 0;
   (void)memcpy(name, response->bytes + EAP_DATA, size);
-  if (strlen(name) != size) return 0;
+  if (!is_name(name, size)) return 0;
   if (port.open && strcmp(name, port.session.user) != 0) return 0;
   (void)memcpy(port.session.user, name, sizeof name);
   return 1;

@@ -234,6 +234,13 @@ TEST_F(FramesTest, RefusesAnIdentityThatIsNoName) {
   EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 5, 1, 3, 0, 5, 1));
   host_->send(Bytes{2, 0, 0, 70, 2, 3, 0, 70, 1} + name);
   EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 3, 0, 4));
+  for (const std::uint8_t letter : {'\0', '\n', '\x1b', '\x7f'}) {
+    host_->send({2, 1, 0, 0});
+    const Bytes request = host_->receive();
+    ASSERT_THAT(request, testing::SizeIs(9));
+    host_->send({2, 0, 0, 8, 2, request[5], 0, 8, 1, 'b', letter, 'b'});
+    EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, request[5], 0, 4));
+  }
   EXPECT_EQ(sim_.count(received(AAA_MSG_AUTHEN_REQ)), 0U);
 }
 
