@@ -116,8 +116,7 @@ bool Daemon::give_up_silent_daemon() {
 }
 
 bool Daemon::wait_for_connection() const {
-  const Deadline last(call_.options.timeout - kLeaveSeconds);
-  while (aaa_is_alive() == 0 && !aaad_refuses() && last.seconds_left() > 0)
+  while (aaa_is_alive() == 0 && !aaad_refuses() && deadline_.seconds_left() > kLeaveSeconds)
     (void)::usleep(kPauseUs);
   if (aaa_is_alive() != 0) return true;
   pam_syslog(call_.handle, LOG_ERR, aaad_refuses() ? "refused by aaad" : "aaad cannot be reached");

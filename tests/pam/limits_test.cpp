@@ -73,6 +73,18 @@ TEST_F(LimitsTest, WaitsForAnotherThreadForItsOwnTimeOnly) {
   first.join();
 }
 
+TEST_F(LimitsTest, CountsTheWaitForAnotherThread) {
+  configure("timeout=3");
+  sim_.stop();
+  std::thread first([this] { EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL); });
+  Conversation user({"secret"});
+  Handle handle(configuration_.path(), "alice", user);
+  const auto start = steady_clock::now();
+  EXPECT_EQ(::pam_authenticate(handle, 0), PAM_AUTHINFO_UNAVAIL);
+  first.join();
+  EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds(3900));
+}
+
 TEST_F(LimitsTest, SendsNothingToADaemonOfAnotherUser) {
   configure("timeout=3 aaad_uid=" + std::to_string(::geteuid() + 1));
   EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);

@@ -18,17 +18,24 @@ using aaa_sim::received;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-sockaddr_in loopback(std::uint16_t port) {
+// An address of the test's own: others that run beside it take ports too.
+std::string own_host() {
+  const auto pid = static_cast<unsigned>(::getpid());
+  return "127." + std::to_string(128 + (pid >> 16) % 127) + "." + std::to_string(pid >> 8 & 255) +
+         "." + std::to_string(pid & 255);
+}
+
+sockaddr_in own_address(std::uint16_t port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  EXPECT_EQ(::inet_pton(AF_INET, own_host().c_str(), &address.sin_addr), 1);
   return address;
 }
 
 std::uint16_t free_port() {
   const aaa_sim::FileDescriptor fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address = loopback(0);
+  sockaddr_in address = own_address(0);
   socklen_t size = sizeof address;
   EXPECT_EQ(::bind(fd.get(), reinterpret_cast<sockaddr*>(&address), size), 0);
   EXPECT_EQ(::getsockname(fd.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
@@ -54,7 +61,8 @@ class SshTest : public testing::Test {
     make_host_key();
     programs_.write(
         "sshd_config",
-        "ListenAddress 127.0.0.1:" + std::to_string(port_) + "\nHostKey " + file("host_key") +
+        "ListenAddress " + own_host() + ":" + std::to_string(port_) + "\nHostKey " +
+            file("host_key") +
             "\nUsePAM yes\nPasswordAuthentication yes\nKbdInteractiveAuthentication yes\n"
             "PubkeyAuthentication no\nPrintMotd no\nPidFile none\n");
     programs_.write("askpass",
@@ -86,7 +94,7 @@ class SshTest : public testing::Test {
 
   bool sshd_listens() const {
     const aaa_sim::FileDescriptor fd(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const sockaddr_in address = loopback(port_);
+    const sockaddr_in address = own_address(port_);
     return ::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
   }
 
@@ -114,7 +122,7 @@ class SshTest : public testing::Test {
             "LogLevel=ERROR",
             "-o",
             "PreferredAuthentications=" + methods,
-            user + "@127.0.0.1",
+            user + "@" + own_host(),
             command};
   }
 
