@@ -177,6 +177,22 @@ TEST_F(RequestTest, The257thRequestWaits) {
   EXPECT_EQ(answered.size(), 257u);
 }
 
+// They arrive while the simulator is busy.
+TEST_F(RequestTest, RepliesToAllRequestsFitTheSocket) {
+  start();
+  for (std::uint32_t id = 1; id <= 256; ++id)
+    log_in(id);
+  std::vector<Datagram> requests;
+  for (int n = 0; n < 256; ++n)
+    requests.push_back(server_.receive());
+  const Bytes message = attribute(18, std::string(200, 'm'));
+  sim_->change([&](Settings&) {
+    for (const Datagram& request : requests)
+      server_.send(reply_to(request.bytes, 2, message), request);
+  });
+  wait_for(&Counters::replies, 256);
+}
+
 TEST_F(RequestTest, OthersAreServedMeanwhile) {
   start();
   log_in(7);
