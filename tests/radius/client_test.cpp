@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <set>
 
+#include "radius/client.h"
 #include "radius/endpoint.h"
 
 namespace aaa_sim_test {
@@ -298,6 +299,30 @@ TEST_F(RequestTest, RefusalIsOnlyAHint) {
   ScriptedServer late(port, own_address());
   late.accept_next();
   EXPECT_EQ(result().code, 0u);
+}
+
+// Nothing is received: the loop does not run.
+TEST(RequestListTest, RequestsAreBounded) {
+  const ScriptedServer server;
+  const aaa_sim::radius::Settings settings{
+      .servers = {{kLoopback, server.port(), server.port(), kSecret}}};
+  Counters counters;
+  aaa_sim::EventLoop loop;
+  aaa_sim::radius::Client client(loop, settings, counters, [](const std::string&) {});
+  std::size_t ended = 0;
+  const auto submit = [&] {
+    client.submit(aaa_sim::radius::Code::access_request, {},
+                  [&ended](const aaa_sim::radius::Reply* reply) {
+                    EXPECT_EQ(reply, nullptr);
+                    ++ended;
+                  });
+  };
+  for (std::size_t n = 0; n < client.max_requests; ++n)
+    submit();
+  EXPECT_EQ(ended, 0u);
+  submit();
+  EXPECT_EQ(ended, 1u);
+  EXPECT_EQ(counters.unanswered, 1u);
 }
 
 // The error that an ICMP message left at the socket does not cost the next datagram.
