@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <set>
 
+#include "radius/client.h"
 #include "radius/endpoint.h"
 
 namespace aaa_sim_test {
@@ -177,6 +178,22 @@ TEST_F(RequestTest, The257thRequestWaits) {
   EXPECT_EQ(answered.size(), 257u);
 }
 
+// They arrive while the simulator is busy.
+TEST_F(RequestTest, RepliesToAllRequestsFitTheSocket) {
+  start();
+  for (std::uint32_t id = 1; id <= 256; ++id)
+    log_in(id);
+  std::vector<Datagram> requests;
+  for (int n = 0; n < 256; ++n)
+    requests.push_back(server_.receive());
+  const Bytes message = attribute(18, std::string(200, 'm'));
+  sim_->change([&](Settings&) {
+    for (const Datagram& request : requests)
+      server_.send(reply_to(request.bytes, 2, message), request);
+  });
+  wait_for(&Counters::replies, 256);
+}
+
 TEST_F(RequestTest, OthersAreServedMeanwhile) {
   start();
   log_in(7);
@@ -282,6 +299,30 @@ TEST_F(RequestTest, RefusalIsOnlyAHint) {
   ScriptedServer late(port, own_address());
   late.accept_next();
   EXPECT_EQ(result().code, 0u);
+}
+
+// Nothing is received: the loop does not run.
+TEST(RequestListTest, RequestsAreBounded) {
+  const ScriptedServer server;
+  const aaa_sim::radius::Settings settings{
+      .servers = {{kLoopback, server.port(), server.port(), kSecret}}};
+  Counters counters;
+  aaa_sim::EventLoop loop;
+  aaa_sim::radius::Client client(loop, settings, counters, [](const std::string&) {});
+  std::size_t ended = 0;
+  const auto submit = [&] {
+    client.submit(aaa_sim::radius::Code::access_request, {},
+                  [&ended](const aaa_sim::radius::Reply* reply) {
+                    EXPECT_EQ(reply, nullptr);
+                    ++ended;
+                  });
+  };
+  for (std::size_t n = 0; n < client.max_requests; ++n)
+    submit();
+  EXPECT_EQ(ended, 0u);
+  submit();
+  EXPECT_EQ(ended, 1u);
+  EXPECT_EQ(counters.unanswered, 1u);
 }
 
 // The error that an ICMP message left at the socket does not cost the next datagram.

@@ -138,6 +138,8 @@ ScriptedServer::ScriptedServer(std::uint16_t port, const std::string& host) {
   socklen_t size = 0;
   sockaddr_storage address = address_of(host, port, size);
   socket_ = aaa_sim::checked(::socket(address.ss_family, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket");
+  const int room = 1 << 20;  // for requests that the test does not read at once
+  ::setsockopt(socket_.get(), SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
   if (::bind(socket_.get(), generic(address), size) != 0)
     throw std::system_error(errno, std::generic_category(), "bind");
   ::getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size);

@@ -86,6 +86,10 @@ void Client::open(Endpoints& endpoints, std::uint16_t ServerAddress::*port) {
 void Client::submit(Code code, Attributes attributes, Done done) {
   const TimePoint now = kernel_now();
   ++counters_.requests;
+  if (requests_.size() == max_requests) {
+    ++counters_.unanswered;
+    return done(nullptr);
+  }
   requests_.push_front({.code = code,
                         .attributes = std::move(attributes),
                         .done = std::move(done),

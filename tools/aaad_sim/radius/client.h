@@ -36,6 +36,9 @@ class Client {
  public:
   using Note = std::function<void(const std::string&)>;
 
+  // More are ended at once, as if no server had answered.
+  static constexpr std::size_t max_requests = 16384;
+
   // The arguments must outlive it. Throws std::runtime_error when a server cannot be addressed.
   Client(EventLoop& loop, const Settings& settings, Counters& counters, Note note);
   // Requests in progress end without a call of `done`.

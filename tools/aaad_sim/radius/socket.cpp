@@ -21,8 +21,14 @@ AddressList find_addresses(const std::string& host, std::uint16_t port, int flag
   return {found, ::freeaddrinfo};
 }
 
+// With room for the replies to all requests that a server may have at once, or as much as there may
+// be.
 FileDescriptor udp_socket(const addrinfo& address) {
-  return checked(::socket(address.ai_family, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0), "udp");
+  FileDescriptor socket =
+      checked(::socket(address.ai_family, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0), "udp");
+  constexpr int room = 1 << 20;
+  ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
+  return socket;
 }
 
 void check(int result, const std::string& host, std::uint16_t port) {
