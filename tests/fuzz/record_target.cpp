@@ -2,6 +2,7 @@
 // decodes that.
 #include "support/failing_allocator.h"
 #include "traffic/touch.h"
+#include "transport/base/memory.h"
 
 using traffic::require;
 using traffic::touch;
