@@ -9,7 +9,7 @@
 #include "radius/client.h"
 #include "radius/endpoint.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 using RequestTest = RadiusTest;
@@ -366,4 +366,4 @@ TEST_F(RequestTest, UnknownHostIsAnErrorAtTheStart) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

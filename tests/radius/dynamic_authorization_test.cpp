@@ -1,7 +1,7 @@
 // Disconnect-Requests and CoA-Requests.
 #include "radius/radius_fixture.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 class DynamicAuthorizationTest : public RadiusTest {
@@ -220,4 +220,4 @@ TEST_F(DynamicAuthorizationTest, AnswerThatDoesNotFitAPacketIsNotSent) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

@@ -1,7 +1,7 @@
 // Servers that do not answer.
 #include "radius/radius_fixture.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 class FailoverTest : public RadiusTest {
@@ -160,4 +160,4 @@ TEST_F(RadiusTest, RequestThatWaitedLongDoesNotMakeAServerSilent) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

@@ -8,7 +8,7 @@
 
 #include "radius/scripted_server.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 using aaa_sim::item_of;
@@ -189,4 +189,4 @@ TEST(SessionTextTest, EightDigits) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

@@ -6,7 +6,7 @@
 
 #include "radius/scripted_server.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 using aaa_sim::View;
@@ -198,4 +198,4 @@ TEST(PacketTest, MalformedKeysAreNot) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

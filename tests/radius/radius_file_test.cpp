@@ -8,7 +8,7 @@
 
 #include "support/temporary_directory.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 using aaa_sim::load_radius;
@@ -144,4 +144,4 @@ TEST_F(RadiusFileTest, MissingFileIsAnError) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

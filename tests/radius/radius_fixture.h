@@ -17,9 +17,10 @@
 #include "tools/raw_client.h"
 #include "wire/records.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 
 using aaa_sim::Settings;
+using aaa_sim_test::RawClient;
 using aaa_sim::View;
 using aaa_sim::radius::Counters;
 using std::chrono::milliseconds;
@@ -72,9 +73,7 @@ class RadiusTest : public testing::Test {
   }
 
   void send_request(std::uint8_t type, std::uint32_t id, const Bytes& body) {
-    Bytes message = framed(type, body);
-    std::memcpy(&message[4], &id, sizeof id);
-    client_->request.send(message);
+    client_->request.send(test::message_with_id(id, type, string_of(body)));
   }
 
   static Bytes login_body(std::uint32_t id, const std::string& name = "nemo",
@@ -148,4 +147,4 @@ class RadiusTest : public testing::Test {
   std::optional<RawClient> client_;
 };
 
-}  // namespace aaa_sim_test
+}  // namespace radius_test

@@ -5,7 +5,7 @@
 #include "radius/packet.h"
 #include "radius/scripted_server.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 using aaa_sim::radius::Attributes;
@@ -145,4 +145,4 @@ TEST(DynamicRequestTest, DefectsAreTold) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

@@ -5,7 +5,7 @@
 #include "radius/fields.h"
 #include "radius/scripted_server.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 using aaa_sim::text_of;
@@ -154,4 +154,4 @@ TEST(ResultsTest, OtherVendorsAndMalformedKeysAreIgnored) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test

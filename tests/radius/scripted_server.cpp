@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 constexpr std::chrono::milliseconds kRequestTimeout{5000};
@@ -194,4 +194,4 @@ std::uint16_t free_port() {
   return ScriptedServer(0, own_address()).port();
 }
 
-}  // namespace aaa_sim_test
+}  // namespace radius_test

@@ -11,9 +11,29 @@
 #include <string_view>
 
 #include "server/file_descriptor.h"
-#include "tools/raw_client.h"
+#include "support/bytes.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
+
+using aaa_sim::Bytes;
+
+// Packets are bytes that are computed with, not text.
+inline Bytes text(std::string_view characters) {
+  return Bytes(characters.begin(), characters.end());
+}
+inline Bytes hex(std::string_view digits) {
+  return text(test::hex(std::string(digits)));
+}
+inline Bytes operator+(Bytes left, const Bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+inline std::string string_of(const Bytes& bytes) {
+  return {bytes.begin(), bytes.end()};
+}
+inline std::uint32_t word_at(const Bytes& bytes, std::size_t offset) {
+  return test::word_at(string_of(bytes), offset);
+}
 
 inline const std::string kSecret = "xyzzy5461";
 inline const std::string kLoopback = "127.0.0.1";
@@ -79,4 +99,4 @@ std::string own_address();
 // One that nothing listens on there.
 std::uint16_t free_port();
 
-}  // namespace aaa_sim_test
+}  // namespace radius_test

@@ -3,7 +3,7 @@
 
 #include "radius/radius_fixture.h"
 
-namespace aaa_sim_test {
+namespace radius_test {
 namespace {
 
 class SessionsTest : public RadiusTest {
@@ -84,4 +84,4 @@ TEST(SessionListTest, OldestAreForgotten) {
 }
 
 }  // namespace
-}  // namespace aaa_sim_test
+}  // namespace radius_test
