@@ -30,7 +30,7 @@ Bytes result_of(const Reply* reply, std::uint32_t session_id, std::string_view u
 // Acct-Session-Id.
 std::string session_text(std::uint32_t session_id);
 // None when it is none of session_text().
-std::optional<std::uint32_t> session_id_in(View text);
+std::optional<std::uint32_t> session_id_in(View value);
 
 // A text or number of an attribute with a tag, without it.
 std::string_view untagged_text(View value);
