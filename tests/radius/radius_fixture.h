@@ -20,9 +20,9 @@
 namespace radius_test {
 
 using aaa_sim::Settings;
-using aaa_sim_test::RawClient;
 using aaa_sim::View;
 using aaa_sim::radius::Counters;
+using aaa_sim_test::RawClient;
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -72,8 +72,11 @@ class RadiusTest : public testing::Test {
     EXPECT_THAT(written, Not(HasSubstr(kPassword)));
   }
 
+  void send(const Bytes& message) { client_->request.send(string_of(message)); }
+  Bytes receive() { return text(client_->event.receive_message()); }
+
   void send_request(std::uint8_t type, std::uint32_t id, const Bytes& body) {
-    client_->request.send(test::message_with_id(id, type, string_of(body)));
+    send(framed(type, body, id));
   }
 
   static Bytes login_body(std::uint32_t id, const std::string& name = "nemo",
@@ -104,7 +107,7 @@ class RadiusTest : public testing::Test {
 
   // The next one; fails the test when it does not come.
   Result result() {
-    const Bytes message = client_->event.receive_message();
+    const Bytes message = receive();
     EXPECT_FALSE(message.empty()) << "no result in time";
     if (message.size() < 16) return {};
     EXPECT_EQ(word_at(message, 8), 103u);

@@ -31,6 +31,9 @@ inline Bytes operator+(Bytes left, const Bytes& right) {
 inline std::string string_of(const Bytes& bytes) {
   return {bytes.begin(), bytes.end()};
 }
+inline Bytes framed(std::uint8_t type, const Bytes& body, std::uint32_t id = 0) {
+  return text(test::message_with_id(id, type, string_of(body)));
+}
 inline std::uint32_t word_at(const Bytes& bytes, std::size_t offset) {
   return test::word_at(string_of(bytes), offset);
 }

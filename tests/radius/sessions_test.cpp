@@ -62,7 +62,7 @@ TEST_F(SessionsTest, SessionEndsWithItsAccounting) {
 
 TEST_F(SessionsTest, DeletedUsersSessionEnds) {
   establish(7);
-  client_->request.send(framed(8, hex("07000000 00000000"), 7));
+  send(framed(8, hex("07000000 00000000"), 7));
   EXPECT_EQ(verdict(7), 1u);
 }
 

@@ -71,7 +71,7 @@ TEST_F(ReportsTest, LdapAnswerOfAClientIsKept) {
   EXPECT_THAT(sim_.reports().ldap_answers, ElementsAre(expected));
 }
 
-Bytes accounting(std::uint32_t kind) {
+std::string accounting(std::uint32_t kind) {
   acct_info record{};
   record.session_id = 7;
   record.code_a = kind;
@@ -81,13 +81,14 @@ Bytes accounting(std::uint32_t kind) {
   record.num_d = 5;
   record.num_e = 1;
   record.num_g = 2;
-  return aaa_sim::encode(record);
+  const Bytes body = aaa_sim::encode(record);
+  return {body.begin(), body.end()};
 }
 
 TEST_F(ReportsTest, AccountingIsKeptListedAndAccepted) {
   for (const std::uint32_t kind : {1u, 3u, 2u}) {
-    client_.request.send(framed(7, accounting(kind), 7));
-    const Bytes result = client_.event.receive_message();
+    client_.request.send(message_with_id(7, 7, accounting(kind)));
+    const std::string result = client_.event.receive_message();
     EXPECT_EQ(word_at(result, 8), 103u);
     EXPECT_EQ(word_at(result, 16 + 4), 0u);
     EXPECT_EQ(word_at(result, 16 + 576), 7u);
@@ -110,7 +111,7 @@ TEST_F(ReportsTest, AccountingIsKeptListedAndAccepted) {
 }
 
 TEST_F(ReportsTest, MalformedAccountingHasNoAnswer) {
-  client_.request.send(framed(7, Bytes(5), 7));
+  client_.request.send(message_with_id(7, 7, zeros(5)));
   EXPECT_TRUE(sim_.wait_for_note("malformed accounting request"));
   EXPECT_TRUE(client_.event.stays_silent());
   EXPECT_TRUE(sim_.reports().acct_reports.empty());
@@ -119,7 +120,7 @@ TEST_F(ReportsTest, MalformedAccountingHasNoAnswer) {
 TEST_F(ReportsTest, LastAccountingReportsAreKept) {
   constexpr std::size_t extra = 5;
   for (std::size_t n = 0; n < aaa_sim::Reports::kMaxAcctReports + extra; ++n) {
-    client_.request.send(framed(7, accounting(n < extra ? 1 : 3), 7));
+    client_.request.send(message_with_id(7, 7, accounting(n < extra ? 1 : 3)));
     client_.event.receive_message();
   }
   const auto reports = sim_.reports().acct_reports;

@@ -98,25 +98,27 @@ void DynamicAuthorization::receive() {
 // A request that is repeated, because its answer was lost, gets the same answer and changes
 // nothing.
 void DynamicAuthorization::handle_datagram(const Source& source, View datagram) {
-  auto known = std::ranges::find_if(answers_, [&, now = kernel_now()](const Answer& answer) {
+  const auto known = std::ranges::find_if(answers_, [&, now = kernel_now()](const Answer& answer) {
     return answer.valid_until > now && answer.source == source &&
            std::ranges::equal(answer.request, datagram);
   });
-  if (known == answers_.end()) {
-    Packet request;
-    if (decode_dynamic_request(datagram, settings_.dynamic_authorization.secret, request) !=
-        Defect::none)
-      return;
-    try {
-      remember({source, Bytes(datagram.begin(), datagram.end()), answer(request),
-                kernel_now() + settings_.dynamic_authorization.repetition});
-    } catch (const TooLong&) {
-      return;  // what proxies have added does not fit the answer
-    }
-    known = answers_.begin();
+  if (known != answers_.end()) return send(*known);
+  Packet request;
+  if (decode_dynamic_request(datagram, settings_.dynamic_authorization.secret, request) !=
+      Defect::none)
+    return;
+  try {
+    remember({source, Bytes(datagram.begin(), datagram.end()), answer(request),
+              kernel_now() + settings_.dynamic_authorization.repetition});
+    send(answers_.front());
+  } catch (const TooLong&) {
+    return;  // what proxies have added does not fit the answer
   }
-  ::sendto(socket_.get(), known->response.data(), known->response.size(), MSG_NOSIGNAL,
-           reinterpret_cast<const sockaddr*>(&source.address), source.size);
+}
+
+void DynamicAuthorization::send(const Answer& answer) const {
+  ::sendto(socket_.get(), answer.response.data(), answer.response.size(), MSG_NOSIGNAL,
+           reinterpret_cast<const sockaddr*>(&answer.source.address), answer.source.size);
 }
 
 void DynamicAuthorization::remember(Answer answer) {

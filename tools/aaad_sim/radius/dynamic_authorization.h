@@ -47,6 +47,7 @@ class DynamicAuthorization {
   void receive();
   void handle_datagram(const Source& source, View datagram);
   void remember(Answer answer);
+  void send(const Answer& answer) const;
   Bytes answer(const Packet& request) const;
   std::uint32_t error_of(const Packet& request) const;
   std::vector<std::uint32_t> sessions_of(const Packet& request) const;

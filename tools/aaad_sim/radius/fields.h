@@ -30,7 +30,7 @@ Bytes result_of(const Reply* reply, std::uint32_t session_id, std::string_view u
 // Acct-Session-Id.
 std::string session_text(std::uint32_t session_id);
 // None for a text that session_text() cannot return.
-std::optional<std::uint32_t> session_id_in(View text);
+std::optional<std::uint32_t> session_id_in(View value);
 
 // The text or number in an attribute that can have a tag, without the tag.
 std::string_view untagged_text(View value);

@@ -12,6 +12,6 @@ namespace aaa_sim::radius {
 // when the host is unknown, and std::system_error.
 FileDescriptor connect_udp(const std::string& host, std::uint16_t port);
 // Non-blocking. Throws the same.
-FileDescriptor bind_udp(const std::string& address, std::uint16_t port);
+FileDescriptor bind_udp(const std::string& host, std::uint16_t port);
 
 }  // namespace aaa_sim::radius
