@@ -31,7 +31,7 @@ class Endpoint {
   std::uint8_t take_identifier(PendingRequest& owner);
   void release_identifier(std::uint8_t identifier);
   // Null when no pending request has the identifier.
-  PendingRequest* owner(std::uint8_t identifier) const { return owners_[identifier]; }
+  PendingRequest* owner(std::uint8_t identifier) const { return owners_.at(identifier); }
 
   // A datagram that cannot be sent is treated as lost in transit. False when an ICMP error was
   // reported, which an earlier one caused; this one is sent all the same.
