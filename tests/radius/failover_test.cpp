@@ -8,7 +8,7 @@ class FailoverTest : public RadiusTest {
  protected:
   FailoverTest() {
     radius_.servers.push_back(address_of(second_, "second secret"));
-    radius_.timeout = milliseconds(40);
+    radius_.timeout = milliseconds(500);
   }
 
   void accept_by_second(const Datagram& request) {
@@ -20,7 +20,6 @@ class FailoverTest : public RadiusTest {
 };
 
 TEST_F(FailoverTest, SecondServerGetsARequestOfItsOwn) {
-  radius_.timeout = milliseconds(200);
   start();
   log_in(7);
   const Datagram first = server_.receive();
@@ -59,7 +58,7 @@ TEST_F(FailoverTest, DelayOfAccountingGrows) {
 }
 
 TEST_F(FailoverTest, SilentServerIsPassedOverUntilThePauseEnds) {
-  radius_.pause = milliseconds(800);
+  radius_.pause = milliseconds(2000);
   start();
   log_in(1);
   server_.receive();
@@ -71,19 +70,18 @@ TEST_F(FailoverTest, SilentServerIsPassedOverUntilThePauseEnds) {
   EXPECT_EQ(result().code, 0u);
   EXPECT_TRUE(server_.stays_silent(milliseconds(0)));
   // Authentication only: accounting has a port of its own.
-  const auto deadline = Clock::now() + milliseconds(5000);
+  const auto deadline = Clock::now() + milliseconds(15000);
   std::uint32_t id = 2;
   while (server_.stays_silent(milliseconds(0)) && Clock::now() < deadline) {
     log_in(++id);
     accept_by_second(second_.receive());
     EXPECT_EQ(result().code, 0u);
   }
-  EXPECT_GT(Clock::now() - silent_since, milliseconds(700));
+  EXPECT_GT(Clock::now() - silent_since, milliseconds(1900));
   EXPECT_FALSE(server_.stays_silent(milliseconds(0))) << "never asked again";
 }
 
 TEST_F(FailoverTest, PassedOverServerIsAskedWhenTheOtherIsSilentToo) {
-  radius_.timeout = milliseconds(150);
   start();
   log_in(1);
   server_.receive();
@@ -96,6 +94,7 @@ TEST_F(FailoverTest, PassedOverServerIsAskedWhenTheOtherIsSilentToo) {
 }
 
 TEST_F(FailoverTest, SilenceOfAllServersEndsInTime) {
+  radius_.timeout = milliseconds(40);
   radius_.tries = 3;
   start();
   const auto started = Clock::now();
@@ -106,7 +105,7 @@ TEST_F(FailoverTest, SilenceOfAllServersEndsInTime) {
   EXPECT_EQ(answer.id, 7u);
   EXPECT_EQ(answer.user, "nemo");
   EXPECT_GE(took, milliseconds(2 * 3 * 40));
-  EXPECT_LT(took, milliseconds(2 * 3 * 40 + 1000));
+  EXPECT_LT(took, milliseconds(2 * 3 * 40 + 5000));
   EXPECT_EQ(counters().unanswered, 1u);
   // The last ones are left out when the timers were late.
   EXPECT_GE(counters().resent, 2u);
@@ -114,19 +113,20 @@ TEST_F(FailoverTest, SilenceOfAllServersEndsInTime) {
 }
 
 TEST_F(FailoverTest, RequestsThatWaitedEndInTimeToo) {
+  radius_.timeout = milliseconds(40);
   start();
   const auto started = Clock::now();
   for (std::uint32_t id = 1; id <= 600; ++id)
     log_in(id);
   for (int n = 0; n < 600; ++n)
     EXPECT_EQ(result().code, 4u);
-  EXPECT_LT(Clock::now() - started, milliseconds(4000));
+  EXPECT_LT(Clock::now() - started, milliseconds(10000));
   EXPECT_EQ(counters().unanswered, 600u);
 }
 
 // What waits for an identifier of a server that turns out to be silent goes on to the next one.
 TEST_F(FailoverTest, WaitingRequestsLeaveASilentServer) {
-  radius_.timeout = milliseconds(600);
+  radius_.timeout = milliseconds(2000);
   start();
   for (std::uint32_t id = 1; id <= 300; ++id)
     log_in(id);
@@ -143,7 +143,7 @@ TEST_F(FailoverTest, WaitingRequestsLeaveASilentServer) {
 
 // A request whose time ends soon after it was sent says nothing about the server.
 TEST_F(RadiusTest, RequestThatWaitedLongDoesNotMakeAServerSilent) {
-  radius_.timeout = milliseconds(1000);
+  radius_.timeout = milliseconds(3000);
   start();
   const auto started = Clock::now();
   for (std::uint32_t id = 1; id <= 257; ++id)
@@ -151,7 +151,7 @@ TEST_F(RadiusTest, RequestThatWaitedLongDoesNotMakeAServerSilent) {
   std::vector<Datagram> requests;
   for (int n = 0; n < 256; ++n)
     requests.push_back(server_.receive());
-  std::this_thread::sleep_until(started + milliseconds(650));
+  std::this_thread::sleep_until(started + milliseconds(1800));
   for (const Datagram& request : requests)
     server_.send(reply_to(request.bytes, 2), request);
   for (int n = 0; n < 256; ++n)
