@@ -289,7 +289,8 @@ AAA_API extern char g_aaalib_process_name[64];
  * made later, including when a connection is rebuilt. For set-user-id programs, where the C library
  * hides TMPDIR, and for threaded programs, where the environment must not be changed. Null: TMPDIR
  * again. Returns 0; -1, with nothing changed, when the path does not begin with "/" or has more
- * than 69 bytes. The path is copied. Any thread; takes only a short lock of its own.
+ * than 69 bytes. The path is copied; it stays set for the whole process. Any thread; takes only a
+ * short lock of its own.
  */
 AAA_API int32_t aaa_set_directory(const char* path);
 
@@ -314,15 +315,15 @@ AAA_API int32_t aaa_is_in_use(void);
 /*
  * Registers the process with aaad and starts the library's threads. Returns 0 even if aaad
  * cannot be reached yet: the receive thread then retries every 2 seconds without limit. Returns -1
- * for a null record, an empty model name, a work directory or local sockets that cannot be created
- * below TMPDIR, or a thread that cannot be started; no thread of the library runs then.
+ * for a null record, an empty model name, a work directory or local sockets that cannot be created,
+ * or a thread that cannot be started; no thread of the library runs then.
  *
- * TMPDIR must begin with "/" or "./" and be the same as aaad's. The library creates security/aaa
- * below it and sets the mode of that directory to 0777 at every registration, so the caller must
- * own it or be root. SECURITY.md says how to keep other users out. Up to 69 bytes of TMPDIR fit the
- * socket names; from 73 bytes on aaad cannot be reached, from 76 on the first registration of a
- * process fails. After aaa_set_debug_switch(1) a debug line names TMPDIR when the directory or the
- * local sockets could not be created.
+ * The directory is that of aaa_set_directory(), else TMPDIR, which must begin with "/" or "./". It
+ * must be the same as aaad's. The library creates security/aaa below it and sets the mode of that
+ * directory to 0777 at every registration, so the caller must own it or be root. SECURITY.md says
+ * how to keep other users out. Up to 69 bytes fit the socket names; from 73 bytes on aaad cannot be
+ * reached, from 76 on the first registration of a process fails. After aaa_set_debug_switch(1) a
+ * debug line names the directory when it or the local sockets could not be created.
  *
  * While registered, connected or not, a second call replaces the model name and the callbacks,
  * ignores use_send_buf and bind_core_id, raises no event and returns 0. Two threads that register
@@ -394,8 +395,9 @@ struct zv_thread_master;
  * Registers in agent mode; the connection is made later, on the loop. `reg_info` is copied. Returns
  * 0; or -1 for a null argument, an empty model name, a work directory or local sockets that cannot
  * be created, a flush thread that cannot be started, or when the event-thread library is not
- * linked. TMPDIR as for aaa_svr_reg(), but the mode of an existing directory is not changed, so it
- * may belong to another user. Call it on the loop's thread, or while the loop does not run.
+ * linked. The directory is as for aaa_svr_reg(), but the mode of an existing directory is not
+ * changed, so it may belong to another user. Call it on the loop's thread, or while the loop does
+ * not run.
  *
  * A second call depends on the state that it finds:
  *  - Both sockets are open, or reg_state is not AAA_REG_NOT_REGISTERED: it replaces the model name
@@ -741,7 +743,7 @@ AAA_API int32_t aaa_make_path(char* buffer, const char* suffix, uint32_t size);
 AAA_API int32_t aaa_make_dir(const char* path);
 
 /*
- * Creates the directory of the sockets, security/aaa below TMPDIR, and sets its mode to 0777.
+ * Creates the directory of the sockets, security/aaa, as aaa_svr_reg() does, with mode 0777.
  * Returns 0; -1 on failure, also when it belongs to another user and the caller is not root.
  */
 AAA_API int32_t aaa_lib_make_work_dir(void);
@@ -755,7 +757,7 @@ AAA_API extern int32_t lib_msg_client_fd;
 /*
  * Creates that pair, once per process; it stays open until the process ends. Takes aaa_lib_lock.
  * Returns 0 or -1. After a failure the two words keep the numbers of closed sockets until the next
- * attempt; if TMPDIR was the cause, the first socket stays open until then.
+ * attempt; if no path could be made, the first socket stays open until then.
  */
 AAA_API int32_t aaa_lib_msg_socket_init(void);
 
