@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 #include <security/pam_ext.h>
-#include <sys/socket.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 
 #include "directory.h"
 #include "limits.h"
+#include "result_waiter.h"
 #include "username_lib.h"
 
 namespace aaa_pam {
@@ -18,7 +18,7 @@ namespace {
 // The library has one registration in a process, so threads of the host take turns.
 pthread_mutex_t turn = PTHREAD_MUTEX_INITIALIZER;
 
-// How long deregistering can take while aaad is away.
+// How long deregistering can take while aaad is away. Nothing is begun when no more is left.
 constexpr std::uint32_t kLeaveSeconds = 2;
 
 // A first attempt that takes longer met an aaad that accepts connections and does not answer.
@@ -41,14 +41,6 @@ class LibraryLock {
   LibraryLock(const LibraryLock&) = delete;
   LibraryLock& operator=(const LibraryLock&) = delete;
 };
-
-// Results that arrived after an earlier wait for them had ended are still in the library's socket,
-// and an aaad that has restarted grants the same ids again.
-void drop_earlier_results() {
-  char first;
-  while (::recv(lib_msg_server_fd, &first, sizeof first, MSG_DONTWAIT) >= 0) {
-  }
-}
 
 // A connection on which aaad cannot be told, or does not confirm, leaves the process registered.
 // Without its sockets it can deregister.
@@ -76,7 +68,8 @@ Daemon::~Daemon() {
 }
 
 bool Daemon::take_turn() {
-  while (!(has_turn_ = ::pthread_mutex_trylock(&turn) == 0) && deadline_.seconds_left() > 0)
+  while (!(has_turn_ = ::pthread_mutex_trylock(&turn) == 0) &&
+         deadline_.seconds_left() > kLeaveSeconds)
     (void)::usleep(kPauseUs);
   if (!has_turn_)
     pam_syslog(call_.handle, LOG_ERR, "another thread is waiting for aaad, for %u seconds now",
@@ -96,6 +89,8 @@ bool Daemon::start_registering() {
   (void)aaa_set_aaad_uid(call_.options.aaad_uid);
   reg_info info{};
   (void)std::strncpy(info.model_name, call_.options.model, kMaxModel);
+  info.notify_result_cb = ResultWaiter::on_result;
+  info.aaa_event_cb = ResultWaiter::on_event;
   is_registered_ = true;
   const Deadline prompt(kPromptSeconds);
   if (aaa_svr_reg(&info) != 0) {
@@ -123,19 +118,34 @@ bool Daemon::wait_for_connection() const {
   return false;
 }
 
+// Not aaa_get_session_id(): its ids are shared with a process that the host has forked from.
 std::uint32_t Daemon::new_session_id() const {
-  const std::uint32_t session_id = aaa_get_session_id();
+  constexpr std::uint32_t request[2] = {};
+  aaa_ipc_header* const reply = aaalib_sr_ipc_msg(AAA_MSG_GET_SESSION_ID, request, sizeof request);
+  std::uint32_t session_id = 0;
+  if (reply != nullptr && reply->type == AAA_MSG_GET_SESSION_ID &&
+      reply->length >= sizeof session_id)
+    std::memcpy(&session_id, reply + 1, sizeof session_id);
+  aaa_free(__LINE__, __func__, reply);
   if (session_id == 0) pam_syslog(call_.handle, LOG_ERR, "aaad grants no session id");
   return session_id;
 }
 
 template <class Record>
 Result Daemon::ask(Record& record, std::int32_t (*submit)(Record*)) const {
-  drop_earlier_results();
+  ResultWaiter waiter(record.session_id);
   const std::int32_t sent = submit(&record);
-  if (sent == 0) return wait_for_result(record.session_id);
-  pam_syslog(call_.handle, LOG_ERR, "the request was not sent: error %d", static_cast<int>(sent));
-  return Result();
+  if (sent != 0) {
+    pam_syslog(call_.handle, LOG_ERR, "the request was not sent: error %d", static_cast<int>(sent));
+    return Result();
+  }
+  Result result = waiter.wait(deadline_);
+  if (!result.exists()) {
+    pam_syslog(call_.handle, LOG_ERR, "no answer for session %08x: %s", record.session_id,
+               aaa_is_alive() != 0 ? "time is over" : "the connection to aaad is lost");
+    (void)aaa_clear_req_user(record.session_id);
+  }
+  return result;
 }
 
 template Result Daemon::ask(authen_info&, std::int32_t (*)(authen_info*)) const;
@@ -143,23 +153,15 @@ template Result Daemon::ask(author_info&, std::int32_t (*)(author_info*)) const;
 template Result Daemon::ask(acct_info&, std::int32_t (*)(acct_info*)) const;
 
 Result Daemon::ask_local(authen_info& authen) const {
-  result_info* result = nullptr;
-  if (username_lib_authen_req(&authen, &result) != 0)
+  result_info* record = nullptr;
+  if (username_lib_authen_req(&authen, &record) != 0) {
     pam_syslog(call_.handle, LOG_ERR, "no answer about a local user");
-  return Result(result);
-}
-
-// A loss of the connection before the wait begins does not end it, so it is asked about each
-// second.
-Result Daemon::wait_for_result(std::uint32_t session_id) const {
-  result_info* result = nullptr;
-  do {
-    if (aaa_user_get_result(session_id, 0, 1, &result) == 0) return Result(result);
-  } while (aaa_is_alive() != 0 && deadline_.seconds_left() > 0);
-  pam_syslog(call_.handle, LOG_ERR, "no answer for session %08x: %s", session_id,
-             aaa_is_alive() != 0 ? "time is over" : "the connection to aaad is lost");
-  (void)aaa_clear_req_user(session_id);
-  return Result();
+    return Result();
+  }
+  Result result(*record);
+  wipe(*record);
+  aaa_free_result_info(record);
+  return result;
 }
 
 }  // namespace aaa_pam

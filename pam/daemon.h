@@ -37,7 +37,6 @@ class Daemon {
  private:
   template <class Record>
   Result ask(Record& record, std::int32_t (*submit)(Record*)) const;
-  Result wait_for_result(std::uint32_t session_id) const;
   bool take_turn();
   bool start_registering();
   bool give_up_silent_daemon();

@@ -14,6 +14,9 @@ class Deadline {
     time_.tv_sec += static_cast<time_t>(seconds);
   }
 
+  // Of CLOCK_MONOTONIC.
+  const timespec& time() const { return time_; }
+
   // In whole seconds, rounded up; 0 when it has passed.
   std::uint32_t seconds_left() const {
     timespec now;

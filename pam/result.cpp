@@ -10,31 +10,27 @@ constexpr std::uint32_t kAccept = 0;
 constexpr std::uint32_t kReject = 1;
 constexpr std::uint32_t kChallenge = 3;
 
-// Data outside the arena.
 void wipe(const void* data, std::uint32_t length) {
   if (data != nullptr) ::explicit_bzero(const_cast<void*>(data), length);
 }
 
-std::string_view bytes_of(const aaa_item& item) {
-  if (item.value == nullptr) return {};
-  return {static_cast<const char*>(item.value), item.len};
+bool copy(Secret& copy, const aaa_item& item) {
+  return item.value == nullptr || copy.assign(item.value, item.len);
 }
 
 }  // namespace
 
-Result::~Result() {
-  if (record_ == nullptr) return;
-  wipe(record_->arena.base, record_->arena.size);
-  wipe(record_->text_302, record_->text_302_len);
-  wipe(record_->text_303, record_->text_303_len);
-  wipe(record_->data_321, record_->data_321_len);
-  aaa_free_result_info(record_);
+Result::Result(const result_info& record) {
+  const bool is_copied = copy(message_, record.reply_message) && copy(state_, record.state) &&
+                         copy(class_, record.class_);
+  if (!is_copied) return;
+  session_id_ = record.sub.session_id;
+  code_ = record.sub.num_a;
 }
 
 Verdict Result::verdict_for(std::uint32_t session_id) const {
-  if (record_ == nullptr || session_id == 0 || record_->sub.session_id != session_id)
-    return Verdict::unavailable;
-  switch (record_->sub.num_a) {
+  if (session_id == 0 || session_id_ != session_id) return Verdict::unavailable;
+  switch (code_) {
     case kAccept:
       return Verdict::accepted;
     case kReject:
@@ -47,17 +43,19 @@ Verdict Result::verdict_for(std::uint32_t session_id) const {
 }
 
 std::string_view Result::message() const {
-  if (record_ == nullptr) return {};
-  const std::string_view whole = bytes_of(record_->reply_message);
+  const std::string_view whole = view_of(message_);
   return whole.substr(0, whole.find('\0'));
 }
 
-std::string_view Result::state() const {
-  return record_ == nullptr ? std::string_view() : bytes_of(record_->state);
-}
-
-std::string_view Result::class_attribute() const {
-  return record_ == nullptr ? std::string_view() : bytes_of(record_->class_);
+void wipe(result_info& record) {
+  wipe(record.arena.base, record.arena.size);
+  wipe(record.text_302, record.text_302_len);
+  wipe(record.text_303, record.text_303_len);
+  wipe(record.data_321, record.data_321_len);
+  wipe(record.data_322, record.data_322_len);
+  wipe(record.tail_data, record.tail_len);
+  wipe(record.ext_data, record.sub.ext_data_len & 0xffff);
+  wipe(&record.sub, sizeof record.sub);
 }
 
 }  // namespace aaa_pam

@@ -12,8 +12,13 @@ class Secret {
  public:
   Secret() = default;
   ~Secret() { reset(); }
-  Secret(const Secret&) = delete;
-  Secret& operator=(const Secret&) = delete;
+  Secret(Secret&& other) noexcept
+      : text_(std::exchange(other.text_, nullptr)), size_(std::exchange(other.size_, 0)) {}
+  Secret& operator=(Secret&& other) noexcept {
+    std::swap(text_, other.text_);
+    std::swap(size_, other.size_);
+    return *this;
+  }
 
   // A copy with a NUL behind it. Returns false when there is no memory.
   bool assign(const void* bytes, std::size_t size) {
