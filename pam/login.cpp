@@ -44,7 +44,9 @@ aaa_item item_of(std::string_view bytes) {
 // One login, from the password to the decision.
 class Login {
  public:
-  Login(const Call& call, const char* name) : call_(call), name_(name) {}
+  Login(const Call& call, const char* name) : call_(call), name_(name) {
+    (void)std::strncpy(session_.name, name, kMaxName);
+  }
 
   int run(const char* password) {
     int result = submit(password);
