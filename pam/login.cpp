@@ -49,7 +49,19 @@ class Login {
   }
 
   int run(const char* password) {
-    int result = submit(password);
+    const int first = submit(password);
+    if (first != kChallenged) return first;
+    const int result = answer_challenges();
+    // Without a decision, a stack that goes on to the next module would drop the second factor.
+    return result == PAM_AUTHINFO_UNAVAIL ? PAM_AUTH_ERR : result;
+  }
+
+ private:
+  // Beside the results of PAM.
+  static constexpr int kChallenged = -1;
+
+  int answer_challenges() {
+    int result = kChallenged;
     for (int requests = 1; result == kChallenged; ++requests) {
       if (requests == kMaxRequests) return too_many();
       Secret answer;
@@ -58,10 +70,6 @@ class Login {
     }
     return result;
   }
-
- private:
-  // Beside the results of PAM.
-  static constexpr int kChallenged = -1;
 
   int submit(std::string_view password) {
     if (is_worth_asking(password)) return request(password);
