@@ -62,7 +62,7 @@ void deregister() {
 
 Daemon::Daemon(const Call& call) : call_(call), deadline_(call.options.timeout) {
   is_reached_ =
-      directory_exists(call) && take_turn() && start_registering() && wait_for_connection();
+      directory_is_usable(call) && take_turn() && start_registering() && wait_for_connection();
 }
 
 Daemon::~Daemon() {

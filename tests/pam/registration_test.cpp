@@ -1,5 +1,6 @@
 // The module in its host: whose registration, which directory, whose daemon, which threads.
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <chrono>
@@ -64,10 +65,10 @@ TEST_F(RegistrationTest, GivesBackTheSettingsOfTheLibrary) {
   EXPECT_STREQ(path, "/elsewhere");
 }
 
-TEST_F(RegistrationTest, UsesTmpdirWithoutADirectory) {
+TEST_F(RegistrationTest, UsesTmpdirWithoutADirectoryButNotAsRoot) {
   configure_lines(line("auth", "aaad_uid=" + own_uid()));
   ::setenv("TMPDIR", directory_.path().c_str(), 1);
-  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  EXPECT_EQ(log_in_alice(), ::geteuid() == 0 ? PAM_AUTHINFO_UNAVAIL : PAM_SUCCESS);
   ::unsetenv("TMPDIR");
   EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
   EXPECT_THAT(system_log(), Contains(HasSubstr("no directory=")));
@@ -116,7 +117,7 @@ TEST_F(RegistrationTest, CreatesNoDirectory) {
   const std::string wrong = directory_.path() + "/wrong";
   configure_lines(line("auth", "directory=" + wrong));
   EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
-  EXPECT_THAT(system_log(), Contains(HasSubstr(wrong + "/security/aaa: No such file")));
+  EXPECT_THAT(system_log(), Contains(HasSubstr(wrong + ": No such file")));
   EXPECT_FALSE(std::filesystem::exists(wrong));
 }
 
@@ -127,6 +128,41 @@ TEST_F(RegistrationTest, TakesNoFileForADirectory) {
   configure_lines(line("auth", "directory=" + directory_.path() + "/other"));
   EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
   EXPECT_THAT(system_log(), Contains(HasSubstr("is not a directory")));
+}
+
+TEST_F(RegistrationTest, FollowsNoLink) {
+  const std::string base = directory_.path();
+  const std::string other = base + "/other";
+  std::filesystem::create_directory(other);
+  for (const std::string part : {"", "/security", "/security/aaa"}) {
+    std::filesystem::remove_all(other);
+    std::filesystem::create_directories(std::filesystem::path(other + part).parent_path());
+    std::filesystem::create_directory_symlink(base + part, other + part);
+    clear_system_log();
+    configure_lines(line("auth", "timeout=3 directory=" + other + " aaad_uid=" + own_uid()));
+    EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL) << part;
+    EXPECT_THAT(system_log(), Contains(HasSubstr(other + part + " is a symbolic link")));
+  }
+  EXPECT_EQ(sim_.accepted_connections(), 0u);
+}
+
+TEST_F(RegistrationTest, TakesNoDirectoryThatOthersCanWriteTo) {
+  ASSERT_EQ(::chmod(directory_.path().c_str(), 0707), 0);
+  EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_THAT(system_log(), Contains(HasSubstr(directory_.path() + " can be written by others")));
+}
+
+TEST_F(RegistrationTest, TakesNoDirectoryOfAnotherUser) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a directory away";
+  const std::string base = directory_.path();
+  for (const std::string& path : {base, base + "/security", base + "/security/aaa"}) {
+    ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+    clear_system_log();
+    EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+    EXPECT_THAT(system_log(), Contains(HasSubstr(path + " belongs to another user")));
+    ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
+  }
+  EXPECT_EQ(sim_.accepted_connections(), 0u);
 }
 
 TEST_F(RegistrationTest, WantsADaemonOfRootUnlessToldOtherwise) {
