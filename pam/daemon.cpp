@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 #include <security/pam_ext.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -41,6 +42,27 @@ class LibraryLock {
   LibraryLock(const LibraryLock&) = delete;
   LibraryLock& operator=(const LibraryLock&) = delete;
 };
+
+// The library's threads start in its lifetime, and so take none of the host's signals.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    (void)::sigfillset(&all);
+    (void)::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { (void)::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+std::int32_t register_without_signals(const reg_info& info) {
+  const SignalsBlocked blocked;
+  return aaa_svr_reg(&info);
+}
 
 // Results that arrived after an earlier wait for them had ended are still in the library's socket,
 // and an aaad that has restarted grants the same ids again.
@@ -98,7 +120,7 @@ bool Daemon::start_registering() {
   (void)std::strncpy(info.model_name, call_.options.model, kMaxModel);
   is_registered_ = true;
   const Deadline prompt(kPromptSeconds);
-  if (aaa_svr_reg(&info) != 0) {
+  if (register_without_signals(info) != 0) {
     pam_syslog(call_.handle, LOG_ERR,
                "cannot register: security/aaa must belong to the process's user or the process to "
                "root, and memory, descriptors and threads must be left");

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <set>
 #include <thread>
 
 #include "pam/pam_fixture.h"
@@ -19,11 +20,23 @@ extern "C" const char* __tsan_default_options() {
 namespace pam_test {
 namespace {
 
+std::set<std::string> thread_paths() {
+  std::set<std::string> paths;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
+    paths.insert(task.path());
+  return paths;
+}
+
 std::size_t threads_of_process() {
-  std::size_t count = 0;
-  for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
-    ++count;
-  return count;
+  return thread_paths().size();
+}
+
+std::uint64_t signals_blocked_by(const std::string& thread) {
+  std::ifstream status(thread + "/status");
+  for (std::string text; std::getline(status, text);) {
+    if (text.starts_with("SigBlk:")) return std::stoull(text.substr(7), nullptr, 16);
+  }
+  return 0;
 }
 
 class RegistrationTest : public PamTest {
@@ -40,6 +53,24 @@ TEST_F(RegistrationTest, LeavesNoThreadBehind) {
       << threads_of_process() << " threads, " << before << " before";
   EXPECT_EQ(aaa_is_in_use(), 0);
   EXPECT_TRUE(sim_.wait_for_connections(0));
+}
+
+TEST_F(RegistrationTest, LetsNoThreadOfTheLibraryTakeSignalsOfTheHost) {
+  const std::uint64_t own = signals_blocked_by("/proc/thread-self");
+  const std::set<std::string> before = thread_paths();
+  std::size_t threads = 0;
+  answer_authentication([&](std::uint32_t id) {
+    for (const std::string& thread : thread_paths()) {
+      if (before.contains(thread)) continue;
+      ++threads;
+      for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGUSR1, SIGCHLD, SIGALRM})
+        EXPECT_TRUE(signals_blocked_by(thread) >> (signal - 1) & 1) << signal << " in " << thread;
+    }
+    return result_body(id, 0);
+  });
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  EXPECT_GE(threads, 1u) << "the receive thread at least";
+  EXPECT_EQ(signals_blocked_by("/proc/thread-self"), own);
 }
 
 // As sshd does: it asks for a password itself, and for answers to questions in a child.
