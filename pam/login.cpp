@@ -22,6 +22,10 @@ constexpr std::uint32_t kLoginService = 1;
 
 constexpr int kMaxRequests = 8;
 
+// libpam varies it, and waits only after a failure. Names and passwords for which nothing is sent
+// look like others then.
+constexpr unsigned kFailDelayUs = 2000000;
+
 // What sshd sends, repeated up to the length of the password, for users that may not log in.
 constexpr std::string_view kSshdMarker = "\b\n\r\177INCORRECT";
 
@@ -154,6 +158,7 @@ class Login {
 
 int authenticate(const Call& call) {
   forget_session(call);
+  if (!call.options.nodelay) (void)pam_fail_delay(call.handle, kFailDelayUs);
   const char* name = nullptr;
   const char* password = nullptr;
   int result = get_user_name(call, &name);
