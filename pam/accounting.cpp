@@ -18,10 +18,10 @@ constexpr std::uint32_t kStart = 1;
 constexpr std::uint32_t kStop = 2;
 constexpr std::uint32_t kUserRequest = 1;  // the terminate cause
 
-acct_info record_of(const Call& call, const Session& session, const char* name) {
+acct_info record_of(const Call& call, const Session& session) {
   acct_info record{};
   record.session_id = session.id;
-  (void)std::strncpy(record.chars65_a, name, kMaxName);
+  std::memcpy(record.chars65_a, session.name, sizeof session.name);
   copy_item(call, PAM_RHOST, record.octets128_a);
   copy_item(call, PAM_TTY, record.octets100_a);
   record.class_ = {0, session.class_size, session.class_bytes.data()};
@@ -39,9 +39,7 @@ bool send(const Call& call, acct_info& record) {
 }
 
 bool report(const Call& call, const Session& session, std::uint32_t kind) {
-  const char* name = nullptr;
-  if (get_user_name(call, &name) != PAM_SUCCESS) return false;
-  acct_info record = record_of(call, session, name);
+  acct_info record = record_of(call, session);
   record.code_a = kind;
   if (kind == kStop) {
     record.num_b = seconds_since(session.start);

@@ -38,6 +38,11 @@ int authorize(const Call& call) {
       pam_syslog(call.handle, LOG_DEBUG, "not authenticated here: no authorization");
     return PAM_IGNORE;
   }
+  if (!is_of_current_user(call, *session)) {
+    pam_syslog(call.handle, LOG_ERR, "session %08x is not that of the user who is asked about",
+               session->id);
+    return PAM_PERM_DENIED;
+  }
   const Result result = ask(call, *session);
   const Verdict verdict = result.verdict_for(session->id);
   show_message(call, result, verdict);

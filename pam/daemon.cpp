@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 #include <security/pam_ext.h>
+#include <signal.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -42,6 +43,27 @@ class LibraryLock {
   LibraryLock& operator=(const LibraryLock&) = delete;
 };
 
+// The library's threads start in its lifetime, and so take none of the host's signals.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    (void)::sigfillset(&all);
+    (void)::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { (void)::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+std::int32_t register_without_signals(const reg_info& info) {
+  const SignalsBlocked blocked;
+  return aaa_svr_reg(&info);
+}
+
 // A connection on which aaad cannot be told, or does not confirm, leaves the process registered.
 // Without its sockets it can deregister.
 void deregister() {
@@ -54,7 +76,7 @@ void deregister() {
 
 Daemon::Daemon(const Call& call) : call_(call), deadline_(call.options.timeout) {
   is_reached_ =
-      directory_exists(call) && take_turn() && start_registering() && wait_for_connection();
+      directory_is_usable(call) && take_turn() && start_registering() && wait_for_connection();
 }
 
 Daemon::~Daemon() {
@@ -93,7 +115,7 @@ bool Daemon::start_registering() {
   info.aaa_event_cb = ResultWaiter::on_event;
   is_registered_ = true;
   const Deadline prompt(kPromptSeconds);
-  if (aaa_svr_reg(&info) != 0) {
+  if (register_without_signals(info) != 0) {
     pam_syslog(call_.handle, LOG_ERR,
                "cannot register: security/aaa must belong to the process's user or the process to "
                "root, and memory, descriptors and threads must be left");

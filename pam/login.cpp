@@ -22,6 +22,10 @@ constexpr std::uint32_t kLoginService = 1;
 
 constexpr int kMaxRequests = 8;
 
+// libpam varies it, and waits only after a failure. Names and passwords for which nothing is sent
+// look like others then.
+constexpr unsigned kFailDelayUs = 2000000;
+
 // What sshd sends, repeated up to the length of the password, for users that may not log in.
 constexpr std::string_view kSshdMarker = "\b\n\r\177INCORRECT";
 
@@ -44,10 +48,24 @@ aaa_item item_of(std::string_view bytes) {
 // One login, from the password to the decision.
 class Login {
  public:
-  Login(const Call& call, const char* name) : call_(call), name_(name) {}
+  Login(const Call& call, const char* name) : call_(call), name_(name) {
+    (void)std::strncpy(session_.name, name, kMaxName);
+  }
 
   int run(const char* password) {
-    int result = submit(password);
+    const int first = submit(password);
+    if (first != kChallenged) return first;
+    const int result = answer_challenges();
+    // Without a decision, a stack that goes on to the next module would drop the second factor.
+    return result == PAM_AUTHINFO_UNAVAIL ? PAM_AUTH_ERR : result;
+  }
+
+ private:
+  // Beside the results of PAM.
+  static constexpr int kChallenged = -1;
+
+  int answer_challenges() {
+    int result = kChallenged;
     for (int requests = 1; result == kChallenged; ++requests) {
       if (requests == kMaxRequests) return too_many();
       Secret answer;
@@ -56,10 +74,6 @@ class Login {
     }
     return result;
   }
-
- private:
-  // Beside the results of PAM.
-  static constexpr int kChallenged = -1;
 
   int submit(std::string_view password) {
     if (is_worth_asking(password)) return request(password);
@@ -144,6 +158,7 @@ class Login {
 
 int authenticate(const Call& call) {
   forget_session(call);
+  if (!call.options.nodelay) (void)pam_fail_delay(call.handle, kFailDelayUs);
   const char* name = nullptr;
   const char* password = nullptr;
   int result = get_user_name(call, &name);

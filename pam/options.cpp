@@ -76,6 +76,7 @@ struct Switch {
 constexpr Switch kSwitches[] = {
     {"challenge_echo", &Options::challenge_echo},
     {"require_accounting", &Options::require_accounting},
+    {"nodelay", &Options::nodelay},
     {"debug", &Options::debug},
 };
 

@@ -14,6 +14,7 @@ struct Options {
   std::uint32_t timeout = 15;  // of one exchange with aaad, in seconds
   bool challenge_echo = false;
   bool require_accounting = false;
+  bool nodelay = false;
   bool debug = false;
 };
 

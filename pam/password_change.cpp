@@ -4,7 +4,6 @@
 #include <syslog.h>
 
 #include <cstring>
-#include <string_view>
 
 #include "conversation.h"
 #include "daemon.h"
@@ -21,16 +20,20 @@ enum Answer { kDone = 0, kUnknownUser = 1, kWrongPassword = 2, kBadPassword = 3 
 // What the three texts of the request may have together.
 constexpr std::size_t kMaxTexts = 168;
 
-int check_old(const Call& call, const char* name, std::string_view password) {
-  const Daemon daemon(call);
-  if (!daemon.is_reached()) return PAM_AUTHINFO_UNAVAIL;
+// What aaad's local user database says about a password.
+Verdict check(const Daemon& daemon, const char* name, const char* password) {
   authen_info record{};
   record.session_id = daemon.new_session_id();
-  if (record.session_id == 0) return PAM_AUTHINFO_UNAVAIL;
+  if (record.session_id == 0) return Verdict::unavailable;
   (void)std::strncpy(record.chars65_a, name, kMaxName);
-  record.user_password = {0, static_cast<std::uint16_t>(password.size()), password.data()};
-  const Result result = daemon.ask_local(record);
-  switch (result.verdict_for(record.session_id)) {
+  record.user_password = {0, static_cast<std::uint16_t>(std::strlen(password)), password};
+  return daemon.ask_local(record).verdict_for(record.session_id);
+}
+
+int check_old(const Call& call, const char* name, const char* password) {
+  const Daemon daemon(call);
+  if (!daemon.is_reached()) return PAM_AUTHINFO_UNAVAIL;
+  switch (check(daemon, name, password)) {
     case Verdict::accepted:
       return PAM_SUCCESS;
     case Verdict::unavailable:
@@ -40,12 +43,21 @@ int check_old(const Call& call, const char* name, std::string_view password) {
   }
 }
 
+// An answer without a word, or of another type, reads as 0 too: the password is changed when the
+// new one is right.
+int confirm(const Call& call, const Daemon& daemon, const char* name, const char* new_password) {
+  const Verdict verdict = check(daemon, name, new_password);
+  if (verdict == Verdict::accepted) return PAM_SUCCESS;
+  pam_syslog(call.handle, LOG_ERR, "the change of a password is not confirmed");
+  return verdict == Verdict::unavailable ? PAM_AUTHINFO_UNAVAIL : PAM_AUTHTOK_ERR;
+}
+
 int change(const Call& call, const char* name, const char* old_password, const char* new_password) {
   const Daemon daemon(call);
   if (!daemon.is_reached()) return PAM_AUTHINFO_UNAVAIL;
   switch (username_lib_chg_pwd(name, old_password, new_password)) {
     case kDone:
-      return PAM_SUCCESS;
+      return confirm(call, daemon, name, new_password);
     case kUnknownUser:
       return PAM_USER_UNKNOWN;
     case kWrongPassword:
@@ -62,7 +74,7 @@ int change(const Call& call, const char* name, const char* old_password, const c
 int prepare(const Call& call, const char* name, const char* old_password) {
   const std::size_t size = std::strlen(old_password);
   if (size == 0 || size > PAM_MAX_RESP_SIZE) return PAM_AUTH_ERR;
-  return check_old(call, name, {old_password, size});
+  return check_old(call, name, old_password);
 }
 
 int update(const Call& call, const char* name, const char* old_password) {

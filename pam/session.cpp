@@ -44,11 +44,14 @@ void remove_from_environment(const Call& call) {
 // What another process has kept.
 void adopt_from_environment(const Call& call) {
   const char* const value = pam_getenv(call.handle, kSessionVariable);
-  if (value == nullptr || kept_session(call) != nullptr) return;
+  if (value == nullptr) return;
+  const Session* const kept = kept_session(call);
   Session session;
   if (!read_session(value, session)) {
     pam_syslog(call.handle, LOG_ERR, "%s of the PAM environment is not the module's",
                kSessionVariable);
+  } else if (kept != nullptr && (kept->id == session.id || !is_of_current_user(call, session))) {
+    return;
   } else if (put_into_handle(call, session) != PAM_SUCCESS) {
     pam_syslog(call.handle, LOG_CRIT, "no memory for session %08x", session.id);
   }
@@ -60,6 +63,12 @@ std::int64_t seconds_now() {
   timespec now;
   (void)::clock_gettime(CLOCK_BOOTTIME, &now);
   return now.tv_sec;
+}
+
+bool is_of_current_user(const Call& call, const Session& session) {
+  const void* name = nullptr;
+  return pam_get_item(call.handle, PAM_USER, &name) == PAM_SUCCESS && name != nullptr &&
+         std::strcmp(static_cast<const char*>(name), session.name) == 0;
 }
 
 int keep_session(const Call& call, const Session& session) {

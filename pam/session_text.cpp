@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 namespace aaa_pam {
 namespace {
@@ -25,32 +26,52 @@ bool read_digits(const char* digits, std::size_t count, std::uint32_t& number) {
   return true;
 }
 
-bool read_class(const char* digits, Session& session) {
-  const std::size_t size = std::strlen(digits);
-  if (size % 2 != 0 || size / 2 > kMaxClass) return false;
-  for (std::size_t i = 0; i < size / 2; ++i) {
+// Reads pairs of digits up to `end`, a character or the NUL. Returns where that is; null for
+// anything else.
+const char* read_bytes(const char* digits, char end, std::span<std::uint8_t> bytes,
+                       std::size_t& size) {
+  for (size = 0; *digits != end; ++size, digits += 2) {
     std::uint32_t byte;
-    if (!read_digits(digits + 2 * i, 2, byte)) return false;
-    session.class_bytes[i] = static_cast<std::uint8_t>(byte);
+    if (size == bytes.size() || !read_digits(digits, 2, byte)) return nullptr;
+    bytes[size] = static_cast<std::uint8_t>(byte);
   }
-  session.class_size = static_cast<std::uint16_t>(size / 2);
+  return digits;
+}
+
+bool read_class_and_name(const char* digits, Session& session) {
+  std::size_t class_size;
+  std::size_t name_size;
+  std::uint8_t name[kMaxName];
+  const char* const colon = read_bytes(digits, ':', session.class_bytes, class_size);
+  if (colon == nullptr || read_bytes(colon + 1, '\0', name, name_size) == nullptr) return false;
+  if (name_size == 0 || std::memchr(name, 0, name_size) != nullptr) return false;
+  session.class_size = static_cast<std::uint16_t>(class_size);
+  std::memcpy(session.name, name, name_size);
   return true;
+}
+
+char* write_bytes(char* at, std::span<const std::uint8_t> bytes) {
+  for (const std::uint8_t byte : bytes) {
+    *at++ = kDigits[byte >> 4];
+    *at++ = kDigits[byte & 15];
+  }
+  return at;
 }
 
 }  // namespace
 
 void write_session(const Session& session, SessionText& text) {
   char* at = text + std::snprintf(text, sizeof text, "%s=%08x:", kSessionVariable, session.id);
-  for (std::size_t i = 0; i < session.class_size; ++i) {
-    *at++ = kDigits[session.class_bytes[i] >> 4];
-    *at++ = kDigits[session.class_bytes[i] & 15];
-  }
+  at = write_bytes(at, {session.class_bytes.data(), session.class_size});
+  *at++ = ':';
+  const auto* const name = reinterpret_cast<const std::uint8_t*>(session.name);
+  at = write_bytes(at, {name, std::strlen(session.name)});
   *at = '\0';
 }
 
 bool read_session(const char* value, Session& session) {
   return read_digits(value, kIdDigits, session.id) && session.id != 0 && value[kIdDigits] == ':' &&
-         read_class(value + kIdDigits + 1, session);
+         read_class_and_name(value + kIdDigits + 1, session);
 }
 
 }  // namespace aaa_pam

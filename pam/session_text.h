@@ -1,5 +1,5 @@
-// A session as a variable of the PAM environment: "AAA_SESSION=<id>:<class>", in hexadecimal
-// digits.
+// A session as a variable of the PAM environment: "AAA_SESSION=<id>:<class>:<name>", in
+// hexadecimal digits.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace aaa_pam {
 inline constexpr char kSessionVariable[] = "AAA_SESSION";
 inline constexpr std::size_t kIdDigits = 8;
 inline constexpr std::size_t kSessionTextSize =
-    sizeof kSessionVariable + kIdDigits + 1 + 2 * kMaxClass + 1;
+    sizeof kSessionVariable + kIdDigits + 1 + 2 * kMaxClass + 1 + 2 * kMaxName + 1;
 
 using SessionText = char[kSessionTextSize];
 

@@ -53,7 +53,7 @@ TEST_F(AccountTest, TakesAnyOtherResultForNoDecision) {
 }
 
 TEST_F(AccountTest, AsksForTheSessionThatAnotherProcessHasAuthenticated) {
-  EXPECT_EQ(authorize("AAA_SESSION=0000002a:7374616666"), PAM_SUCCESS);
+  EXPECT_EQ(authorize("AAA_SESSION=0000002a:7374616666:616c696365"), PAM_SUCCESS);
   EXPECT_EQ(word_at(body_of(AAA_MSG_AUTHOR_REQ), 12), 42u);
 }
 
@@ -65,12 +65,46 @@ TEST_F(AccountTest, DoesNotDecideAboutOtherUsers) {
 }
 
 TEST_F(AccountTest, DoesNotTakeAVariableThatIsNotItsOwn) {
-  for (const char* value : {"", "0000002a", "0000002a:7", "0000002a:7x", "0000002A:", "00000000:",
-                            "2a:", "0000002a-00", "0000002a:zz", " 000002a:", "0000002a:00 "})
+  for (const char* value :
+       {"", "0000002a", "0000002a:", "0000002a::", "0000002a:7", "0000002a:7:61", "0000002a:7x:61",
+        "0000002A::61", "00000000::61", "2a::61", "0000002a-00:61", "0000002a:zz:61",
+        " 000002a::61", "0000002a::61 ", "0000002a:00", "0000002a::6", "0000002a::6100",
+        "0000002a::61:", "0000002a:6:1"})
     EXPECT_EQ(authorize(std::string("AAA_SESSION=") + value), PAM_PERM_DENIED) << value;
-  EXPECT_EQ(authorize("AAA_SESSION=0000002a:" + std::string(508, '0')), PAM_PERM_DENIED);
+  EXPECT_EQ(authorize("AAA_SESSION=0000002a:" + std::string(508, '0') + ":616c696365"),
+            PAM_PERM_DENIED);
+  const std::string long_name(130, '6');
+  EXPECT_EQ(authorize("AAA_SESSION=0000002a::" + long_name), PAM_PERM_DENIED);
   EXPECT_EQ(sim_.accepted_connections(), 0u);
-  EXPECT_EQ(authorize("AAA_SESSION=0000002a:" + std::string(506, '0')), PAM_SUCCESS);
+  EXPECT_EQ(authorize("AAA_SESSION=0000002a:" + std::string(506, '0') + ":616c696365"),
+            PAM_SUCCESS);
+}
+
+TEST_F(AccountTest, RefusesAnotherUserThanWasAuthenticated) {
+  configure_lines(line("auth", found()) + line("account", found()) +
+                  "account required pam_permit.so\n");
+  Conversation user({"secret"});
+  Handle handle(configuration_.path(), "alice", user);
+  EXPECT_EQ(::pam_authenticate(handle, 0), PAM_SUCCESS);
+  handle.set(PAM_USER, "bob");
+  EXPECT_EQ(::pam_acct_mgmt(handle, 0), PAM_PERM_DENIED);
+  EXPECT_EQ(authorize("AAA_SESSION=0000002a::626f62"), PAM_PERM_DENIED) << "bob's";
+  EXPECT_EQ(sent(AAA_MSG_AUTHOR_REQ), 0u);
+  EXPECT_THAT(system_log(), Contains(HasSubstr("not that of the user")));
+}
+
+// As with sshd, when it wants a password and then an answer to a question.
+TEST_F(AccountTest, TakesTheNewerSessionOfAnotherProcess) {
+  Conversation user({"secret"});
+  Handle handle(configuration_.path(), "alice", user);
+  EXPECT_EQ(::pam_authenticate(handle, 0), PAM_SUCCESS);
+  const std::uint32_t own = word_at(body_of(AAA_MSG_AUTHEN_REQ), 404);
+  EXPECT_EQ(::pam_putenv(handle, "AAA_SESSION=0000002b::626f62"), PAM_SUCCESS);
+  EXPECT_EQ(::pam_acct_mgmt(handle, 0), PAM_SUCCESS);
+  EXPECT_EQ(word_at(body_of(AAA_MSG_AUTHOR_REQ), 12), own) << "the other is bob's";
+  EXPECT_EQ(::pam_putenv(handle, "AAA_SESSION=0000002a::616c696365"), PAM_SUCCESS);
+  EXPECT_NE(::pam_acct_mgmt(handle, 0), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_EQ(word_at(body_of(AAA_MSG_AUTHOR_REQ, 1), 12), 42u);
 }
 
 TEST_F(AccountTest, KeepsNothingOfALoginThatFailsLater) {

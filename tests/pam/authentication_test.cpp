@@ -129,6 +129,24 @@ TEST_F(AuthenticationTest, EndsAtOnceWhenTheDaemonRefuses) {
   EXPECT_THAT(system_log(), Contains(HasSubstr("refused by aaad")));
 }
 
+TEST_F(AuthenticationTest, LetsEveryFailureTakeTheSameTime) {
+  for (const auto& [user, password] :
+       {std::pair("alice", "wrong"), std::pair("mallory", "wrong"), std::pair("alice", ""),
+        std::pair("alice", "\b\n\r\177INCORRECT"), std::pair("", "secret")}) {
+    EXPECT_NE(log_in(user, {password}), PAM_SUCCESS);
+    EXPECT_GE(Handle::delay, 1000000u) << user;
+    EXPECT_LE(Handle::delay, 3000000u) << user;
+  }
+  EXPECT_EQ(log_in("alice", {"secret"}), PAM_SUCCESS);
+  EXPECT_EQ(Handle::delay, 0u);
+}
+
+TEST_F(AuthenticationTest, WaitsNoLongerAfterAFailureIfNotWanted) {
+  configure("nodelay");
+  EXPECT_EQ(log_in("alice", {"wrong"}), PAM_AUTH_ERR);
+  EXPECT_EQ(Handle::delay, 0u);
+}
+
 TEST_F(AuthenticationTest, LeavesTheDecisionToTheNextModuleWhenThereIsNone) {
   configure_lines(
       line("auth", found() + " timeout=3", "[success=done authinfo_unavail=ignore default=die]") +

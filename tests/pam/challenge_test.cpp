@@ -78,6 +78,18 @@ TEST_F(ChallengeTest, SendsTheStateOfTheLatestChallenge) {
   EXPECT_EQ(text_at(body_of(AAA_MSG_AUTHEN_REQ, 2), 1215, 6), "state2");
 }
 
+// Otherwise a stack that goes on without a decision would drop the second factor.
+TEST_F(ChallengeTest, RefusesALoginWithoutADecisionAboutTheAnswer) {
+  configure_lines(
+      line("auth", found() + " timeout=3", "[success=done authinfo_unavail=ignore default=die]") +
+      "auth required pam_permit.so\n");
+  answer_authentication([round = 0](std::uint32_t id) mutable {
+    return result_body(id, ++round == 1 ? 3 : 4, "Token: ", "step-2");
+  });
+  EXPECT_EQ(log_in("carol", {"password", "123456"}), PAM_AUTH_ERR);
+  EXPECT_EQ(sent(AAA_MSG_AUTHEN_REQ), 2u);
+}
+
 TEST_F(ChallengeTest, EndsAfterEightRequests) {
   answer_authentication([](std::uint32_t id) { return result_body(id, 3, "Again? ", "again"); });
   EXPECT_EQ(log_in("carol", {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}), PAM_MAXTRIES);

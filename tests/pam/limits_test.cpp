@@ -65,7 +65,7 @@ TEST_F(LimitsTest, WaitsForAnotherThreadForItsOwnTimeOnly) {
   EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_AUTHEN_REQ)));
   Conversation user;
   Handle handle(configuration_.path(), "alice", user);
-  EXPECT_EQ(::pam_putenv(handle, "AAA_SESSION=0000002a:"), PAM_SUCCESS);
+  EXPECT_EQ(::pam_putenv(handle, "AAA_SESSION=0000002a::616c696365"), PAM_SUCCESS);
   EXPECT_EQ(::pam_acct_mgmt(handle, 0), PAM_AUTHINFO_UNAVAIL);
   EXPECT_THAT(system_log(), Contains(HasSubstr("another thread is waiting for aaad")));
   EXPECT_EQ(sent(AAA_MSG_AUTHOR_REQ), 0u);

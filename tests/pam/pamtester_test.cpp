@@ -25,7 +25,7 @@ class PamtesterTest : public testing::Test {
     sim_.put_local_user({.name = "dave", .string_19 = "old-secret"});
     sim_.start();
     ::umask(mask);
-    programs_.configure("test", {"auth", "account", "session", "password"}, "timeout=10");
+    programs_.configure("test", {"auth", "account", "session", "password"}, "timeout=10 nodelay");
   }
 
   // Returns the exit status.
@@ -81,7 +81,7 @@ TEST_F(PamtesterTest, ChangesAPassword) {
 }
 
 TEST_F(PamtesterTest, IsToldThatTheDaemonIsAway) {
-  programs_.configure("test", {"auth"}, "timeout=3");
+  programs_.configure("test", {"auth"}, "timeout=3 nodelay");
   sim_.stop();
   EXPECT_NE(run("alice", {"authenticate"}, "secret"), 0);
   EXPECT_THAT(output_, HasSubstr("Authentication service cannot retrieve authentication info"));

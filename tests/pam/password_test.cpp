@@ -81,6 +81,38 @@ TEST_F(PasswordTest, NeverTakesARecordOfZerosForARightOldPassword) {
   EXPECT_EQ(change("dave", {"wrong"}), PAM_AUTHINFO_UNAVAIL);
 }
 
+// The library reads an answer without a word as 0, and does not look at the type.
+TEST_F(PasswordTest, DoesNotTakeAnAnswerOfZerosForAChange) {
+  const aaa_msg_type type = AAA_MSG_LOCAL_CHANGE_PWD_REQ;
+  for (const aaa_sim::Reply& answer :
+       {aaa_sim::Reply{aaa_sim::Role::request, type, 0, {}},
+        aaa_sim::Reply{aaa_sim::Role::request, type, 0, {0, 0}},
+        aaa_sim::Reply{aaa_sim::Role::request, AAA_MSG_NOTIFY_RESULT, 0, {0, 0, 0, 0}}}) {
+    sim_.set_answer(type, [=](const aaa_sim::Request&) -> aaa_sim::Replies { return {answer}; });
+    EXPECT_EQ(change("dave", {"old-secret", "new-secret", "new-secret"}), PAM_AUTHTOK_ERR);
+    EXPECT_THAT(system_log(), Contains(HasSubstr("is not confirmed")));
+  }
+}
+
+TEST_F(PasswordTest, ConfirmsAChangeWhoseAnswerIsSpoilt) {
+  for (const auto fault : {aaa_sim::Fault::wrong_type, aaa_sim::Fault::empty_body}) {
+    sim_.put_local_user({.name = "dave", .string_19 = "old-secret"});
+    sim_.set_fault(aaa_sim::Role::request, AAA_MSG_LOCAL_CHANGE_PWD_REQ, fault);
+    EXPECT_EQ(change("dave", {"old-secret", "new-secret", "new-secret"}), PAM_SUCCESS);
+    EXPECT_EQ(password(), "new-secret");
+  }
+}
+
+TEST_F(PasswordTest, ReportsAChangeThatCannotBeConfirmed) {
+  sim_.set_answer(AAA_MSG_LOCAL_AUTHEN_REQ,
+                  [answers = 0](const aaa_sim::Request& request) mutable -> aaa_sim::Replies {
+                    const std::uint32_t code = ++answers == 1 ? 0 : 4;
+                    return {{aaa_sim::Role::request, AAA_MSG_LOCAL_AUTHEN_REQ, request.header.id,
+                             result_body(request.header.id, code)}};
+                  });
+  EXPECT_EQ(change("dave", {"old-secret", "new-secret", "new-secret"}), PAM_AUTHINFO_UNAVAIL);
+}
+
 TEST_F(PasswordTest, ReportsADaemonThatGivesNoAnswer) {
   sim_.set_fault(aaa_sim::Role::request, AAA_MSG_LOCAL_CHANGE_PWD_REQ, aaa_sim::Fault::close);
   EXPECT_EQ(change("dave", {"old-secret", "new-secret", "new-secret"}), PAM_AUTHINFO_UNAVAIL);

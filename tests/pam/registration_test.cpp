@@ -1,9 +1,11 @@
 // The module in its host: whose registration, which directory, whose daemon, which threads.
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <chrono>
 #include <filesystem>
+#include <set>
 #include <thread>
 
 #include "pam/pam_fixture.h"
@@ -18,11 +20,23 @@ extern "C" const char* __tsan_default_options() {
 namespace pam_test {
 namespace {
 
+std::set<std::string> thread_paths() {
+  std::set<std::string> paths;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
+    paths.insert(task.path());
+  return paths;
+}
+
 std::size_t threads_of_process() {
-  std::size_t count = 0;
-  for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task"))
-    ++count;
-  return count;
+  return thread_paths().size();
+}
+
+std::uint64_t signals_blocked_by(const std::string& thread) {
+  std::ifstream status(thread + "/status");
+  for (std::string text; std::getline(status, text);) {
+    if (text.starts_with("SigBlk:")) return std::stoull(text.substr(7), nullptr, 16);
+  }
+  return 0;
 }
 
 class RegistrationTest : public PamTest {
@@ -39,6 +53,24 @@ TEST_F(RegistrationTest, LeavesNoThreadBehind) {
       << threads_of_process() << " threads, " << before << " before";
   EXPECT_EQ(aaa_is_in_use(), 0);
   EXPECT_TRUE(sim_.wait_for_connections(0));
+}
+
+TEST_F(RegistrationTest, LetsNoThreadOfTheLibraryTakeSignalsOfTheHost) {
+  const std::uint64_t own = signals_blocked_by("/proc/thread-self");
+  const std::set<std::string> before = thread_paths();
+  std::size_t threads = 0;
+  answer_authentication([&](std::uint32_t id) {
+    for (const std::string& thread : thread_paths()) {
+      if (before.contains(thread)) continue;
+      ++threads;
+      for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGUSR1, SIGCHLD, SIGALRM})
+        EXPECT_TRUE(signals_blocked_by(thread) >> (signal - 1) & 1) << signal << " in " << thread;
+    }
+    return result_body(id, 0);
+  });
+  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  EXPECT_GE(threads, 1u) << "the receive thread at least";
+  EXPECT_EQ(signals_blocked_by("/proc/thread-self"), own);
 }
 
 // As sshd does: it asks for a password itself, and for answers to questions in a child.
@@ -64,10 +96,10 @@ TEST_F(RegistrationTest, GivesBackTheSettingsOfTheLibrary) {
   EXPECT_STREQ(path, "/elsewhere");
 }
 
-TEST_F(RegistrationTest, UsesTmpdirWithoutADirectory) {
+TEST_F(RegistrationTest, UsesTmpdirWithoutADirectoryButNotAsRoot) {
   configure_lines(line("auth", "aaad_uid=" + own_uid()));
   ::setenv("TMPDIR", directory_.path().c_str(), 1);
-  EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
+  EXPECT_EQ(log_in_alice(), ::geteuid() == 0 ? PAM_AUTHINFO_UNAVAIL : PAM_SUCCESS);
   ::unsetenv("TMPDIR");
   EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
   EXPECT_THAT(system_log(), Contains(HasSubstr("no directory=")));
@@ -116,7 +148,7 @@ TEST_F(RegistrationTest, CreatesNoDirectory) {
   const std::string wrong = directory_.path() + "/wrong";
   configure_lines(line("auth", "directory=" + wrong));
   EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
-  EXPECT_THAT(system_log(), Contains(HasSubstr(wrong + "/security/aaa: No such file")));
+  EXPECT_THAT(system_log(), Contains(HasSubstr(wrong + ": No such file")));
   EXPECT_FALSE(std::filesystem::exists(wrong));
 }
 
@@ -127,6 +159,41 @@ TEST_F(RegistrationTest, TakesNoFileForADirectory) {
   configure_lines(line("auth", "directory=" + directory_.path() + "/other"));
   EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
   EXPECT_THAT(system_log(), Contains(HasSubstr("is not a directory")));
+}
+
+TEST_F(RegistrationTest, FollowsNoLink) {
+  const std::string base = directory_.path();
+  const std::string other = base + "/other";
+  std::filesystem::create_directory(other);
+  for (const std::string part : {"", "/security", "/security/aaa"}) {
+    std::filesystem::remove_all(other);
+    std::filesystem::create_directories(std::filesystem::path(other + part).parent_path());
+    std::filesystem::create_directory_symlink(base + part, other + part);
+    clear_system_log();
+    configure_lines(line("auth", "timeout=3 directory=" + other + " aaad_uid=" + own_uid()));
+    EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL) << part;
+    EXPECT_THAT(system_log(), Contains(HasSubstr(other + part + " is a symbolic link")));
+  }
+  EXPECT_EQ(sim_.accepted_connections(), 0u);
+}
+
+TEST_F(RegistrationTest, TakesNoDirectoryThatOthersCanWriteTo) {
+  ASSERT_EQ(::chmod(directory_.path().c_str(), 0707), 0);
+  EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_THAT(system_log(), Contains(HasSubstr(directory_.path() + " can be written by others")));
+}
+
+TEST_F(RegistrationTest, TakesNoDirectoryOfAnotherUser) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a directory away";
+  const std::string base = directory_.path();
+  for (const std::string& path : {base, base + "/security", base + "/security/aaa"}) {
+    ASSERT_EQ(::chown(path.c_str(), 65534, 65534), 0);
+    clear_system_log();
+    EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+    EXPECT_THAT(system_log(), Contains(HasSubstr(path + " belongs to another user")));
+    ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
+  }
+  EXPECT_EQ(sim_.accepted_connections(), 0u);
 }
 
 TEST_F(RegistrationTest, WantsADaemonOfRootUnlessToldOtherwise) {

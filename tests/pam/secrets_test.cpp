@@ -83,7 +83,7 @@ class SecretsTest : public testing::Test {
                                                    "reply_message = \"Token: \"\n"
                                                    "state = \"step-2\"\n";
     std::ofstream(directory_.path() + "/test")
-        << "auth required " AAA_PAM_MODULE " timeout=10 directory=" << directory_.path()
+        << "auth required " AAA_PAM_MODULE " nodelay timeout=10 directory=" << directory_.path()
         << " aaad_uid=" << ::geteuid() << "\npassword required " AAA_PAM_MODULE
         << " timeout=10 directory=" << directory_.path() << " aaad_uid=" << ::geteuid() << "\n";
     sim_.emplace(AAAD_SIM_PROGRAM,

@@ -64,7 +64,7 @@ TEST_F(SessionTest, HandsTheSessionToAnotherProcessInTheEnvironment) {
   }
   char id[16];
   std::snprintf(id, sizeof id, "%08x", word_at(body_of(AAA_MSG_AUTHEN_REQ), 404));
-  EXPECT_EQ(value, id + std::string(":7374616666"));
+  EXPECT_EQ(value, id + std::string(":7374616666:616c696365"));
 
   Handle handle(configuration_.path(), "alice", user_);
   EXPECT_EQ(::pam_putenv(handle, ("AAA_SESSION=" + value).c_str()), PAM_SUCCESS);
@@ -80,11 +80,19 @@ TEST_F(SessionTest, HandsTheSessionToAnotherProcessInTheEnvironment) {
 
 TEST_F(SessionTest, RemovesTheVariableWhenCredentialsAreSetAndKeepsTheSession) {
   Handle handle(configuration_.path(), "alice", user_);
-  EXPECT_EQ(::pam_putenv(handle, "AAA_SESSION=0000002a:"), PAM_SUCCESS);
+  EXPECT_EQ(::pam_putenv(handle, "AAA_SESSION=0000002a::616c696365"), PAM_SUCCESS);
   EXPECT_EQ(::pam_setcred(handle, PAM_ESTABLISH_CRED), PAM_SUCCESS);
   EXPECT_EQ(handle.environment("AAA_SESSION"), "");
   EXPECT_EQ(::pam_open_session(handle, 0), PAM_SUCCESS);
   EXPECT_EQ(word_at(body_of(AAA_MSG_ACCT_REQ), 412), 42u);
+}
+
+TEST_F(SessionTest, ReportsTheNameThatWasAuthenticated) {
+  Handle handle(configuration_.path(), "alice", user_);
+  EXPECT_EQ(::pam_authenticate(handle, 0), PAM_SUCCESS);
+  handle.set(PAM_USER, "bob");
+  EXPECT_EQ(::pam_open_session(handle, 0), PAM_SUCCESS);
+  EXPECT_EQ(text_at(body_of(AAA_MSG_ACCT_REQ), 163, 65), "alice");
 }
 
 TEST_F(SessionTest, KeepsAClassOfAWholeAttribute) {
@@ -93,7 +101,8 @@ TEST_F(SessionTest, KeepsAClassOfAWholeAttribute) {
   });
   Handle handle(configuration_.path(), "alice", user_);
   EXPECT_EQ(::pam_authenticate(handle, 0), PAM_SUCCESS);
-  EXPECT_EQ(handle.environment("AAA_SESSION").substr(8), ":" + std::string(504, '0') + "ff");
+  EXPECT_EQ(handle.environment("AAA_SESSION").substr(8),
+            ":" + std::string(504, '0') + "ff:616c696365");
 }
 
 TEST_F(SessionTest, DoesNotKeepAClassThatIsTooLong) {
@@ -102,7 +111,7 @@ TEST_F(SessionTest, DoesNotKeepAClassThatIsTooLong) {
   });
   Handle handle(configuration_.path(), "alice", user_);
   EXPECT_EQ(::pam_authenticate(handle, 0), PAM_SUCCESS);
-  EXPECT_EQ(handle.environment("AAA_SESSION").substr(8), ":");
+  EXPECT_EQ(handle.environment("AAA_SESSION").substr(8), "::616c696365");
   EXPECT_THAT(system_log(), Contains(HasSubstr("Class of 254 bytes")));
 }
 

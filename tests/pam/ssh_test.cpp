@@ -55,7 +55,7 @@ class SshTest : public testing::Test {
     mask_ = ::umask(0);
     sim_.add_user({.name = "alice", .password = "secret", .class_attribute = "staff"});
     sim_.start();
-    programs_.configure("sshd", {"auth", "account", "session"}, "timeout=10");
+    programs_.configure("sshd", {"auth", "account", "session"}, "timeout=10 nodelay");
     programs_.write("passwd", contents(file("passwd")) +
                                   "sshd:x:64999:64999::/nonexistent:/usr/sbin/nologin\n");
     make_host_key();
