@@ -40,7 +40,9 @@ class Daemon {
   Result wait_for_result(std::uint32_t session_id) const;
   bool take_turn();
   bool start_registering();
+  bool register_now();
   bool give_up_silent_daemon();
+  bool deregister() const;
   bool wait_for_connection() const;
 
   const Call& call_;
