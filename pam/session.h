@@ -15,6 +15,7 @@ struct Session {
   char name[kMaxName + 1] = "";  // of the user who was authenticated
   std::uint16_t class_size = 0;
   std::array<std::uint8_t, kMaxClass> class_bytes = {};
+  bool is_open = false;    // its start was reported, or could not be
   std::int64_t start = 0;  // second in which it was opened, of seconds_now()
 };
 
