@@ -28,6 +28,10 @@ Result::~Result() {
   wipe(record_->text_302, record_->text_302_len);
   wipe(record_->text_303, record_->text_303_len);
   wipe(record_->data_321, record_->data_321_len);
+  wipe(record_->data_322, record_->data_322_len);
+  wipe(record_->tail_data, record_->tail_len);
+  wipe(record_->ext_data, record_->sub.ext_data_len & 0xffff);
+  wipe(&record_->sub, sizeof record_->sub);
   aaa_free_result_info(record_);
 }
 

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "call.h"
@@ -11,6 +12,11 @@
 namespace aaa_pam {
 
 struct Session {
+  Session() = default;
+  Session(const Session&) = default;
+  Session& operator=(const Session&) = default;
+  ~Session() { ::explicit_bzero(static_cast<void*>(this), sizeof *this); }
+
   std::uint32_t id = 0;
   char name[kMaxName + 1] = "";  // of the user who was authenticated
   std::uint16_t class_size = 0;
