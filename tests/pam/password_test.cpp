@@ -129,6 +129,12 @@ TEST_F(PasswordTest, LeavesExpiredPasswordsToOthers) {
   EXPECT_EQ(sim_.accepted_connections(), 0u);
 }
 
+TEST_F(PasswordTest, DoesNotAskWhenItMustUseAPasswordThatIsMissing) {
+  configure("use_first_pass");
+  EXPECT_EQ(change("dave", {"old-secret"}), PAM_AUTH_ERR);
+  EXPECT_THAT(conversation_.shown(), IsEmpty());
+}
+
 // It can take as long as it likes.
 TEST_F(PasswordTest, IsNotRegisteredWhileItTellsTheUser) {
   static int in_use;
