@@ -70,7 +70,7 @@ class Login {
     for (int requests = 1; result == kChallenged; ++requests) {
       if (requests == kMaxRequests) return too_many();
       Secret answer;
-      result = ask_user(call_, {question_.text(), question_.size()}, answer);
+      result = ask_user(call_, {question_.text(), question_.size()}, echo_, answer);
       if (result == PAM_SUCCESS) result = submit({answer.text(), answer.size()});
     }
     return result;
@@ -140,6 +140,7 @@ class Login {
 
   int remember_challenge(const Result& result) {
     has_open_challenge_ = true;
+    echo_ = result.echo().value_or(call_.options.challenge_echo);
     const std::string_view question = result.message();
     const std::string_view state = result.state();
     const bool has_memory = question_.assign(question.data(), question.size()) &&
@@ -163,6 +164,7 @@ class Login {
   const Call& call_;
   const char* const name_;
   bool has_open_challenge_ = false;
+  bool echo_ = false;
   Session session_;
   Secret question_;
   Secret state_;

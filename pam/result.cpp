@@ -10,6 +10,10 @@ constexpr std::uint32_t kAccept = 0;
 constexpr std::uint32_t kReject = 1;
 constexpr std::uint32_t kChallenge = 3;
 
+// sub.code_a of a challenge.
+constexpr std::uint32_t kNoEcho = 1;
+constexpr std::uint32_t kEcho = 2;
+
 // Data outside the arena.
 void wipe(const void* data, std::uint32_t length) {
   if (data != nullptr) ::explicit_bzero(const_cast<void*>(data), length);
@@ -48,6 +52,12 @@ Verdict Result::verdict_for(std::uint32_t session_id) const {
     default:
       return Verdict::unavailable;
   }
+}
+
+std::optional<bool> Result::echo() const {
+  if (record_ == nullptr || record_->sub.code_a < kNoEcho || record_->sub.code_a > kEcho)
+    return std::nullopt;
+  return record_->sub.code_a == kEcho;
 }
 
 std::string_view Result::message() const {

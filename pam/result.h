@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -25,6 +26,10 @@ class Result {
   // Unavailable for no result, and for one of another session: a body that cannot be parsed decodes
   // to zeros, and 0 means accepted.
   Verdict verdict_for(std::uint32_t session_id) const;
+
+  // Whether the answer to a challenge is shown while it is typed; nothing when the server does not
+  // say.
+  std::optional<bool> echo() const;
 
   // Valid as long as this object. The message ends at its first NUL.
   std::string_view message() const;

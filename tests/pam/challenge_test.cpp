@@ -38,6 +38,19 @@ TEST_F(ChallengeTest, ShowsTheAnswerWhileItIsTypedIfWanted) {
   EXPECT_THAT(conversation_.texts(PAM_PROMPT_ECHO_ON), ElementsAre("Token: "));
 }
 
+TEST_F(ChallengeTest, FollowsTheServerAboutShowingTheAnswer) {
+  for (const char* option : {"", "challenge_echo"}) {
+    configure(option);
+    for (const std::uint32_t prompt : {1u, 2u}) {
+      answer_authentication(
+          [=](std::uint32_t id) { return result_body(id, 3, "? ", "x", prompt); });
+      EXPECT_EQ(log_in("carol", {"password"}), PAM_CONV_ERR);
+      EXPECT_EQ(conversation_.shown().back().style,
+                prompt == 2 ? PAM_PROMPT_ECHO_ON : PAM_PROMPT_ECHO_OFF);
+    }
+  }
+}
+
 TEST_F(ChallengeTest, AsksAlsoWhenSilenceIsWanted) {
   EXPECT_EQ(log_in("carol", {"password", "123456"}, PAM_SILENT), PAM_SUCCESS);
 }
