@@ -64,12 +64,14 @@ int open_session(const Call& call) {
   Session* const session = take_session(call);
   if (session == nullptr) return PAM_SUCCESS;
   session->start = seconds_now();
+  session->is_open = true;
   return outcome(call, *session, "start", report(call, *session, kStart));
 }
 
 int close_session(const Call& call) {
-  const Session* const session = kept_session(call);
-  if (session == nullptr) return PAM_SUCCESS;
+  Session* const session = kept_session(call);
+  if (session == nullptr || !session->is_open) return PAM_SUCCESS;
+  session->is_open = false;
   return outcome(call, *session, "stop", report(call, *session, kStop));
 }
 

@@ -24,9 +24,9 @@ void show_error(const Call& call, const char* text) {
   show(call, PAM_ERROR_MSG, text);
 }
 
-int ask_user(const Call& call, std::string_view question, Secret& answer) {
+int ask_user(const Call& call, std::string_view question, bool echo, Secret& answer) {
   if (question.empty()) question = kDefaultQuestion;
-  const int style = call.options.challenge_echo ? PAM_PROMPT_ECHO_ON : PAM_PROMPT_ECHO_OFF;
+  const int style = echo ? PAM_PROMPT_ECHO_ON : PAM_PROMPT_ECHO_OFF;
   char* text = nullptr;
   const int result = pam_prompt(call.handle, style, &text, "%.*s",
                                 static_cast<int>(question.size()), question.data());

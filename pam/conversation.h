@@ -15,7 +15,7 @@ void show_message(const Call& call, const Result& result, Verdict verdict);
 void show_error(const Call& call, const char* text);
 
 // Asks for the answer to a challenge. Returns PAM_SUCCESS or PAM_CONV_ERR.
-int ask_user(const Call& call, std::string_view question, Secret& answer);
+int ask_user(const Call& call, std::string_view question, bool echo, Secret& answer);
 
 // Gets the password from an earlier module or from the user; `prompt` may be null. The text belongs
 // to PAM. Returns PAM_SUCCESS, PAM_CONV_ERR, or another code that belongs to the password.

@@ -33,15 +33,13 @@ bool aaad_refuses() {
   return __atomic_load_n(&g_aaa_client_cb.aaa_id, __ATOMIC_RELAXED) == kRefusedId;
 }
 
-// With the library's lock, so that no other thread of the host registers between the question and
-// the registration.
-class LibraryLock {
- public:
-  LibraryLock() { ::pthread_mutex_lock(&aaa_lib_lock); }
-  ~LibraryLock() { ::pthread_mutex_unlock(&aaa_lib_lock); }
-  LibraryLock(const LibraryLock&) = delete;
-  LibraryLock& operator=(const LibraryLock&) = delete;
-};
+bool lock_in_time(pthread_mutex_t& mutex, const Deadline& deadline) {
+  bool is_locked;
+  while (!(is_locked = ::pthread_mutex_trylock(&mutex) == 0) &&
+         deadline.seconds_left() > kLeaveSeconds)
+    (void)::usleep(kPauseUs);
+  return is_locked;
+}
 
 // The library's threads start in its lifetime, and so take none of the host's signals.
 class SignalsBlocked {
@@ -64,14 +62,6 @@ std::int32_t register_without_signals(const reg_info& info) {
   return aaa_svr_reg(&info);
 }
 
-// A connection on which aaad cannot be told, or does not confirm, leaves the process registered.
-// Without its sockets it can deregister.
-void deregister() {
-  if (aaa_svr_dereg() == 0) return;
-  (void)aaa_lib_client_close();
-  (void)aaa_svr_dereg();
-}
-
 }  // namespace
 
 Daemon::Daemon(const Call& call) : call_(call), deadline_(call.options.timeout) {
@@ -81,26 +71,49 @@ Daemon::Daemon(const Call& call) : call_(call), deadline_(call.options.timeout) 
 
 Daemon::~Daemon() {
   if (is_registered_) {
-    deregister();
-    (void)aaa_set_directory(nullptr);
-    (void)aaa_set_aaad_uid(-1);
+    if (deregister()) {
+      (void)aaa_set_directory(nullptr);
+      (void)aaa_set_aaad_uid(-1);
+    }
   }
   library_log_.reset();
   if (has_turn_) ::pthread_mutex_unlock(&turn);
 }
 
 bool Daemon::take_turn() {
-  while (!(has_turn_ = ::pthread_mutex_trylock(&turn) == 0) &&
-         deadline_.seconds_left() > kLeaveSeconds)
-    (void)::usleep(kPauseUs);
+  has_turn_ = lock_in_time(turn, deadline_);
   if (!has_turn_)
     pam_syslog(call_.handle, LOG_ERR, "another thread is waiting for aaad, for %u seconds now",
                call_.options.timeout);
   return has_turn_;
 }
 
+// With the library's lock, so that no other thread of the host registers between the question and
+// the registration. One that is registering holds it for longer than the module may take.
 bool Daemon::start_registering() {
-  const LibraryLock lock;
+  if (!lock_in_time(aaa_lib_lock, deadline_)) {
+    pam_syslog(call_.handle, LOG_ERR, "another thread of this process keeps the library busy");
+    return false;
+  }
+  const bool is_started = register_now();
+  ::pthread_mutex_unlock(&aaa_lib_lock);
+  return is_started;
+}
+
+// A connection on which aaad cannot be told, or does not confirm, leaves the process registered.
+// Without its sockets it can deregister. The settings stay when it cannot: it would go on
+// connecting with others.
+bool Daemon::deregister() const {
+  if (aaa_svr_dereg() == 0) return true;
+  ::pthread_mutex_lock(&aaa_lib_lock);
+  (void)aaa_lib_client_close();
+  const bool is_done = aaa_svr_dereg() == 0;
+  ::pthread_mutex_unlock(&aaa_lib_lock);
+  if (!is_done) pam_syslog(call_.handle, LOG_ERR, "the process cannot be deregistered");
+  return is_done;
+}
+
+bool Daemon::register_now() {
   if (aaa_is_in_use() != 0) {
     pam_syslog(call_.handle, LOG_ERR,
                "this process is a client of aaad itself: the module leaves its registration alone");
@@ -127,7 +140,7 @@ bool Daemon::start_registering() {
 // With the library's lock held: its next attempt, which a deregistration would have to wait for,
 // does not begin.
 bool Daemon::give_up_silent_daemon() {
-  deregister();
+  (void)deregister();
   pam_syslog(call_.handle, LOG_ERR, "aaad accepts connections and does not answer");
   return false;
 }
@@ -135,7 +148,11 @@ bool Daemon::give_up_silent_daemon() {
 bool Daemon::wait_for_connection() const {
   while (aaa_is_alive() == 0 && !aaad_refuses() && deadline_.seconds_left() > kLeaveSeconds)
     (void)::usleep(kPauseUs);
-  if (aaa_is_alive() != 0) return true;
+  if (aaa_is_alive() != 0 && deadline_.seconds_left() > 1) return true;
+  if (aaa_is_alive() != 0) {
+    pam_syslog(call_.handle, LOG_ERR, "no time is left to ask aaad");
+    return false;
+  }
   pam_syslog(call_.handle, LOG_ERR, aaad_refuses() ? "refused by aaad" : "aaad cannot be reached");
   return false;
 }

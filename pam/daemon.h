@@ -39,7 +39,9 @@ class Daemon {
   Result ask(Record& record, std::int32_t (*submit)(Record*)) const;
   bool take_turn();
   bool start_registering();
+  bool register_now();
   bool give_up_silent_daemon();
+  bool deregister() const;
   bool wait_for_connection() const;
 
   const Call& call_;

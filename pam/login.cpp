@@ -56,6 +56,7 @@ class Login {
     const int first = submit(password);
     if (first != kChallenged) return first;
     const int result = answer_challenges();
+    if (has_open_challenge_) withdraw();
     // Without a decision, a stack that goes on to the next module would drop the second factor.
     return result == PAM_AUTHINFO_UNAVAIL ? PAM_AUTH_ERR : result;
   }
@@ -69,14 +70,17 @@ class Login {
     for (int requests = 1; result == kChallenged; ++requests) {
       if (requests == kMaxRequests) return too_many();
       Secret answer;
-      result = ask_user(call_, {question_.text(), question_.size()}, answer);
+      result = ask_user(call_, {question_.text(), question_.size()}, echo_, answer);
       if (result == PAM_SUCCESS) result = submit({answer.text(), answer.size()});
     }
     return result;
   }
 
   int submit(std::string_view password) {
-    if (is_worth_asking(password)) return request(password);
+    if (is_worth_asking(password)) {
+      has_open_challenge_ = false;
+      return request(password);
+    }
     pam_syslog(call_.handle, LOG_NOTICE, "a password that is not sent");
     return PAM_AUTH_ERR;
   }
@@ -135,6 +139,8 @@ class Login {
   }
 
   int remember_challenge(const Result& result) {
+    has_open_challenge_ = true;
+    echo_ = result.echo().value_or(call_.options.challenge_echo);
     const std::string_view question = result.message();
     const std::string_view state = result.state();
     const bool has_memory = question_.assign(question.data(), question.size()) &&
@@ -142,13 +148,23 @@ class Login {
     return has_memory ? kChallenged : PAM_BUF_ERR;
   }
 
+  // aaad need not wait for an answer that does not come.
+  void withdraw() const {
+    const Daemon daemon(call_);
+    if (daemon.is_reached()) (void)aaa_clear_req_user(session_.id);
+  }
+
   int too_many() const {
-    pam_syslog(call_.handle, LOG_NOTICE, "%d challenges for %s", kMaxRequests, name_);
+    char name[kMaxName + 1];
+    copy_printable(name_, name);
+    pam_syslog(call_.handle, LOG_NOTICE, "%d challenges for \"%s\"", kMaxRequests, name);
     return PAM_MAXTRIES;
   }
 
   const Call& call_;
   const char* const name_;
+  bool has_open_challenge_ = false;
+  bool echo_ = false;
   Session session_;
   Secret question_;
   Secret state_;

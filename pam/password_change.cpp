@@ -52,7 +52,8 @@ int confirm(const Call& call, const Daemon& daemon, const char* name, const char
   return verdict == Verdict::unavailable ? PAM_AUTHINFO_UNAVAIL : PAM_AUTHTOK_ERR;
 }
 
-int change(const Call& call, const char* name, const char* old_password, const char* new_password) {
+int exchange(const Call& call, const char* name, const char* old_password, const char* new_password,
+             bool& is_allowed) {
   const Daemon daemon(call);
   if (!daemon.is_reached()) return PAM_AUTHINFO_UNAVAIL;
   switch (username_lib_chg_pwd(name, old_password, new_password)) {
@@ -63,7 +64,7 @@ int change(const Call& call, const char* name, const char* old_password, const c
     case kWrongPassword:
       return PAM_AUTH_ERR;
     case kBadPassword:
-      show_error(call, "The new password is not allowed.");
+      is_allowed = false;
       return PAM_AUTHTOK_ERR;
     default:
       pam_syslog(call.handle, LOG_ERR, "no answer to the change of a password");
@@ -71,10 +72,19 @@ int change(const Call& call, const char* name, const char* old_password, const c
   }
 }
 
+// The user is told when the process is no longer registered.
+int change(const Call& call, const char* name, const char* old_password, const char* new_password) {
+  bool is_allowed = true;
+  const int result = exchange(call, name, old_password, new_password, is_allowed);
+  if (!is_allowed) show_error(call, "The new password is not allowed.");
+  return result;
+}
+
 int prepare(const Call& call, const char* name, const char* old_password) {
   const std::size_t size = std::strlen(old_password);
   if (size == 0 || size > PAM_MAX_RESP_SIZE) return PAM_AUTH_ERR;
-  return check_old(call, name, old_password);
+  const int result = check_old(call, name, old_password);
+  return result == PAM_AUTHINFO_UNAVAIL ? PAM_TRY_AGAIN : result;
 }
 
 int update(const Call& call, const char* name, const char* old_password) {
@@ -93,6 +103,8 @@ int update(const Call& call, const char* name, const char* old_password) {
 }  // namespace
 
 int change_password(const Call& call) {
+  // aaad's passwords do not expire.
+  if (call.has(PAM_CHANGE_EXPIRED_AUTHTOK)) return PAM_IGNORE;
   const char* name = nullptr;
   const char* old_password = nullptr;
   int result = get_user_name(call, &name);

@@ -10,6 +10,10 @@ constexpr std::uint32_t kAccept = 0;
 constexpr std::uint32_t kReject = 1;
 constexpr std::uint32_t kChallenge = 3;
 
+// sub.code_a of a challenge.
+constexpr std::uint32_t kNoEcho = 1;
+constexpr std::uint32_t kEcho = 2;
+
 void wipe(const void* data, std::uint32_t length) {
   if (data != nullptr) ::explicit_bzero(const_cast<void*>(data), length);
 }
@@ -26,6 +30,7 @@ Result::Result(const result_info& record) {
   if (!is_copied) return;
   session_id_ = record.sub.session_id;
   code_ = record.sub.num_a;
+  prompt_ = record.sub.code_a;
 }
 
 Verdict Result::verdict_for(std::uint32_t session_id) const {
@@ -40,6 +45,11 @@ Verdict Result::verdict_for(std::uint32_t session_id) const {
     default:
       return Verdict::unavailable;
   }
+}
+
+std::optional<bool> Result::echo() const {
+  if (prompt_ != kNoEcho && prompt_ != kEcho) return std::nullopt;
+  return prompt_ == kEcho;
 }
 
 std::string_view Result::message() const {

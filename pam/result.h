@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "aaa_client.h"
@@ -24,6 +25,10 @@ class Result {
   // to zeros, and 0 means accepted.
   Verdict verdict_for(std::uint32_t session_id) const;
 
+  // Whether the answer to a challenge is shown while it is typed; nothing when the server does not
+  // say.
+  std::optional<bool> echo() const;
+
   // Valid as long as this object. The message ends at its first NUL.
   std::string_view message() const;
   std::string_view state() const { return view_of(state_); }
@@ -34,6 +39,7 @@ class Result {
 
   std::uint32_t session_id_ = 0;
   std::uint32_t code_ = 0;
+  std::uint32_t prompt_ = 0;
   Secret message_;
   Secret state_;
   Secret class_;

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "session_text.h"
 
@@ -15,14 +16,14 @@ namespace {
 constexpr char kDataName[] = "pam_aaa_session";
 
 void release(pam_handle_t*, void* data, int) {
-  if (data != nullptr) ::explicit_bzero(data, sizeof(Session));
+  if (data != nullptr) static_cast<Session*>(data)->~Session();
   std::free(data);
 }
 
 int put_into_handle(const Call& call, const Session& session) {
-  auto* const copy = static_cast<Session*>(std::malloc(sizeof(Session)));
-  if (copy == nullptr) return PAM_BUF_ERR;
-  *copy = session;
+  void* const memory = std::malloc(sizeof(Session));
+  if (memory == nullptr) return PAM_BUF_ERR;
+  auto* const copy = new (memory) Session(session);
   const int result = pam_set_data(call.handle, kDataName, copy, release);
   if (result != PAM_SUCCESS) release(call.handle, copy, 0);
   return result;

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "call.h"
@@ -11,10 +12,16 @@
 namespace aaa_pam {
 
 struct Session {
+  Session() = default;
+  Session(const Session&) = default;
+  Session& operator=(const Session&) = default;
+  ~Session() { ::explicit_bzero(static_cast<void*>(this), sizeof *this); }
+
   std::uint32_t id = 0;
   char name[kMaxName + 1] = "";  // of the user who was authenticated
   std::uint16_t class_size = 0;
   std::array<std::uint8_t, kMaxClass> class_bytes = {};
+  bool is_open = false;    // its start was reported, or could not be
   std::int64_t start = 0;  // second in which it was opened, of seconds_now()
 };
 

@@ -22,6 +22,15 @@ int get_user_name(const Call& call, const char** name) {
   return PAM_USER_UNKNOWN;
 }
 
+void copy_printable(const char* name, std::span<char> text) {
+  std::size_t size = 0;
+  for (; name[size] != '\0' && size + 1 < text.size(); ++size) {
+    const auto byte = static_cast<unsigned char>(name[size]);
+    text[size] = byte < ' ' || byte == 127 ? '?' : name[size];
+  }
+  text[size] = '\0';
+}
+
 void copy_item(const Call& call, int item, std::span<std::uint8_t> member) {
   const void* value = nullptr;
   if (pam_get_item(call.handle, item, &value) != PAM_SUCCESS || value == nullptr) return;

@@ -1,4 +1,6 @@
 // Challenges: questions of the daemon after the password.
+#include <arpa/inet.h>
+
 #include "pam/pam_fixture.h"
 
 namespace pam_test {
@@ -34,6 +36,19 @@ TEST_F(ChallengeTest, ShowsTheAnswerWhileItIsTypedIfWanted) {
   configure("challenge_echo");
   EXPECT_EQ(log_in("carol", {"password", "123456"}), PAM_SUCCESS);
   EXPECT_THAT(conversation_.texts(PAM_PROMPT_ECHO_ON), ElementsAre("Token: "));
+}
+
+TEST_F(ChallengeTest, FollowsTheServerAboutShowingTheAnswer) {
+  for (const char* option : {"", "challenge_echo"}) {
+    configure(option);
+    for (const std::uint32_t prompt : {1u, 2u}) {
+      answer_authentication(
+          [=](std::uint32_t id) { return result_body(id, 3, "? ", "x", prompt); });
+      EXPECT_EQ(log_in("carol", {"password"}), PAM_CONV_ERR);
+      EXPECT_EQ(conversation_.shown().back().style,
+                prompt == 2 ? PAM_PROMPT_ECHO_ON : PAM_PROMPT_ECHO_OFF);
+    }
+  }
 }
 
 TEST_F(ChallengeTest, AsksAlsoWhenSilenceIsWanted) {
@@ -90,10 +105,28 @@ TEST_F(ChallengeTest, RefusesALoginWithoutADecisionAboutTheAnswer) {
   EXPECT_EQ(sent(AAA_MSG_AUTHEN_REQ), 2u);
 }
 
+TEST_F(ChallengeTest, IsWithdrawnWhenItIsNotAnswered) {
+  EXPECT_EQ(log_in("carol", {"password"}), PAM_CONV_ERR);
+  EXPECT_EQ(log_in("carol", {"password", ""}), PAM_AUTH_ERR);
+  for (const std::size_t login : {0u, 1u})
+    EXPECT_EQ(ntohl(word_at(body_of(AAA_MSG_CLEAR_USER, login), 0)),
+              word_at(body_of(AAA_MSG_AUTHEN_REQ, login), 404));
+  EXPECT_EQ(log_in("carol", {"password", "654321"}), PAM_AUTH_ERR);
+  EXPECT_EQ(log_in("carol", {"password", "123456"}), PAM_SUCCESS);
+  EXPECT_EQ(sent(AAA_MSG_CLEAR_USER), 2u);
+}
+
+TEST_F(ChallengeTest, LogsANameWithoutItsControlCharacters) {
+  answer_authentication([](std::uint32_t id) { return result_body(id, 3, "Again? ", "again"); });
+  EXPECT_EQ(log_in("ca\nrol\x1b", {"1", "2", "3", "4", "5", "6", "7", "8"}), PAM_MAXTRIES);
+  EXPECT_THAT(system_log(), Contains(HasSubstr("challenges for \"ca?rol?\"")));
+}
+
 TEST_F(ChallengeTest, EndsAfterEightRequests) {
   answer_authentication([](std::uint32_t id) { return result_body(id, 3, "Again? ", "again"); });
   EXPECT_EQ(log_in("carol", {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}), PAM_MAXTRIES);
   EXPECT_EQ(sent(AAA_MSG_AUTHEN_REQ), 8u);
+  EXPECT_EQ(sent(AAA_MSG_CLEAR_USER), 1u) << "the last challenge";
 }
 
 }  // namespace

@@ -37,6 +37,7 @@ int Conversation::converse(int count, const pam_message** messages, pam_response
 
 bool Conversation::answer(const pam_message& message, pam_response& response) {
   shown_.push_back({message.msg_style, message.msg});
+  if (when_shown_) when_shown_(shown_.back());
   if (message.msg_style == PAM_TEXT_INFO || message.msg_style == PAM_ERROR_MSG) return true;
   if (answers_.empty()) return false;
   response.resp = ::strdup(answers_.front().c_str());

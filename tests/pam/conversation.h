@@ -4,6 +4,7 @@
 #include <security/pam_appl.h>
 
 #include <deque>
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -29,6 +30,8 @@ class Conversation {
   pam_conv functions() { return {converse, this}; }
   void will_answer(const std::string& answer) { answers_.push_back(answer); }
 
+  void when_shown(std::function<void(const Shown&)> action) { when_shown_ = std::move(action); }
+
   const std::vector<Shown>& shown() const { return shown_; }
   // The texts of one style.
   std::vector<std::string> texts(int style) const;
@@ -40,6 +43,7 @@ class Conversation {
 
   std::deque<std::string> answers_;
   std::vector<Shown> shown_;
+  std::function<void(const Shown&)> when_shown_;
 };
 
 }  // namespace pam_test

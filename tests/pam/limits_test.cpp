@@ -1,5 +1,6 @@
 // How long a call may take.
 #include <chrono>
+#include <future>
 #include <thread>
 
 #include "pam/pam_fixture.h"
@@ -71,6 +72,43 @@ TEST_F(LimitsTest, WaitsForAnotherThreadForItsOwnTimeOnly) {
   EXPECT_EQ(sent(AAA_MSG_AUTHOR_REQ), 0u);
   sim_.close_connections();
   first.join();
+}
+
+TEST_F(LimitsTest, SendsNothingWhenNoTimeIsLeftAfterTheWait) {
+  sim_.set_fault(aaa_sim::Role::request, AAA_MSG_AUTHEN_REQ, aaa_sim::Fault::silent);
+  configure_lines(line("auth", found() + " timeout=60") + line("account", found() + " timeout=3"));
+  std::thread first([this] { EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL); });
+  EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_AUTHEN_REQ)));
+  const auto late = steady_clock::now() + std::chrono::milliseconds(2300);
+  std::thread breaking([&] {
+    std::this_thread::sleep_until(late);
+    sim_.close_connections();
+  });
+  Conversation user;
+  Handle handle(configuration_.path(), "alice", user);
+  EXPECT_EQ(::pam_putenv(handle, "AAA_SESSION=0000002a::616c696365"), PAM_SUCCESS);
+  EXPECT_EQ(::pam_acct_mgmt(handle, 0), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_EQ(sent(AAA_MSG_AUTHOR_REQ), 0u);
+  breaking.join();
+  first.join();
+}
+
+// As while another thread of the host registers.
+TEST_F(LimitsTest, DoesNotWaitLongerForTheLibrary) {
+  configure("timeout=3");
+  std::promise<void> locked;
+  std::promise<void> finished;
+  std::thread host([&] {
+    ::pthread_mutex_lock(&aaa_lib_lock);
+    locked.set_value();
+    (void)finished.get_future().wait_for(std::chrono::seconds(8));
+    ::pthread_mutex_unlock(&aaa_lib_lock);
+  });
+  locked.get_future().wait();
+  EXPECT_EQ(log_in_alice(), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_THAT(system_log(), Contains(HasSubstr("keeps the library busy")));
+  finished.set_value();
+  host.join();
 }
 
 TEST_F(LimitsTest, CountsTheWaitForAnotherThread) {

@@ -136,10 +136,12 @@ class PamTest : public testing::Test {
 
 // The body of a result with this code.
 inline aaa_sim::Bytes result_body(std::uint32_t session_id, std::uint32_t code,
-                                  const std::string& message = "", const std::string& state = "") {
+                                  const std::string& message = "", const std::string& state = "",
+                                  std::uint32_t prompt = 0) {
   result_info result{};
   result.sub.num_a = code;
   result.sub.session_id = session_id;
+  result.sub.code_a = prompt;
   result.reply_message = {0, static_cast<std::uint16_t>(message.size()), message.data()};
   result.state = {0, static_cast<std::uint16_t>(state.size()), state.data()};
   void* body = nullptr;

@@ -78,7 +78,7 @@ TEST_F(PasswordTest, NeverTakesARecordOfZerosForARightOldPassword) {
                     return {{aaa_sim::Role::request, AAA_MSG_LOCAL_AUTHEN_REQ, request.header.id,
                              aaa_sim::Bytes(1400, 0)}};
                   });
-  EXPECT_EQ(change("dave", {"wrong"}), PAM_AUTHINFO_UNAVAIL);
+  EXPECT_EQ(change("dave", {"wrong"}), PAM_TRY_AGAIN);
 }
 
 // The library reads an answer without a word as 0, and does not look at the type.
@@ -111,6 +111,41 @@ TEST_F(PasswordTest, ReportsAChangeThatCannotBeConfirmed) {
                              result_body(request.header.id, code)}};
                   });
   EXPECT_EQ(change("dave", {"old-secret", "new-secret", "new-secret"}), PAM_AUTHINFO_UNAVAIL);
+}
+
+TEST_F(PasswordTest, IsToBeTriedAgainWhenTheDaemonIsAway) {
+  configure("timeout=3");
+  sim_.stop();
+  EXPECT_EQ(change("dave", {"old-secret", "new-secret", "new-secret"}), PAM_TRY_AGAIN);
+  EXPECT_THAT(conversation_.texts(PAM_PROMPT_ECHO_OFF), ElementsAre("Current password: "));
+}
+
+TEST_F(PasswordTest, LeavesExpiredPasswordsToOthers) {
+  configure_lines(line("password", found()) + "password required pam_permit.so\n");
+  Conversation user;
+  Handle handle(configuration_.path(), "dave", user);
+  EXPECT_EQ(::pam_chauthtok(handle, PAM_CHANGE_EXPIRED_AUTHTOK), PAM_SUCCESS);
+  EXPECT_THAT(user.shown(), IsEmpty());
+  EXPECT_EQ(sim_.accepted_connections(), 0u);
+}
+
+TEST_F(PasswordTest, DoesNotAskWhenItMustUseAPasswordThatIsMissing) {
+  configure("use_first_pass");
+  EXPECT_EQ(change("dave", {"old-secret"}), PAM_AUTH_ERR);
+  EXPECT_THAT(conversation_.shown(), IsEmpty());
+}
+
+// It can take as long as it likes.
+TEST_F(PasswordTest, IsNotRegisteredWhileItTellsTheUser) {
+  static int in_use;
+  in_use = -1;
+  Conversation user({"old-secret", "old-secret", "old-secret"});
+  user.when_shown([](const Shown& shown) {
+    if (shown.style == PAM_ERROR_MSG) in_use = aaa_is_in_use();
+  });
+  Handle handle(configuration_.path(), "dave", user);
+  EXPECT_EQ(::pam_chauthtok(handle, 0), PAM_AUTHTOK_ERR);
+  EXPECT_EQ(in_use, 0);
 }
 
 TEST_F(PasswordTest, ReportsADaemonThatGivesNoAnswer) {

@@ -87,6 +87,17 @@ TEST_F(SessionTest, RemovesTheVariableWhenCredentialsAreSetAndKeepsTheSession) {
   EXPECT_EQ(word_at(body_of(AAA_MSG_ACCT_REQ), 412), 42u);
 }
 
+TEST_F(SessionTest, ReportsAStopOnceAndOnlyAfterAStart) {
+  Handle handle(configuration_.path(), "alice", user_);
+  EXPECT_EQ(::pam_authenticate(handle, 0), PAM_SUCCESS);
+  EXPECT_EQ(::pam_close_session(handle, 0), PAM_SUCCESS);
+  EXPECT_EQ(sent(AAA_MSG_ACCT_REQ), 0u);
+  EXPECT_EQ(::pam_open_session(handle, 0), PAM_SUCCESS);
+  for (int i = 0; i < 2; ++i)
+    EXPECT_EQ(::pam_close_session(handle, 0), PAM_SUCCESS);
+  EXPECT_EQ(sent(AAA_MSG_ACCT_REQ), 2u);
+}
+
 TEST_F(SessionTest, ReportsTheNameThatWasAuthenticated) {
   Handle handle(configuration_.path(), "alice", user_);
   EXPECT_EQ(::pam_authenticate(handle, 0), PAM_SUCCESS);

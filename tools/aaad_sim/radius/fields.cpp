@@ -166,6 +166,13 @@ void set_tunnel(result_info_sub& result, const Packet& packet) {
     set_text(result.chars65_b, untagged_text(*group));
 }
 
+// 0 stands for a reply without one.
+std::uint32_t prompt_in(const Packet& packet) {
+  const auto prompt = packet.find(Type::prompt);
+  if (!prompt || number_in(*prompt) > 1) return 0;
+  return number_in(*prompt) + 1;
+}
+
 Bytes encode_with_reply(result_info& result, const Reply& reply) {
   const Packet& packet = reply.packet;
   for (const auto& [type, member] : result_numbers)
@@ -173,6 +180,7 @@ Bytes encode_with_reply(result_info& result, const Reply& reply) {
   for (const auto& [type, member] : result_items)
     if (const auto value = packet.find(type)) result.*member = item_in(*value);
   set_tunnel(result.sub, packet);
+  result.sub.code_a = prompt_in(packet);
   const std::string message = joined_messages(packet);
   result.reply_message = item_of(message);
   const Bytes eap_message = packet.eap_message();

@@ -61,6 +61,7 @@ enum class Type : std::uint8_t {
   nas_port_type = 61,
   tunnel_type = 64,
   tunnel_medium_type = 65,
+  prompt = 76,
   eap_message = 79,
   message_authenticator = 80,
   tunnel_private_group_id = 81,
