@@ -1,5 +1,5 @@
 /*
- * dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS]
+ * dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS]
  *
  * An 802.1X authenticator for the supplicant at one network interface: passes EAP between its EAPOL
  * frames and aaad, and accounts for the time that the port is open. Where it prints that the port
@@ -21,13 +21,14 @@
 #include "eapol.h"
 #include "end_signals.h"
 
-enum { RESEND_MS = 3000, SENDS = 4, ANSWER_MS = 30000, STOP_MS = 5000 };
+enum { RESEND_MS = 3000, SENDS = 4, STOP_MS = 5000 };
 
 /* Whose answer the port waits for. There is one request to aaad at a time, because nothing in a
  * result tells whether it answers a login or an accounting report of the session. */
 typedef enum turn { NOBODY, SUPPLICANT, AAAD_LOGIN, AAAD_ACCOUNTING } turn;
 
 static struct {
+  unsigned long answer_seconds; /* how long aaad may take */
   eapol_socket wire;
   turn turn;
   long long due; /* end of the turn, in ms of now_ms(); 0: none */
@@ -39,6 +40,10 @@ static struct {
   long long opened_at, reauthenticate_at;
   uint32_t ended_session; /* whose last report is not answered yet; 0: none */
 } port;
+
+static long long answer_ms(void) {
+  return (long long)port.answer_seconds * 1000;
+}
 
 static void begin_turn(turn next, long long due) {
   port.turn = next;
@@ -67,7 +72,7 @@ static void open_port(const news* result) {
   if (was_open) return;
   port.opened_at = now;
   if (send_report(&port.session, ACCT_START, 0, NOT_ENDED))
-    begin_turn(AAAD_ACCOUNTING, now + ANSWER_MS);
+    begin_turn(AAAD_ACCOUNTING, now + answer_ms());
 }
 
 static void close_port(end_cause cause) {
@@ -160,7 +165,7 @@ static void take_response(const eap_packet* response) {
   if (port.request.bytes[EAP_TYPE] == EAP_TYPE_IDENTITY && !take_identity(response)) {
     refuse("the identity cannot be used", REAUTHENTICATION_FAILURE);
   } else if (send_login(&port.session, response)) {
-    begin_turn(AAAD_LOGIN, now_ms() + ANSWER_MS);
+    begin_turn(AAAD_LOGIN, now_ms() + answer_ms());
   } else {
     close_port(LOST_SERVICE);
   }
@@ -181,13 +186,19 @@ static void take_frame(void) {
 
 /* ---- What aaad sends. ------------------------------------------------------------------------ */
 
+static int has_eap(const news* result, uint8_t code) {
+  return result->eap.size != 0 && result->eap.bytes[EAP_CODE] == code;
+}
+
+/* The late answer to a report is an acceptance too. Only that of a login has EAP-Success. */
 static void take_decision(const news* result) {
-  if (result->code == RESULT_ACCEPT) {
+  if (result->code == RESULT_ACCEPT && has_eap(result, EAP_SUCCESS)) {
     open_port(result);
+  } else if (result->code == RESULT_ACCEPT) {
+    printf("%s: an acceptance without EAP-Success is ignored\n", port.session.user);
   } else if (result->code == RESULT_REJECT) {
     refuse("rejected", REAUTHENTICATION_FAILURE);
-  } else if (result->code == RESULT_CHALLENGE && result->eap.size != 0 &&
-             result->eap.bytes[EAP_CODE] == EAP_REQUEST) {
+  } else if (result->code == RESULT_CHALLENGE && has_eap(result, EAP_REQUEST)) {
     ask_supplicant(&result->eap, &result->state);
   } else {
     refuse("no decision", LOST_SERVICE);
@@ -244,6 +255,7 @@ static void take_end_of_turn(void) {
       refuse("no answer from aaad", LOST_SERVICE);
       break;
     case AAAD_ACCOUNTING:
+      (void)aaa_clear_req_user(port.session.id);
       printf("%s: accounting start not answered\n", port.session.user);
       begin_turn(NOBODY, port.reauthenticate_at);
   }
@@ -292,21 +304,25 @@ static int work(int signals, unsigned long patience) {
 
 int main(int argc, char** argv) {
   unsigned long patience = 10;
+  port.answer_seconds = 30;
   unsigned long aaad_uid = UINT32_MAX;
   const char* interface = NULL;
   const char* directory = NULL;
   const command_line line = {
       .name = "dot1x",
-      .usage = "-i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS]",
+      .usage = "-i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS]",
       .help =
           "An 802.1X authenticator for the supplicant at a network interface.\n"
           "  -i INTERFACE  the interface; receiving its EAPOL frames needs CAP_NET_RAW\n"
           "  -d DIRECTORY  the directory that aaad uses, default: that of TMPDIR\n"
           "  -u UID        connect only to a process of this user, default: of any user\n"
           "  -w SECONDS    time limit for registering with aaad, default 10\n"
+          "  -a SECONDS    time limit for an answer of aaad, default 30\n"
           "Exit status: 0 ended by SIGINT or SIGTERM, 2 it could not start.\n",
-      .letters = "i:d:u:w:h",
-      .numbers = {{'w', 1, 3600, &patience}, {'u', 0, UINT32_MAX - 1, &aaad_uid}},
+      .letters = "i:d:u:w:a:h",
+      .numbers = {{'w', 1, 3600, &patience},
+                  {'a', 1, 3600, &port.answer_seconds},
+                  {'u', 0, UINT32_MAX - 1, &aaad_uid}},
       .texts = {{'i', &interface}, {'d', &directory}}};
   const int parsed = parse_arguments(&line, argc, argv);
   if (parsed != GO_ON) return parsed == HELPED ? 0 : 2;
