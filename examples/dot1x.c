@@ -6,7 +6,8 @@
  * is open or closed, a product opens and closes it. It ends on SIGINT or SIGTERM. Exit status: 0
  * ended so, 2 it could not start.
  *
- * eapol.h has the frames, dot1x_requests.h the records for aaad, dot1x_news.h the callbacks.
+ * eapol.h has the frames, dot1x_requests.h the logins, dot1x_reports.h the
+ * accounting, dot1x_news.h the callbacks.
  */
 #include <aaa_client.h>
 #include <ctype.h>
@@ -17,18 +18,17 @@
 #include "arguments.h"
 #include "connection.h"
 #include "dot1x_news.h"
+#include "dot1x_reports.h"
 #include "dot1x_requests.h"
 #include "eapol.h"
 #include "end_signals.h"
 
-enum { RESEND_MS = 3000, SENDS = 4, STOP_MS = 5000 };
+enum { RESEND_MS = 3000, SENDS = 4, LAST_ANSWER_MS = 5000 };
 
-/* Whose answer the port waits for. There is one request to aaad at a time, because nothing in a
- * result tells whether it answers a login or an accounting report of the session. */
-typedef enum turn { NOBODY, SUPPLICANT, AAAD_LOGIN, AAAD_ACCOUNTING } turn;
+/* Whose answer the port waits for. */
+typedef enum turn { NOBODY, SUPPLICANT, AAAD } turn;
 
 static struct {
-  unsigned long answer_seconds; /* how long aaad may take */
   eapol_socket wire;
   turn turn;
   long long due; /* end of the turn, in ms of now_ms(); 0: none */
@@ -38,12 +38,7 @@ static struct {
   user_session session;
   int open;
   long long opened_at, reauthenticate_at;
-  uint32_t ended_session; /* whose last report is not answered yet; 0: none */
 } port;
-
-static long long answer_ms(void) {
-  return (long long)port.answer_seconds * 1000;
-}
 
 static void begin_turn(turn next, long long due) {
   port.turn = next;
@@ -71,17 +66,17 @@ static void open_port(const news* result) {
   begin_turn(NOBODY, port.reauthenticate_at);
   if (was_open) return;
   port.opened_at = now;
-  if (send_report(&port.session, ACCT_START, 0, NOT_ENDED))
-    begin_turn(AAAD_ACCOUNTING, now + answer_ms());
+  add_report(&port.session, ACCT_START, 0, NOT_ENDED);
 }
 
 static void close_port(end_cause cause) {
   if (port.session.id == 0) return;
+  if (port.turn == AAAD) (void)aaa_clear_req_user(port.session.id);
   send_verdict(EAP_FAILURE);
   if (port.open) {
     const uint32_t seconds = (uint32_t)((now_ms() - port.opened_at) / 1000);
     printf("%s: port closed: %s\n", port.session.user, rds_acct_term_cause_string(cause));
-    if (send_report(&port.session, ACCT_STOP, seconds, cause)) port.ended_session = port.session.id;
+    add_report(&port.session, ACCT_STOP, seconds, cause);
   }
   port.open = 0;
   port.session.id = 0;
@@ -165,7 +160,7 @@ static void take_response(const eap_packet* response) {
   if (port.request.bytes[EAP_TYPE] == EAP_TYPE_IDENTITY && !take_identity(response)) {
     refuse("the identity cannot be used", REAUTHENTICATION_FAILURE);
   } else if (send_login(&port.session, response)) {
-    begin_turn(AAAD_LOGIN, now_ms() + answer_ms());
+    begin_turn(AAAD, now_ms() + reports.answer_ms);
   } else {
     close_port(LOST_SERVICE);
   }
@@ -177,7 +172,7 @@ static void take_frame(void) {
   if (port.session.id == 0) {
     if (frame.type == EAPOL_START || frame.type == EAPOL_EAP) begin_session(frame.from);
   } else if (memcmp(frame.from, port.supplicant, ETHERNET_ADDRESS) == 0) {
-    const int aaad_answers_first = port.turn == AAAD_LOGIN || port.turn == AAAD_ACCOUNTING;
+    const int aaad_answers_first = port.turn == AAAD || awaits_answer_to_report(port.session.id);
     if (frame.type == EAPOL_EAP) take_response(&frame.eap);
     if (frame.type == EAPOL_LOGOFF) refuse("logs off", USER_REQUEST);
     if (frame.type == EAPOL_START && !aaad_answers_first) ask_identity();
@@ -192,10 +187,13 @@ static int has_eap(const news* result, uint8_t code) {
 
 /* The late answer to a report is an acceptance too. Only that of a login has EAP-Success. */
 static void take_decision(const news* result) {
-  if (result->code == RESULT_ACCEPT && has_eap(result, EAP_SUCCESS)) {
-    open_port(result);
-  } else if (result->code == RESULT_ACCEPT) {
+  if (result->code == RESULT_ACCEPT && !has_eap(result, EAP_SUCCESS)) {
     printf("%s: an acceptance without EAP-Success is ignored\n", port.session.user);
+    return;
+  }
+  begin_turn(NOBODY, 0);
+  if (result->code == RESULT_ACCEPT) {
+    open_port(result);
   } else if (result->code == RESULT_REJECT) {
     refuse("rejected", REAUTHENTICATION_FAILURE);
   } else if (result->code == RESULT_CHALLENGE && has_eap(result, EAP_REQUEST)) {
@@ -206,25 +204,21 @@ static void take_decision(const news* result) {
 }
 
 static void take_result(const news* result) {
-  const char* const fate = result->code == RESULT_ACCEPT ? "taken" : "not taken";
   if (result->session_id == 0) return; /* a body that could not be parsed */
-  if (result->session_id == port.ended_session) {
-    printf("accounting stop %s\n", fate);
-    port.ended_session = 0;
-  } else if (result->session_id == port.session.id && port.turn == AAAD_LOGIN) {
+  if (result->eap.size == 0 && awaits_answer_to_report(result->session_id)) {
+    end_first_report(result->code == RESULT_ACCEPT ? "taken" : "not taken");
+  } else if (result->session_id == port.session.id && port.turn == AAAD) {
     take_decision(result);
-  } else if (result->session_id == port.session.id && port.turn == AAAD_ACCOUNTING) {
-    printf("%s: accounting start %s\n", port.session.user, fate);
-    begin_turn(NOBODY, port.reauthenticate_at);
   }
 }
 
 /* The port stays as it is while aaad is away; a login that it was asked about begins again. */
 static void take_event(uint32_t event) {
+  take_event_for_reports(event);
   if (event == AAA_EVENT_CONNECTION_LOST) puts("the link to aaad was lost");
   if (event != AAA_EVENT_REREGISTERED) return;
   puts("registered again");
-  if (port.turn == AAAD_LOGIN) ask_identity();
+  if (port.turn == AAAD) ask_identity();
 }
 
 static void take_news(void) {
@@ -250,19 +244,26 @@ static void take_end_of_turn(void) {
         refuse("does not answer", REAUTHENTICATION_FAILURE);
       }
       break;
-    case AAAD_LOGIN:
-      (void)aaa_clear_req_user(port.session.id);
+    case AAAD:
       refuse("no answer from aaad", LOST_SERVICE);
-      break;
-    case AAAD_ACCOUNTING:
-      (void)aaa_clear_req_user(port.session.id);
-      printf("%s: accounting start not answered\n", port.session.user);
-      begin_turn(NOBODY, port.reauthenticate_at);
   }
 }
 
+/* No login begins before a report of its session is answered. */
+static long long due_of_turn(void) {
+  const int is_held = port.turn == NOBODY && awaits_answer_to_report(port.session.id);
+  return is_held ? 0 : port.due;
+}
+
+/* The earlier of two times, of which 0 is none. */
+static long long earlier(long long one, long long other) {
+  return one != 0 && (other == 0 || one < other) ? one : other;
+}
+
+/* For poll(). */
 static int ms_until(long long due) {
   const long long left = due - now_ms();
+  if (due == 0) return -1;
   if (left <= 0) return 0;
   return left < INT_MAX ? (int)left : INT_MAX;
 }
@@ -272,19 +273,25 @@ static void serve_until(int signals) {
                            {.fd = port.wire.fd, .events = POLLIN},
                            {.fd = news_pipe[0], .events = POLLIN}};
   while (ready[0].revents == 0) {
-    if (poll(ready, 3, port.due == 0 ? -1 : ms_until(port.due)) < 0) continue;
+    if (poll(ready, 3, ms_until(earlier(due_of_turn(), reports.due))) < 0) continue;
     if (ready[1].revents != 0) take_frame();
     if (ready[2].revents != 0) take_news();
-    if (port.due != 0 && now_ms() >= port.due) take_end_of_turn();
+    if (due_of_turn() != 0 && now_ms() >= port.due) take_end_of_turn();
+    take_end_of_report();
   }
 }
 
 /* aaad may forget what it has not answered when its client deregisters. */
-static void wait_for_last_answer(void) {
-  const long long deadline = now_ms() + STOP_MS;
+static void wait_for_last_answers(void) {
+  const long long now = now_ms(), deadline = now + 2 * LAST_ANSWER_MS;
   struct pollfd ready = {.fd = news_pipe[0], .events = POLLIN};
-  while (port.ended_session != 0 && poll(&ready, 1, ms_until(deadline)) == 1)
-    take_news();
+  if (reports.answer_ms > LAST_ANSWER_MS) reports.answer_ms = LAST_ANSWER_MS;
+  if (reports.due > now + reports.answer_ms) reports.due = now + reports.answer_ms;
+  while (reports.is_sent && now_ms() < deadline) {
+    if (poll(&ready, 1, ms_until(reports.due)) == 1) take_news();
+    take_end_of_report();
+  }
+  print_reports_left();
 }
 
 static int work(int signals, unsigned long patience) {
@@ -298,13 +305,13 @@ static int work(int signals, unsigned long patience) {
   invite_supplicants();
   serve_until(signals);
   close_port(ADMIN_REBOOT);
-  wait_for_last_answer();
+  wait_for_last_answers();
   return disconnect_from_aaad("dot1x");
 }
 
 int main(int argc, char** argv) {
   unsigned long patience = 10;
-  port.answer_seconds = 30;
+  unsigned long answer_seconds = 30;
   unsigned long aaad_uid = UINT32_MAX;
   const char* interface = NULL;
   const char* directory = NULL;
@@ -321,7 +328,7 @@ int main(int argc, char** argv) {
           "Exit status: 0 ended by SIGINT or SIGTERM, 2 it could not start.\n",
       .letters = "i:d:u:w:a:h",
       .numbers = {{'w', 1, 3600, &patience},
-                  {'a', 1, 3600, &port.answer_seconds},
+                  {'a', 1, 3600, &answer_seconds},
                   {'u', 0, UINT32_MAX - 1, &aaad_uid}},
       .texts = {{'i', &interface}, {'d', &directory}}};
   const int parsed = parse_arguments(&line, argc, argv);
@@ -334,6 +341,7 @@ int main(int argc, char** argv) {
   (void)setvbuf(stdout, NULL, _IOLBF, 0);
   if (directory != NULL && !use_directory("dot1x", directory)) return 2;
   if (aaad_uid != UINT32_MAX) (void)aaa_set_aaad_uid((int64_t)aaad_uid);
+  reports.answer_ms = (long long)answer_seconds * 1000;
   port.session.interface = interface;
   const int signals = open_end_signals();
   if (!open_eapol_socket(&port.wire, interface) || signals < 0 || pipe(news_pipe) != 0) {

@@ -171,6 +171,16 @@ inline LoginRecord login_in(const aaa_sim::Message& message) {
   return {record, aaa_free_authen_info};
 }
 
+using ReportRecord = std::unique_ptr<acct_info, decltype(&aaa_free_acct_info)>;
+
+inline ReportRecord report_in(const aaa_sim::Message& message) {
+  acct_info* record = nullptr;
+  EXPECT_EQ(aaa_parse_acct_info(&record, message.body().data(),
+                                static_cast<std::int32_t>(message.body().size())),
+            1U);
+  return {record, aaa_free_acct_info};
+}
+
 inline std::string text_of(const aaa_item& item) {
   return {static_cast<const char*>(item.value), item.len};
 }
