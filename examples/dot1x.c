@@ -1,10 +1,15 @@
 /*
- * dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS]
+ * dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS] [-q SECONDS]
  *
  * An 802.1X authenticator for the supplicant at one network interface: passes EAP between its EAPOL
  * frames and aaad, and accounts for the time that the port is open. Where it prints that the port
  * is open or closed, a product opens and closes it. It ends on SIGINT or SIGTERM. Exit status: 0
  * ended so, 2 it could not start.
+ *
+ * The port closes when its interface is set down. That a cable was pulled while the interface stays
+ * up, a packet socket does not tell: a product closes the port then too, for example on the
+ * RTM_NEWLINK messages of rtnetlink(7) that have no IFF_LOWER_UP, or else whoever is plugged in
+ * next, with the address of the supplicant, is let in until the session timeout.
  *
  * eapol.h has the frames, dot1x_requests.h the logins, dot1x_reports.h the
  * accounting, dot1x_news.h the callbacks.
@@ -38,6 +43,7 @@ static struct {
   user_session session;
   int open;
   long long opened_at, reauthenticate_at;
+  long long quiet_ms, quiet_until; /* after a rejection */
 } port;
 
 static void begin_turn(turn next, long long due) {
@@ -88,6 +94,12 @@ static void refuse(const char* reason, end_cause cause) {
   close_port(cause);
 }
 
+/* Who tries passwords is slowed down. */
+static void reject(const char* reason) {
+  refuse(reason, REAUTHENTICATION_FAILURE);
+  port.quiet_until = now_ms() + port.quiet_ms;
+}
+
 /* ---- Asking the supplicant, and its answers. ------------------------------------------------- */
 
 static void send_request(void) {
@@ -120,18 +132,20 @@ static void ask_identity(void) {
 static void invite_supplicants(void) {
   port.request = identity_request();
   send_eap(&port.wire, eapol_group, &port.request);
+  begin_turn(SUPPLICANT, 0);
 }
 
-static void begin_session(const uint8_t* supplicant) {
+/* Returns 0 when aaad grants no session. */
+static int begin_session(const uint8_t* supplicant) {
   port.session.id = aaa_get_session_id();
   if (port.session.id == 0) {
     puts("aaad grants no session id");
-    return;
+    return 0;
   }
   (void)memcpy(port.supplicant, supplicant, ETHERNET_ADDRESS);
   write_address(port.session.user_address, supplicant);
   (void)strcpy(port.session.user, port.session.user_address);
-  ask_identity();
+  return 1;
 }
 
 /* Anybody can send an identity: one with line ends would print what did not happen. */
@@ -153,12 +167,15 @@ static int take_identity(const eap_packet* response) {
   return 1;
 }
 
-static void take_response(const eap_packet* response) {
-  if (port.turn != SUPPLICANT || response->bytes[EAP_CODE] != EAP_RESPONSE ||
-      response->bytes[EAP_IDENTIFIER] != port.request.bytes[EAP_IDENTIFIER])
-    return;
+static int is_answer(const eapol_frame* frame) {
+  return port.turn == SUPPLICANT && frame->type == EAPOL_EAP &&
+         frame->eap.bytes[EAP_CODE] == EAP_RESPONSE &&
+         frame->eap.bytes[EAP_IDENTIFIER] == port.request.bytes[EAP_IDENTIFIER];
+}
+
+static void take_answer(const eap_packet* response) {
   if (port.request.bytes[EAP_TYPE] == EAP_TYPE_IDENTITY && !take_identity(response)) {
-    refuse("the identity cannot be used", REAUTHENTICATION_FAILURE);
+    reject("the identity cannot be used");
   } else if (send_login(&port.session, response)) {
     begin_turn(AAAD, now_ms() + reports.answer_ms);
   } else {
@@ -166,16 +183,35 @@ static void take_response(const eap_packet* response) {
   }
 }
 
+/* A session begins with a start, or with the answer to the invitation. */
+static void take_first_frame(const eapol_frame* frame) {
+  const int answers = is_answer(frame);
+  if (now_ms() < port.quiet_until || (!answers && frame->type != EAPOL_START)) return;
+  if (!begin_session(frame->from)) return;
+  if (answers) {
+    take_answer(&frame->eap);
+  } else {
+    ask_identity();
+  }
+}
+
+static void take_next_frame(const eapol_frame* frame) {
+  const int aaad_answers_first = port.turn == AAAD || awaits_answer_to_report(port.session.id);
+  if (memcmp(frame->from, port.supplicant, ETHERNET_ADDRESS) != 0) return;
+  if (is_answer(frame)) take_answer(&frame->eap);
+  if (frame->type == EAPOL_LOGOFF) refuse("logs off", USER_REQUEST);
+  if (frame->type == EAPOL_START && !aaad_answers_first) ask_identity();
+}
+
 static void take_frame(void) {
   eapol_frame frame;
-  if (!receive_eapol(&port.wire, &frame)) return;
-  if (port.session.id == 0) {
-    if (frame.type == EAPOL_START || frame.type == EAPOL_EAP) begin_session(frame.from);
-  } else if (memcmp(frame.from, port.supplicant, ETHERNET_ADDRESS) == 0) {
-    const int aaad_answers_first = port.turn == AAAD || awaits_answer_to_report(port.session.id);
-    if (frame.type == EAPOL_EAP) take_response(&frame.eap);
-    if (frame.type == EAPOL_LOGOFF) refuse("logs off", USER_REQUEST);
-    if (frame.type == EAPOL_START && !aaad_answers_first) ask_identity();
+  const arrival what = receive_eapol(&port.wire, &frame);
+  if (what == FRAME && port.session.id == 0) {
+    take_first_frame(&frame);
+  } else if (what == FRAME) {
+    take_next_frame(&frame);
+  } else if (what == INTERFACE_DOWN && port.session.id != 0) {
+    refuse("the interface is down", LOST_CARRIER);
   }
 }
 
@@ -195,7 +231,7 @@ static void take_decision(const news* result) {
   if (result->code == RESULT_ACCEPT) {
     open_port(result);
   } else if (result->code == RESULT_REJECT) {
-    refuse("rejected", REAUTHENTICATION_FAILURE);
+    reject("rejected");
   } else if (result->code == RESULT_CHALLENGE && has_eap(result, EAP_REQUEST)) {
     ask_supplicant(&result->eap, &result->state);
   } else {
@@ -312,12 +348,13 @@ static int work(int signals, unsigned long patience) {
 int main(int argc, char** argv) {
   unsigned long patience = 10;
   unsigned long answer_seconds = 30;
+  unsigned long quiet_seconds = 2;
   unsigned long aaad_uid = UINT32_MAX;
   const char* interface = NULL;
   const char* directory = NULL;
   const command_line line = {
       .name = "dot1x",
-      .usage = "-i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS]",
+      .usage = "-i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS] [-q SECONDS]",
       .help =
           "An 802.1X authenticator for the supplicant at a network interface.\n"
           "  -i INTERFACE  the interface; receiving its EAPOL frames needs CAP_NET_RAW\n"
@@ -325,10 +362,13 @@ int main(int argc, char** argv) {
           "  -u UID        connect only to a process of this user, default: of any user\n"
           "  -w SECONDS    time limit for registering with aaad, default 10\n"
           "  -a SECONDS    time limit for an answer of aaad, default 30\n"
+          "  -q SECONDS    how long nobody can begin after a rejection, default 2;\n"
+          "                IEEE 802.1X has 60\n"
           "Exit status: 0 ended by SIGINT or SIGTERM, 2 it could not start.\n",
-      .letters = "i:d:u:w:a:h",
+      .letters = "i:d:u:w:a:q:h",
       .numbers = {{'w', 1, 3600, &patience},
                   {'a', 1, 3600, &answer_seconds},
+                  {'q', 0, 65535, &quiet_seconds},
                   {'u', 0, UINT32_MAX - 1, &aaad_uid}},
       .texts = {{'i', &interface}, {'d', &directory}}};
   const int parsed = parse_arguments(&line, argc, argv);
@@ -342,6 +382,7 @@ int main(int argc, char** argv) {
   if (directory != NULL && !use_directory("dot1x", directory)) return 2;
   if (aaad_uid != UINT32_MAX) (void)aaa_set_aaad_uid((int64_t)aaad_uid);
   reports.answer_ms = (long long)answer_seconds * 1000;
+  port.quiet_ms = (long long)quiet_seconds * 1000;
   port.session.interface = interface;
   const int signals = open_end_signals();
   if (!open_eapol_socket(&port.wire, interface) || signals < 0 || pipe(news_pipe) != 0) {

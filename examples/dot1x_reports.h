@@ -18,6 +18,7 @@ typedef enum report_kind { ACCT_START = 1, ACCT_STOP = 2 } report_kind;
 typedef enum end_cause {
   NOT_ENDED = 0,
   USER_REQUEST = 1,
+  LOST_CARRIER = 2,
   LOST_SERVICE = 3,
   ADMIN_RESET = 6,
   ADMIN_REBOOT = 7,

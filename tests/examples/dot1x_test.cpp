@@ -6,7 +6,7 @@ namespace examples_test {
 namespace {
 
 constexpr const char* kUsage =
-    "usage: dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS]\n";
+    "usage: dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS] [-q SECONDS]\n";
 
 class Dot1xStartTest : public ExamplesTest {
  protected:

@@ -14,6 +14,7 @@
 #include "real/ports.h"
 #include "real/skip.h"
 #include "real/veth_pair.h"
+#include "support/eventually.h"
 
 namespace dot1x_test {
 
@@ -44,10 +45,18 @@ class Supplicant {
     EXPECT_EQ(::bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   }
 
-  void send(const Bytes& payload, const Bytes& from = kOwn) {
-    const Bytes frame = kGroup + from + kEapol + payload;
-    EXPECT_EQ(::send(socket_.get(), frame.data(), frame.size(), 0),
-              static_cast<ssize_t>(frame.size()));
+  void send(const Bytes& payload, const Bytes& from = kOwn, const Bytes& to = kGroup) {
+    EXPECT_TRUE(try_to_send(payload, from, to)) << std::strerror(errno);
+  }
+
+  // Sends starts until one is answered; returns the answer, empty when none was.
+  Bytes start_until_answered() {
+    Bytes answer;
+    EXPECT_TRUE(test::eventually([&] {
+      try_to_send({2, 1, 0, 0}, kOwn, kGroup);
+      return !(answer = receive(kOwn, 100)).empty();
+    })) << "no start is answered";
+    return answer;
   }
 
   // The next frame to the address, without its Ethernet header; empty after the time.
@@ -63,6 +72,12 @@ class Supplicant {
   }
 
  private:
+  bool try_to_send(const Bytes& payload, const Bytes& from, const Bytes& to) {
+    const Bytes frame = to + from + kEapol + payload;
+    return ::send(socket_.get(), frame.data(), frame.size(), 0) ==
+           static_cast<ssize_t>(frame.size());
+  }
+
   aaa_sim::FileDescriptor socket_;
 };
 
@@ -108,7 +123,7 @@ class FramesTest : public testing::Test {
   // A new one, with the options besides those that every test needs.
   void start_dot1x(const std::vector<std::string>& options) {
     if (dot1x_) dot1x_->stop();
-    std::vector<std::string> command{AAA_DOT1X, "-i", "port", "-d", directory_.path()};
+    std::vector<std::string> command{AAA_DOT1X, "-i", "port", "-d", directory_.path(), "-q", "0"};
     command.insert(command.end(), options.begin(), options.end());
     dot1x_ = std::make_unique<Process>(command, directory_.path() + "/dot1x.log");
     ASSERT_TRUE(dot1x_->prints("waiting for a supplicant at port\n"));

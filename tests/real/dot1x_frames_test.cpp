@@ -103,6 +103,54 @@ TEST_F(FramesTest, OpensForNoRecordOfZerosAndForNoOtherSession) {
   EXPECT_THAT(dot1x_->output(), Not(HasSubstr("port open")));
 }
 
+// Taken for the start of a session, such a frame would make the identity asked for twice.
+TEST_F(FramesTest, BeginsNoSessionForOtherEapThanTheAnswerToItsInvitation) {
+  host_->send({2, 0, 0, 8, 2, 7, 0, 8, 1, 'b', 'a', 'd'});
+  host_->send({2, 0, 0, 8, 1, 1, 0, 8, 1, 'b', 'a', 'd'});
+  host_->send({2, 0, 0, 4, 3, 1, 0, 4});
+  start();
+  send_identity();
+  expect_request(AAA_MSG_AUTHEN_REQ);
+}
+
+TEST_F(FramesTest, TakesTheAnswerToItsInvitationForTheIdentity) {
+  host_->send({2, 0, 0, 8, 2, 1, 0, 8, 1, 'b', 'o', 'b'});
+  const auto message = sim_.wait_for_message(received(AAA_MSG_AUTHEN_REQ));
+  ASSERT_TRUE(message);
+  EXPECT_STREQ(login_in(*message)->chars65_a, "bob");
+}
+
+TEST_F(FramesTest, TakesNoBroadcastFrame) {
+  host_->send({2, 1, 0, 0}, Supplicant::kOwn, Bytes(6, 0xff));
+  start();
+  send_identity();
+  expect_request(AAA_MSG_AUTHEN_REQ);
+}
+
+TEST_F(FramesTest, IsQuietForAWhileAfterARejection) {
+  start_dot1x({"-q", "1"});
+  answer_logins({{{.code = 1, .session_id = 1}}});
+  start();
+  const auto before = std::chrono::steady_clock::now();
+  send_identity();
+  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 2, 0, 4));
+  EXPECT_THAT(host_->start_until_answered(), ElementsAre(2, 0, 0, 5, 1, 3, 0, 5, 1));
+  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::seconds(1));
+}
+
+TEST_F(FramesTest, ClosesThePortWhenItsInterfaceGoesDown) {
+  answer_logins({{{.code = 0, .session_id = 1, .eap = kSuccess}}});
+  start();
+  send_identity();
+  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 3, 2, 0, 4));
+  ASSERT_TRUE(wire_->set_port("down"));
+  EXPECT_TRUE(
+      dot1x_->prints("bob: the interface is down\n"
+                     "bob: port closed: Lost carrier\n"));
+  ASSERT_TRUE(wire_->set_port("up"));
+  EXPECT_THAT(host_->start_until_answered(), ElementsAre(2, 0, 0, 5, 1, 3, 0, 5, 1));
+}
+
 // The line about the report, which is answered after the other notices, comes before the end.
 TEST_F(FramesTest, ClosesForTheNoticeAboutItsSessionOnly) {
   const auto notify = [this](Bytes notice) {
