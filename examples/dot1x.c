@@ -228,7 +228,9 @@ static void take_decision(const news* result) {
     return;
   }
   begin_turn(NOBODY, 0);
-  if (result->code == RESULT_ACCEPT) {
+  if (result->is_cut) {
+    refuse("State or Class is too long", LOST_SERVICE);
+  } else if (result->code == RESULT_ACCEPT) {
     open_port(result);
   } else if (result->code == RESULT_REJECT) {
     reject("rejected");
@@ -259,6 +261,8 @@ static void take_event(uint32_t event) {
 
 static void take_news(void) {
   news item;
+  const unsigned lost = take_lost_news();
+  if (lost != 0) printf("%u messages of aaad were lost\n", lost);
   if (!next_news(&item)) return;
   if (item.kind == RESULT) take_result(&item);
   if (item.kind == EVENT) take_event(item.code);
@@ -385,7 +389,7 @@ int main(int argc, char** argv) {
   port.quiet_ms = (long long)quiet_seconds * 1000;
   port.session.interface = interface;
   const int signals = open_end_signals();
-  if (!open_eapol_socket(&port.wire, interface) || signals < 0 || pipe(news_pipe) != 0) {
+  if (!open_eapol_socket(&port.wire, interface) || signals < 0 || !open_news_pipe()) {
     fprintf(stderr, "dot1x: %s: %s\n", interface, strerror(errno));
     return 2;
   }

@@ -103,6 +103,16 @@ TEST_F(FramesTest, OpensForNoRecordOfZerosAndForNoOtherSession) {
   EXPECT_THAT(dot1x_->output(), Not(HasSubstr("port open")));
 }
 
+// Without its Class the server could not tell whose accounting it is.
+TEST_F(FramesTest, OpensForNoAcceptanceWhoseClassIsTooLong) {
+  answer_logins(
+      {{{.code = 0, .session_id = 1, .eap = kSuccess, .session_class = std::string(254, 'c')}}});
+  start();
+  send_identity();
+  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 2, 0, 4));
+  EXPECT_TRUE(dot1x_->prints("bob: State or Class is too long\n"));
+}
+
 // Taken for the start of a session, such a frame would make the identity asked for twice.
 TEST_F(FramesTest, BeginsNoSessionForOtherEapThanTheAnswerToItsInvitation) {
   host_->send({2, 0, 0, 8, 2, 7, 0, 8, 1, 'b', 'a', 'd'});
