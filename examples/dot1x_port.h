@@ -259,8 +259,7 @@ static inline void take_news(void) {
     refuse("disconnected by aaad", ADMIN_RESET);
 }
 
-/* ---- Time. ------------------------------------------------------------------------------------
- */
+/* ---- When time is up. ------------------------------------------------------------------------ */
 
 static inline void take_end_of_turn(void) {
   switch (port.turn) {
