@@ -137,7 +137,7 @@ static inline int begin_session(const uint8_t* supplicant) {
   return 1;
 }
 
-/* Anybody can send an identity: one with line ends would print what did not happen. */
+/* Names are printed: one with line ends would say what did not happen. */
 static inline int is_name(const char* text, size_t size) {
   for (size_t i = 0; i < size; ++i)
     if (iscntrl((unsigned char)text[i])) return 0;
@@ -219,6 +219,8 @@ static inline void take_decision(const news* result) {
   begin_turn(NOBODY, 0);
   if (result->is_cut) {
     refuse("State or Class is too long", LOST_SERVICE);
+  } else if (*result->vlan != '\0' && !is_name(result->vlan, strlen(result->vlan))) {
+    refuse("the VLAN has no usable name", LOST_SERVICE);
   } else if (result->code == RESULT_ACCEPT) {
     open_port(result);
   } else if (result->code == RESULT_REJECT) {

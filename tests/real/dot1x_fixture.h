@@ -91,6 +91,7 @@ struct Result {
   std::string state = {};
   std::string session_class = {};
   std::uint32_t session_timeout = 0;
+  std::string vlan = {};
 };
 
 inline aaa_sim::Reply reply_with(const Result& result) {
@@ -98,6 +99,7 @@ inline aaa_sim::Reply reply_with(const Result& result) {
   record.sub.num_a = result.code;
   record.sub.session_id = result.session_id;
   record.sub.num_b = result.session_timeout;
+  result.vlan.copy(record.sub.chars65_b, sizeof record.sub.chars65_b - 1);
   record.eap_message = item_of(result.eap);
   record.state = item_of(result.state);
   record.class_ = item_of(result.session_class);

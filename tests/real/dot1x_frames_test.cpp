@@ -113,6 +113,14 @@ TEST_F(FramesTest, OpensForNoAcceptanceWhoseClassIsTooLong) {
   EXPECT_TRUE(dot1x_->prints("bob: State or Class is too long\n"));
 }
 
+TEST_F(FramesTest, OpensForNoVlanThatIsNoName) {
+  answer_logins({{{.code = 0, .session_id = 1, .eap = kSuccess, .vlan = "4\nbob: port open"}}});
+  start();
+  send_identity();
+  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 2, 0, 4));
+  EXPECT_TRUE(dot1x_->prints("bob: the VLAN has no usable name\n"));
+}
+
 // Taken for the start of a session, such a frame would make the identity asked for twice.
 TEST_F(FramesTest, BeginsNoSessionForOtherEapThanTheAnswerToItsInvitation) {
   host_->send({2, 0, 0, 8, 2, 7, 0, 8, 1, 'b', 'a', 'd'});
