@@ -42,8 +42,14 @@ void wait_for_aaad(Clock::time_point deadline, std::uint32_t timeout) {
   }
 }
 
+// Without aaad there is nobody to tell, and the library's threads would take seconds to end. Nor
+// can it be told while another call waits for it.
 void deregister() {
-  (void)result_within(kDeregistration, [] { return aaa_svr_dereg(); });
+  if (has_threads_left || aaa_is_alive() == 0) {
+    has_threads_left = true;
+  } else {
+    (void)result_within(kDeregistration, [] { return aaa_svr_dereg(); });
+  }
 }
 
 }  // namespace
@@ -61,7 +67,7 @@ Connection::Connection(const ConnectionOptions& options, reg_info record)
   try {
     wait_for_aaad(deadline, timeout_);
   } catch (const Failure&) {
-    if (result) deregister();
+    deregister();
     throw;
   }
 }

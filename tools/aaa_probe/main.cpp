@@ -27,6 +27,6 @@ int main(int argc, char** argv) {
   if (const auto command = aaa_probe::parse_options(argc, argv, status))
     status = aaa_probe::run(*command);
   const int number = static_cast<int>(status);
-  if (aaa_probe::was_call_given_up) std::_Exit(number);
+  if (aaa_probe::has_threads_left) std::_Exit(number);
   return number;
 }

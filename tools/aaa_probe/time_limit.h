@@ -10,9 +10,9 @@
 
 namespace aaa_probe {
 
-// Whether a call was given up. Its thread still runs, so the process must end without destroying
-// what that uses.
-inline std::atomic<bool> was_call_given_up = false;
+// Whether a call was given up, or the library still tries to connect. Their threads run on, so the
+// process must end without destroying what they use.
+inline std::atomic<bool> has_threads_left = false;
 
 // Runs `work` on a thread of its own, which goes on after the limit: `work` must own what it uses.
 template <class Work>
@@ -23,7 +23,7 @@ auto result_within(std::chrono::milliseconds limit, Work work) {
   std::thread(std::move(task)).detach();
   if (result.wait_for(limit) == std::future_status::ready)
     return std::optional<Result>(result.get());
-  was_call_given_up = true;
+  has_threads_left = true;
   return std::optional<Result>();
 }
 
