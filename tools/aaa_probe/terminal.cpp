@@ -34,7 +34,7 @@ class HiddenInput {
     catch_signals();
     termios hidden = original;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    hidden.c_lflag |= ECHONL | ICANON;
+    hidden.c_lflag |= static_cast<tcflag_t>(ECHONL | ICANON);
     (void)::tcsetattr(terminal, TCSAFLUSH, &hidden);
   }
   ~HiddenInput() {
@@ -50,7 +50,7 @@ class HiddenInput {
   void catch_signals() {
     struct sigaction action {};
     action.sa_handler = restore_and_end;
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     for (std::size_t i = 0; i < kEndingSignals.size(); ++i)
       (void)::sigaction(kEndingSignals[i], &action, &former_[i]);
   }
