@@ -27,7 +27,7 @@ typedef struct command_line {
   const char* help;  /* printed after the usage line by --help */
   int operands;
   const char* letters;      /* option string of getopt(), with 'h' */
-  number_option numbers[3]; /* unused elements have the letter 0 */
+  number_option numbers[4]; /* unused elements have the letter 0 */
   text_option texts[2];     /* so here */
 } command_line;
 

@@ -1,256 +1,42 @@
 /*
- * dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS]
+ * dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS] [-q SECONDS]
  *
  * An 802.1X authenticator for the supplicant at one network interface: passes EAP between its EAPOL
  * frames and aaad, and accounts for the time that the port is open. Where it prints that the port
  * is open or closed, a product opens and closes it. It ends on SIGINT or SIGTERM. Exit status: 0
  * ended so, 2 it could not start.
  *
- * eapol.h has the frames, dot1x_requests.h the records for aaad, dot1x_news.h the callbacks.
+ * The port closes when its interface is set down. That a cable was pulled while the interface stays
+ * up, a packet socket does not tell: a product closes the port then too, for example on the
+ * RTM_NEWLINK messages of rtnetlink(7) that have no IFF_LOWER_UP, or else whoever is plugged in
+ * next, with the address of the supplicant, is let in until the session timeout.
+ *
+ * Here are the main loop and the options. dot1x_port.h is the authenticator, eapol.h has its
+ * frames, dot1x_requests.h the logins, dot1x_reports.h the accounting, dot1x_news.h the callbacks.
  */
 #include <aaa_client.h>
-#include <ctype.h>
 #include <limits.h>
 #include <poll.h>
 
-#include "answers.h"
 #include "arguments.h"
 #include "connection.h"
 #include "dot1x_news.h"
-#include "dot1x_requests.h"
+#include "dot1x_port.h"
+#include "dot1x_reports.h"
 #include "eapol.h"
 #include "end_signals.h"
 
-enum { RESEND_MS = 3000, SENDS = 4, ANSWER_MS = 30000, STOP_MS = 5000 };
+enum { LAST_ANSWER_MS = 5000 };
 
-/* Whose answer the port waits for. There is one request to aaad at a time, because nothing in a
- * result tells whether it answers a login or an accounting report of the session. */
-typedef enum turn { NOBODY, SUPPLICANT, AAAD_LOGIN, AAAD_ACCOUNTING } turn;
-
-static struct {
-  eapol_socket wire;
-  turn turn;
-  long long due; /* end of the turn, in ms of now_ms(); 0: none */
-  int sends_left;
-  eap_packet request; /* the last one */
-  uint8_t supplicant[ETHERNET_ADDRESS];
-  user_session session;
-  int open;
-  long long opened_at, reauthenticate_at;
-  uint32_t ended_session; /* whose last report is not answered yet; 0: none */
-} port;
-
-static void begin_turn(turn next, long long due) {
-  port.turn = next;
-  port.due = due;
+/* The earlier of two times, of which 0 is none. */
+static long long earlier(long long one, long long other) {
+  return one != 0 && (other == 0 || one < other) ? one : other;
 }
 
-/* ---- Opening and closing. -------------------------------------------------------------------- */
-
-static void send_verdict(uint8_t code) {
-  const eap_packet verdict = new_eap_packet(code, port.request.bytes[EAP_IDENTIFIER], EAP_TYPE);
-  send_eap(&port.wire, port.supplicant, &verdict);
-}
-
-static void open_port(const news* result) {
-  const long long now = now_ms();
-  const int was_open = port.open;
-  send_verdict(EAP_SUCCESS);
-  printf("%s: port %s, VLAN %s, session timeout %u\n", port.session.user,
-         was_open ? "stays open" : "open", *result->vlan == '\0' ? "none" : result->vlan,
-         (unsigned)result->session_timeout);
-  port.session.class = result->class;
-  port.reauthenticate_at =
-      result->session_timeout == 0 ? 0 : now + result->session_timeout * 1000LL;
-  port.open = 1;
-  begin_turn(NOBODY, port.reauthenticate_at);
-  if (was_open) return;
-  port.opened_at = now;
-  if (send_report(&port.session, ACCT_START, 0, NOT_ENDED))
-    begin_turn(AAAD_ACCOUNTING, now + ANSWER_MS);
-}
-
-static void close_port(end_cause cause) {
-  if (port.session.id == 0) return;
-  send_verdict(EAP_FAILURE);
-  if (port.open) {
-    const uint32_t seconds = (uint32_t)((now_ms() - port.opened_at) / 1000);
-    printf("%s: port closed: %s\n", port.session.user, rds_acct_term_cause_string(cause));
-    if (send_report(&port.session, ACCT_STOP, seconds, cause)) port.ended_session = port.session.id;
-  }
-  port.open = 0;
-  port.session.id = 0;
-  begin_turn(NOBODY, 0);
-}
-
-static void refuse(const char* reason, end_cause cause) {
-  printf("%s: %s\n", port.session.user, reason);
-  close_port(cause);
-}
-
-/* ---- Asking the supplicant, and its answers. ------------------------------------------------- */
-
-static void send_request(void) {
-  send_eap(&port.wire, port.supplicant, &port.request);
-  --port.sends_left;
-  begin_turn(SUPPLICANT, now_ms() + RESEND_MS);
-}
-
-static void ask_supplicant(const eap_packet* request, const attribute* state) {
-  port.request = *request;
-  port.session.state = *state;
-  port.sends_left = SENDS;
-  send_request();
-}
-
-/* With a new identifier, so that an old response is not taken for the answer. */
-static eap_packet identity_request(void) {
-  const uint8_t identifier = (uint8_t)(port.request.bytes[EAP_IDENTIFIER] + 1);
-  eap_packet request = new_eap_packet(EAP_REQUEST, identifier, EAP_DATA);
-  request.bytes[EAP_TYPE] = EAP_TYPE_IDENTITY;
-  return request;
-}
-
-static void ask_identity(void) {
-  const eap_packet request = identity_request();
-  ask_supplicant(&request, &(attribute){0});
-}
-
-/* Whoever is at the port already need not wait until it sends a start of its own. */
-static void invite_supplicants(void) {
-  port.request = identity_request();
-  send_eap(&port.wire, eapol_group, &port.request);
-}
-
-static void begin_session(const uint8_t* supplicant) {
-  port.session.id = aaa_get_session_id();
-  if (port.session.id == 0) {
-    puts("aaad grants no session id");
-    return;
-  }
-  (void)memcpy(port.supplicant, supplicant, ETHERNET_ADDRESS);
-  write_address(port.session.user_address, supplicant);
-  (void)strcpy(port.session.user, port.session.user_address);
-  ask_identity();
-}
-
-/* Anybody can send an identity: one with line ends would print what did not happen. */
-static int is_name(const char* text, size_t size) {
-  for (size_t i = 0; i < size; ++i)
-    if (iscntrl((unsigned char)text[i])) return 0;
-  return size != 0;
-}
-
-/* Returns 0 when the identity is none that aaad can be asked about. */
-static int take_identity(const eap_packet* response) {
-  char name[sizeof port.session.user] = "";
-  const size_t size = response->size - EAP_DATA;
-  if (response->bytes[EAP_TYPE] != EAP_TYPE_IDENTITY || size >= sizeof name) return 0;
-  (void)memcpy(name, response->bytes + EAP_DATA, size);
-  if (!is_name(name, size)) return 0;
-  if (port.open && strcmp(name, port.session.user) != 0) return 0;
-  (void)memcpy(port.session.user, name, sizeof name);
-  return 1;
-}
-
-static void take_response(const eap_packet* response) {
-  if (port.turn != SUPPLICANT || response->bytes[EAP_CODE] != EAP_RESPONSE ||
-      response->bytes[EAP_IDENTIFIER] != port.request.bytes[EAP_IDENTIFIER])
-    return;
-  if (port.request.bytes[EAP_TYPE] == EAP_TYPE_IDENTITY && !take_identity(response)) {
-    refuse("the identity cannot be used", REAUTHENTICATION_FAILURE);
-  } else if (send_login(&port.session, response)) {
-    begin_turn(AAAD_LOGIN, now_ms() + ANSWER_MS);
-  } else {
-    close_port(LOST_SERVICE);
-  }
-}
-
-static void take_frame(void) {
-  eapol_frame frame;
-  if (!receive_eapol(&port.wire, &frame)) return;
-  if (port.session.id == 0) {
-    if (frame.type == EAPOL_START || frame.type == EAPOL_EAP) begin_session(frame.from);
-  } else if (memcmp(frame.from, port.supplicant, ETHERNET_ADDRESS) == 0) {
-    const int aaad_answers_first = port.turn == AAAD_LOGIN || port.turn == AAAD_ACCOUNTING;
-    if (frame.type == EAPOL_EAP) take_response(&frame.eap);
-    if (frame.type == EAPOL_LOGOFF) refuse("logs off", USER_REQUEST);
-    if (frame.type == EAPOL_START && !aaad_answers_first) ask_identity();
-  }
-}
-
-/* ---- What aaad sends. ------------------------------------------------------------------------ */
-
-static void take_decision(const news* result) {
-  if (result->code == RESULT_ACCEPT) {
-    open_port(result);
-  } else if (result->code == RESULT_REJECT) {
-    refuse("rejected", REAUTHENTICATION_FAILURE);
-  } else if (result->code == RESULT_CHALLENGE && result->eap.size != 0 &&
-             result->eap.bytes[EAP_CODE] == EAP_REQUEST) {
-    ask_supplicant(&result->eap, &result->state);
-  } else {
-    refuse("no decision", LOST_SERVICE);
-  }
-}
-
-static void take_result(const news* result) {
-  const char* const fate = result->code == RESULT_ACCEPT ? "taken" : "not taken";
-  if (result->session_id == 0) return; /* a body that could not be parsed */
-  if (result->session_id == port.ended_session) {
-    printf("accounting stop %s\n", fate);
-    port.ended_session = 0;
-  } else if (result->session_id == port.session.id && port.turn == AAAD_LOGIN) {
-    take_decision(result);
-  } else if (result->session_id == port.session.id && port.turn == AAAD_ACCOUNTING) {
-    printf("%s: accounting start %s\n", port.session.user, fate);
-    begin_turn(NOBODY, port.reauthenticate_at);
-  }
-}
-
-/* The port stays as it is while aaad is away; a login that it was asked about begins again. */
-static void take_event(uint32_t event) {
-  if (event == AAA_EVENT_CONNECTION_LOST) puts("the link to aaad was lost");
-  if (event != AAA_EVENT_REREGISTERED) return;
-  puts("registered again");
-  if (port.turn == AAAD_LOGIN) ask_identity();
-}
-
-static void take_news(void) {
-  news item;
-  if (!next_news(&item)) return;
-  if (item.kind == RESULT) take_result(&item);
-  if (item.kind == EVENT) take_event(item.code);
-  if (item.kind == DISCONNECT && item.session_id != 0 && item.session_id == port.session.id)
-    refuse("disconnected by aaad", ADMIN_RESET);
-}
-
-/* ---- The main loop. -------------------------------------------------------------------------- */
-
-static void take_end_of_turn(void) {
-  switch (port.turn) {
-    case NOBODY: /* The session timeout has passed. */
-      ask_identity();
-      break;
-    case SUPPLICANT:
-      if (port.sends_left > 0) {
-        send_request();
-      } else {
-        refuse("does not answer", REAUTHENTICATION_FAILURE);
-      }
-      break;
-    case AAAD_LOGIN:
-      (void)aaa_clear_req_user(port.session.id);
-      refuse("no answer from aaad", LOST_SERVICE);
-      break;
-    case AAAD_ACCOUNTING:
-      printf("%s: accounting start not answered\n", port.session.user);
-      begin_turn(NOBODY, port.reauthenticate_at);
-  }
-}
-
+/* For poll(). */
 static int ms_until(long long due) {
   const long long left = due - now_ms();
+  if (due == 0) return -1;
   if (left <= 0) return 0;
   return left < INT_MAX ? (int)left : INT_MAX;
 }
@@ -260,19 +46,25 @@ static void serve_until(int signals) {
                            {.fd = port.wire.fd, .events = POLLIN},
                            {.fd = news_pipe[0], .events = POLLIN}};
   while (ready[0].revents == 0) {
-    if (poll(ready, 3, port.due == 0 ? -1 : ms_until(port.due)) < 0) continue;
+    if (poll(ready, 3, ms_until(earlier(due_of_turn(), reports.due))) < 0) continue;
     if (ready[1].revents != 0) take_frame();
     if (ready[2].revents != 0) take_news();
-    if (port.due != 0 && now_ms() >= port.due) take_end_of_turn();
+    if (due_of_turn() != 0 && now_ms() >= port.due) take_end_of_turn();
+    take_end_of_report();
   }
 }
 
 /* aaad may forget what it has not answered when its client deregisters. */
-static void wait_for_last_answer(void) {
-  const long long deadline = now_ms() + STOP_MS;
+static void wait_for_last_answers(void) {
+  const long long now = now_ms(), deadline = now + 2 * LAST_ANSWER_MS;
   struct pollfd ready = {.fd = news_pipe[0], .events = POLLIN};
-  while (port.ended_session != 0 && poll(&ready, 1, ms_until(deadline)) == 1)
-    take_news();
+  if (reports.answer_ms > LAST_ANSWER_MS) reports.answer_ms = LAST_ANSWER_MS;
+  if (reports.due > now + reports.answer_ms) reports.due = now + reports.answer_ms;
+  while (reports.is_sent && now_ms() < deadline) {
+    if (poll(&ready, 1, ms_until(reports.due)) == 1) take_news();
+    take_end_of_report();
+  }
+  print_reports_left();
 }
 
 static int work(int signals, unsigned long patience) {
@@ -286,27 +78,35 @@ static int work(int signals, unsigned long patience) {
   invite_supplicants();
   serve_until(signals);
   close_port(ADMIN_REBOOT);
-  wait_for_last_answer();
+  wait_for_last_answers();
   return disconnect_from_aaad("dot1x");
 }
 
 int main(int argc, char** argv) {
   unsigned long patience = 10;
+  unsigned long answer_seconds = 30;
+  unsigned long quiet_seconds = 2;
   unsigned long aaad_uid = UINT32_MAX;
   const char* interface = NULL;
   const char* directory = NULL;
   const command_line line = {
       .name = "dot1x",
-      .usage = "-i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS]",
+      .usage = "-i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS] [-q SECONDS]",
       .help =
           "An 802.1X authenticator for the supplicant at a network interface.\n"
           "  -i INTERFACE  the interface; receiving its EAPOL frames needs CAP_NET_RAW\n"
           "  -d DIRECTORY  the directory that aaad uses, default: that of TMPDIR\n"
           "  -u UID        connect only to a process of this user, default: of any user\n"
           "  -w SECONDS    time limit for registering with aaad, default 10\n"
+          "  -a SECONDS    time limit for an answer of aaad, default 30\n"
+          "  -q SECONDS    how long nobody can begin after a rejection, default 2;\n"
+          "                IEEE 802.1X has 60\n"
           "Exit status: 0 ended by SIGINT or SIGTERM, 2 it could not start.\n",
-      .letters = "i:d:u:w:h",
-      .numbers = {{'w', 1, 3600, &patience}, {'u', 0, UINT32_MAX - 1, &aaad_uid}},
+      .letters = "i:d:u:w:a:q:h",
+      .numbers = {{'w', 1, 3600, &patience},
+                  {'a', 1, 3600, &answer_seconds},
+                  {'q', 0, 65535, &quiet_seconds},
+                  {'u', 0, UINT32_MAX - 1, &aaad_uid}},
       .texts = {{'i', &interface}, {'d', &directory}}};
   const int parsed = parse_arguments(&line, argc, argv);
   if (parsed != GO_ON) return parsed == HELPED ? 0 : 2;
@@ -318,9 +118,11 @@ int main(int argc, char** argv) {
   (void)setvbuf(stdout, NULL, _IOLBF, 0);
   if (directory != NULL && !use_directory("dot1x", directory)) return 2;
   if (aaad_uid != UINT32_MAX) (void)aaa_set_aaad_uid((int64_t)aaad_uid);
+  reports.answer_ms = (long long)answer_seconds * 1000;
+  port.quiet_ms = (long long)quiet_seconds * 1000;
   port.session.interface = interface;
   const int signals = open_end_signals();
-  if (!open_eapol_socket(&port.wire, interface) || signals < 0 || pipe(news_pipe) != 0) {
+  if (!open_eapol_socket(&port.wire, interface) || signals < 0 || !open_news_pipe()) {
     fprintf(stderr, "dot1x: %s: %s\n", interface, strerror(errno));
     return 2;
   }

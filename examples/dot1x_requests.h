@@ -1,4 +1,4 @@
-/* What dot1x asks of aaad for the session of one user; docs/fields.md has the fields. */
+/* The session of one user and its login; docs/fields.md has the fields. */
 #ifndef EXAMPLES_DOT1X_REQUESTS_H
 #define EXAMPLES_DOT1X_REQUESTS_H
 
@@ -11,15 +11,6 @@
 
 /* Values of RADIUS attributes. */
 enum { PORT_TYPE_ETHERNET = 15, SERVICE_FRAMED = 2 };
-typedef enum report_kind { ACCT_START = 1, ACCT_STOP = 2 } report_kind;
-typedef enum end_cause {
-  NOT_ENDED = 0,
-  USER_REQUEST = 1,
-  LOST_SERVICE = 3,
-  ADMIN_RESET = 6,
-  ADMIN_REBOOT = 7,
-  REAUTHENTICATION_FAILURE = 20
-} end_cause;
 
 typedef struct user_session {
   uint32_t id; /* 0: no session */
@@ -36,12 +27,13 @@ static inline aaa_item item_of(const attribute* copy) {
   return (aaa_item){.len = copy->size, .value = copy->bytes};
 }
 
-static inline int was_sent(const user_session* session, int32_t result) {
-  if (result != 0) printf("%s: not sent to aaad: %s\n", session->user, strerror(-result));
+/* Returns 1 when the request is on its way; 0, after printing the reason, when it is not. */
+static inline int was_sent(const char* user, int32_t result) {
+  const char* const reason = result == -1 ? "not registered" : strerror(-result);
+  if (result != 0) printf("%s: not sent to aaad: %s\n", user, reason);
   return result == 0;
 }
 
-/* Returns 1 when the request is on its way; 0, after printing the reason, when it is not. */
 static inline int send_login(const user_session* session, const eap_packet* response) {
   authen_info login = {.session_id = session->id,
                        .num_b = session->port_number,
@@ -53,22 +45,7 @@ static inline int send_login(const user_session* session, const eap_packet* resp
   (void)strcpy((char*)login.octets100_a, session->interface);
   (void)strcpy((char*)login.octets100_b, session->port_address);
   (void)strcpy((char*)login.octets128_a, session->user_address);
-  return was_sent(session, aaa_user_req_authen(&login));
-}
-
-/* The same for a report of the time that the port has been open. */
-static inline int send_report(const user_session* session, report_kind kind, uint32_t seconds,
-                              end_cause cause) {
-  acct_info report = {.session_id = session->id,
-                      .code_a = kind,
-                      .num_b = seconds,
-                      .num_e = cause,
-                      .class = item_of(&session->class)};
-  (void)strcpy(report.chars65_a, session->user);
-  (void)strcpy((char*)report.octets100_a, session->interface);
-  (void)strcpy((char*)report.octets100_b, session->port_address);
-  (void)strcpy((char*)report.octets128_a, session->user_address);
-  return was_sent(session, aaa_user_req_acct(&report));
+  return was_sent(session->user, aaa_user_req_authen(&login));
 }
 
 #endif

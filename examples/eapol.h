@@ -3,6 +3,7 @@
 #define EXAMPLES_EAPOL_H
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
 #include <stdint.h>
@@ -92,18 +93,29 @@ static inline void send_eap(const eapol_socket* wire, const uint8_t* to, const e
                sizeof peer);
 }
 
-/* Returns 1; 0 when there is no frame, or one that is not well-formed. */
-static inline int receive_eapol(const eapol_socket* wire, eapol_frame* frame) {
+/* Not its own frames, and not those that only a promiscuous interface receives. */
+static inline int is_for_port(const struct sockaddr_ll* peer) {
+  return peer->sll_halen == ETHERNET_ADDRESS &&
+         (peer->sll_pkttype == PACKET_HOST || peer->sll_pkttype == PACKET_MULTICAST);
+}
+
+typedef enum arrival { NO_FRAME, FRAME, INTERFACE_DOWN } arrival;
+
+/* A frame that is not well-formed is none. */
+static inline arrival receive_eapol(const eapol_socket* wire, eapol_frame* frame) {
   uint8_t bytes[EAPOL_HEADER + EAP_MAX];
   struct sockaddr_ll peer;
   socklen_t peer_size = sizeof peer;
   const ssize_t size =
       recvfrom(wire->fd, bytes, sizeof bytes, 0, (struct sockaddr*)&peer, &peer_size);
-  if (size < EAPOL_HEADER || (bytes[2] << 8 | bytes[3]) > size - EAPOL_HEADER) return 0;
+  if (size < 0 && errno == ENETDOWN) return INTERFACE_DOWN;
+  if (size < EAPOL_HEADER || !is_for_port(&peer)) return NO_FRAME;
+  const int body_size = bytes[2] << 8 | bytes[3];
+  if (body_size > size - EAPOL_HEADER) return NO_FRAME;
   (void)memcpy(frame->from, peer.sll_addr, ETHERNET_ADDRESS);
   frame->type = bytes[1];
-  return frame->type != EAPOL_EAP ||
-         take_eap_packet(&frame->eap, bytes + EAPOL_HEADER, (size_t)(bytes[2] << 8 | bytes[3]));
+  if (frame->type != EAPOL_EAP) return FRAME;
+  return take_eap_packet(&frame->eap, bytes + EAPOL_HEADER, (size_t)body_size) ? FRAME : NO_FRAME;
 }
 
 enum { ADDRESS_TEXT_SIZE = 18 };

@@ -5,7 +5,8 @@
 namespace examples_test {
 namespace {
 
-constexpr const char* kUsage = "usage: dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS]\n";
+constexpr const char* kUsage =
+    "usage: dot1x -i INTERFACE [-d DIRECTORY] [-u UID] [-w SECONDS] [-a SECONDS] [-q SECONDS]\n";
 
 class Dot1xStartTest : public ExamplesTest {
  protected:

@@ -1,162 +1,10 @@
-// What the sample authenticator sends and takes, frame by frame: a hand-made supplicant on the one
-// side, a stand-in for aaad whose results the test chooses on the other.
-#include <gmock/gmock.h>
-#include <linux/if_packet.h>
-#include <net/if.h>
-#include <poll.h>
+// What the sample authenticator sends and takes, frame by frame.
+#include "real/dot1x_fixture.h"
 
-#include <cstring>
-
-#include "aaad_sim.h"
-#include "real/client.h"
-#include "real/ports.h"
-#include "real/skip.h"
-#include "real/veth_pair.h"
-
+namespace dot1x_test {
 namespace {
 
-using aaa_sim::Bytes;
-using aaa_sim::received;
-using real_test::item_of;
-using real_test::Process;
-using testing::ElementsAre;
 using testing::HasSubstr;
-
-Bytes operator+(Bytes left, const Bytes& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
-
-// Sends and receives EAPOL at the interface "host".
-class Supplicant {
- public:
-  static inline const Bytes kGroup{0x01, 0x80, 0xc2, 0x00, 0x00, 0x03};
-  static inline const Bytes kOwn{0x02, 0x00, 0x00, 0x00, 0x00, 0x0a};
-  static inline const Bytes kEapol{0x88, 0x8e};
-
-  Supplicant() : socket_(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0)) {
-    sockaddr_ll address{};
-    address.sll_family = AF_PACKET;
-    address.sll_protocol = htons(0x888e);
-    address.sll_ifindex = static_cast<int>(::if_nametoindex("host"));
-    EXPECT_EQ(::bind(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  }
-
-  void send(const Bytes& payload, const Bytes& from = kOwn) {
-    const Bytes frame = kGroup + from + kEapol + payload;
-    EXPECT_EQ(::send(socket_.get(), frame.data(), frame.size(), 0),
-              static_cast<ssize_t>(frame.size()));
-  }
-
-  // The next frame to the address, without its Ethernet header; empty after the time.
-  Bytes receive(const Bytes& to = kOwn, int milliseconds = 10000) {
-    pollfd wait{socket_.get(), POLLIN, 0};
-    Bytes frame(2000);
-    while (::poll(&wait, 1, milliseconds) == 1) {
-      const ssize_t size = ::recv(socket_.get(), frame.data(), frame.size(), 0);
-      if (size >= 14 && std::equal(to.begin(), to.end(), frame.begin()))
-        return {frame.begin() + 14, frame.begin() + size};
-    }
-    return {};
-  }
-
- private:
-  aaa_sim::FileDescriptor socket_;
-};
-
-struct Result {
-  std::uint32_t code;
-  std::uint32_t session_id;
-  std::string eap = {};
-  std::string state = {};
-  std::string session_class = {};
-  std::uint32_t session_timeout = 0;
-};
-
-aaa_sim::Reply reply_with(const Result& result) {
-  result_info record{};
-  record.sub.num_a = result.code;
-  record.sub.session_id = result.session_id;
-  record.sub.num_b = result.session_timeout;
-  record.eap_message = item_of(result.eap);
-  record.state = item_of(result.state);
-  record.class_ = item_of(result.session_class);
-  void* body = nullptr;
-  const std::uint32_t length = aaa_encap_result_info(&record, &body);
-  const auto* first = static_cast<const std::uint8_t*>(body);
-  const Bytes bytes(first, first + length);
-  aaa_free(0, "", body);
-  return {aaa_sim::Role::event, AAA_MSG_NOTIFY_RESULT, result.session_id, bytes};
-}
-
-class FramesTest : public testing::Test {
- protected:
-  void SetUp() override {
-    AAA_SKIP_FOR(real_test::VethPair::missing());
-    wire_ = std::make_unique<real_test::VethPair>();
-    AAA_SKIP_FOR(wire_->is_up() ? "" : "the kernel has no virtual Ethernet interfaces");
-    host_ = std::make_unique<Supplicant>();
-    sim_.start();
-    dot1x_ = std::make_unique<Process>(
-        std::vector<std::string>{AAA_DOT1X, "-i", "port", "-d", directory_.path()},
-        directory_.path() + "/dot1x.log");
-    ASSERT_TRUE(dot1x_->prints("waiting for a supplicant at port\n"));
-    ASSERT_THAT(
-        host_->receive(Supplicant::kGroup),
-        ElementsAre(2, 0, 0, 5, 1, 1, 0, 5, 1));  // EAP-Request/Identity to whoever is there
-  }
-
-  // At once: what is sent at the end of the program is for other tests.
-  void TearDown() override {
-    if (dot1x_) dot1x_->signal(SIGKILL);
-  }
-
-  // Answers each login with the results that are left.
-  void answer_logins(std::vector<std::vector<Result>> rounds) {
-    sim_.set_answer(AAA_MSG_AUTHEN_REQ, [rounds, next = 0U](const aaa_sim::Request&) mutable {
-      aaa_sim::Replies replies;
-      if (next < rounds.size()) {
-        for (const Result& result : rounds[next++])
-          replies.push_back(reply_with(result));
-      }
-      return replies;
-    });
-  }
-
-  void send_result(const Result& result) {
-    const aaa_sim::Reply reply = reply_with(result);
-    EXPECT_EQ(sim_.send_message({}, reply.role, reply.type, reply.id, reply.body), 1U);
-  }
-
-  void start() {
-    host_->send({2, 1, 0, 0});
-    EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 5, 1, 2, 0, 5, 1));
-  }
-  void send_identity() { host_->send({2, 0, 0, 8, 2, 2, 0, 8, 1, 'b', 'o', 'b'}); }
-
-  test::TemporaryDirectory directory_;
-  std::unique_ptr<real_test::VethPair> wire_;
-  std::unique_ptr<Supplicant> host_;
-  aaa_sim::AaadSim sim_{directory_.path()};
-  std::unique_ptr<Process> dot1x_;
-};
-
-using LoginRecord = std::unique_ptr<authen_info, decltype(&aaa_free_authen_info)>;
-
-LoginRecord login_in(const aaa_sim::Message& message) {
-  authen_info* record = nullptr;
-  EXPECT_EQ(aaa_parse_authen_info(&record, message.body().data(),
-                                  static_cast<std::int32_t>(message.body().size())),
-            1U);
-  return {record, aaa_free_authen_info};
-}
-
-std::string text_of(const aaa_item& item) {
-  return {static_cast<const char*>(item.value), item.len};
-}
-std::string text_of(const std::uint8_t* text) {
-  return reinterpret_cast<const char*>(text);
-}
 
 TEST_F(FramesTest, PassesTheIdentityOnWithTheAddresses) {
   start();
@@ -183,7 +31,7 @@ TEST_F(FramesTest, PassesAChallengeOnAndRepeatsItsState) {
                    .session_id = 1,
                    .eap = std::string("\x01\x07\x00\x06\x04\x55", 6),
                    .state = "step two"}},
-                 {{.code = 0, .session_id = 1, .session_class = "gold"}}});
+                 {{.code = 0, .session_id = 1, .eap = kSuccess, .session_class = "gold"}}});
   start();
   send_identity();
   EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 6, 1, 7, 0, 6, 4, 0x55));
@@ -245,8 +93,9 @@ TEST_F(FramesTest, RefusesAnIdentityThatIsNoName) {
 }
 
 TEST_F(FramesTest, OpensForNoRecordOfZerosAndForNoOtherSession) {
-  answer_logins(
-      {{{.code = 0, .session_id = 0}, {.code = 0, .session_id = 2}, {.code = 1, .session_id = 1}}});
+  answer_logins({{{.code = 0, .session_id = 0},
+                  {.code = 0, .session_id = 2, .eap = kSuccess},
+                  {.code = 1, .session_id = 1}}});
   start();
   send_identity();
   EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 2, 0, 4));
@@ -254,19 +103,70 @@ TEST_F(FramesTest, OpensForNoRecordOfZerosAndForNoOtherSession) {
   EXPECT_THAT(dot1x_->output(), Not(HasSubstr("port open")));
 }
 
-// Nothing in a result tells what it answers: a report's must not be taken for the login's.
-TEST_F(FramesTest, BeginsNoLoginBeforeAReportIsAnswered) {
-  sim_.set_answer(AAA_MSG_ACCT_REQ, [](const aaa_sim::Request&) { return aaa_sim::Replies{}; });
-  answer_logins({{{.code = 0, .session_id = 1, .session_timeout = 1}}});
+// Without its Class the server could not tell whose accounting it is.
+TEST_F(FramesTest, OpensForNoAcceptanceWhoseClassIsTooLong) {
+  answer_logins(
+      {{{.code = 0, .session_id = 1, .eap = kSuccess, .session_class = std::string(254, 'c')}}});
+  start();
+  send_identity();
+  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 2, 0, 4));
+  EXPECT_TRUE(dot1x_->prints("bob: State or Class is too long\n"));
+}
+
+TEST_F(FramesTest, OpensForNoVlanThatIsNoName) {
+  answer_logins({{{.code = 0, .session_id = 1, .eap = kSuccess, .vlan = "4\nbob: port open"}}});
+  start();
+  send_identity();
+  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 2, 0, 4));
+  EXPECT_TRUE(dot1x_->prints("bob: the VLAN has no usable name\n"));
+}
+
+// Taken for the start of a session, such a frame would make the identity asked for twice.
+TEST_F(FramesTest, BeginsNoSessionForOtherEapThanTheAnswerToItsInvitation) {
+  host_->send({2, 0, 0, 8, 2, 7, 0, 8, 1, 'b', 'a', 'd'});
+  host_->send({2, 0, 0, 8, 1, 1, 0, 8, 1, 'b', 'a', 'd'});
+  host_->send({2, 0, 0, 4, 3, 1, 0, 4});
+  start();
+  send_identity();
+  expect_request(AAA_MSG_AUTHEN_REQ);
+}
+
+TEST_F(FramesTest, TakesTheAnswerToItsInvitationForTheIdentity) {
+  host_->send({2, 0, 0, 8, 2, 1, 0, 8, 1, 'b', 'o', 'b'});
+  const auto message = sim_.wait_for_message(received(AAA_MSG_AUTHEN_REQ));
+  ASSERT_TRUE(message);
+  EXPECT_STREQ(login_in(*message)->chars65_a, "bob");
+}
+
+TEST_F(FramesTest, TakesNoBroadcastFrame) {
+  host_->send({2, 1, 0, 0}, Supplicant::kOwn, Bytes(6, 0xff));
+  start();
+  send_identity();
+  expect_request(AAA_MSG_AUTHEN_REQ);
+}
+
+TEST_F(FramesTest, IsQuietForAWhileAfterARejection) {
+  start_dot1x({"-q", "1"});
+  answer_logins({{{.code = 1, .session_id = 1}}});
+  start();
+  const auto before = std::chrono::steady_clock::now();
+  send_identity();
+  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 4, 2, 0, 4));
+  EXPECT_THAT(host_->start_until_answered(), ElementsAre(2, 0, 0, 5, 1, 3, 0, 5, 1));
+  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::seconds(1));
+}
+
+TEST_F(FramesTest, ClosesThePortWhenItsInterfaceGoesDown) {
+  answer_logins({{{.code = 0, .session_id = 1, .eap = kSuccess}}});
   start();
   send_identity();
   EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 4, 3, 2, 0, 4));
-  ASSERT_TRUE(sim_.wait_for_message(received(AAA_MSG_ACCT_REQ)));
-  host_->send({2, 1, 0, 0});
-  EXPECT_THAT(host_->receive(Supplicant::kOwn, 1500), testing::IsEmpty());
-  send_result({.code = 0, .session_id = 1});
-  EXPECT_TRUE(dot1x_->prints("bob: accounting start taken\n"));
-  EXPECT_THAT(host_->receive(), ElementsAre(2, 0, 0, 5, 1, 3, 0, 5, 1));
+  ASSERT_TRUE(wire_->set_port("down"));
+  EXPECT_TRUE(
+      dot1x_->prints("bob: the interface is down\n"
+                     "bob: port closed: Lost carrier\n"));
+  ASSERT_TRUE(wire_->set_port("up"));
+  EXPECT_THAT(host_->start_until_answered(), ElementsAre(2, 0, 0, 5, 1, 3, 0, 5, 1));
 }
 
 // The line about the report, which is answered after the other notices, comes before the end.
@@ -275,8 +175,8 @@ TEST_F(FramesTest, ClosesForTheNoticeAboutItsSessionOnly) {
     notice.resize(560);
     EXPECT_EQ(sim_.send_message({}, aaa_sim::Role::event, AAA_MSG_NOTIFY_DEL_MSG, 0, notice), 1U);
   };
-  sim_.set_answer(AAA_MSG_ACCT_REQ, [](const aaa_sim::Request&) { return aaa_sim::Replies{}; });
-  answer_logins({{{.code = 0, .session_id = 1}}});
+  leave_unanswered(AAA_MSG_ACCT_REQ);
+  answer_logins({{{.code = 0, .session_id = 1, .eap = kSuccess}}});
   start();
   send_identity();
   ASSERT_TRUE(sim_.wait_for_message(received(AAA_MSG_ACCT_REQ)));
@@ -293,3 +193,4 @@ TEST_F(FramesTest, ClosesForTheNoticeAboutItsSessionOnly) {
 }
 
 }  // namespace
+}  // namespace dot1x_test

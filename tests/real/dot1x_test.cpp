@@ -123,7 +123,7 @@ TEST_F(Dot1xTest, AccountsForTheTimeThatThePortWasOpenWithTheClassOfTheAccept) {
   dot1x_->signal(SIGTERM);
   EXPECT_EQ(dot1x_->exit_status(), 0);
   EXPECT_THAT(dot1x_->output(), testing::EndsWith("alice: port closed: Admin reboot\n"
-                                                  "accounting stop taken\n"));
+                                                  "alice: accounting stop taken\n"));
   const auto common = AllOf(has("User-Name", "alice"), has("NAS-Port-Id", "port"),
                             has("Class", "0x636c617373206f6620616c696365"));
   const std::vector<Record> records = server_->accounting(2);
@@ -143,7 +143,7 @@ TEST_F(Dot1xTest, DisconnectRequestClosesThePort) {
   EXPECT_TRUE(
       dot1x_->prints("alice: disconnected by aaad\n"
                      "alice: port closed: Admin reset\n"
-                     "accounting stop taken\n"));
+                     "alice: accounting stop taken\n"));
   EXPECT_TRUE(supplicant_->prints("EAP: Received EAP-Failure"));
   EXPECT_THAT(server_->accounting(2)[1],
               AllOf(has("Acct-Status-Type", "Stop"), has("Acct-Terminate-Cause", "Admin-Reset"),
@@ -167,8 +167,8 @@ TEST_F(Dot1xTest, SupplicantThatLogsOffClosesThePort) {
   connect({"MD5"});
   ASSERT_TRUE(dot1x_->prints("alice: accounting start taken\n"));
   tell_supplicant("logoff");
-  EXPECT_TRUE(
-      dot1x_->prints("alice: logs off\nalice: port closed: User request\naccounting stop taken\n"));
+  EXPECT_TRUE(dot1x_->prints(
+      "alice: logs off\nalice: port closed: User request\nalice: accounting stop taken\n"));
 }
 
 TEST_F(Dot1xTest, ServesOnAfterARestartOfTheDaemon) {
@@ -179,7 +179,7 @@ TEST_F(Dot1xTest, ServesOnAfterARestartOfTheDaemon) {
   sim_->start();
   EXPECT_TRUE(dot1x_->prints("registered again\n"));
   tell_supplicant("logoff");
-  EXPECT_TRUE(dot1x_->prints("accounting stop taken\n"));
+  EXPECT_TRUE(dot1x_->prints("alice: accounting stop taken\n"));
   tell_supplicant("logon");
   EXPECT_TRUE(dot1x_->prints("alice: port open", 2));
 }

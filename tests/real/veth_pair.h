@@ -24,6 +24,9 @@ class VethPair {
   }
   bool is_up() const { return is_up_; }
 
+  // As an administrator would: up or down.
+  bool set_port(const std::string& state) const { return ip({"link", "set", "port", state}); }
+
  private:
   bool ip(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), "ip");
