@@ -49,6 +49,16 @@ TEST(ResultsTest, Codes) {
   EXPECT_EQ(decoded(result_of(nullptr, 7, "nemo"))->sub.num_a, 4u);
 }
 
+TEST(ResultsTest, PromptTellsWhetherTheAnswerIsShown) {
+  const std::pair<Bytes, std::uint32_t> prompts[] = {{{}, 0},
+                                                     {hex("4c06 00000000"), 1},
+                                                     {hex("4c06 00000001"), 2},
+                                                     {hex("4c06 00000002"), 0},
+                                                     {hex("4c03 01"), 1}};
+  for (const auto& [attribute, code] : prompts)
+    EXPECT_EQ(result_with(attribute, 11)->sub.code_a, code);
+}
+
 TEST(ResultsTest, EmptyReply) {
   const Decoded result = result_with({});
   EXPECT_EQ(result->sub.session_id, 7u);
