@@ -12,7 +12,7 @@
  *    descriptors and changes nothing else: two threads must not encode the same record at once.
  *  - A decoder stores a record, which the caller owns, and returns 1. It returns 0 and stores
  *    nothing when an argument is null, when the body is shorter than the record's fixed block or
- *    head, or when there is no memory. A negative length passes the length check and is then treated
+ *    head, or when there is no memory. A negative length passes the length check and is then taken
  *    as an empty body. The record does not point into the body, unless its comment says so.
  *  - A release function accepts only records from its decoder; null is ignored. It does not wipe
  *    what it frees: overwrite passwords first.
