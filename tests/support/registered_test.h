@@ -6,7 +6,6 @@
 
 namespace test {
 
-
 // The library's pauses are short, and aaad sends nothing unasked, no heartbeats either.
 class RegisteredTest : public SimulatedTest {
  protected:
