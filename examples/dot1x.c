@@ -56,7 +56,7 @@ static void serve_until(int signals) {
 
 /* aaad may forget what it has not answered when its client deregisters. */
 static void wait_for_last_answers(void) {
-  const long long now = now_ms(), deadline = now + 2 * LAST_ANSWER_MS;
+  const long long now = now_ms(), deadline = now + 2LL * LAST_ANSWER_MS;
   struct pollfd ready = {.fd = news_pipe[0], .events = POLLIN};
   if (reports.answer_ms > LAST_ANSWER_MS) reports.answer_ms = LAST_ANSWER_MS;
   if (reports.due > now + reports.answer_ms) reports.due = now + reports.answer_ms;

@@ -20,19 +20,19 @@ struct LdapAnswer {
 std::mutex mutex;
 std::condition_variable is_delivered;
 std::uint32_t expected_session = 0;
-std::optional<LdapAnswer> answer;
+std::optional<LdapAnswer> delivered;
 bool is_lost = false;
 
 void on_answer(ldap_search_result* result) {
   const std::lock_guard lock(mutex);
   if (result->head.session_id != expected_session) return;
-  answer = LdapAnswer{.code = result->head.words3_a[0],
-                      .error = std::string(view(result->item_309)),
-                      .entries = records_of(*result)};
+  delivered = LdapAnswer{.code = result->head.words3_a[0],
+                         .error = std::string(view(result->item_309)),
+                         .entries = records_of(*result)};
   is_delivered.notify_all();
 }
 
-int on_event(std::uint32_t event) {
+int on_search_event(std::uint32_t event) {
   const std::lock_guard lock(mutex);
   is_lost = is_lost || event == AAA_EVENT_CONNECTION_LOST;
   is_delivered.notify_all();
@@ -42,15 +42,15 @@ int on_event(std::uint32_t event) {
 reg_info registration() {
   reg_info record{};
   record.ldap_search_result_cb = on_answer;
-  record.aaa_event_cb = on_event;
+  record.aaa_event_cb = on_search_event;
   return record;
 }
 
 LdapAnswer wait_for_answer(std::uint32_t timeout) {
   std::unique_lock lock(mutex);
   (void)is_delivered.wait_for(lock, std::chrono::seconds(timeout),
-                              [] { return answer.has_value() || is_lost; });
-  if (answer) return *answer;
+                              [] { return delivered.has_value() || is_lost; });
+  if (delivered) return *delivered;
   if (is_lost) throw Failure(Status::no_daemon, "the connection to aaad was lost");
   throw_timed_out(timeout);
 }

@@ -4,7 +4,6 @@ namespace aaa_probe {
 namespace {
 
 // What an item can have.
-constexpr std::size_t kMaxItem = 65535;
 constexpr std::size_t kMaxName = 64;
 constexpr std::uint32_t kMaxParallel = 1000;
 

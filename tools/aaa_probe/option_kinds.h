@@ -13,6 +13,9 @@
 
 namespace aaa_probe {
 
+// Bytes that an item holds.
+inline constexpr std::size_t kMaxItem = 65535;
+
 inline CLI::ValidationError bad_value(const std::string& option, const std::string& value,
                                       const std::string& wanted) {
   return CLI::ValidationError(option, "'" + value + "' is not " + wanted);

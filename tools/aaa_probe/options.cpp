@@ -18,8 +18,6 @@
 namespace aaa_probe {
 namespace {
 
-constexpr std::size_t kMaxItem = 65535;
-
 // The options of a command live as long as what runs it.
 template <class Options>
 void run_with(CLI::App& app, Command& command, std::shared_ptr<Options> options,
