@@ -3,11 +3,12 @@
 #include "support/failing_allocator.h"
 #include "support/open_log.h"
 #include "support/result.h"
+#include "support/table_row.h"
 #include "username_lib.h"
 
 namespace test {
-namespace {
 
+// Outside of the namespace without a name, so that its row's name is printed and not its bytes.
 struct ResultRequest {
   const char* name;
   const char* function;
@@ -15,6 +16,8 @@ struct ResultRequest {
   std::int32_t (*call)(std::uint32_t session_id, result_info** result);
   std::string body_of_session_0;
 };
+
+namespace {
 
 template <class Record, std::int32_t (*request)(Record*, result_info**)>
 std::int32_t ask(std::uint32_t session_id, result_info** result) {
