@@ -7,10 +7,11 @@
 #include "support/library_counters.h"
 #include "support/locked_state.h"
 #include "support/open_log.h"
+#include "support/table_row.h"
 
 namespace test {
-namespace {
 
+// Outside of the namespace without a name, so that its row's name is printed and not its bytes.
 struct Refusal {
   std::string name;
   std::function<std::int64_t()> call;
@@ -20,6 +21,8 @@ struct Refusal {
   // The counters that grow, each by 1, while registered.
   std::vector<std::size_t> counters = {};
 };
+
+namespace {
 
 std::int64_t update_password(const char* name, const char* old_password, const char* new_password) {
   std::uint32_t status = 0xeeeeeeee;
