@@ -8,6 +8,7 @@
 #include "api/waiting_test.h"
 #include "support/intended_leak.h"
 #include "support/signal_handler.h"
+#include "support/table_row.h"
 
 namespace test {
 namespace {
@@ -66,6 +67,8 @@ struct PollSequence {
   std::vector<int> timeouts;  // in milliseconds
   std::size_t timeout_lines;
 };
+
+using test::operator<<;  // the name of a sequence, not its bytes
 
 const int kInterrupted = -1;  // by a signal
 

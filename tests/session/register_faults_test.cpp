@@ -2,6 +2,7 @@
 #include "session/link/connect.h"
 #include "session/session_test.h"
 #include "support/locked_state.h"
+#include "support/table_row.h"
 
 namespace test::register_faults {
 
@@ -107,6 +108,8 @@ struct FaultAndLine {
   Fault fault;
   const char* line;
 };
+
+using test::operator<<;  // the name of a row, not its bytes
 
 class FaultOfAaad : public RegisterFaults, public testing::WithParamInterface<FaultAndLine> {};
 
