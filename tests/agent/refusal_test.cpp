@@ -1,6 +1,7 @@
 // Scheduling that the event library refuses: each caller sleeps 2 seconds and tries again.
 #include "agent/agent_client.h"
 #include "runtime/receive/recovery.h"
+#include "support/table_row.h"
 
 namespace test::refusal {
 
@@ -21,6 +22,8 @@ struct Scheduling {
   std::int32_t id = 1;
   std::uint32_t silence = 0;
 };
+
+using test::operator<<;  // the name of a row, not its bytes
 
 class Refusal : public AgentTest, public testing::WithParamInterface<Scheduling> {
  protected:

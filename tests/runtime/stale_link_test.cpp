@@ -7,6 +7,7 @@
 #include "runtime/receive_test.h"
 #include "session/state/link.h"
 #include "support/locked_state.h"
+#include "support/table_row.h"
 
 namespace test::stale_link {
 
@@ -54,6 +55,8 @@ struct Question {
   std::size_t size;
   std::uint32_t answer;
 };
+
+using test::operator<<;  // the name of a row, not its bytes
 
 class StaleAnswer : public StaleLink, public testing::WithParamInterface<Question> {};
 
