@@ -7,7 +7,6 @@
 #include "runtime/receive_test.h"
 #include "session/state/link.h"
 #include "support/locked_state.h"
-#include "support/table_row.h"
 
 namespace test::stale_link {
 
@@ -52,11 +51,9 @@ class StaleLink : public ReceiveTest {
 
 struct Question {
   std::uint32_t type;
-  std::size_t size;
+  std::uint32_t size;
   std::uint32_t answer;
 };
-
-using test::operator<<;  // the name of a row, not its bytes
 
 class StaleAnswer : public StaleLink, public testing::WithParamInterface<Question> {};
 
