@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "pam/pam_fixture.h"
+#include "support/eventually.h"
 
 namespace pam_test {
 namespace {
@@ -140,7 +141,7 @@ TEST_F(LimitsTest, EndsAlsoWhenTheDaemonClosesOneConnection) {
 TEST_F(LimitsTest, WaitsForADaemonThatComesBackInTime) {
   sim_.stop();
   std::thread restarting([this] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_TRUE(test::eventually([] { return aaa_is_in_use() != 0; })) << "no attempt";
     sim_.start();
   });
   EXPECT_EQ(log_in_alice(), PAM_SUCCESS);
