@@ -17,6 +17,8 @@ def arguments():
     parser.add_argument("--build", required=True, type=Path, help=argparse.SUPPRESS)
     parser.add_argument("--compare", action="store_true", help="also measure other libraries")
     parser.add_argument("--quick", action="store_true", help="measure times only")
+    parser.add_argument("--check", action="store_true",
+                        help="fail when a figure is worse than its goal by more than it scatters")
     parser.add_argument("--docs", action="store_true",
                         help="write the table and the plots to docs/")
     return parser.parse_args()
@@ -36,8 +38,9 @@ def measure(build, compare, quick):
     if not quick:
         say("counts")
         rows += counts.measure(programs)
-        rows += footprint.measure(programs, build / "aaa_client" / "libaaa_client.so")
-    return "\n".join(table.lines(rows)) + "\n"
+        library = Path("aaa_client", "libaaa_client.so")
+        rows += footprint.measure(programs, build / library, build.parent / "armhf" / library)
+    return rows
 
 
 def origin():
@@ -54,12 +57,23 @@ def put_into(page, text):
 
 def main():
     options = arguments()
-    text = measure(options.build, options.compare, options.quick)
+    rows = measure(options.build, options.compare, options.quick)
+    text = "\n".join(table.lines(rows)) + "\n"
     print(text, end="")
     if options.docs:
         put_into(Path("docs/performance.md"), f"{origin()}\n\n{text}")
         say("growth")
         growth.draw_all(options.build / "bench", "docs/performance")
+    return check(rows) if options.check else 0
 
 
-main()
+def check(rows):
+    """The exit status: 1 when a row fails."""
+    failures = table.failures(rows)
+    for failure in failures:
+        print(f"bench: worse than its goal: {failure}", file=sys.stderr)
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -13,9 +13,25 @@ class Row:
     ratio: str = ""
     goal: str = ""
     met: str = ""
+    fails: bool = False  # worse than the goal by more than the figures scatter
 
     def cells(self):
         return [self.measure, self.library, self.counterpart, self.ratio, self.goal, self.met]
+
+
+def judged(row, goal, figure, spread=0.0):
+    """The row with its goal, if it has one, and whether the figure meets it."""
+    if goal is not None:
+        row.goal = str(goal)
+        row.met = answer(goal.is_met(figure))
+        row.fails = goal.fails(figure, spread)
+    return row
+
+
+def failures(rows):
+    """A line for each row that fails."""
+    return [f"{row.measure}, over {row.counterpart or 'nothing'}: {row.ratio or row.library}, "
+            f"goal {row.goal}" for row in rows if row.fails]
 
 
 def answer(met):
