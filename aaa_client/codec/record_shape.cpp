@@ -166,7 +166,7 @@ const ItemRow* find_row(const Rows& rows, std::int32_t tag, const ItemRow* next)
 }
 
 // Takes values that follow each other in the order of their rows, of which `next` is the first.
-// Returns the row after the last one.
+// Returns the row after the last one. The reader may be at the end of the body then.
 const ItemRow* take_values(ItemReader& reader, const ItemRow* next, const ItemRow* end,
                            void* record) {
   for (; next != end && reader.type() == next->tag; ++next) {
@@ -195,6 +195,7 @@ const std::uint8_t* take_and_copy(const RecordShape& shape, const RecordParts& p
   while (reader.type() != ItemReader::no_item) {
     if (next > rows.block && next < rows.others) {
       next = take_values(reader, next, rows.others, parts.record);
+      if (reader.type() == ItemReader::no_item) break;
     }
     const ItemRow* const row = find_row(rows, reader.type(), next);
     if (row == nullptr) {
