@@ -6,9 +6,12 @@ import subprocess
 import sys
 from pathlib import Path
 
-from report import counts, footprint, growth, speed, table
+from report import counts, footprint, growth, load, speed, table
 
-BEGIN = "<!-- measured by script/bench --docs -->\n"
+# Before what is written: to README.md the goals, to docs/performance.md the table and the load.
+SUMMARY = "<!-- goals, measured by script/bench --docs -->\n"
+TABLE = "<!-- measured by script/bench --docs -->\n"
+LOAD = "<!-- load, measured by script/bench --docs -->\n"
 END = "<!-- end of what was measured -->\n"
 
 
@@ -49,10 +52,20 @@ def origin():
     return f"Measured on {datetime.date.today()} at commit {head}."
 
 
-def put_into(page, text):
-    before, rest = page.read_text().split(BEGIN)
-    _, after = rest.split(END)
-    page.write_text(f"{before}{BEGIN}\n{text}\n{END}{after}")
+def put_into(page, mark, text):
+    before, rest = page.read_text().split(mark)
+    _, after = rest.split(END, 1)
+    page.write_text(f"{before}{mark}\n{text}\n{END}{after}")
+
+
+def write_docs(programs, rows, text):
+    put_into(Path("README.md"), SUMMARY, f"{table.summary(rows)}\n")
+    page = Path("docs/performance.md")
+    put_into(page, TABLE, f"{origin()}\n\n{text}")
+    say("load")
+    put_into(page, LOAD, "\n".join(load.lines(load.measure(programs))) + "\n")
+    say("growth")
+    growth.draw_all(programs, "docs/performance")
 
 
 def main():
@@ -61,9 +74,7 @@ def main():
     text = "\n".join(table.lines(rows)) + "\n"
     print(text, end="")
     if options.docs:
-        put_into(Path("docs/performance.md"), f"{origin()}\n\n{text}")
-        say("growth")
-        growth.draw_all(options.build / "bench", "docs/performance")
+        write_docs(options.build / "bench", rows, text)
     return check(rows) if options.check else 0
 
 

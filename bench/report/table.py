@@ -28,6 +28,15 @@ def judged(row, goal, figure, spread=0.0):
     return row
 
 
+def summary(rows):
+    """Which goals are met, in a sentence or two."""
+    judged_rows = [row for row in rows if row.met]
+    missed = [f"{row.measure} ({row.ratio.split()[0] if row.ratio else row.library}, "
+              f"goal {row.goal})" for row in judged_rows if row.met == "no"]
+    met = f"{len(judged_rows) - len(missed)} of {len(judged_rows)} goals are met."
+    return f"{met} Not met: {'; '.join(missed)}." if missed else met
+
+
 def failures(rows):
     """A line for each row that fails."""
     return [f"{row.measure}, over {row.counterpart or 'nothing'}: {row.ratio or row.library}, "
