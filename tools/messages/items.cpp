@@ -19,7 +19,9 @@ struct Head {
 };
 
 // What mask_secrets() makes of a head that cannot be read.
-constexpr std::uint32_t masked_tag = 0x2a2a;
+constexpr std::uint32_t masked_tag(Heads heads) {
+  return heads == Heads::small ? 0x2a2a : 0x2a2a2a2a;
+}
 
 // Nothing when the head is not there as a whole or contradicts itself.
 std::optional<Head> head_at(const BodyCursor& cursor, Heads heads) {
@@ -76,7 +78,8 @@ class ItemReader {
   // The place of an item that the list has not.
   struct Stranger {
     std::size_t at;
-    std::size_t fields;
+    std::size_t fields;   // before it
+    std::size_t remarks;  // before it
   };
 
   Outcome read_item() {
@@ -89,13 +92,14 @@ class ItemReader {
         item != nullptr && item->items != nullptr ? item->block->size : std::size_t{0};
     const std::uint64_t length = head->length + front;
     if (length > cursor_.claimed_end - cursor_.at - head->size) return Outcome::unreadable;
-    if (item == nullptr && !stranger_) stranger_ = Stranger{cursor_.at, fields_.size()};
+    if (item == nullptr && !stranger_)
+      stranger_ = {cursor_.at, fields_.size(), cursor_.remarks.size()};
     cursor_.at += head->size;
     return take(item, head->tag, length);
   }
 
   bool may_skip(const Head& head) const {
-    return list_.other_items == OtherItems::skipped && head.tag != masked_tag;
+    return list_.other_items == OtherItems::skipped && head.tag != masked_tag(list_.heads);
   }
 
   Outcome take(const Item* item, std::uint32_t tag, std::uint64_t length) {
@@ -161,6 +165,7 @@ class ItemReader {
     if (stranger_) {
       cursor_.at = stranger_->at;
       fields_.resize(stranger_->fields);
+      cursor_.remarks.resize(stranger_->remarks);
     }
     hide_all();
     cursor_.remark("the items from byte " + std::to_string(cursor_.at) + " on cannot be read");
