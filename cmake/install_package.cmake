@@ -12,7 +12,12 @@ set_target_properties(aaa_client PROPERTIES PUBLIC_HEADER "${AAA_PUBLIC_HEADERS}
 
 set(AAA_INSTALLED_LIBRARIES aaa_client)
 if(TARGET platform_host)
-  list(APPEND AAA_INSTALLED_LIBRARIES platform_host platform_host_events)
+  list(APPEND AAA_INSTALLED_LIBRARIES platform_host)
+  foreach(loop IN ITEMS platform_host_events platform_host_events_poll platform_host_events_sd)
+    if(TARGET ${loop})
+      list(APPEND AAA_INSTALLED_LIBRARIES ${loop})
+    endif()
+  endforeach()
   # The library finds its neighbour wherever the two are moved.
   set_target_properties(aaa_client PROPERTIES INSTALL_RPATH $ORIGIN)
 endif()

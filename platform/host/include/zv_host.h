@@ -1,6 +1,7 @@
 /*
- * An event loop of a development host, an implementation of zv_thread.h. platform_host_events
- * has one on libevent; it is a library of its own, so a client without a loop does not load it.
+ * An event loop of a development host, an implementation of zv_thread.h. There are three, each a
+ * library of its own, so a client without a loop loads none: platform_host_events (libevent),
+ * platform_host_events_sd (sd-event) and platform_host_events_poll (poll(2) alone).
  *
  * Call all functions of this header and of zv_thread.h on the loop's thread, from inside a task
  * too, or while the loop does not run.
