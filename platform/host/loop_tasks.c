@@ -35,10 +35,9 @@ long bounded_seconds(long seconds) {
 void insert_task_due_in(struct task_list* list, struct zv_thread* task, long seconds) {
   task->due = task_clock() + bounded_seconds(seconds) * second;
   task->list = list;
-  struct zv_thread* earlier;
-  TAILQ_FOREACH_REVERSE(earlier, list, task_list, neighbours) {
-    if (earlier->due <= task->due) break;
-  }
+  struct zv_thread* earlier = TAILQ_LAST(list, task_list);
+  while (earlier != NULL && earlier->due > task->due)
+    earlier = TAILQ_PREV(earlier, task_list, neighbours);
   if (earlier != NULL) {
     TAILQ_INSERT_AFTER(list, earlier, task, neighbours);
   } else {

@@ -72,24 +72,26 @@ static int milliseconds_left(const struct zv_thread_master* master) {
 static int wait_for_reads(struct zv_thread_master* master) {
   nfds_t count = 0;
   const struct zv_thread* task;
-  TAILQ_FOREACH(task, &master->reads, neighbours)
-  master->watched[count++] = (struct pollfd){.fd = task->value, .events = POLLIN};
+  TAILQ_FOREACH(task, &master->reads, neighbours) {
+    master->watched[count].fd = task->value;
+    master->watched[count].events = POLLIN;
+    ++count;
+  }
   return poll(master->watched, count, milliseconds_left(master));
 }
 
 /* The one that has waited longest, so that none is passed over for ever. */
 static struct zv_thread* ready_read(const struct zv_thread_master* master) {
   const struct pollfd* watched = master->watched;
-  struct zv_thread* task;
-  TAILQ_FOREACH(task, &master->reads, neighbours) {
-    const short found = (watched++)->revents;
-    if ((found & POLLNVAL) != 0) {
+  struct zv_thread* task = TAILQ_FIRST(&master->reads);
+  for (; task != NULL; task = TAILQ_NEXT(task, neighbours), ++watched) {
+    if ((watched->revents & POLLNVAL) != 0) {
       task->value = -1; /* closed; poll() does not look at it again */
-    } else if (found != 0) {
-      return task;
+    } else if (watched->revents != 0) {
+      break;
     }
   }
-  return NULL;
+  return task;
 }
 
 static struct zv_thread* due_task(const struct zv_thread_master* master) {

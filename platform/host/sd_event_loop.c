@@ -19,10 +19,9 @@ struct zv_thread_master {
 };
 
 static struct zv_thread* read_of(const struct zv_thread_master* master, int fd) {
-  struct zv_thread* task;
-  TAILQ_FOREACH(task, &master->reads, neighbours) {
-    if (task->value == fd) break;
-  }
+  struct zv_thread* task = TAILQ_FIRST(&master->reads);
+  while (task != NULL && task->value != fd)
+    task = TAILQ_NEXT(task, neighbours);
   return task;
 }
 
