@@ -12,6 +12,7 @@
 
 #include "fuzz/link/link_script.h"
 #include "fuzz/link/scripted_client.h"
+#include "messages/samples.h"
 #include "traffic/calls.h"
 
 namespace fuzz {
@@ -147,6 +148,15 @@ void write_info_record(const fs::path& directory) {
   write(directory, "full", traffic::full_body<Record>());
 }
 
+// A byte with the socket and the sender, and a message.
+void write_messages(const fs::path& directory) {
+  for (const test::MessageSample& sample : test::message_samples()) {
+    const int socket = static_cast<int>(sample.socket);
+    const int sender = static_cast<int>(sample.sender);
+    write(directory, sample.name, static_cast<char>(socket | sender << 2) + sample.bytes());
+  }
+}
+
 void write_radext(const fs::path& directory) {
   radext_msg record{};
   record.text_a = record.text_c = record.text_h = "text";
@@ -220,6 +230,7 @@ int main(int argc, char** argv) {
   write_info_record<author_info>(corpus / "author_info");
   write_info_record<acct_info>(corpus / "acct_info");
   write_info_record<result_info>(corpus / "result_info");
+  write_messages(corpus / "messages");
   write_radext(corpus / "radext");
   write(corpus / "ldap_search_info", "question", traffic::ldap_search_body());
   write(corpus / "ldap_search_result", "answer", traffic::ldap_answer_body());
