@@ -27,7 +27,7 @@ struct Frame {
 };
 
 // Nothing for a field that consists of others, and for one that is not there as a whole.
-using Value = std::variant<std::monostate, std::uint64_t, std::string, Octets, Words>;
+using Value = std::variant<std::monostate, std::uint64_t, std::int64_t, std::string, Octets, Words>;
 
 struct Field {
   std::string name;
