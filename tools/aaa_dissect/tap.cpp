@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kRetryInterval{10};
 // For what has been read, when a receiver does not read.
-constexpr std::chrono::seconds kTimeToEnd{5};
+constexpr std::chrono::seconds kTimeToEnd{2};
 
 aaa_sim::FileDescriptor termination_signals() {
   sigset_t signals;
