@@ -48,7 +48,8 @@ class Tap {
   std::size_t captured(std::uint32_t type) {
     const std::string word = "\"type\":", wanted = word + std::to_string(type) + ",";
     return static_cast<std::size_t>(std::ranges::count_if(captured(), [&](const auto& line) {
-      return line.substr(line.find(word), wanted.size()) == wanted;
+      const std::size_t first = line.find(word);
+      return first != std::string::npos && line.compare(first, wanted.size(), wanted) == 0;
     }));
   }
   std::string printed() const { return contents_of(printed_); }

@@ -80,8 +80,8 @@ TEST_F(TapTest, TheDaemonSeesAProcessOfTheTapForEachClient) {
   const pid_t process = sim_.clients()[0].pid;
   EXPECT_NE(process, ::getpid());
   EXPECT_EQ(sim_.clients()[1].pid, process) << "both are of this process";
-  EXPECT_THAT(contents_of("/proc/" + std::to_string(process) + "/stat"),
-              HasSubstr(") S " + std::to_string(tap_->program().pid()) + " "));
+  EXPECT_THAT(contents_of("/proc/" + std::to_string(process) + "/status"),
+              HasSubstr("\nPPid:\t" + std::to_string(tap_->program().pid()) + "\n"));
   tap_->end();
   EXPECT_NE(::kill(process, 0), 0) << "a process is left";
   EXPECT_EQ(tap_->printed(), "");
@@ -350,9 +350,6 @@ TEST_F(TapTest, AnOutputThatIsClosedEndsIt) {
   program.error_line();
   RawConnection request(directory_ + "/security/aaa/.aaa_domain_socket_fs");
   request.send(aaa_sim_test::register_request());
-  EXPECT_EQ(request.receive(20).size(), 20u);
-  for (int i = 0; i < 100 && request.try_send(kHeartbeat); ++i) {
-  }
   EXPECT_THAT(program.output_line(), HasSubstr("register request"));
   EXPECT_EQ(program.output_line(), "0\n");
   EXPECT_EQ(program.exit_status(), 0);
