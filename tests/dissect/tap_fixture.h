@@ -8,6 +8,7 @@
 
 #include "aaad_sim.h"
 #include "dissect/dissect_fixture.h"
+#include "server/listener.h"
 
 namespace dissect_test {
 
@@ -59,6 +60,43 @@ class Tap {
   const std::string capture_ = directory_ + "/tapped", printed_ = directory_ + "/printed";
   std::optional<BoundProgram> program_;
   std::vector<std::string> messages_;
+};
+
+// A tap between this process's clients, which send literal bytes, and a simulated aaad.
+class TapTest : public testing::Test {
+ protected:
+  TapTest() {
+    sim_.add_user({.name = "alice", .password = "wonderland"});
+    ::mkdir(directory_.c_str(), 0755);
+    sim_.start();
+  }
+
+  void start_tap(std::vector<std::string> options = {}) {
+    tap_.emplace(directory_, work_.path() + "/aaad", std::move(options));
+  }
+  RawClient register_client(const std::string& model = "netd") {
+    return RawClient(tap_->socket(), model);
+  }
+  // A message of 200 KB.
+  static std::string large_message(char filling) {
+    return test::message_bytes(10, std::string(200000, filling));
+  }
+  static aaa_sim::FileDescriptor accept_from(aaa_sim::Listener& daemon) {
+    aaa_sim::FileDescriptor accepted;
+    EXPECT_TRUE(test::eventually([&] {
+      accepted = daemon.accept();
+      return accepted.is_open();
+    })) << "nobody connects";
+    return accepted;
+  }
+  void let_aaad_read(bool reading) {
+    sim_.change([reading](aaa_sim::Settings& settings) { settings.reading = reading; });
+  }
+
+  const test::TemporaryDirectory work_;
+  const std::string directory_ = work_.path() + "/tap";
+  aaa_sim::AaadSim sim_{work_.path() + "/aaad"};
+  std::optional<Tap> tap_;
 };
 
 }  // namespace dissect_test
