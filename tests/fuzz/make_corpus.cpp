@@ -190,6 +190,25 @@ void write_radius(const fs::path& directory) {
   write(directory, "coa", radius_input(4, 43, signature + hex("01036e 200373")));
 }
 
+// A capture of short messages.
+void write_capture(const fs::path& directory) {
+  using test::hex;
+  std::string capture =
+      hex("0a0d0d0a 1c000000 4d3c2b1a 0100 0000 ffffffffffffffff 1c000000"
+          "01000000 20000000 9300 0000 00000000 0200 0100 78000000 0000 0000"
+          "20000000");
+  for (const test::MessageSample& sample : test::message_samples()) {
+    std::string bytes = sample.bytes();
+    if (bytes.size() > 64) continue;
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    bytes.resize((bytes.size() + 3) / 4 * 4);
+    const auto length = static_cast<std::uint32_t>(44 + bytes.size());
+    capture += word_bytes({6, length, 0, 0, 1, size, size}) + bytes +
+               word_bytes({4 << 16 | 2, 1, 0, length});
+  }
+  write(directory, "messages", capture);
+}
+
 void write_link(const fs::path& directory) {
   for (const auto& [name, script] : fuzz::link_corpus())
     write(directory, name, fuzz::write_script(script));
@@ -235,6 +254,7 @@ int main(int argc, char** argv) {
   write(corpus / "ldap_search_info", "question", traffic::ldap_search_body());
   write(corpus / "ldap_search_result", "answer", traffic::ldap_answer_body());
   write_radius(corpus / "radius");
+  write_capture(corpus / "capture");
   write_link(corpus / "link");
   write_dictionary(corpus / "link.dict");
 }
