@@ -29,8 +29,9 @@ bool is_closed_by_peer(int fd) {
 }  // namespace
 
 Link::Link(aaa_sim::EventLoop& loop, aaa_sim::FileDescriptor client, aaa_sim::FileDescriptor daemon,
-           Show show, Ready ready)
+           std::shared_ptr<Connector> connector, Show show, Ready ready)
     : loop_(loop),
+      connector_(std::move(connector)),
       show_(std::move(show)),
       ready_(std::move(ready)),
       client_{"", aaa_sim::peer_pid(client.get())},

@@ -3,8 +3,10 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 
 #include "capture/packet.h"
+#include "connector.h"
 #include "flow.h"
 #include "server/event_loop.h"
 #include "server/file_descriptor.h"
@@ -18,9 +20,9 @@ class Link {
   // Called when one of its sockets is ready.
   using Ready = std::function<void(std::size_t side, std::uint32_t events)>;
 
-  // `loop` must outlive it.
+  // `loop` must outlive it. `connector` has made the connection to the daemon.
   Link(aaa_sim::EventLoop& loop, aaa_sim::FileDescriptor client, aaa_sim::FileDescriptor daemon,
-       Show show, Ready ready);
+       std::shared_ptr<Connector> connector, Show show, Ready ready);
   ~Link();
   Link(const Link&) = delete;
   Link& operator=(const Link&) = delete;
@@ -48,6 +50,8 @@ class Link {
   void identify(aaa_sim::View message);
 
   aaa_sim::EventLoop& loop_;
+  // The daemon may ask which process it is talking to.
+  const std::shared_ptr<Connector> connector_;
   const Show show_;
   const Ready ready_;
   aaa_sim::ClientName client_;

@@ -1,11 +1,15 @@
 #include "options.h"
 
+#include <sys/un.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
+
+#include "server/listener.h"
 
 namespace aaa_dissect {
 namespace {
@@ -39,6 +43,11 @@ void describe(CLI::App& app, Options& options) {
   describe_tap(app, options, file);
 }
 
+void check_length(const char* option, const std::string& directory) {
+  if (aaa_sim::Listener::path_below(directory).size() >= sizeof sockaddr_un{}.sun_path)
+    throw CLI::ValidationError(option, "'" + directory + "' is too long for the name of a socket");
+}
+
 bool is_same(const std::string& first, const std::string& second) {
   std::error_code ignored;
   return std::filesystem::weakly_canonical(first, ignored) ==
@@ -51,6 +60,8 @@ void complete(Options& options) {
   if (options.directory.empty() && variable != nullptr) options.directory = variable;
   if (options.directory.empty())
     throw CLI::ValidationError("--directory is required when TMPDIR is not set");
+  check_length("--tap", options.tap);
+  check_length("--directory", options.directory);
   if (is_same(options.tap, options.directory))
     throw CLI::ValidationError("--tap: '" + options.tap + "' is the daemon's own directory");
 }

@@ -24,6 +24,10 @@ aaa_sim::FileDescriptor termination_signals() {
   return aaa_sim::checked(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd");
 }
 
+bool is_out_of_descriptors(int error) {
+  return error == EMFILE || error == ENFILE;
+}
+
 }  // namespace
 
 Tap::Tap(const std::string& directory, const std::string& daemon_directory, Show show,
@@ -51,45 +55,66 @@ bool Tap::run() {
   return left == 0;
 }
 
-// Out of descriptors: those that wait have to wait longer.
+// Without descriptors, clients wait until others have ended.
 void Tap::accept() {
   aaa_sim::FileDescriptor client = listener_->accept();
+  const int error = errno;
   if (client.is_open()) {
-    waiting_.push_back(std::move(client));
+    waiting_.push_back({std::move(client)});
     return connect_waiting();
   }
-  if (errno != EMFILE && errno != ENFILE) return;
+  if (!is_out_of_descriptors(error)) return;
+  report(error);
   loop_.set_events(listener_->fd(), 0);
   retry_.set_once(kRetryInterval);
 }
 
 void Tap::connect_waiting() {
   retry_.acknowledge();
-  std::vector<aaa_sim::FileDescriptor> clients = std::exchange(waiting_, {});
-  for (aaa_sim::FileDescriptor& client : clients)
-    if (!connect(client)) waiting_.push_back(std::move(client));
+  for (Waiting& waiting : std::exchange(waiting_, {}))
+    if (!connect(waiting)) waiting_.push_back(std::move(waiting));
   if (!waiting_.empty()) retry_.set_once(kRetryInterval);
   if (listener_) loop_.set_events(listener_->fd(), EPOLLIN);
 }
 
 // False when the daemon has to be asked again. A client that cannot be connected is closed: it
 // tries again by itself.
-bool Tap::connect(aaa_sim::FileDescriptor& client) {
-  aaa_sim::FileDescriptor daemon = aaa_sim::Listener::connect(daemon_path_);
-  const bool is_connected = daemon.is_open();
-  const int error = errno;
-  if (!is_connected && error == EAGAIN) return false;
-  if (is_connected) add(std::move(client), std::move(daemon));
-  if (!is_connected && !is_daemon_missing_)
-    complain_("no connection to " + daemon_path_ + ": " + std::strerror(error));
-  is_daemon_missing_ = !is_connected;
-  return true;
+bool Tap::connect(Waiting& waiting) {
+  int error = 0;
+  try {
+    if (!waiting.connector)
+      waiting.connector = connector_of(aaa_sim::peer_pid(waiting.client.get()));
+    aaa_sim::FileDescriptor daemon = waiting.connector->connect();
+    error = errno;
+    if (daemon.is_open()) {
+      add(waiting, std::move(daemon));
+      reported_ = 0;
+      return true;
+    }
+  } catch (const std::system_error& failure) {
+    error = failure.code().value();
+  }
+  if (error == EAGAIN) return false;
+  report(error);
+  return !is_out_of_descriptors(error);
 }
 
-void Tap::add(aaa_sim::FileDescriptor client, aaa_sim::FileDescriptor daemon) {
+std::shared_ptr<Connector> Tap::connector_of(pid_t client) {
+  std::weak_ptr<Connector>& known = connectors_[client];
+  std::shared_ptr<Connector> connector = known.lock();
+  if (!connector) known = connector = std::make_shared<Connector>(daemon_path_);
+  return connector;
+}
+
+void Tap::report(int error) {
+  if (std::exchange(reported_, error) != error)
+    complain_("no connection to " + daemon_path_ + ": " + std::strerror(error));
+}
+
+void Tap::add(Waiting& waiting, aaa_sim::FileDescriptor daemon) {
   const std::uint64_t id = ++last_id_;
   links_.try_emplace(
-      id, loop_, std::move(client), std::move(daemon),
+      id, loop_, std::move(waiting.client), std::move(daemon), std::move(waiting.connector),
       [this, id](const aaa_capture::Interface& interface, aaa_capture::Packet packet,
                  aaa_capture::Form form) {
         if (!show_(id, interface, std::move(packet), form)) loop_.post([this] { end(); });
@@ -101,6 +126,7 @@ void Tap::on_ready(std::uint64_t id, std::size_t side, std::uint32_t events) {
   const auto found = links_.find(id);
   if (found == links_.end() || found->second.handle(side, events)) return;
   links_.erase(found);
+  std::erase_if(connectors_, [](const auto& entry) { return entry.second.expired(); });
   if (!listener_ && links_.empty()) loop_.quit();
 }
 

@@ -3,9 +3,12 @@
 
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "connector.h"
 #include "link.h"
 #include "server/event_loop.h"
 #include "server/listener.h"
@@ -29,10 +32,18 @@ class Tap {
   bool run();
 
  private:
+  // For the daemon to accept it.
+  struct Waiting {
+    aaa_sim::FileDescriptor client;
+    std::shared_ptr<Connector> connector = {};
+  };
+
   void accept();
   void connect_waiting();
-  bool connect(aaa_sim::FileDescriptor& client);
-  void add(aaa_sim::FileDescriptor client, aaa_sim::FileDescriptor daemon);
+  bool connect(Waiting& waiting);
+  std::shared_ptr<Connector> connector_of(pid_t client);
+  void report(int error);
+  void add(Waiting& waiting, aaa_sim::FileDescriptor daemon);
   void on_ready(std::uint64_t id, std::size_t side, std::uint32_t events);
   void end();
 
@@ -42,11 +53,12 @@ class Tap {
   aaa_sim::FileDescriptor signals_;
   aaa_sim::EventLoop loop_;
   aaa_sim::Timer retry_, deadline_;
-  std::optional<aaa_sim::Listener> listener_;     // none while it ends
-  std::vector<aaa_sim::FileDescriptor> waiting_;  // for the daemon to accept
+  std::optional<aaa_sim::Listener> listener_;  // none while it ends
+  std::vector<Waiting> waiting_;
   std::map<std::uint64_t, Link> links_;
+  std::map<pid_t, std::weak_ptr<Connector>> connectors_;  // by client
   std::uint64_t last_id_ = 0;
-  bool is_daemon_missing_ = false;
+  int reported_ = 0;  // why there was no connection the last time
 };
 
 }  // namespace aaa_dissect

@@ -70,11 +70,14 @@ void write_all(int fd, std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-Writer::Writer(const std::string& path, std::string_view application)
+Writer::Writer(const std::string& path)
     : file_(aaa_sim::checked(
           ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR),
           path.c_str())) {
   make_private(file_.get(), path);
+}
+
+void Writer::begin(std::string_view application) {
   Body body;
   body.add(kByteOrderMagic);
   body.add(kMajorVersion);

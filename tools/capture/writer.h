@@ -13,9 +13,12 @@ namespace aaa_capture {
 
 class Writer {
  public:
-  // Makes the file, or empties it, readable by its owner alone. `application` is the name of the
-  // program. Throws std::system_error, as the other functions do.
-  Writer(const std::string& path, std::string_view application);
+  // Makes the file, or empties it, readable by its owner alone. Throws std::system_error, as the
+  // other functions do.
+  explicit Writer(const std::string& path);
+
+  // Comes first. `application` is the name of the program.
+  void begin(std::string_view application);
 
   // Its number, for packets.
   std::uint32_t add(const Interface& interface);
