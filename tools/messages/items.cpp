@@ -61,11 +61,12 @@ class ItemReader {
   bool read() {
     while (cursor_.left() > 0) {
       const Outcome outcome = read_item();
-      if (outcome == Outcome::unreadable) hide();
+      if (outcome == Outcome::unreadable) give_up();
       if (outcome != Outcome::read) return false;
     }
-    check_presence();
-    check_counts();
+    const bool present = check_presence();
+    const bool counted = check_counts();
+    if (!present || !counted) hide_all();
     return true;
   }
 
@@ -150,14 +151,18 @@ class ItemReader {
     field.secret = item.secret || (item.secret_by_name && names_a_secret(fields_));
   }
 
+  void hide_all() {
+    for (std::size_t i = first_; i < fields_.size(); ++i)
+      hide_items(fields_[i]);
+  }
+
   // From here on, or from the first item on that the list has not: it may be none.
-  void hide() {
+  void give_up() {
     if (stranger_) {
       cursor_.at = stranger_->at;
       fields_.resize(stranger_->fields);
     }
-    for (std::size_t i = first_; i < fields_.size(); ++i)
-      hide_items(fields_[i]);
+    hide_all();
     cursor_.remark("the items from byte " + std::to_string(cursor_.at) + " on cannot be read");
     fields_.push_back(take_unknown(cursor_, "undecoded", cursor_.left()));
   }
@@ -169,14 +174,16 @@ class ItemReader {
     return number;
   }
 
-  void check_presence() const {
-    if (!list_.complete) return;
+  bool check_presence() const {
+    if (!list_.complete) return true;
+    const std::size_t before = cursor_.remarks.size();
     for (const Item& item : list_.items) {
       const std::size_t number = count(item);
       if (number == 0) cursor_.remark(std::string(item.name) + " is missing");
       if (number > 1) cursor_.remark(std::string(item.name) + " is repeated");
     }
     if (!in_order()) cursor_.remark("the items are not in their order");
+    return cursor_.remarks.size() == before;
   }
 
   bool in_order() const {
@@ -190,7 +197,8 @@ class ItemReader {
     return true;
   }
 
-  void check_counts() const {
+  bool check_counts() const {
+    const std::size_t before = cursor_.remarks.size();
     for (const Item& item : list_.items) {
       const auto counter = std::ranges::find(fields_, item.counted_by, &Field::name);
       if (counter == fields_.end()) continue;
@@ -199,6 +207,7 @@ class ItemReader {
       cursor_.remark(counter->name + " is " + std::to_string(*number) + ", but there are " +
                      std::to_string(count(item)) + " of " + std::string(item.name));
     }
+    return cursor_.remarks.size() == before;
   }
 
   BodyCursor& cursor_;
