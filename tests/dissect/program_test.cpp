@@ -29,8 +29,9 @@ TEST_F(DissectProgram, PrintsALineOfTextForAHeartbeat) {
   const Outcome outcome = dissect({file_with(kNamed + packet(kHeartbeat, kOutbound))});
   EXPECT_EQ(outcome.exit_status, 0);
   EXPECT_EQ(outcome.errors, "");
-  EXPECT_THAT(outcome.output, StartsWith("1970-01-01T00:00:00.000000003Z send netd/7 "));
-  EXPECT_THAT(outcome.output, HasSubstr("132 (heartbeat)"));
+  EXPECT_THAT(outcome.output, StartsWith("1970-01-01T00:00:00.000000003Z netd/7 132 (heartbeat) id "
+                                         "0, 0 bytes, from aaad on the event "
+                                         "socket\n"));
 }
 
 TEST_F(DissectProgram, PrintsAnObjectForEachMessage) {
@@ -41,10 +42,11 @@ TEST_F(DissectProgram, PrintsAnObjectForEachMessage) {
   ASSERT_EQ(lines.size(), 2u);
   const Json first = Json::parse(lines[0]), second = Json::parse(lines[1]);
   EXPECT_EQ(first["time"], "1970-01-01T00:00:00.000000003Z");
-  EXPECT_EQ(first["direction"], "recv");
+  EXPECT_EQ(first["from"], "client");
+  EXPECT_EQ(first["socket"], "event");
   EXPECT_EQ(first["client"], "netd/7");
   EXPECT_EQ(first["type"], 132);
-  EXPECT_EQ(second["direction"], "send");
+  EXPECT_EQ(second["from"], "aaad");
 }
 
 TEST_F(DissectProgram, ReadsStandardInputAndPrintsWhatHasCome) {
@@ -121,6 +123,13 @@ TEST_F(DissectProgram, NamesFromACaptureCannotDriveATerminal) {
     EXPECT_THAT(output, HasSubstr("?[H?"));
     EXPECT_THAT(output, Not(HasSubstr("\x1b")));
   }
+}
+
+TEST_F(DissectProgram, APacketWithoutDirectionSaysSo) {
+  EXPECT_THAT(dissect({file_with(kStart + packet(kHeartbeat))}).output,
+              EndsWith("! the capture does not say who sent it\n"));
+  EXPECT_THAT(dissect({file_with(kStart + packet(kHeartbeat, kInbound))}).output,
+              EndsWith("0 bytes, from client\n"));
 }
 
 TEST_F(DissectProgram, APacketThatWasCutForTheCaptureSaysSo) {

@@ -17,8 +17,8 @@ class SimCapture : public SimProgramTest {
     return RawClient(socket_below(daemon_directory_), model);
   }
   static std::string login_body() {
-    std::string body = test::item_bytes(1, std::string(996, '\0'));
-    body.replace(4 + 156, 5, "alice");
+    std::string body = test::item_bytes(1, std::string(1184, '\0'));
+    body.replace(4 + 198, 5, "alice");
     return body + test::item_bytes(2, "wonderland");
   }
   // Until the simulator has ended, and so has written all.
@@ -110,8 +110,9 @@ TEST_F(SimCapture, LocalUsersAndChangesOfPasswordsAreMasked) {
   RawClient client = register_client();
   client.request.send(test::message_bytes(119, "carol"));
   EXPECT_THAT(client.request.receive_message(), EndsWith("rosebud"));
-  client.request.send(test::message_bytes(
-      117, word_bytes({7, 8, 5}) + std::string("carol\0rosebud\0violets\0", 22)));
+  client.request.send(test::message_bytes(117, test::item_bytes(1, "carol") +
+                                                   test::item_bytes(2, "rosebud") +
+                                                   test::item_bytes(3, "violets")));
   client.request.receive_message();
   const std::string bytes = final_capture();
   EXPECT_THAT(bytes, Not(HasSubstr("rosebud")));

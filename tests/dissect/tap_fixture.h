@@ -1,11 +1,10 @@
 // aaa-dissect --tap between clients and a simulated aaad of this process.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "aaad_sim.h"
 #include "dissect/dissect_fixture.h"
@@ -38,19 +37,20 @@ class Tap {
   }
 
   std::string capture() const { return contents_of(capture_); }
-  // As JSON, one for each message.
-  std::vector<nlohmann::json> captured() const {
-    const Outcome outcome = dissect({"--json", capture_});
-    EXPECT_EQ(outcome.exit_status, 0) << outcome.errors;
-    std::vector<nlohmann::json> messages;
-    for (const std::string& line : split_lines(outcome.output))
-      messages.push_back(nlohmann::json::parse(line));
-    return messages;
+  // As JSON, a line for each message. To be asked for once it has ended.
+  const std::vector<std::string>& captured() {
+    if (!messages_.empty()) return messages_;
+    const std::string output = directory_ + "/dissected";
+    BoundProgram program(AAA_DISSECT_PROGRAM, {"--json", capture_}, "", output);
+    EXPECT_EQ(program.exit_status(), 0) << program.remaining_errors();
+    return messages_ = split_lines(contents_of(output));
   }
-  std::size_t captured(std::uint32_t type) const {
-    const auto messages = captured();
-    return static_cast<std::size_t>(std::count_if(
-        messages.begin(), messages.end(), [type](const auto& m) { return m["type"] == type; }));
+  std::size_t captured(std::uint32_t type) {
+    const std::string word = "\"type\":", wanted = word + std::to_string(type) + ",";
+    return static_cast<std::size_t>(std::ranges::count_if(captured(), [&](const auto& line) {
+      const std::size_t first = line.find(word);
+      return first != std::string::npos && line.compare(first, wanted.size(), wanted) == 0;
+    }));
   }
   std::string printed() const { return contents_of(printed_); }
 
@@ -58,6 +58,7 @@ class Tap {
   const std::string directory_;
   const std::string capture_ = directory_ + "/tapped", printed_ = directory_ + "/printed";
   std::optional<BoundProgram> program_;
+  std::vector<std::string> messages_;
 };
 
 }  // namespace dissect_test

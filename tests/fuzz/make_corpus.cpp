@@ -12,6 +12,7 @@
 
 #include "fuzz/link/link_script.h"
 #include "fuzz/link/scripted_client.h"
+#include "messages/samples.h"
 #include "traffic/calls.h"
 
 namespace fuzz {
@@ -180,6 +181,28 @@ void write_radius(const fs::path& directory) {
   write(directory, "coa", radius_input(4, 43, signature + hex("01036e 200373")));
 }
 
+// A message of each type, by itself, and the short ones in a capture.
+void write_dissect(const fs::path& directory) {
+  using test::hex;
+  std::string capture =
+      std::string(1, '\0') + hex("0a0d0d0a 1c000000 4d3c2b1a 0100 0000 ffffffffffffffff 1c000000"
+                                 "01000000 14000000 9300 0000 00000000 14000000");
+  for (const test::MessageSample& sample : test::message_samples()) {
+    const bool from_daemon = sample.sender == aaa_messages::Sender::daemon;
+    const bool is_event = sample.socket == aaa_messages::Socket::event;
+    std::string bytes = sample.bytes();
+    write(directory, sample.name,
+          std::string(1, static_cast<char>(8 + 2 * from_daemon + is_event)) + bytes);
+    if (bytes.size() > 64) continue;
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    bytes.resize((bytes.size() + 3) / 4 * 4);
+    const auto length = static_cast<std::uint32_t>(44 + bytes.size());
+    capture += word_bytes({6, length, 0, 0, 1, size, size}) + bytes +
+               word_bytes({4 << 16 | 2, from_daemon ? 2u : 1u, 0, length});
+  }
+  write(directory, "capture", capture);
+}
+
 void write_link(const fs::path& directory) {
   for (const auto& [name, script] : fuzz::link_corpus())
     write(directory, name, fuzz::write_script(script));
@@ -224,6 +247,7 @@ int main(int argc, char** argv) {
   write(corpus / "ldap_search_info", "question", traffic::ldap_search_body());
   write(corpus / "ldap_search_result", "answer", traffic::ldap_answer_body());
   write_radius(corpus / "radius");
+  write_dissect(corpus / "dissect");
   write_link(corpus / "link");
   write_dictionary(corpus / "link.dict");
 }

@@ -1,4 +1,6 @@
 // aaa-dissect: prints the messages between clients and aaad.
+#include <unistd.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -68,6 +70,7 @@ bool tap(const Options& options, Printer& printer) {
       },
       complain);
   complain("listening on " + tap.path());
+  if (!options.quiet) tap.end_with(STDOUT_FILENO);
   return tap.run();
 }
 

@@ -33,12 +33,6 @@ std::string text_of_time(std::uint64_t time) {
   return text;
 }
 
-// As the daemon sees it.
-const char* text_of(Direction direction) {
-  if (direction == Direction::inbound) return "recv";
-  return direction == Direction::outbound ? "send" : "-";
-}
-
 // A capture of anybody's may hold anything; a terminal shall not act on it.
 std::string printable(std::string text) {
   std::ranges::replace_if(
@@ -48,6 +42,8 @@ std::string printable(std::string text) {
 
 aaa_messages::Decoded decoded(const Interface& interface, const Packet& packet) {
   auto message = aaa_messages::decode(aaa_capture::frame_of(interface, packet));
+  if (packet.direction != Direction::inbound && packet.direction != Direction::outbound)
+    message.remarks.push_back("the capture does not say who sent it");
   if (!packet.comment.empty()) message.remarks.push_back(printable(packet.comment));
   if (packet.length > packet.bytes.size())
     message.remarks.push_back("the capture has " + std::to_string(packet.bytes.size()) + " of " +
@@ -58,16 +54,13 @@ aaa_messages::Decoded decoded(const Interface& interface, const Packet& packet) 
 std::string to_text(const Interface& interface, const Packet& packet,
                     const aaa_messages::Rendering& rendering) {
   const std::string client = printable(interface.description);
-  return text_of_time(packet.time) + " " + text_of(packet.direction) + " " +
-         (client.empty() ? "-" : client) + " " +
+  return text_of_time(packet.time) + " " + (client.empty() ? "-" : client) + " " +
          aaa_messages::to_text(decoded(interface, packet), rendering);
 }
 
 std::string to_json(const Interface& interface, const Packet& packet,
                     const aaa_messages::Rendering& rendering) {
-  Json line = {{"time", text_of_time(packet.time)},
-               {"direction", text_of(packet.direction)},
-               {"client", printable(interface.description)}};
+  Json line = {{"time", text_of_time(packet.time)}, {"client", printable(interface.description)}};
   line.update(aaa_messages::to_json(decoded(interface, packet), rendering));
   return line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }

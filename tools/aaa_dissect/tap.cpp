@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <system_error>
 #include <utility>
 
 namespace aaa_dissect {
@@ -13,7 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kRetryInterval{10};
 // For what has been read, when a receiver does not read.
-constexpr std::chrono::seconds kTimeToEnd{5};
+constexpr std::chrono::seconds kTimeToEnd{2};
 
 aaa_sim::FileDescriptor termination_signals() {
   sigset_t signals;
@@ -42,6 +43,18 @@ Tap::Tap(const std::string& directory, const std::string& daemon_directory, Show
   loop_.watch(retry_.fd(), EPOLLIN, [this](std::uint32_t) { connect_waiting(); });
   loop_.watch(deadline_.fd(), EPOLLIN, [this](std::uint32_t) { loop_.quit(); });
   loop_.watch(listener_->fd(), EPOLLIN, [this](std::uint32_t) { accept(); });
+}
+
+// Only the error is waited for. A file, which has none, cannot be watched.
+void Tap::end_with(int pipe) {
+  try {
+    loop_.watch(pipe, 0, [this, pipe](std::uint32_t) {
+      loop_.forget(pipe);
+      end();
+    });
+  } catch (const std::system_error& error) {
+    if (error.code().value() != EPERM) throw;
+  }
 }
 
 bool Tap::run() {
