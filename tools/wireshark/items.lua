@@ -19,7 +19,8 @@ function Items:head()
 end
 
 function Items:may_skip(tag)
-  return self.list.other_items == "skipped" and tag ~= tables.masked_tag
+  local is_masked = tag % 0x10000 == tables.masked_tag  -- also one of 32 bits
+  return self.list.other_items == "skipped" and not is_masked
 end
 
 -- Whether the attribute named before a value holds a password or a key.
