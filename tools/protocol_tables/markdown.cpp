@@ -124,34 +124,35 @@ void write_block(const Block& block, std::ostream& out) {
         << " |\n";
 }
 
-std::string note_on(const Item& item) {
-  std::string note;
-  if (item.secret) append(note, "secret");
-  if (item.secret_by_name) append(note, "secret after the name of one");
-  if (!item.counted_by.empty()) append(note, "counted by " + code(item.counted_by));
-  return note;
+std::string describe_value(const Item& item) {
+  std::string value = type_of(item);
+  if (item.secret) append(value, "secret");
+  if (item.secret_by_name) append(value, "secret behind the name of one");
+  if (!item.counted_by.empty()) append(value, "counted by " + code(item.counted_by));
+  return value;
 }
 
 std::string describe(const ItemList& list) {
-  const std::string heads = list.heads == Heads::small ? "Small" : "Large";
-  const std::string number = list.complete ? ", each item once, in this order" : "";
-  return heads + " heads" + number + "; other items are " + std::string(name_of(list.other_items)) +
-         ".";
+  const std::string heads = list.heads == Heads::small ? "small" : "large";
+  const std::string number = list.complete ? "each once, in this order; " : "";
+  const std::string others = list.other_items == OtherItems::skipped
+                                 ? "other items are skipped"
+                                 : "of other items only the head is skipped";
+  return "Items with " + heads + " heads, " + number + others + ":\n\n";
 }
 
 // Blocks and lists inside items follow the list.
 void write_items(const ItemList& list, std::ostream& out) {
-  out << describe(list) << "\n\n| tag | item | value | |\n|---|---|---|---|\n";
+  out << describe(list) << "| tag | item | value |\n|---|---|---|\n";
   for (const Item& item : list.items)
-    out << "| " << item.tag << " | " << code(item.name) << " | " << type_of(item) << " | "
-        << note_on(item) << " |\n";
+    out << "| " << item.tag << " | " << code(item.name) << " | " << describe_value(item) << " |\n";
   for (const Item& item : list.items) {
     if (item.block != nullptr) {
       out << "\n" << code(item.name) << ", a block of " << item.block->size << " bytes:\n\n";
       write_block(*item.block, out);
     }
     if (item.items != nullptr) {
-      out << "\nThe items in " << code(item.name) << ":\n\n";
+      out << "\nBehind the block, in " << code(item.name) << ": ";
       write_items(*item.items, out);
     }
   }
@@ -162,7 +163,7 @@ bool write_record(std::string_view name, std::ostream& out) {
     bool is_found = false;
     for (const Part& part : message.parts) {
       if (record_of(part) != name) continue;
-      if (is_found) out << "\nThen items.\n\n";
+      if (is_found) out << '\n';
       if (part.block != nullptr) {
         out << "A block of " << part.block->size << " bytes:\n\n";
         write_block(*part.block, out);
