@@ -125,6 +125,7 @@ TEST_F(TapTest, ADaemonThatClosesIsClosedForTheClient) {
   sim_.close_connections();
   EXPECT_TRUE(client.request.is_closed_by_peer());
   EXPECT_TRUE(client.event.is_closed_by_peer());
+  EXPECT_FALSE(client.request.try_send(kHeartbeat)) << "closed in one direction only";
   RawClient again = register_client();
   sim_.stop();
   EXPECT_TRUE(again.request.is_closed_by_peer());

@@ -148,6 +148,15 @@ void write_info_record(const fs::path& directory) {
   write(directory, "full", traffic::full_body<Record>());
 }
 
+// A byte with the socket and the sender, and a message.
+void write_messages(const fs::path& directory) {
+  for (const test::MessageSample& sample : test::message_samples()) {
+    const int socket = static_cast<int>(sample.socket);
+    const int sender = static_cast<int>(sample.sender);
+    write(directory, sample.name, static_cast<char>(socket | sender << 2) + sample.bytes());
+  }
+}
+
 void write_radext(const fs::path& directory) {
   radext_msg record{};
   record.text_a = record.text_c = record.text_h = "text";
@@ -181,26 +190,23 @@ void write_radius(const fs::path& directory) {
   write(directory, "coa", radius_input(4, 43, signature + hex("01036e 200373")));
 }
 
-// A message of each type, by itself, and the short ones in a capture.
-void write_dissect(const fs::path& directory) {
+// A capture of short messages.
+void write_capture(const fs::path& directory) {
   using test::hex;
   std::string capture =
-      std::string(1, '\0') + hex("0a0d0d0a 1c000000 4d3c2b1a 0100 0000 ffffffffffffffff 1c000000"
-                                 "01000000 14000000 9300 0000 00000000 14000000");
+      hex("0a0d0d0a 1c000000 4d3c2b1a 0100 0000 ffffffffffffffff 1c000000"
+          "01000000 20000000 9300 0000 00000000 0200 0100 78000000 0000 0000"
+          "20000000");
   for (const test::MessageSample& sample : test::message_samples()) {
-    const bool from_daemon = sample.sender == aaa_messages::Sender::daemon;
-    const bool is_event = sample.socket == aaa_messages::Socket::event;
     std::string bytes = sample.bytes();
-    write(directory, sample.name,
-          std::string(1, static_cast<char>(8 + 2 * from_daemon + is_event)) + bytes);
     if (bytes.size() > 64) continue;
     const auto size = static_cast<std::uint32_t>(bytes.size());
     bytes.resize((bytes.size() + 3) / 4 * 4);
     const auto length = static_cast<std::uint32_t>(44 + bytes.size());
     capture += word_bytes({6, length, 0, 0, 1, size, size}) + bytes +
-               word_bytes({4 << 16 | 2, from_daemon ? 2u : 1u, 0, length});
+               word_bytes({4 << 16 | 2, 1, 0, length});
   }
-  write(directory, "capture", capture);
+  write(directory, "messages", capture);
 }
 
 void write_link(const fs::path& directory) {
@@ -243,11 +249,12 @@ int main(int argc, char** argv) {
   write_info_record<author_info>(corpus / "author_info");
   write_info_record<acct_info>(corpus / "acct_info");
   write_info_record<result_info>(corpus / "result_info");
+  write_messages(corpus / "messages");
   write_radext(corpus / "radext");
   write(corpus / "ldap_search_info", "question", traffic::ldap_search_body());
   write(corpus / "ldap_search_result", "answer", traffic::ldap_answer_body());
   write_radius(corpus / "radius");
-  write_dissect(corpus / "dissect");
+  write_capture(corpus / "capture");
   write_link(corpus / "link");
   write_dictionary(corpus / "link.dict");
 }

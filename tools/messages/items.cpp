@@ -72,7 +72,8 @@ class ItemReader {
   // The place of an item that the list has not.
   struct Stranger {
     std::size_t at;
-    std::size_t fields;
+    std::size_t fields;   // before it
+    std::size_t remarks;  // before it
   };
 
   Outcome read_item() {
@@ -85,13 +86,15 @@ class ItemReader {
         item != nullptr && item->items != nullptr ? item->block->size : std::size_t{0};
     const std::uint64_t length = head->length + front;
     if (length > cursor_.claimed_end - cursor_.at - head->size) return Outcome::unreadable;
-    if (item == nullptr && !stranger_) stranger_ = Stranger{cursor_.at, fields_.size()};
+    if (item == nullptr && !stranger_)
+      stranger_ = {cursor_.at, fields_.size(), cursor_.remarks.size()};
     cursor_.at += head->size;
     return take(item, head->tag, length);
   }
 
   bool may_skip(const Head& head) const {
-    return list_.other_items == OtherItems::skipped && head.tag != masked_tag;
+    const bool is_masked = (head.tag & 0xffff) == masked_tag;  // also one of 32 bits
+    return list_.other_items == OtherItems::skipped && !is_masked;
   }
 
   Outcome take(const Item* item, std::uint32_t tag, std::uint64_t length) {
@@ -157,6 +160,7 @@ class ItemReader {
     if (stranger_) {
       cursor_.at = stranger_->at;
       fields_.resize(stranger_->fields);
+      cursor_.remarks.resize(stranger_->remarks);
     }
     hide_all();
     cursor_.remark("the items from byte " + std::to_string(cursor_.at) + " on cannot be read");
