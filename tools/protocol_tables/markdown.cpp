@@ -134,16 +134,16 @@ std::string describe_value(const Item& item) {
 
 std::string describe(const ItemList& list) {
   const std::string heads = list.heads == Heads::small ? "small" : "large";
-  const std::string number = list.complete ? "each once, in this order; " : "";
+  const std::string number = list.complete ? ", each once, in this order" : "";
   const std::string others = list.other_items == OtherItems::skipped
                                  ? "other items are skipped"
                                  : "of other items only the head is skipped";
-  return "Items with " + heads + " heads, " + number + others + ":\n\n";
+  return " with " + heads + " heads" + number + "; " + others + ":\n\n";
 }
 
 // Blocks and lists inside items follow the list.
-void write_items(const ItemList& list, std::ostream& out) {
-  out << describe(list) << "| tag | item | value |\n|---|---|---|\n";
+void write_items(const ItemList& list, const std::string& which, std::ostream& out) {
+  out << which << describe(list) << "| tag | item | value |\n|---|---|---|\n";
   for (const Item& item : list.items)
     out << "| " << item.tag << " | " << code(item.name) << " | " << describe_value(item) << " |\n";
   for (const Item& item : list.items) {
@@ -152,8 +152,8 @@ void write_items(const ItemList& list, std::ostream& out) {
       write_block(*item.block, out);
     }
     if (item.items != nullptr) {
-      out << "\nBehind the block, in " << code(item.name) << ": ";
-      write_items(*item.items, out);
+      out << '\n';
+      write_items(*item.items, "In " + code(item.name) + ", behind its block: items", out);
     }
   }
 }
@@ -168,7 +168,7 @@ bool write_record(std::string_view name, std::ostream& out) {
         out << "A block of " << part.block->size << " bytes:\n\n";
         write_block(*part.block, out);
       }
-      if (part.items != nullptr) write_items(*part.items, out);
+      if (part.items != nullptr) write_items(*part.items, "Items", out);
       is_found = true;
     }
     if (is_found) return true;
