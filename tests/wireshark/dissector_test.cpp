@@ -70,15 +70,15 @@ class Packets {
 
   void add_cut(const MessageSample& sample) {
     const std::string bytes = sample.bytes();
-    for (std::size_t size : {0, 15, 16, 17, 18, 19, 20, 21, 23, 27})
+    for (std::size_t size : {0, 15, 16, 18, 20, 23, 27})
       packets_.push_back(packet_of(sample, bytes.substr(0, size)));
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 4; ++i)
       packets_.push_back(packet_of(sample, bytes.substr(0, below(bytes.size()))));
   }
 
   // One byte, or several, and mostly where lengths are: behind the header and near the end.
   void add_changed(const MessageSample& sample) {
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 12; ++i) {
       std::string bytes = sample.bytes();
       const std::size_t end = i % 2 == 0 ? bytes.size() : std::min<std::size_t>(bytes.size(), 40);
       const std::size_t start = i % 3 == 0 && bytes.size() > 200 ? bytes.size() - 200 : 0;

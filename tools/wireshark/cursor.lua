@@ -2,6 +2,10 @@
 -- descriptions, places, and whether they are secret. The tree is made from it at last, because
 -- bytes behind a field can show that the field is not what it seems.
 
+local function shorten(list, length)
+  for i = #list, length + 1, -1 do list[i] = nil end
+end
+
 local Cursor = {}
 Cursor.__index = Cursor
 

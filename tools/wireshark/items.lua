@@ -93,7 +93,7 @@ function Items:read_item()
   local length = head.length + (item and item.list and item.block.size or 0)
   if length > cursor.claimed_stop - cursor.at - head.size then return "unreadable" end
   if not item and not self.stranger then
-    self.stranger = { at = cursor.at, count = #self.nodes }
+    self.stranger = { at = cursor.at, nodes = #self.nodes, remarks = #cursor.remarks }
   end
   cursor.at = cursor.at + head.size
   return self:take(item, head.tag, length)
@@ -113,7 +113,8 @@ end
 function Items:give_up()
   if self.stranger then
     self.cursor.at = self.stranger.at
-    for i = #self.nodes, self.stranger.count + 1, -1 do self.nodes[i] = nil end
+    shorten(self.nodes, self.stranger.nodes)
+    shorten(self.cursor.remarks, self.stranger.remarks)
   end
   self:hide_all()
   self.cursor:remark("the items from byte %d on cannot be read", self.cursor.at)

@@ -19,12 +19,13 @@ function Body:read_counted_text(part)
   local cursor, nodes, width = self.cursor, self.nodes, part.length_width
   if cursor:left() < width then return false end
   local length = cursor:number(0, width)
-  if length > cursor:left() - width then return false end
   nodes[#nodes + 1] = { field = part.length_field, name = part.length_field.name, at = cursor.at,
     length = width }
-  nodes[#nodes + 1] = { field = part.field, name = part.name, at = cursor.at + width,
-    length = length, secret = part.secret, is_counted = true }
-  cursor.at = cursor.at + width + length
+  cursor.at = cursor.at + width
+  if length > cursor:left() then return false end
+  nodes[#nodes + 1] = { field = part.field, name = part.name, at = cursor.at, length = length,
+    secret = part.secret }
+  cursor.at = cursor.at + length
   return true
 end
 
@@ -46,7 +47,7 @@ local readers = {
   items = function(body, part) return Items.read(body.cursor, part.list, body.nodes) end,
   short_text = Body.read_counted_text,
   long_text = function(body, part)
-    body.long_texts = body.long_texts or { at = body.cursor.at, count = #body.nodes }
+    body.long_texts = body.long_texts or { at = body.cursor.at, nodes = #body.nodes }
     return body:read_counted_text(part)
   end,
   text = Body.read_rest,
@@ -65,7 +66,7 @@ local readers = {
 function Body:doubt_texts()
   if self.long_texts then
     self.cursor.at = self.long_texts.at
-    for i = #self.nodes, self.long_texts.count + 1, -1 do self.nodes[i] = nil end
+    shorten(self.nodes, self.long_texts.nodes)
   end
   for _, node in ipairs(self.nodes) do
     if node.name == "group_name" then node.secret = true end
