@@ -86,8 +86,9 @@ std::string describe(const Part& part) {
       return code(part.name) + " octets";
     case Shape::messages:
       return "messages";
-    case Shape::unknown:
     case Shape::items:
+      throw std::runtime_error("the items of a message have no name");
+    case Shape::unknown:
       break;
   }
   return "not read";
