@@ -42,7 +42,7 @@ class Tap {
     if (!messages_.empty()) return messages_;
     const std::string output = directory_ + "/dissected";
     BoundProgram program(AAA_DISSECT_PROGRAM, {"--json", capture_}, "", output);
-    EXPECT_EQ(program.exit_status(), 0) << program.remaining_errors();
+    EXPECT_EQ(program.exit_status(std::chrono::seconds(60)), 0) << program.remaining_errors();
     return messages_ = split_lines(contents_of(output));
   }
   std::size_t captured(std::uint32_t type) {

@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::istringstream input(std::string(data, data + size));
   aaa_capture::Reader reader(input);
   try {
-    for (Packet packet; reader.next(packet);)
+    for (aaa_capture::Packet packet; reader.next(packet);)
       fuzz::mask(reader.interface(), packet);
   } catch (const aaa_capture::CaptureError&) {
     return 0;  // as anything may be

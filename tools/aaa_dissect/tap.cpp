@@ -13,7 +13,7 @@ namespace aaa_dissect {
 namespace {
 
 constexpr std::chrono::milliseconds kRetryInterval{10};
-// For what has been read, when a receiver does not read.
+// For receivers that do not read, while nothing else is left to do.
 constexpr std::chrono::seconds kTimeToEnd{2};
 
 aaa_sim::FileDescriptor termination_signals() {
@@ -136,6 +136,7 @@ void Tap::add(Waiting& waiting, aaa_sim::FileDescriptor daemon) {
 }
 
 void Tap::on_ready(std::uint64_t id, std::size_t side, std::uint32_t events) {
+  if (!listener_) deadline_.set_once(kTimeToEnd);
   const auto found = links_.find(id);
   if (found == links_.end() || found->second.handle(side, events)) return;
   links_.erase(found);
