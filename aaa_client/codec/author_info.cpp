@@ -1,29 +1,9 @@
 // One user's authorization request.
 #include "aaa_codec.h"
-#include "codec/record_codec.h"
-#include "codec/record_layout.h"
+#include "codec/record_tables.h"
 
 namespace aaa {
 namespace {
-
-// clang-format off
-using AuthorBlock = Layout<author_info, AAA_AUTHOR_BLOCK_SIZE,
-    Row<   0, &author_info::num_a,       u32>,
-    Row<   4, &author_info::code_a,      low_byte>,
-    Row<   5, &author_info::code_b,      low_byte>,
-    Row<   8, &author_info::session_id,  u32>,
-    Row<  12, &author_info::num_b,       u32>,
-    Row<  20, &author_info::octets128_a, octets<128>>,
-    Row< 148, &author_info::short_a,     u16>,
-    Row< 150, &author_info::short_b,     u16>,
-    Row< 152, &author_info::flag_a,      flag>>;
-
-using AuthorItems = ItemList<
-    FixedBlock<AuthorBlock>,
-    Value<2, &author_info::user_password>,
-    Text<301, &author_info::ext_text>,
-    GrowingData<299, &author_info::tail_data, &author_info::tail_len>>;
-// clang-format on
 
 struct AuthorCodec {
   using Record = author_info;

@@ -5,25 +5,13 @@
 #include <span>
 
 #include "aaa_codec.h"
+#include "codec/ldap_items.h"
 #include "codec/tlv.h"
 #include "transport/base/memory.h"
 
 namespace aaa {
 namespace {
 
-enum LdapItem : std::uint16_t {
-  item_301 = 301,
-  item_306 = 306,
-  item_307 = 307,
-  attribute_item = 308,
-  item_309 = 309,
-  entry_item = 310,
-  dn_item = 311,
-  name_item = 312,
-  value_item = 313
-};
-
-constexpr std::uint32_t entry_head_size = 8;  // type, body length, pair count
 static_assert(offsetof(ldap_dn_entry, dn) == entry_head_size);
 // The heads are sent as they are in memory.
 static_assert(sizeof(ldap_search_head) == 40 && sizeof(ldap_result_head) == 24);

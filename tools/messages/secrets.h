@@ -1,0 +1,15 @@
+// Passwords and keys in messages.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "messages/decoder.h"
+
+namespace aaa_messages {
+
+// Overwrites the secret bytes of `bytes`, a copy of the frame's, with '*'. No length changes: the
+// masked message decodes to the same fields. REQUIRES: `bytes` is as long as the frame.
+void mask_secrets(const Frame& frame, std::span<std::uint8_t> bytes);
+
+}  // namespace aaa_messages
