@@ -12,7 +12,8 @@ set_target_properties(aaa_client PROPERTIES PUBLIC_HEADER "${AAA_PUBLIC_HEADERS}
 
 set(AAA_INSTALLED_LIBRARIES aaa_client)
 if(TARGET platform_host)
-  list(APPEND AAA_INSTALLED_LIBRARIES platform_host platform_host_events)
+  get_property(AAA_EVENT_LOOPS GLOBAL PROPERTY AAA_EVENT_LOOPS)
+  list(APPEND AAA_INSTALLED_LIBRARIES platform_host ${AAA_EVENT_LOOPS})
   # The library finds its neighbour wherever the two are moved.
   set_target_properties(aaa_client PROPERTIES INSTALL_RPATH $ORIGIN)
 endif()

@@ -25,13 +25,14 @@ void register_client(reg_info info) {
   if (aaa_svr_reg(&info) != 0 || aaa_is_alive() == 0) throw std::runtime_error("not registered");
 }
 
-void register_with_peer(reg_info info, const ServePeer& serve) {
+void register_with_peer(reg_info info, const ServePeer& serve,
+                        const std::function<void(reg_info)>& register_self) {
   const Registrar registrar;
   start_server([&] {
     const int request_socket = registrar.accept_request_socket();
     serve(request_socket, registrar.accept_event_socket());
   });
-  register_client(info);
+  register_self(info);
 }
 
 CallbackRequests::CallbackRequests(std::size_t body_length)

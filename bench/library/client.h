@@ -11,11 +11,13 @@ namespace bench {
 // The peer's work after both sockets are registered.
 using ServePeer = std::function<void(int request_socket, int event_socket)>;
 
-// Starts the peer and registers with it. Sets `info.model_name`. Throws if the registration fails.
-void register_with_peer(reg_info info, const ServePeer& serve);
-
-// Registers only, where clients share a peer.
+// Registers only, where clients share a peer. Sets `info.model_name`. Throws if the registration
+// fails.
 void register_client(reg_info info);
+
+// Starts the peer and registers with it.
+void register_with_peer(reg_info info, const ServePeer& serve,
+                        const std::function<void(reg_info)>& register_self = register_client);
 
 // Requests with results to the result callback, one at a time.
 class CallbackRequests {

@@ -1,17 +1,15 @@
-// Messages of the daemon. --bytes: of a body; from 1,433 on it is a result, below a message of type
-// 123. --pause N: one message every N microseconds.
+// Messages of the daemon. --bytes: of a body, see inbound_message.h. --pause N: one message every N
+// microseconds.
 #include <semaphore.h>
 
 #include <atomic>
 
 #include "library/client.h"
+#include "library/inbound_message.h"
 #include "support/event_source.h"
-#include "support/records.h"
 #include "support/workload.h"
 
 namespace {
-
-constexpr std::size_t least_result = 1433;
 
 std::atomic<std::size_t> expected;
 sem_t all_taken;
@@ -28,12 +26,6 @@ void note_deletion(std::uint32_t, std::uint32_t, std::uint32_t) {
   count_one();
 }
 
-bench::Bytes message_of(std::size_t body_length) {
-  if (body_length < least_result) return bench::blank_frame(AAA_MSG_DEL_MSG_REQ, body_length);
-  const bench::Bytes body = bench::typical_result(body_length);
-  return bench::frame(AAA_MSG_NOTIFY_RESULT, 1, body.data(), body.size());
-}
-
 class Inbound : public bench::Workload {
  public:
   explicit Inbound(const bench::Options& options) {
@@ -42,8 +34,7 @@ class Inbound : public bench::Workload {
     info.notify_result_cb = note_result;
     info.del_msg_req_cb = note_deletion;
     bench::register_with_peer(info, [&](int, int event_socket) {
-      source_.serve(event_socket, message_of(options.number("bytes", bench::usual_body)),
-                    options.number("pause", 0));
+      source_.serve(event_socket, bench::inbound_message(options), options.number("pause", 0));
     });
   }
 

@@ -35,6 +35,7 @@ def measure(build, compare, quick):
     programs = build / "bench"
     say("times")
     rows = speed.measure_groups(programs, speed.GROUPS)
+    rows += speed.measure_groups(programs, speed.installed(programs, speed.LOOP_GROUPS))
     if compare:
         say("peers")
         rows += speed.measure_groups(programs, speed.installed(programs, speed.PEER_GROUPS))

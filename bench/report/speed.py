@@ -77,6 +77,17 @@ CODECS = [
 # The programs of a group run in turns.
 GROUPS = [ROUND_TRIPS, EXCHANGES, REQUESTS, MESSAGES, CODECS]
 
+AGENT_INBOUND = [
+    Speed("inbound results in agent mode, loop on poll", "library_loop_inbound_poll",
+          name, program, None, True)
+    for name, program in [
+        ("loop on libevent", "library_loop_inbound"),
+        ("loop on sd-event", "library_loop_inbound_sd"),
+        ("receive thread", INBOUND),
+    ]
+]
+LOOP_GROUPS = [AGENT_INBOUND]
+
 PEER_ROUND_TRIPS = [
     Speed("round trip, result callback", CALLBACK, name, f"peer_{program}", goal)
     for name, program, goal in [

@@ -1,4 +1,4 @@
-// Agent mode on the event loop of a development host, whose timers of the library are short.
+// Agent mode on an event loop of a development host, whose timers of the library are short.
 #include <atomic>
 #include <optional>
 
@@ -74,6 +74,26 @@ TEST_F(AgentLoop, AUserIsAuthenticatedThroughTheCallback) {
   expect_registrations(1);
   EXPECT_EQ(0u, log_in("alice", "secret", ResultBy::callback).code);
   EXPECT_EQ(1u, log_in("alice", "wrong", ResultBy::callback).code);
+}
+
+TEST_F(AgentLoop, StartsBeforeTheLoopRuns) {
+  const reg_info info = client();
+  loop_.emplace([&](zv_thread_master* master) { EXPECT_EQ(0, aaa_agent_init(&info, master)); });
+  expect_registrations(1);
+}
+
+TEST_F(AgentLoop, AWatchThatIsAskedForAgainReplacesTheFirst) {
+  init(client_with(ResultBy::callback));
+  expect_registrations(1);
+  for (int i = 0; i < 3; ++i) {
+    loop_->call([] {
+      EXPECT_EQ(0, aaa_lib_thread_event(2, nullptr, aaa::load(g_aaa_client_cb.async_fd)));
+    });
+    EXPECT_EQ(1u, loop_->scheduled("aaa-read"));
+    EXPECT_EQ(0u, log_in("alice", "secret", ResultBy::callback).code);
+  }
+  sim_.close_connections();
+  expect_registrations(2);
 }
 
 TEST_F(AgentLoop, ABatchingClientGetsItsResults) {

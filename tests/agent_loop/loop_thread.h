@@ -1,4 +1,4 @@
-// The development host's event loop on a thread of its own.
+// An event loop of the development host on a thread of its own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,9 +18,12 @@ namespace test {
 
 class LoopThread {
  public:
-  LoopThread() {
+  // `before` is called before the loop runs.
+  explicit LoopThread(const std::function<void(zv_thread_master*)>& before = [](zv_thread_master*) {
+  }) {
     EXPECT_EQ(0, pipe(wake_));
     watch();
+    before(master_);
     thread_ = std::thread([this] { EXPECT_EQ(0, zv_host_run(master_)); });
   }
   ~LoopThread() {

@@ -27,7 +27,8 @@ int main(void) {
   const reg_info registration = {.model_name = "threads"};
   g_aaa_status.debug = 1;
   if (is_loaded("libevent")) return complain("libevent is loaded");
-  if (is_loaded("platform_host_events")) return complain("the event threads are loaded");
+  if (is_loaded("libsystemd")) return complain("sd-event is loaded");
+  if (is_loaded("platform_host_events")) return complain("an event loop is loaded");
   if (aaa_agent_init(&registration, (struct zv_thread_master*)&loop) != -1) {
     return complain("agent mode without an event library");
   }

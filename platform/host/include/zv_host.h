@@ -1,13 +1,14 @@
 /*
- * The event loop of a development host, an implementation of zv_thread.h on libevent. It is a
- * separate library, platform_host_events, so a client without a loop loads neither.
+ * An event loop of a development host, an implementation of zv_thread.h. There are three, each a
+ * library of its own, so a client without a loop loads none: platform_host_events (libevent),
+ * platform_host_events_sd (sd-event) and platform_host_events_poll (poll(2) alone).
  *
  * Call all functions of this header and of zv_thread.h on the loop's thread, from inside a task
  * too, or while the loop does not run.
  *
  * A task runs once. Its handle is valid until the task has returned; zv_thread_cancel() has no
  * effect on a running task. A ready read runs before events and timers. A watched descriptor may be
- * closed before its read is cancelled, unless its number is watched again meanwhile.
+ * closed before its read is cancelled, unless its number is used again meanwhile.
  */
 #ifndef PLATFORM_ZV_HOST_H
 #define PLATFORM_ZV_HOST_H
