@@ -12,6 +12,7 @@
 
 #include "fuzz/link/link_script.h"
 #include "fuzz/link/scripted_client.h"
+#include "messages/samples.h"
 #include "traffic/calls.h"
 
 namespace fuzz {
@@ -147,6 +148,15 @@ void write_info_record(const fs::path& directory) {
   write(directory, "full", traffic::full_body<Record>());
 }
 
+// A byte with the socket and the sender, and a message.
+void write_messages(const fs::path& directory) {
+  for (const test::MessageSample& sample : test::message_samples()) {
+    const int socket = static_cast<int>(sample.socket);
+    const int sender = static_cast<int>(sample.sender);
+    write(directory, sample.name, static_cast<char>(socket | sender << 2) + sample.bytes());
+  }
+}
+
 void write_radext(const fs::path& directory) {
   radext_msg record{};
   record.text_a = record.text_c = record.text_h = "text";
@@ -178,6 +188,25 @@ void write_radius(const fs::path& directory) {
   write(directory, "accounting", radius_input(3, 5, ""));
   write(directory, "disconnect", radius_input(0, 40, hex("2c0a3030303030303037 210370")));
   write(directory, "coa", radius_input(4, 43, signature + hex("01036e 200373")));
+}
+
+// A capture of short messages.
+void write_capture(const fs::path& directory) {
+  using test::hex;
+  std::string capture =
+      hex("0a0d0d0a 1c000000 4d3c2b1a 0100 0000 ffffffffffffffff 1c000000"
+          "01000000 20000000 9300 0000 00000000 0200 0100 78000000 0000 0000"
+          "20000000");
+  for (const test::MessageSample& sample : test::message_samples()) {
+    std::string bytes = sample.bytes();
+    if (bytes.size() > 64) continue;
+    const auto size = static_cast<std::uint32_t>(bytes.size());
+    bytes.resize((bytes.size() + 3) / 4 * 4);
+    const auto length = static_cast<std::uint32_t>(44 + bytes.size());
+    capture += word_bytes({6, length, 0, 0, 1, size, size}) + bytes +
+               word_bytes({4 << 16 | 2, 1, 0, length});
+  }
+  write(directory, "messages", capture);
 }
 
 void write_link(const fs::path& directory) {
@@ -220,10 +249,12 @@ int main(int argc, char** argv) {
   write_info_record<author_info>(corpus / "author_info");
   write_info_record<acct_info>(corpus / "acct_info");
   write_info_record<result_info>(corpus / "result_info");
+  write_messages(corpus / "messages");
   write_radext(corpus / "radext");
   write(corpus / "ldap_search_info", "question", traffic::ldap_search_body());
   write(corpus / "ldap_search_result", "answer", traffic::ldap_answer_body());
   write_radius(corpus / "radius");
+  write_capture(corpus / "capture");
   write_link(corpus / "link");
   write_dictionary(corpus / "link.dict");
 }

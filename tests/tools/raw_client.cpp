@@ -23,8 +23,12 @@ RawConnection::RawConnection(const std::string& path)
 }
 
 void RawConnection::send(const std::string& bytes) {
-  EXPECT_EQ(::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
-            static_cast<ssize_t>(bytes.size()));
+  EXPECT_TRUE(try_send(bytes));
+}
+
+bool RawConnection::try_send(const std::string& bytes) {
+  return ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
+         static_cast<ssize_t>(bytes.size());
 }
 
 std::string RawConnection::receive(std::size_t size) {

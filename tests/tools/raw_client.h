@@ -25,6 +25,8 @@ class RawConnection {
   explicit RawConnection(const std::string& path);
 
   void send(const std::string& bytes);
+  // False when the peer has closed.
+  bool try_send(const std::string& bytes);
   // Less than `size` bytes after 5 seconds or when the peer closes.
   std::string receive(std::size_t size);
   // Header and body; empty after a timeout.

@@ -44,8 +44,8 @@ Field take_unknown(BodyCursor& cursor, std::string_view name, std::size_t length
 bool read_block(BodyCursor& cursor, const Block& block, std::string_view name,
                 std::vector<Field>& fields);
 
-// Items up to the cursor's end. When they cannot be read to the end, lengths may be wrong, and a
-// value may be a piece of another: then all of them are secret.
+// Items up to the cursor's end. When they cannot be read to the end or are not those that belong
+// there, lengths and tags may be wrong, and a value a piece of another: then all are secret.
 bool read_items(BodyCursor& cursor, const ItemList& list, std::vector<Field>& fields);
 
 }  // namespace aaa_messages

@@ -12,8 +12,6 @@
 namespace aaa_messages {
 namespace {
 
-constexpr std::uint32_t marker = 0x01010101;
-
 std::uint64_t size_of(const Decoded& message) {
   return sizeof(aaa_ipc_header) + std::uint64_t{message.body_length};
 }
@@ -27,11 +25,11 @@ bool take_counted_text(BodyCursor& cursor, const Part& part, std::size_t width,
   if (cursor.left() < width) return false;
   const std::string name(part.name);
   const std::uint64_t claimed = little_number(cursor.next(width));
-  if (claimed > cursor.left() - width) return false;
-  const auto length = static_cast<std::size_t>(claimed);
   fields.push_back(
       {.name = name + "_length", .offset = cursor.at, .length = width, .value = claimed});
   cursor.at += width;
+  if (claimed > cursor.left()) return false;
+  const auto length = static_cast<std::size_t>(claimed);
   const auto text = cursor.next(length);
   fields.push_back({.name = name,
                     .offset = cursor.at,

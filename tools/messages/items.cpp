@@ -18,9 +18,6 @@ struct Head {
   std::uint64_t length;
 };
 
-// What mask_secrets() makes of a head that cannot be read.
-constexpr std::uint32_t masked_tag = 0x2a2a;
-
 // Nothing when the head is not there as a whole or contradicts itself.
 std::optional<Head> head_at(const BodyCursor& cursor, Heads heads) {
   const std::size_t word = heads == Heads::small ? 2 : 4;
@@ -33,7 +30,7 @@ std::optional<Head> head_at(const BodyCursor& cursor, Heads heads) {
   return head;
 }
 
-// Whether an attribute of a directory holds a password or a key.
+// Whether the attribute named before a value holds a password or a key.
 bool names_a_secret(const std::vector<Field>& fields) {
   if (fields.empty() || fields.back().name != "name") return true;
   const auto* name = std::get_if<Octets>(&fields.back().value);
@@ -41,9 +38,8 @@ bool names_a_secret(const std::vector<Field>& fields) {
   std::string lower;
   for (const std::uint8_t byte : *name)
     lower += static_cast<char>(std::tolower(byte));
-  constexpr std::string_view words[] = {"password", "passwd", "pwd", "secret", "key"};
   return std::ranges::any_of(
-      words, [&](std::string_view word) { return lower.find(word) != std::string::npos; });
+      secret_words, [&](std::string_view word) { return lower.find(word) != std::string::npos; });
 }
 
 // Not the rows of blocks: their places do not depend on what is before them.
@@ -61,11 +57,12 @@ class ItemReader {
   bool read() {
     while (cursor_.left() > 0) {
       const Outcome outcome = read_item();
-      if (outcome == Outcome::unreadable) hide();
+      if (outcome == Outcome::unreadable) give_up();
       if (outcome != Outcome::read) return false;
     }
-    check_presence();
-    check_counts();
+    const bool present = check_presence();
+    const bool counted = check_counts();
+    if (!present || !counted) hide_all();
     return true;
   }
 
@@ -75,7 +72,8 @@ class ItemReader {
   // The place of an item that the list has not.
   struct Stranger {
     std::size_t at;
-    std::size_t fields;
+    std::size_t fields;   // before it
+    std::size_t remarks;  // before it
   };
 
   Outcome read_item() {
@@ -88,13 +86,15 @@ class ItemReader {
         item != nullptr && item->items != nullptr ? item->block->size : std::size_t{0};
     const std::uint64_t length = head->length + front;
     if (length > cursor_.claimed_end - cursor_.at - head->size) return Outcome::unreadable;
-    if (item == nullptr && !stranger_) stranger_ = Stranger{cursor_.at, fields_.size()};
+    if (item == nullptr && !stranger_)
+      stranger_ = {cursor_.at, fields_.size(), cursor_.remarks.size()};
     cursor_.at += head->size;
     return take(item, head->tag, length);
   }
 
   bool may_skip(const Head& head) const {
-    return list_.other_items == OtherItems::skipped && head.tag != masked_tag;
+    const bool is_masked = (head.tag & 0xffff) == masked_tag;  // also one of 32 bits
+    return list_.other_items == OtherItems::skipped && !is_masked;
   }
 
   Outcome take(const Item* item, std::uint32_t tag, std::uint64_t length) {
@@ -150,14 +150,19 @@ class ItemReader {
     field.secret = item.secret || (item.secret_by_name && names_a_secret(fields_));
   }
 
+  void hide_all() {
+    for (std::size_t i = first_; i < fields_.size(); ++i)
+      hide_items(fields_[i]);
+  }
+
   // From here on, or from the first item on that the list has not: it may be none.
-  void hide() {
+  void give_up() {
     if (stranger_) {
       cursor_.at = stranger_->at;
       fields_.resize(stranger_->fields);
+      cursor_.remarks.resize(stranger_->remarks);
     }
-    for (std::size_t i = first_; i < fields_.size(); ++i)
-      hide_items(fields_[i]);
+    hide_all();
     cursor_.remark("the items from byte " + std::to_string(cursor_.at) + " on cannot be read");
     fields_.push_back(take_unknown(cursor_, "undecoded", cursor_.left()));
   }
@@ -169,14 +174,16 @@ class ItemReader {
     return number;
   }
 
-  void check_presence() const {
-    if (!list_.complete) return;
+  bool check_presence() const {
+    if (!list_.complete) return true;
+    const std::size_t before = cursor_.remarks.size();
     for (const Item& item : list_.items) {
       const std::size_t number = count(item);
       if (number == 0) cursor_.remark(std::string(item.name) + " is missing");
       if (number > 1) cursor_.remark(std::string(item.name) + " is repeated");
     }
     if (!in_order()) cursor_.remark("the items are not in their order");
+    return cursor_.remarks.size() == before;
   }
 
   bool in_order() const {
@@ -190,7 +197,8 @@ class ItemReader {
     return true;
   }
 
-  void check_counts() const {
+  bool check_counts() const {
+    const std::size_t before = cursor_.remarks.size();
     for (const Item& item : list_.items) {
       const auto counter = std::ranges::find(fields_, item.counted_by, &Field::name);
       if (counter == fields_.end()) continue;
@@ -199,6 +207,7 @@ class ItemReader {
       cursor_.remark(counter->name + " is " + std::to_string(*number) + ", but there are " +
                      std::to_string(count(item)) + " of " + std::string(item.name));
     }
+    return cursor_.remarks.size() == before;
   }
 
   BodyCursor& cursor_;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "aaad_sim.h"
+#include "program/capture.h"
 #include "program/commands.h"
 #include "program/options.h"
 #include "server/file_descriptor.h"
@@ -87,6 +88,8 @@ int run(const aaa_sim::Options& options) {
   const aaa_sim::FileDescriptor signals = termination_signals();
   aaa_sim::Output output{.keep = false};
   if (!options.quiet) output.line = print_line;
+  if (!options.capture.empty())
+    output.capture = aaa_sim::capture_to(options.capture, options.capture_secrets);
   AaadSim sim(options.directory, options.settings, output);
   sim.start();
   print_line("aaad-sim: listening on " + sim.socket_path());

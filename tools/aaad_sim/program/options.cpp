@@ -175,6 +175,11 @@ void describe_options(CLI::App& app, Options& options, Texts& texts) {
   add_number(app, "--delay", texts.delay, "Delay of every answer in milliseconds");
   app.add_flag("--control", options.control, "Read commands from standard input");
   app.add_flag("--quiet", options.quiet, "Do not print messages");
+  CLI::Option* const capture =
+      app.add_option("--capture", options.capture, "Write all messages to this file, as pcapng");
+  app.add_flag("--capture-secrets", options.capture_secrets,
+               "Do not mask passwords and keys in the capture")
+      ->needs(capture);
 }
 
 void apply_texts(const Texts& texts, Settings& settings) {

@@ -12,6 +12,8 @@ struct Options {
   std::string directory;
   bool control = false;
   bool quiet = false;
+  std::string capture;  // the file; empty for none
+  bool capture_secrets = false;
   Settings settings;
 };
 

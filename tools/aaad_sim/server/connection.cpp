@@ -6,15 +6,10 @@
 #include <array>
 #include <cerrno>
 
+#include "server/listener.h"
+
 namespace aaa_sim {
 namespace {
-
-pid_t peer_pid(int fd) {
-  ucred credentials{};
-  socklen_t size = sizeof credentials;
-  ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size);
-  return credentials.pid;
-}
 
 bool try_again() {
   return errno == EAGAIN || errno == EINTR;

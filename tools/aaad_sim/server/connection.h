@@ -27,6 +27,7 @@ class Connection {
   void set_registered(bool registered) { registered_ = registered; }
 
   FrameReader& input() { return input_; }
+  const FrameReader& input() const { return input_; }
   // Reads once. False when the peer has closed.
   bool receive();
 

@@ -85,6 +85,7 @@ void Connections::send(ConnectionId id, const Frame& frame) {
   Bytes bytes = to_bytes(frame);
   connection->queue(bytes);
   journal_.record({.direction = Direction::sent,
+                   .connection = id,
                    .client = connection->client(),
                    .role = connection->role(),
                    .header = frame.header,
@@ -96,6 +97,7 @@ void Connections::send_raw(ConnectionId id, View bytes) {
   Connection* connection = find(id);
   if (connection == nullptr) return;
   journal_.note(describe(*connection) + " raw, " + std::to_string(bytes.size()) + " bytes");
+  capture(*connection, Direction::sent, bytes, "raw bytes");
   connection->queue(bytes);
   write(id);
 }
@@ -151,8 +153,22 @@ void Connections::handle_frames(ConnectionId id) {
 }
 
 void Connections::close_with_note(ConnectionId id, const char* reason) {
-  journal_.note(describe(*find(id)) + " " + reason);
+  const Connection& connection = *find(id);
+  journal_.note(describe(connection) + " " + reason);
+  const View rest = connection.input().rest();
+  if (!rest.empty()) capture(connection, Direction::received, rest, reason);
   close(id);
+}
+
+// What is no message.
+void Connections::capture(const Connection& connection, Direction direction, View bytes,
+                          const char* remark) {
+  journal_.capture({.direction = direction,
+                    .connection = connection.id(),
+                    .client = connection.client(),
+                    .role = connection.role(),
+                    .bytes = Bytes(bytes.begin(), bytes.end())},
+                   remark);
 }
 
 void Connections::write(ConnectionId id) {

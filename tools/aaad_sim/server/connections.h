@@ -51,6 +51,7 @@ class Connections {
   void read(ConnectionId id);
   void handle_frames(ConnectionId id);
   void close_with_note(ConnectionId id, const char* reason);
+  void capture(const Connection& connection, Direction direction, View bytes, const char* remark);
   void write(ConnectionId id);
   std::vector<ClientName> registered_clients() const;
   void publish();

@@ -9,6 +9,7 @@ void Journal::record(Message message) {
   const std::lock_guard lock(mutex_);
   message.time = elapsed();
   if (output_.line) output_.line(describe(message));
+  if (output_.capture && !message.in_batch) output_.capture(message, "");
   if (output_.keep) messages_.push_back(std::move(message));
   changed_.notify_all();
 }
@@ -20,6 +21,11 @@ void Journal::note(const std::string& text) {
   if (output_.line) output_.line(time + text);
   if (output_.keep) notes_.push_back(text);
   changed_.notify_all();
+}
+
+void Journal::capture(const Message& message, const std::string& remark) {
+  const std::lock_guard lock(mutex_);
+  if (output_.capture) output_.capture(message, remark);
 }
 
 void Journal::set_connected(Connected connected) {

@@ -18,6 +18,9 @@ struct Output {
   bool keep = true;  // in memory, for the waits below
   // If set, called with each message and note as a line of text, on the simulator's thread.
   std::function<void(const std::string& line)> line = {};
+  // If set, called with everything that crosses a socket, once: messages that come in a batch are
+  // part of that. What is no message has a remark, and no header. On the simulator's thread.
+  std::function<void(const Message& message, const std::string& remark)> capture = {};
 };
 
 class Journal {
@@ -33,6 +36,8 @@ class Journal {
   // Sets the message's time.
   void record(Message message);
   void note(const std::string& text);
+  // For the capture alone.
+  void capture(const Message& message, const std::string& remark);
   void set_connected(Connected connected);
   // Removes messages and notes.
   void clear();

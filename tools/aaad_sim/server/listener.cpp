@@ -65,8 +65,26 @@ Listener::~Listener() {
   ::unlink(path_.c_str());
 }
 
+FileDescriptor Listener::connect(const std::string& path) {
+  const sockaddr_un address = address_of(path);
+  FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (!socket.is_open() || ::connect(socket.get(), generic(address), sizeof address) == 0)
+    return socket;
+  const int error = errno;
+  socket.reset();
+  errno = error;
+  return socket;
+}
+
 FileDescriptor Listener::accept() {
   return FileDescriptor(::accept4(fd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+}
+
+pid_t peer_pid(int fd) {
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  ::getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &credentials, &size);
+  return credentials.pid;
 }
 
 }  // namespace aaa_sim

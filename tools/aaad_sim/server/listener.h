@@ -1,6 +1,8 @@
 // The socket that clients connect to.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "server/file_descriptor.h"
@@ -24,9 +26,16 @@ class Listener {
   // A non-blocking connection; not open when none is pending.
   FileDescriptor accept();
 
+  // A non-blocking connection to the process that listens on the path; not open, with errno, when
+  // there is none. EAGAIN: it has not accepted earlier ones.
+  static FileDescriptor connect(const std::string& path);
+
  private:
   std::string path_;
   FileDescriptor socket_;
 };
+
+// The process at the other end of a connection.
+pid_t peer_pid(int fd);
 
 }  // namespace aaa_sim

@@ -6,22 +6,10 @@
 #include <utility>
 
 #include "wire/body.h"
+#include "wire/registration.h"
 
 namespace aaa_sim {
 namespace {
-
-// The body of a register request: role, model, NUL.
-struct Registration {
-  Role role = Role::none;  // none for a malformed body
-  std::string model;
-};
-
-Registration parse_registration(View body) {
-  if (body.size() < 3 || body.back() != 0) return {};
-  const auto role = static_cast<Role>(body.front());
-  if (role != Role::request && role != Role::event) return {};
-  return {role, std::string(body.begin() + 1, body.end() - 1)};
-}
 
 std::uint32_t wrong_type(std::uint32_t right) {
   return right == AAA_MSG_NOTIFY_RESULT ? AAA_MSG_DEREGISTER_RESP : AAA_MSG_NOTIFY_RESULT;
@@ -133,7 +121,8 @@ void Server::handle_frame(ConnectionId id, Frame frame, bool in_batch) {
   if (connections_.find(id) == nullptr) return;
   if (frame.header.type == AAA_MSG_REGISTER_REQ) identify(id, frame);
   const Connection& connection = *connections_.find(id);
-  journal_.record({.client = connection.client(),
+  journal_.record({.connection = id,
+                   .client = connection.client(),
                    .role = connection.role(),
                    .in_batch = in_batch,
                    .header = frame.header,

@@ -70,6 +70,7 @@ class FrameReader {
   Status next(Frame& frame);
   // Bytes received that belong to no complete frame yet.
   std::size_t pending() const { return bytes_.size() - used_; }
+  View rest() const { return View(bytes_).subspan(used_); }
 
  private:
   Bytes bytes_;
@@ -86,7 +87,8 @@ enum class Direction { received, sent };
 struct Message {
   std::chrono::microseconds time{};  // since the simulator was constructed
   Direction direction = Direction::received;
-  ClientName client = {};  // the model is empty until the register request has been read
+  std::uint64_t connection = 0;  // its id
+  ClientName client = {};        // the model is empty until the register request has been read
   Role role = Role::none;
   bool in_batch = false;  // came inside a message of type AAA_MSG_PAD_PKT
   aaa_ipc_header header{};

@@ -1,0 +1,116 @@
+// aaa-dissect --tap: how it ends, and its processes.
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "dissect/tap_fixture.h"
+
+namespace dissect_test {
+namespace tap_end {
+
+using aaa_sim::received;
+using aaa_sim::Role;
+
+TEST_F(TapTest, AProcessEndsWithItsClientAndWhenTheTapIsKilled) {
+  start_tap();
+  // Or waits for whoever has inherited it.
+  const auto process_is_gone = [](pid_t process) {
+    const std::string status = "/proc/" + std::to_string(process) + "/stat";
+    return test::eventually([&status] {
+      const std::string text = contents_of(status);
+      return text.empty() || text.find(") Z ") != std::string::npos;
+    });
+  };
+  std::optional<RawClient> client = register_client();
+  ASSERT_TRUE(sim_.wait_for_clients(1));
+  const pid_t first = sim_.clients()[0].pid;
+  client.reset();
+  EXPECT_TRUE(process_is_gone(first));
+  client = register_client();
+  ASSERT_TRUE(sim_.wait_for_clients(1));
+  const pid_t second = sim_.clients()[0].pid;
+  tap_->signal(SIGKILL);
+  EXPECT_TRUE(client->request.is_closed_by_peer());
+  EXPECT_TRUE(process_is_gone(second));
+}
+
+// Whatever a client has written when the tap is told to end reaches the daemon, and is shown.
+TEST_F(TapTest, ASignalLosesNothing) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    sim_.clear_messages();
+    start_tap({"--quiet"});
+    std::vector<std::unique_ptr<RawClient>> clients;
+    std::vector<std::size_t> written(8);
+    for (std::size_t i = 0; i < written.size(); ++i)
+      clients.push_back(std::make_unique<RawClient>(tap_->socket(), "cli" + std::to_string(i)));
+    std::vector<std::thread> writers;
+    for (std::size_t i = 0; i < written.size(); ++i)
+      writers.emplace_back([&, i] {
+        const std::string message = test::message_with_id(static_cast<std::uint32_t>(i), 17);
+        while (clients[i]->request.try_send(message))
+          ++written[i];
+      });
+    ASSERT_TRUE(sim_.wait_for_message(received(17), std::chrono::seconds(10), 1000));
+    tap_->signal(signal);
+    for (std::thread& writer : writers)
+      writer.join();
+    EXPECT_EQ(tap_->exit_status(), 0);
+    std::size_t all = 0;
+    for (const std::size_t count : written)
+      all += count;
+    EXPECT_TRUE(test::eventually([&] { return sim_.count(received(17)) == all; }))
+        << sim_.count(received(17)) << " of " << all;
+    EXPECT_EQ(tap_->captured(17), all);
+  }
+}
+
+TEST_F(TapTest, WhatTheDaemonHasWrittenWhenItEndsReachesTheClient) {
+  sim_.stop();
+  aaa_sim::Listener daemon(sim_.socket_path());
+  start_tap({"--quiet"});
+  RawConnection client(tap_->socket());
+  const aaa_sim::FileDescriptor accepted = accept_from(daemon);
+  const std::string message = test::message_bytes(105, std::string(984, 'x'));
+  std::size_t written = 0;
+  const auto write_until_full = [&] {
+    for (ssize_t put; (put = ::send(accepted.get(), message.data(), 1000, MSG_NOSIGNAL)) > 0;)
+      written += static_cast<std::size_t>(put);
+    return written > 400000;
+  };
+  ASSERT_TRUE(test::eventually(write_until_full)) << written;
+  tap_->signal(SIGTERM);
+  EXPECT_EQ(client.receive(written).size(), written);
+  EXPECT_TRUE(client.is_closed_by_peer());
+  EXPECT_EQ(tap_->exit_status(), 0);
+  EXPECT_EQ(tap_->captured(105), written / 1000);
+}
+
+TEST_F(TapTest, AReceiverThatNeverReadsHoldsTheEndUpForSecondsOnly) {
+  start_tap({"--quiet"});
+  RawClient client = register_client();
+  for (int i = 0; i < 5; ++i)
+    sim_.send_message({}, Role::event, 105, 0, test::view(std::string(200000, 'x')));
+  ASSERT_TRUE(test::eventually([&] { return client.event.available() > 100000; }));
+  tap_->signal(SIGTERM);
+  EXPECT_THAT(tap_->program().remaining_errors(),
+              testing::MatchesRegex("aaa-dissect: [0-9]+ bytes were read and could not be "
+                                    "forwarded\n"));
+  EXPECT_EQ(tap_->exit_status(), 1);
+}
+
+TEST_F(TapTest, AnOutputThatIsClosedEndsIt) {
+  ::mkdir(directory_.c_str(), 0755);
+  BoundProgram program(
+      "/bin/bash", {"-c", std::string(AAA_DISSECT_PROGRAM) + " --json --tap " + directory_ +
+                              " -d " + work_.path() + "/aaad | head -n 1; echo ${PIPESTATUS[0]}"});
+  program.error_line();
+  RawConnection request(directory_ + "/security/aaa/.aaa_domain_socket_fs");
+  request.send(aaa_sim_test::register_request());
+  EXPECT_THAT(program.output_line(), HasSubstr("register request"));
+  EXPECT_EQ(program.output_line(), "0\n");
+  EXPECT_EQ(program.exit_status(), 0);
+  EXPECT_EQ(program.remaining_errors(), "");
+}
+
+}  // namespace tap_end
+}  // namespace dissect_test
