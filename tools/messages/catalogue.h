@@ -13,6 +13,15 @@
 
 namespace aaa_messages {
 
+// The first word of every header.
+inline constexpr std::uint32_t marker = 0x01010101;
+
+// What mask_secrets() makes of the head of an item, if that cannot be read.
+inline constexpr std::uint32_t masked_tag = 0x2a2a;
+
+// An attribute of a directory holds a password or a key when its name has one of these.
+inline constexpr std::string_view secret_words[] = {"password", "passwd", "pwd", "secret", "key"};
+
 // Numbers are in host byte order and as wide as their field, but for network_number: 32 bits, most
 // significant byte first. A text ends at its first NUL.
 enum class Kind : std::uint8_t { number, signed_number, network_number, words, octets, text };

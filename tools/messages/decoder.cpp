@@ -12,8 +12,6 @@
 namespace aaa_messages {
 namespace {
 
-constexpr std::uint32_t marker = 0x01010101;
-
 std::uint64_t size_of(const Decoded& message) {
   return sizeof(aaa_ipc_header) + std::uint64_t{message.body_length};
 }

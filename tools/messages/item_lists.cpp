@@ -1,5 +1,5 @@
-// Items and heads that are not part of a layout: of LDAP searches, of local users, of requests
-// about passwords, files and groups; and the status words.
+// Items and heads that are not part of a layout: of messages, of LDAP searches, of local users, of
+// requests about passwords, files and groups; and the status words.
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -49,6 +49,13 @@ ItemList simple(Heads heads, std::vector<Item> items) {
 }
 
 }  // namespace
+
+const Block& header_block() {
+  static const Block block = {sizeof(aaa_ipc_header),
+                              {word<&aaa_ipc_header::marker>(0), word<&aaa_ipc_header::id>(4),
+                               word<&aaa_ipc_header::type>(8), word<&aaa_ipc_header::length>(12)}};
+  return block;
+}
 
 const Block& ldap_search_head_block() {
   static const Block block = {sizeof(ldap_search_head),

@@ -18,9 +18,6 @@ struct Head {
   std::uint64_t length;
 };
 
-// What mask_secrets() makes of a head that cannot be read.
-constexpr std::uint32_t masked_tag = 0x2a2a;
-
 // Nothing when the head is not there as a whole or contradicts itself.
 std::optional<Head> head_at(const BodyCursor& cursor, Heads heads) {
   const std::size_t word = heads == Heads::small ? 2 : 4;
@@ -33,7 +30,7 @@ std::optional<Head> head_at(const BodyCursor& cursor, Heads heads) {
   return head;
 }
 
-// Whether an attribute of a directory holds a password or a key.
+// Whether the attribute named before a value holds a password or a key.
 bool names_a_secret(const std::vector<Field>& fields) {
   if (fields.empty() || fields.back().name != "name") return true;
   const auto* name = std::get_if<Octets>(&fields.back().value);
@@ -41,9 +38,8 @@ bool names_a_secret(const std::vector<Field>& fields) {
   std::string lower;
   for (const std::uint8_t byte : *name)
     lower += static_cast<char>(std::tolower(byte));
-  constexpr std::string_view words[] = {"password", "passwd", "pwd", "secret", "key"};
   return std::ranges::any_of(
-      words, [&](std::string_view word) { return lower.find(word) != std::string::npos; });
+      secret_words, [&](std::string_view word) { return lower.find(word) != std::string::npos; });
 }
 
 // Not the rows of blocks: their places do not depend on what is before them.

@@ -5,6 +5,8 @@
 
 namespace aaa_messages {
 
+const Block& header_block();  // before every body
+
 const ItemList& authen_items();
 const ItemList& author_items();
 const ItemList& acct_items();

@@ -1,5 +1,7 @@
 // Messages for people.
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -64,7 +66,7 @@ class Writer {
  public:
   explicit Writer(const Rendering& rendering) : rendering_(rendering) {}
 
-  void message(const Decoded& message, int depth) {
+  void message(const Decoded& message, std::size_t depth) {
     line(depth, headline(message));
     fields(message.fields, depth + 1);
     for (const Decoded& part : message.messages)
@@ -86,7 +88,7 @@ class Writer {
     return text;
   }
 
-  void fields(const std::vector<Field>& fields, int depth) {
+  void fields(const std::vector<Field>& fields, std::size_t depth) {
     std::size_t empty = 0;
     for (const Field& field : fields) {
       if (!rendering_.all_fields && is_empty(field)) {
@@ -100,7 +102,7 @@ class Writer {
                       " zero or empty)");
   }
 
-  void field(const Field& field, int depth) {
+  void field(const Field& field, std::size_t depth) {
     std::array<char, 48> place;
     std::snprintf(place.data(), place.size(), "%5zu %5zu  ", field.offset, field.length);
     std::string text = place.data() + field.name;
@@ -114,8 +116,8 @@ class Writer {
     fields(field.fields, depth + 1);
   }
 
-  void line(int depth, std::string_view text) {
-    text_.append(static_cast<std::size_t>(2 * depth), ' ').append(text).append("\n");
+  void line(std::size_t depth, std::string_view text) {
+    text_.append(2 * depth, ' ').append(text).append("\n");
   }
 
   const Rendering& rendering_;
