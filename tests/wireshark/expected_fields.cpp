@@ -1,6 +1,9 @@
 #include "wireshark/expected_fields.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <utility>
 
 #include "messages/render.h"
 

@@ -29,7 +29,7 @@ class Flow {
   void end_input();
 
  private:
-  static constexpr std::size_t kMaxOutput = 256 * 1024;
+  static constexpr std::size_t kMaxOutput = std::size_t{256} * 1024;
 
   void split(aaa_sim::View bytes);
   void show_broken(const char* remark);

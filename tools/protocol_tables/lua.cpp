@@ -1,6 +1,7 @@
 #include "protocol_tables/lua.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string>
 #include <string_view>

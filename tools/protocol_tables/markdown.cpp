@@ -1,5 +1,6 @@
 #include "protocol_tables/markdown.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string_view>
 
