@@ -54,6 +54,9 @@ class ItemWriter {
     at_ += count;
   }
 
+  // The place of the next item.
+  std::uint8_t* at() const { return at_; }
+
   // Zeroes the rest of a body that ends at `end`.
   void clear_rest(const std::uint8_t* end) {
     if (at_ != end) std::memset(at_, 0, static_cast<std::size_t>(end - at_));

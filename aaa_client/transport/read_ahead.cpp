@@ -30,6 +30,13 @@ std::int32_t ReadAhead::receive_no_further(std::int32_t fd, void* to, std::size_
   return received == length ? 0 : receive_between(fd, to, length, length, received);
 }
 
+bool ReadAhead::holds_message() const {
+  if (buffered_ < header_size) return false;
+  aaa_ipc_header header;
+  std::memcpy(&header, bytes_ + next_, sizeof header);
+  return buffered_ - header_size >= header.length;
+}
+
 void ReadAhead::clear() {
   assert(is_held(event_read_lock));
   wipe(bytes_, sizeof bytes_);

@@ -25,6 +25,9 @@ class ReadAhead {
   // Whether bytes are left. Needs no lock; without one it is only a hint.
   bool holds_bytes() const { return load(buffered_) != 0; }
 
+  // Whether a whole message is left, so that receiving it neither waits nor calls the system.
+  bool holds_message() const REQUIRES(event_read_lock);
+
   // Drops and wipes everything: the connection has ended.
   void clear() REQUIRES(event_read_lock);
 

@@ -6,9 +6,12 @@ import subprocess
 import sys
 from pathlib import Path
 
-from report import counts, footprint, growth, speed, table
+from report import counts, footprint, growth, load, speed, table
 
-BEGIN = "<!-- measured by script/bench --docs -->\n"
+# Before what is written: to README.md the goals, to docs/performance.md the table and the load.
+SUMMARY = "<!-- goals, measured by script/bench --docs -->\n"
+TABLE = "<!-- measured by script/bench --docs -->\n"
+LOAD = "<!-- load, measured by script/bench --docs -->\n"
 END = "<!-- end of what was measured -->\n"
 
 
@@ -17,6 +20,8 @@ def arguments():
     parser.add_argument("--build", required=True, type=Path, help=argparse.SUPPRESS)
     parser.add_argument("--compare", action="store_true", help="also measure other libraries")
     parser.add_argument("--quick", action="store_true", help="measure times only")
+    parser.add_argument("--check", action="store_true",
+                        help="fail when a figure is worse than its goal by more than it scatters")
     parser.add_argument("--docs", action="store_true",
                         help="write the table and the plots to docs/")
     return parser.parse_args()
@@ -37,8 +42,9 @@ def measure(build, compare, quick):
     if not quick:
         say("counts")
         rows += counts.measure(programs)
-        rows += footprint.measure(programs, build / "aaa_client" / "libaaa_client.so")
-    return "\n".join(table.lines(rows)) + "\n"
+        library = Path("aaa_client", "libaaa_client.so")
+        rows += footprint.measure(programs, build / library, build.parent / "armhf" / library)
+    return rows
 
 
 def origin():
@@ -47,20 +53,39 @@ def origin():
     return f"Measured on {datetime.date.today()} at commit {head}."
 
 
-def put_into(page, text):
-    before, rest = page.read_text().split(BEGIN)
-    _, after = rest.split(END)
-    page.write_text(f"{before}{BEGIN}\n{text}\n{END}{after}")
+def put_into(page, mark, text):
+    before, rest = page.read_text().split(mark)
+    _, after = rest.split(END, 1)
+    page.write_text(f"{before}{mark}\n{text}\n{END}{after}")
+
+
+def write_docs(programs, rows, text):
+    put_into(Path("README.md"), SUMMARY, f"{table.summary(rows)}\n")
+    page = Path("docs/performance.md")
+    put_into(page, TABLE, f"{origin()}\n\n{text}")
+    say("load")
+    put_into(page, LOAD, "\n".join(load.lines(load.measure(programs))) + "\n")
+    say("growth")
+    growth.draw_all(programs, "docs/performance")
 
 
 def main():
     options = arguments()
-    text = measure(options.build, options.compare, options.quick)
+    rows = measure(options.build, options.compare, options.quick)
+    text = "\n".join(table.lines(rows)) + "\n"
     print(text, end="")
     if options.docs:
-        put_into(Path("docs/performance.md"), f"{origin()}\n\n{text}")
-        say("growth")
-        growth.draw_all(options.build / "bench", "docs/performance")
+        write_docs(options.build / "bench", rows, text)
+    return check(rows) if options.check else 0
 
 
-main()
+def check(rows):
+    """The exit status: 1 when a row fails."""
+    failures = table.failures(rows)
+    for failure in failures:
+        print(f"bench: worse than its goal: {failure}", file=sys.stderr)
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

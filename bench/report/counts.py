@@ -11,9 +11,10 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Callable
 
+from report import goals
 from report.programs import command, environment, run_in_turns
 from report.speed import BATCHED, CALLBACK, CODEC, DIRECT, EXCHANGE, INBOUND, WAIT
-from report.table import Row, answer
+from report.table import Row, judged
 
 SHORT = 200
 LONG = 700
@@ -91,42 +92,33 @@ class Count:
     library: str
     counterpart_name: str = ""
     counterpart: str = ""
-    goal: str = ""
-    is_met: Callable = lambda figure: True
-
-
-def exactly(number):
-    return {"goal": f"= {number}", "is_met": lambda figure: abs(figure - number) < 0.005}
-
-
-def at_most(number):
-    return {"goal": f"<= {number}", "is_met": lambda figure: figure < number + 0.005}
-
-
-def below(number):
-    return {"goal": f"< {number}", "is_met": lambda figure: figure < number}
+    goal: goals.Goal | None = None
 
 
 IDLE = " --pause 1000"
 SYSTEM_CALLS = [
     Count("system calls, request", system_calls, DIRECT,
-          "encode, write", "baseline_writes", **exactly(1)),
+          "encode, write", "baseline_writes", goals.CALLS_OF_REQUEST),
     Count("system calls, batched request (requesting thread)", system_calls_of_first_thread,
-          BATCHED, "encode, write five at once", "baseline_writes --together 5", **at_most(0.2)),
+          BATCHED, "encode, write five at once", "baseline_writes --together 5",
+          goals.CALLS_OF_BATCHED_REQUEST),
     Count("system calls, inbound message, idle", system_calls, INBOUND + IDLE,
-          "poll, two reads a message", "baseline_events" + IDLE, **at_most(4)),
+          "poll, two reads a message", "baseline_events" + IDLE, goals.CALLS_OF_INBOUND_IDLE),
     Count("system calls, inbound message, under load", system_calls, INBOUND,
-          "poll, two reads a message", "baseline_events", **below(1)),
+          "poll, two reads a message", "baseline_events",
+          goals.CALLS_OF_INBOUND_UNDER_LOAD),
     Count("system calls, exchange", system_calls, EXCHANGE,
           "one socket, header and body read", "baseline_one_socket"),
 ]
 ALLOCATIONS = [
-    Count("allocations, request", allocations, DIRECT, **exactly(2)),
-    Count("allocations, inbound result with callback", allocations, INBOUND, **exactly(5)),
-    Count("allocations, round trip with a waiting thread", allocations, WAIT, **exactly(8)),
-    Count("allocations, exchange", allocations, EXCHANGE, **exactly(2)),
+    Count("allocations, request", allocations, DIRECT, goal=goals.BLOCKS_OF_REQUEST),
+    Count("allocations, inbound result with callback", allocations, INBOUND,
+          goal=goals.BLOCKS_OF_INBOUND_RESULT),
+    Count("allocations, round trip with a waiting thread", allocations, WAIT,
+          goal=goals.BLOCKS_OF_WAITED_ROUND_TRIP),
+    Count("allocations, exchange", allocations, EXCHANGE, goal=goals.BLOCKS_OF_EXCHANGE),
     Count("allocations, encode and decode", allocations, CODEC,
-          "memcpy", "baseline_copies", **exactly(5)),
+          "memcpy", "baseline_copies", goals.BLOCKS_OF_CODEC),
 ]
 INSTRUCTIONS = [
     Count("instructions in user mode, request", instructions, DIRECT,
@@ -151,8 +143,7 @@ def row(count, directory):
         least = slope(count.counted, directory, count.counterpart)
         counterpart = f"{count.counterpart_name}: {figure(least)}"
         ratio = f"{library / least:.2f}"
-    met = answer(count.is_met(library)) if count.goal else ""
-    return Row(count.measure, figure(library), counterpart, ratio, count.goal, met)
+    return judged(Row(count.measure, figure(library), counterpart, ratio), count.goal, library)
 
 
 def figure(number):
@@ -170,7 +161,7 @@ def switches(directory):
     ]:
         rounds = run_in_turns(directory, [library, counterpart])
         ours, least = rounds.switches(library), rounds.switches(counterpart)
-        rows.append(Row(measure_name, figure(ours), f"{name}: {figure(least)}",
-                        f"{ours / least:.2f}", f"= {figure(least)}",
-                        answer(abs(ours - least) < 0.01)))
+        measured = Row(measure_name, figure(ours), f"{name}: {figure(least)}",
+                       f"{ours / least:.2f}")
+        rows.append(judged(measured, goals.same_switches(least), ours))
     return rows

@@ -3,23 +3,23 @@
 from dataclasses import dataclass
 from statistics import median, quantiles
 
+from report import goals
 from report.programs import run_in_turns
-from report.table import Row, answer
+from report.table import Row, judged
 
 
 @dataclass
 class Speed:
     """A measure, its counterpart, and the goal for the ratio of the two.
 
-    The goal is an upper bound for a ratio of times and, with `is_rate`, a lower bound for a ratio
-    of operations per second.
+    The ratio is one of times or, with `is_rate`, one of operations per second.
     """
 
     measure: str
     library: str
     counterpart_name: str
     counterpart: str
-    goal: float | None
+    goal: goals.Goal | None
     is_rate: bool = False
 
 
@@ -33,27 +33,28 @@ CODEC = "library_codec"
 
 ROUND_TRIPS = [
     Speed("round trip, result callback", CALLBACK,
-          "two sockets, callback", "baseline_two_sockets_callback", 1.15),
-    Speed("round trip, result callback (stretch)", CALLBACK,
-          "two sockets, callback, one read", "baseline_two_sockets_callback --reads 1", 1.15),
+          "two sockets, callback", "baseline_two_sockets_callback", goals.CALLBACK_ROUND_TRIP),
+    Speed("round trip, result callback", CALLBACK,
+          "two sockets, callback, one read", "baseline_two_sockets_callback --reads 1", None),
     Speed("round trip, result callback", CALLBACK,
           "one socket, no thread", "baseline_one_socket --bytes 1500", None),
     Speed("round trip, waiting thread", WAIT,
-          "two sockets, datagram pair", "baseline_two_sockets_datagram", 1.15),
-    Speed("round trip, waiting thread (stretch)", WAIT,
-          "two sockets, datagram pair, one read", "baseline_two_sockets_datagram --reads 1", 1.15),
+          "two sockets, datagram pair", "baseline_two_sockets_datagram", goals.WAITED_ROUND_TRIP),
+    Speed("round trip, waiting thread", WAIT,
+          "two sockets, datagram pair, one read", "baseline_two_sockets_datagram --reads 1", None),
 ]
 EXCHANGES = [
     Speed("exchange of 8 and 8 bytes", EXCHANGE,
-          "one socket, header and body read", "baseline_one_socket", 1.15),
-    Speed("exchange of 8 and 8 bytes (stretch)", EXCHANGE,
-          "one socket, one read", "baseline_one_socket --reads 1", 1.15),
+          "one socket, header and body read", "baseline_one_socket", goals.EXCHANGE),
+    Speed("exchange of 8 and 8 bytes", EXCHANGE,
+          "one socket, one read", "baseline_one_socket --reads 1", None),
 ]
 REQUESTS = [
-    Speed("requests, direct", DIRECT, "encode, write", "baseline_writes", 0.85, True),
+    Speed("requests, direct", DIRECT, "encode, write", "baseline_writes", None, True),
     Speed("requests, direct", DIRECT,
-          "encode, frame in a block, write", "baseline_writes --framed 1", None, True),
-    Speed("requests, batched", BATCHED, "requests, direct", DIRECT, 1.8, True),
+          "encode, frame in a block, write", "baseline_writes --framed 1",
+          goals.DIRECT_REQUESTS, True),
+    Speed("requests, batched", BATCHED, "requests, direct", DIRECT, goals.BATCHED_REQUESTS, True),
     Speed("requests, batched", BATCHED,
           "encode, write five at once", "baseline_writes --together 5", None, True),
     Speed("requests, batched", BATCHED, "encode, frame in a block, write five at once",
@@ -61,16 +62,14 @@ REQUESTS = [
 ]
 MESSAGES = [
     Speed("inbound results under load, 1,500 bytes", INBOUND,
-          "poll, two reads a message", "baseline_events", 2.0, True),
+          "poll, two reads a message", "baseline_events", goals.INBOUND_RESULTS, True),
     Speed("inbound notices under load, 12 bytes", INBOUND + " --bytes 12",
-          "poll, two reads a message", "baseline_events --bytes 12", 2.0, True),
+          "poll, two reads a message", "baseline_events --bytes 12", goals.INBOUND_NOTICES, True),
 ]
 COPIES = "baseline_copies --counted 1"
 CODECS = [
     Speed("encode and decode, authentication", CODEC,
-          "memcpy, as many counted allocations", COPIES, 1.8),
-    Speed("encode and decode, authentication (stretch)", CODEC,
-          "memcpy, as many counted allocations", COPIES, 1.6),
+          "memcpy, as many counted allocations", COPIES, goals.CODEC),
     Speed("encode and decode, authentication", CODEC,
           "memcpy, as many plain allocations", "baseline_copies", None),
 ]
@@ -90,11 +89,11 @@ AGENT_INBOUND = [
 LOOP_GROUPS = [AGENT_INBOUND]
 
 PEER_ROUND_TRIPS = [
-    Speed("round trip, result callback", CALLBACK, name, f"peer_{program}", None)
-    for name, program in [
-        ("sd-bus, peer to peer", "sd_bus"),
-        ("libdbus, peer to peer", "dbus"),
-        ("ZeroMQ", "zeromq"),
+    Speed("round trip, result callback", CALLBACK, name, f"peer_{program}", goal)
+    for name, program, goal in [
+        ("sd-bus, peer to peer", "sd_bus", goals.CALLBACK_TO_SD_BUS),
+        ("libdbus, peer to peer", "dbus", None),
+        ("ZeroMQ", "zeromq", None),
     ]
 ]
 PEER_CODECS = [
@@ -134,14 +133,13 @@ def row(speed, rounds):
     ratios = rounds.ratios(*(reversed(pair) if speed.is_rate else pair))
     low, _, high = quantiles(ratios, n=4)
     ratio = median(ratios)
-    return Row(
+    measured = Row(
         speed.measure,
         figure(rounds.median(speed.library), speed.is_rate),
         f"{speed.counterpart_name}: {figure(rounds.median(speed.counterpart), speed.is_rate)}",
         f"{ratio:.2f} ({low:.2f} to {high:.2f})",
-        goal_text(speed),
-        met_text(speed, ratio),
     )
+    return judged(measured, speed.goal, ratio, high - low)
 
 
 def figure(nanoseconds, is_rate):
@@ -151,14 +149,3 @@ def figure(nanoseconds, is_rate):
         return f"{nanoseconds:.0f} ns"
     return f"{nanoseconds / 1000:.2f} µs"
 
-
-def goal_text(speed):
-    if speed.goal is None:
-        return ""
-    return f"{'>=' if speed.is_rate else '<='} {speed.goal}"
-
-
-def met_text(speed, ratio):
-    if speed.goal is None:
-        return ""
-    return answer(ratio >= speed.goal if speed.is_rate else ratio <= speed.goal)

@@ -13,9 +13,34 @@ class Row:
     ratio: str = ""
     goal: str = ""
     met: str = ""
+    fails: bool = False  # worse than the goal by more than the figures scatter
 
     def cells(self):
         return [self.measure, self.library, self.counterpart, self.ratio, self.goal, self.met]
+
+
+def judged(row, goal, figure, spread=0.0):
+    """The row with its goal, if it has one, and whether the figure meets it."""
+    if goal is not None:
+        row.goal = str(goal)
+        row.met = answer(goal.is_met(figure))
+        row.fails = goal.fails(figure, spread)
+    return row
+
+
+def summary(rows):
+    """Which goals are met, in a sentence or two."""
+    judged_rows = [row for row in rows if row.met]
+    missed = [f"{row.measure} ({row.ratio.split()[0] if row.ratio else row.library}, "
+              f"goal {row.goal})" for row in judged_rows if row.met == "no"]
+    met = f"{len(judged_rows) - len(missed)} of {len(judged_rows)} goals are met."
+    return f"{met} Not met: {'; '.join(missed)}." if missed else met
+
+
+def failures(rows):
+    """A line for each row that fails."""
+    return [f"{row.measure}, over {row.counterpart or 'nothing'}: {row.ratio or row.library}, "
+            f"goal {row.goal}" for row in rows if row.fails]
 
 
 def answer(met):

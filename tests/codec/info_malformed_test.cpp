@@ -112,6 +112,12 @@ TYPED_TEST(InfoMalformed, ItemsThatRunPastTheBodysEndKeepTheirLengthAndGetZeros)
   }
 }
 
+TYPED_TEST(InfoMalformed, AValueAtTheBodysEndIsNotReadAsItems) {
+  EXPECT_EQ(this->password_in(body_of<TypeParam>() + tlv(2, tlv(2, "in"))), tlv(2, "in"));
+  EXPECT_EQ(this->password_in(body_of<TypeParam>() + tlv(4096, "") + tlv(2, tlv(2, "in"))),
+            tlv(2, "in"));
+}
+
 TYPED_TEST(InfoMalformed, HeaderThatTheBodysEndCutsIsFilledUpWithZeros) {
   for (std::size_t there = 1; there <= 4; there++) {
     std::string body = body_of<TypeParam>() + tlv(2, "password") + tlv_head(2, 0x0303);

@@ -38,7 +38,7 @@ TEST_F(ReceivePasses, AWaitThatRunsOutIsRepeated) {
   stop_library();
 }
 
-TEST_F(ReceivePasses, TheWatchdogIsFedInEveryPassAndAgainAfterAFailure) {
+TEST_F(ReceivePasses, TheWatchdogIsFedAndASecondAfterAFailureAgain) {
   register_client();
   take_pass();
   clock_.advance(51);
@@ -53,10 +53,30 @@ TEST_F(ReceivePasses, TheWatchdogIsFedInEveryPassAndAgainAfterAFailure) {
   }
   watchdog_.answer(-1, EIO);
   clock_.advance(51);
-  for (int pass = 0; pass < 3; ++pass)
+  for (int pass = 0; pass < 3; ++pass) {
     take_pass();
+    clock_.advance(1);
+  }
+  take_pass();
   EXPECT_GE(watchdog_.count("reset"), 3u);
   EXPECT_EQ(1, aaa_is_alive());
+}
+
+// The uptime is a system call, and the passes are one for each message.
+TEST_F(ReceivePasses, TheUptimeIsReadOnceASecond) {
+  std::atomic<std::uint32_t> readings = 0;
+  const ScriptedCalls calls({.sysinfo = noting([&] { ++readings; })});
+  reg_info info = client();
+  info.use_send_buf = 1;
+  register_client(info);
+  take_pass();
+  readings = 0;
+  const std::uint32_t first = library_seconds();
+  for (int pass = 0; pass < 50; ++pass)
+    take_pass();
+  // The flush thread reads it, too.
+  EXPECT_LE(readings, 2 * (library_seconds() - first + 1));
+  stop_library();
 }
 
 TEST_F(ReceivePasses, MessagesArriveInOrderOnTheReceiveThread) {

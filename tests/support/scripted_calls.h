@@ -37,6 +37,7 @@ struct Scripts {
   std::function<std::optional<int>(int fd, int timeout_ms)> poll = {};
   // May change the timeout that the system is asked for.
   std::function<std::optional<int>(timeval& timeout)> select = {};
+  std::function<std::optional<int>()> sysinfo = {};
   std::function<std::optional<int>()> pthread_create = {};
   std::function<std::optional<int>()> pthread_attr_init = {};
   std::function<std::optional<int>()> pthread_mutexattr_init = {};

@@ -8,7 +8,7 @@ namespace {
 using Handler = void (*)(const Inbound& message);
 
 struct Route {
-  aaa_msg_type type;
+  std::uint32_t type;
   Handler handler;
 };
 
@@ -34,20 +34,11 @@ constexpr Route routes[] = {
     {AAA_MSG_NOTIFY_LDAP_SEARCH_RESULT, handle_notify_ldap_search_entry_result},
 };
 
-// Indexed by message type; null for types without a handler.
-struct RouteTable {
-  static constexpr std::size_t size = AAA_MSG_NOTIFY_LDAP_SEARCH_RESULT + 1;
-  Handler handlers[size] = {};
-
-  constexpr RouteTable() {
-    for (const Route& route : routes)
-      handlers[route.type] = route.handler;
-  }
-
-  Handler find(std::uint32_t type) const { return type < size ? handlers[type] : nullptr; }
-};
-
-constexpr RouteTable route_table;
+Handler find_handler(std::uint32_t type) {
+  for (const Route& route : routes)
+    if (route.type == type) return route.handler;
+  return nullptr;
+}
 
 constexpr char log_name[] = "aaa_lib_async_msg_proc";
 
@@ -59,7 +50,7 @@ void dispatch(const Inbound& message) {
   AAA_DEBUG_LOG_AS(log_name, "%s: aaa lib receive message from aaad type (%s), len(%d)\r\n",
                    g_aaalib_process_name, aaa_ipc_get_msg_type_str(header.type),
                    static_cast<int>(header.length));
-  const Handler handler = route_table.find(header.type);
+  const Handler handler = find_handler(header.type);
   if (handler == nullptr) {
     AAA_DEBUG_LOG_AS(log_name, "async socket receive unknown message %d.\r\n",
                      static_cast<int>(header.type));

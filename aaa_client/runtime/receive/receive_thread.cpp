@@ -51,27 +51,11 @@ void bind_to_core() {
   }
 }
 
-// When the watchdog was last fed (uptime), and when the uptime was last read (monotonic seconds).
-struct WatchdogStamp {
-  std::uint32_t fed_at;
-  std::uint32_t read_at;
-};
-
-// Reading the uptime is a system call: under load, with buffered messages, once a second is enough.
-void feed_watchdog(WatchdogStamp& stamp) {
-  if (event_read_ahead.holds_bytes()) {
-    const std::uint32_t now = monotonic_seconds();
-    if (now == stamp.read_at) return;
-    stamp.read_at = now;
-  }
-  aaa_check_reset_ham_client_notify(&stamp.fed_at);
-}
-
+// With bytes left there is no wait. A cancelled thread then ends at the next check of its id.
 int wait_for_message(std::int32_t fd) {
+  if (event_read_ahead.holds_bytes()) return 1;
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
-  if (!event_read_ahead.holds_bytes()) return wait_readable(fd, wait_ms);
-  pthread_testcancel();
-  return 1;
+  return wait_readable(fd, wait_ms);
 }
 
 // Returns false when aaad has been silent for too long.
@@ -97,16 +81,25 @@ void abandon_reading(void* message) RELEASE(event_read_lock) {
   unlock(event_read_lock);
 }
 
-// Reads a message with the socket protected from being closed. False when it was closed before.
-bool read_exclusively(std::int32_t fd, LinkMessage& message, ReadOutcome& outcome) {
-  lock(event_read_lock);
-  const bool is_ours = load(g_aaa_client_cb.async_fd) == fd && is_receive_thread();
+void read_cancellably(std::int32_t fd, LinkMessage& message, ReadOutcome& outcome)
+    REQUIRES(event_read_lock) {
   pthread_cleanup_push(abandon_reading, &message);
-  if (is_ours) {
+  {
     const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
     outcome = message.read(fd, thread_rules.reader);
   }
   pthread_cleanup_pop(0);
+}
+
+// Reads a message with the socket protected from being closed. False when it was closed before.
+bool read_exclusively(std::int32_t fd, LinkMessage& message, ReadOutcome& outcome) {
+  lock(event_read_lock);
+  const bool is_ours = load(g_aaa_client_cb.async_fd) == fd && is_receive_thread();
+  if (is_ours && event_read_ahead.holds_message()) {
+    outcome = message.read(fd, thread_rules.reader);  // from memory
+  } else if (is_ours) {
+    read_cancellably(fd, message, outcome);
+  }
   unlock(event_read_lock);
   return is_ours;
 }
@@ -177,7 +170,7 @@ bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
 }
 
 void run_main_loop() {
-  WatchdogStamp stamp = {.fed_at = uptime_seconds(), .read_at = 0};
+  WatchdogStamp stamp = {.fed_at = uptime_seconds()};
   while (is_receive_thread()) {
     const Watched watched = watched_socket();
     if (watched.fd < 0) {

@@ -13,6 +13,7 @@
 #include "ham_client.h"
 #include "session/state/locks.h"
 #include "transport/base/cancellation.h"
+#include "transport/base/clock.h"
 #include "transport/debug_log.h"
 
 namespace aaa {
@@ -172,6 +173,13 @@ void join_watchdog(const char* log_name) {
 void leave_watchdog() {
   if (own_life.is_watched) aaa_dereg_ham_client_notify();
   own_life.is_watched = false;
+}
+
+void feed_watchdog(WatchdogStamp& stamp) {
+  const std::uint32_t now = monotonic_seconds();
+  if (now == stamp.read_at) return;
+  stamp.read_at = now;
+  aaa_check_reset_ham_client_notify(&stamp.fed_at);
 }
 
 void wait_for_library_threads(unsigned staying) {

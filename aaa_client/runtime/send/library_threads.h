@@ -47,6 +47,16 @@ void join_watchdog(const char* log_name);
 // Leaves the watchdog, if it has joined.
 void leave_watchdog();
 
+// When the watchdog was last fed (uptime), and when the uptime was last read (monotonic seconds).
+struct WatchdogStamp {
+  std::uint32_t fed_at;
+  std::uint32_t read_at = 0;
+};
+
+// aaa_check_reset_ham_client_notify() for a loop. Reading the uptime is a system call: once a
+// second is enough.
+void feed_watchdog(WatchdogStamp& stamp);
+
 // Waits, at most 2 seconds, until no more than `staying` threads of the library are left, not
 // counting the calling one. A cancellation point. REQUIRES: the caller holds no lock of the
 // library.

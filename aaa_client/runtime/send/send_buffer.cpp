@@ -124,9 +124,9 @@ void flush_while_on_record() {
 [[noreturn]] void flush_periodically(void (*flush_once)()) {
   name_thread_after_process("_aaa_buf");
   join_watchdog(log_name);
-  std::uint32_t stamp = uptime_seconds();
+  WatchdogStamp stamp = {.fed_at = uptime_seconds()};
   for (;;) {
-    aaa_check_reset_ham_client_notify(&stamp);
+    feed_watchdog(stamp);
     if (wait_one_period()) {
       flush_once();
     } else {

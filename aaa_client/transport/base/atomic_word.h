@@ -7,28 +7,28 @@
 namespace aaa {
 
 template <class Word>
-inline Word load(const Word& word) {
+[[gnu::always_inline]] inline Word load(const Word& word) {
   return std::atomic_ref<Word>(const_cast<Word&>(word)).load(std::memory_order_relaxed);
 }
 
 template <class Word>
-inline void store(Word& word, Word value) {
+[[gnu::always_inline]] inline void store(Word& word, Word value) {
   std::atomic_ref<Word>(word).store(value, std::memory_order_relaxed);
 }
 
 // A reader that acquires a word sees everything written before it was released.
 template <class Word>
-inline Word acquire(const Word& word) {
+[[gnu::always_inline]] inline Word acquire(const Word& word) {
   return std::atomic_ref<Word>(const_cast<Word&>(word)).load(std::memory_order_acquire);
 }
 template <class Word>
-inline void release(Word& word, Word value) {
+[[gnu::always_inline]] inline void release(Word& word, Word value) {
   std::atomic_ref<Word>(word).store(value, std::memory_order_release);
 }
 
 // For exact counters.
 template <class Word>
-inline void add(Word& word, Word amount) {
+[[gnu::always_inline]] inline void add(Word& word, Word amount) {
   std::atomic_ref<Word>(word).fetch_add(amount, std::memory_order_seq_cst);
 }
 
