@@ -37,10 +37,10 @@ struct ItemList {
 
   // The block comes first, the values of the arena follow, and then the other items.
   static constexpr bool are_in_order() {
-    constexpr bool is_value[] = {Items::in_arena...};
-    for (std::size_t i = 0; i < count; ++i)
-      if (is_value[i] != (i >= 1 && i <= arena_values)) return false;
-    return true;
+    std::size_t i = 0;
+    bool in_order = true;
+    ((in_order = in_order && Items::in_arena == (i >= 1 && i <= arena_values), ++i), ...);
+    return in_order;
   }
 };
 
