@@ -226,6 +226,48 @@ TEST_F(SimCapture, IsPrivateEvenIfItWasNot) {
   EXPECT_EQ(final_capture().find("something"), std::string::npos);
 }
 
+// Neither by one that cannot listen nor by one that listens elsewhere.
+TEST_F(SimCapture, AnotherSimulatorDoesNotEmptyIt) {
+  start_capture();
+  register_client();
+  const std::string bytes = wait_for_capture("netd");
+  const auto errors_with = [this](const std::string& directory) {
+    BoundProgram program(AAAD_SIM_PROGRAM, {"--directory", directory, "--capture", capture_});
+    EXPECT_EQ(program.exit_status(), 1);
+    return program.remaining_errors();
+  };
+  EXPECT_EQ(errors_with(daemon_directory_),
+            "aaad-sim: " + socket_below(daemon_directory_) + ": Address already in use\n");
+  EXPECT_THAT(contents_of(capture_), StartsWith(bytes));
+  EXPECT_EQ(errors_with(directory_.path() + "/other"),
+            "aaad-sim: " + capture_ + ": another program writes a capture to it\n");
+  EXPECT_THAT(contents_of(capture_), StartsWith(bytes));
+}
+
+TEST_F(SimCapture, APipeIsRefused) {
+  ASSERT_EQ(::mkfifo(capture_.c_str(), 0600), 0);
+  const std::string refused =
+      "aaad-sim: " + capture_ + ": is neither a regular file nor a character device\n";
+  for (const bool is_read : {false, true}) {
+    const aaa_sim::FileDescriptor reader(
+        is_read ? ::open(capture_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1);
+    BoundProgram program(AAAD_SIM_PROGRAM,
+                         {"--directory", daemon_directory_, "--capture", capture_});
+    EXPECT_EQ(program.exit_status(), 1);
+    EXPECT_EQ(program.remaining_errors(), refused);
+  }
+}
+
+TEST_F(SimCapture, AFileOfAnotherUserIsRefused) {
+  write_file(capture_, "theirs");
+  ::chmod(capture_.c_str(), 0666);
+  if (::chown(capture_.c_str(), 65534, 65534) != 0) GTEST_SKIP() << "only root gives files away";
+  BoundProgram program(AAAD_SIM_PROGRAM, {"--directory", daemon_directory_, "--capture", capture_});
+  EXPECT_EQ(program.exit_status(), 1);
+  EXPECT_EQ(program.remaining_errors(), "aaad-sim: " + capture_ + ": belongs to another user\n");
+  EXPECT_EQ(contents_of(capture_), "theirs");
+}
+
 TEST_F(SimCapture, AFileThatCannotBeMadeIsStatus1) {
   BoundProgram program(AAAD_SIM_PROGRAM,
                        {"--directory", daemon_directory_, "--capture", "/nowhere/capture"});

@@ -240,6 +240,25 @@ TEST_F(TapTest, TheDirectoryOfARunningDaemonIsRefused) {
   EXPECT_EQ(outcome.errors, "aaa-dissect: " + other.socket_path() + ": Address already in use\n");
 }
 
+TEST_F(TapTest, AnotherTapDoesNotEmptyTheCapture) {
+  start_tap();
+  { const RawClient client = register_client(); }
+  ASSERT_TRUE(test::eventually([&] { return tap_->capture().find("netd") != std::string::npos; }));
+  const std::string bytes = tap_->capture();
+  const auto errors_with = [this](const std::string& directory) {
+    return dissect({"--tap", directory, "-d", work_.path() + "/aaad", "--write",
+                    directory_ + "/tapped"})
+        .errors;
+  };
+  EXPECT_EQ(errors_with(directory_),
+            "aaa-dissect: " + tap_->socket() + ": Address already in use\n");
+  EXPECT_THAT(tap_->capture(), StartsWith(bytes));
+  EXPECT_EQ(errors_with(work_.path() + "/other"),
+            "aaa-dissect: " + directory_ + "/tapped: another program writes a capture to it\n");
+  EXPECT_THAT(tap_->capture(), StartsWith(bytes));
+  tap_->end();
+}
+
 TEST_F(TapTest, WithoutDescriptorsClientsWait) {
   BoundProgram program(
       "/bin/bash", {"-c", std::string("ulimit -n 24; exec ") + AAA_DISSECT_PROGRAM +

@@ -41,9 +41,10 @@ void dissect_file(const Options& options, Printer& printer) {
 class TapOutput {
  public:
   TapOutput(const Options& options, Printer& printer)
-      : secrets_(options.style.secrets), printer_(options.quiet ? nullptr : &printer) {
-    if (!options.write.empty())
-      file_.emplace(options.write, "aaa-dissect " AAA_DISSECT_VERSION, complain);
+      : secrets_(options.style.secrets), printer_(options.quiet ? nullptr : &printer) {}
+
+  void write_to(const std::string& path) {
+    file_.emplace(path, "aaa-dissect " AAA_DISSECT_VERSION, complain);
   }
 
   bool show(std::uint64_t socket, const aaa_capture::Interface& interface,
@@ -69,6 +70,8 @@ bool tap(const Options& options, Printer& printer) {
         return output.show(socket, interface, std::move(packet), form);
       },
       complain);
+  // A tap that cannot listen leaves a file as it is.
+  if (!options.write.empty()) output.write_to(options.write);
   complain("listening on " + tap.path());
   if (!options.quiet) tap.end_with(STDOUT_FILENO);
   return tap.run();
