@@ -16,6 +16,7 @@
 #include "capture_input.h"
 #include "options.h"
 #include "printer.h"
+#include "server/standard_streams.h"
 #include "tap.h"
 
 namespace aaa_dissect {
@@ -102,6 +103,7 @@ Status run(const Options& options) {
 }  // namespace aaa_dissect
 
 int main(int argc, char** argv) {
+  aaa_sim::occupy_standard_streams();
   (void)std::signal(SIGPIPE, SIG_IGN);
   auto status = aaa_dissect::Status::done;
   if (const auto options = aaa_dissect::parse_options(argc, argv, status))

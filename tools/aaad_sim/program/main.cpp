@@ -12,6 +12,7 @@
 #include "program/commands.h"
 #include "program/options.h"
 #include "server/file_descriptor.h"
+#include "server/standard_streams.h"
 
 namespace {
 
@@ -110,6 +111,7 @@ int run(const aaa_sim::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  aaa_sim::occupy_standard_streams();
   int exit_status = 0;
   const auto options = aaa_sim::parse_options(argc, argv, exit_status);
   if (!options) return exit_status;
