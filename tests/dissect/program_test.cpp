@@ -167,7 +167,10 @@ TEST_F(DissectProgram, AMisuseIsStatus64AndOneLine) {
                                               {"-d", "/tmp", "x"},
                                               {"--tap", "/tmp/a"},
                                               {"--tap", "/tmp/a", "-d", "/tmp/b", "x"},
-                                              {"--tap", "/tmp/./a", "-d", "/tmp/a"}};
+                                              {"--tap", "/tmp/./a", "-d", "/tmp/a"},
+                                              {"--tap", ""},
+                                              {"--tap", "a", "-d", "/tmp/b"},
+                                              {"--tap", "/tmp/a", "-d", "b"}};
   for (const auto& arguments : misuses) {
     const Outcome outcome = dissect(arguments);
     EXPECT_EQ(outcome.exit_status, 64) << arguments[0];

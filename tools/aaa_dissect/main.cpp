@@ -65,7 +65,7 @@ class TapOutput {
 bool tap(const Options& options, Printer& printer) {
   TapOutput output(options, printer);
   Tap tap(
-      options.tap, options.directory,
+      *options.tap, options.directory,
       [&output](std::uint64_t socket, const aaa_capture::Interface& interface,
                 aaa_capture::Packet packet, aaa_capture::Form form) {
         return output.show(socket, interface, std::move(packet), form);
@@ -88,7 +88,7 @@ Status status_of(const Printer& printer) {
 Status run(const Options& options) {
   Printer printer(options.style);
   try {
-    if (options.tap.empty())
+    if (!options.tap)
       dissect_file(options, printer);
     else if (!tap(options, printer))
       return Status::failed;
