@@ -274,7 +274,7 @@ TEST_F(Dissector, ShowsSecretsWhenAskedTo) {
                  "_ws.col.Info", "-e", "aaa.authen.user_password", "-e", "aaa.password_check.s2",
                  "-e", "aaa.reregister_req.body"},
                 some),
-            "AAA\t5 (authen request) id 77, 1344 bytes, from client on the request socket"
+            "AAA\t5 (authen request) id 77, 1350 bytes, from client on the request socket"
             "\t47656865696d213432\t\t\n"
             "AAA\t22 (local query pwd) id 0, 26 bytes, from client on the request socket"
             "\t\tGeheim!42\t\n"
