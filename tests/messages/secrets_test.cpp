@@ -7,6 +7,7 @@
 
 #include "messages/expected.h"
 #include "messages/render.h"
+#include "messages/sample_bodies.h"
 #include "support/bytes.h"
 #include "support/table_row.h"
 
@@ -138,6 +139,22 @@ TEST(Secrets, OfADirectoryAreValuesOfAttributesThatAreNamedSo) {
     const std::string printed = rendered(sample, sample.bytes());
     EXPECT_EQ(is_secret, printed.find("abcdefgh") == std::string::npos) << name;
   }
+}
+
+TEST(MaskedMessage, HasNoTraceOfWhatIsBehindTheEndOfALocalUser) {
+  MessageSample sample = message_sample("local_update_user");
+  for (const std::uint32_t tag : {0, 2, 6}) {
+    sample.body = long_item(1, "alice") + word_bytes({tag, 0}) + sample_secret;
+    expect_same_when_masked(sample, sample.bytes());
+    EXPECT_EQ(long_item(1, "*****") + word_bytes({tag, 0}) + std::string(9, '*'),
+              masked(sample, sample.bytes()).substr(16));
+  }
+}
+
+TEST(MaskedMessage, HasNoEndOfALocalUserInAValue) {
+  MessageSample sample = message_sample("local_update_user");
+  sample.body = word_bytes({6, 8}) + "pass" + zeros(8);
+  EXPECT_EQ(word_bytes({6, 8}) + std::string(12, '*'), masked(sample, sample.bytes()).substr(16));
 }
 
 TEST(MaskedMessage, EndsItsItemsWhereTheMessageDoes) {
