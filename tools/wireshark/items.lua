@@ -22,8 +22,9 @@ end
 -- another tag it may be a piece of a value.
 function Items:take_end()
   local cursor = self.cursor
-  if self.list.heads ~= "large" or cursor:left() < 8 or cursor:number(4, 4) ~= 0 then return false end
-  local tag = cursor:number(0, 4)
+  if self.list.heads ~= "large" or cursor:left() < 8 then return false end
+  local tag, length = cursor:number(0, 4), cursor:number(4, 4)
+  if length ~= 0 then return false end
   if tag ~= 0 and not self.list.by_tag[tag] then return false end
   cursor.at = cursor.at + 8
   return true
