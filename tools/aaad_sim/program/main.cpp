@@ -10,6 +10,7 @@
 #include "aaad_sim.h"
 #include "program/capture.h"
 #include "program/commands.h"
+#include "program/fields.h"
 #include "program/options.h"
 #include "server/file_descriptor.h"
 #include "server/standard_streams.h"
@@ -88,6 +89,7 @@ void wait_until_done(AaadSim& sim, const aaa_sim::FileDescriptor& signals, Contr
 aaa_sim::Output output_of(const aaa_sim::Options& options, aaa_sim::Capture& capture) {
   aaa_sim::Output output{.keep = false};
   if (!options.quiet) output.line = print_line;
+  if (options.fields) output.fields = aaa_sim::fields_of;
   if (!options.capture.empty())
     output.capture = [&capture](const aaa_sim::Message& message, const std::string& remark) {
       capture.write(message, remark);
