@@ -83,6 +83,37 @@ TEST_F(DissectProgram, OtherLinkTypesAreLeftOut) {
   EXPECT_THAT(outcome.output, HasSubstr("heartbeat"));
 }
 
+TEST_F(DissectProgram, PacketsInOtherBlocksAreLeftOut) {
+  const std::string simple = block(3, hex("10000000") + kHeartbeat);
+  const std::string obsolete = block(2, word_bytes({0, 0, 3, 16, 16}) + kHeartbeat);
+  const Outcome outcome = dissect({file_with(kStart + simple + obsolete + packet(kHeartbeat))});
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_EQ(outcome.errors, "aaa-dissect: " + directory_.path() +
+                                "/capture: 2 packets in other blocks than Enhanced Packet Blocks "
+                                "are left out\n");
+  EXPECT_THAT(outcome.output, HasSubstr("heartbeat"));
+}
+
+TEST_F(DissectProgram, ACutCaptureStillSaysWhatIsLeftOut) {
+  const std::string start =
+      kSection + interface("0100") + packet("abc") + block(3, hex("10000000") + kHeartbeat);
+  const Outcome outcome = dissect({file_with(start + packet(kHeartbeat).substr(0, 40))});
+  EXPECT_EQ(outcome.exit_status, 1);
+  EXPECT_THAT(outcome.errors,
+              EndsWith(": cut at byte " + std::to_string(start.size()) +
+                       ", 1 packets of another link type than USER0 are left out, 1 packets in "
+                       "other blocks than Enhanced Packet Blocks are left out\n"));
+  EXPECT_EQ(lines_of(outcome.errors), 1u);
+}
+
+TEST_F(DissectProgram, AClosedOutputIsAnError) {
+  const std::string path = file_with(kStart + packet(kHeartbeat));
+  BoundProgram program("/bin/bash",
+                       {"-c", std::string("exec ") + AAA_DISSECT_PROGRAM + " " + path + " >&-"});
+  EXPECT_EQ(program.remaining_errors(), "aaa-dissect: standard output: Bad file descriptor\n");
+  EXPECT_EQ(program.exit_status(), 1);
+}
+
 TEST_F(DissectProgram, WhatIsNoCaptureIsOneLine) {
   const std::string inputs[] = {"", "x", std::string(1000, 'x'), std::string(1000, '\0'),
                                 hex("d4c3b2a1 0200 0400") + std::string(16, '\0')};
@@ -167,7 +198,10 @@ TEST_F(DissectProgram, AMisuseIsStatus64AndOneLine) {
                                               {"-d", "/tmp", "x"},
                                               {"--tap", "/tmp/a"},
                                               {"--tap", "/tmp/a", "-d", "/tmp/b", "x"},
-                                              {"--tap", "/tmp/./a", "-d", "/tmp/a"}};
+                                              {"--tap", "/tmp/./a", "-d", "/tmp/a"},
+                                              {"--tap", ""},
+                                              {"--tap", "a", "-d", "/tmp/b"},
+                                              {"--tap", "/tmp/a", "-d", "b"}};
   for (const auto& arguments : misuses) {
     const Outcome outcome = dissect(arguments);
     EXPECT_EQ(outcome.exit_status, 64) << arguments[0];

@@ -71,6 +71,20 @@ TEST(CaptureReader, PassesOverWhatItDoesNotKnow) {
   EXPECT_EQ(packets[0].direction, Direction::unknown);
 }
 
+TEST(CaptureReader, ALongBlockThatItDoesNotKnowIsPassedOver) {
+  const std::string start = kSection + interface(), last = packet(kHeartbeat);
+  const std::string unknown = block(0x0bad, std::string(40u << 20, 'x'));
+  EXPECT_EQ(read_all(start + unknown + last).size(), 1u);
+  EXPECT_EQ(read_all(start + block(0x0bad, "four") + last).size(), 1u);
+  const std::string at = " at byte " + std::to_string(start.size());
+  for (const std::size_t missing : {1u, 4u, 5u, 40u << 20})
+    EXPECT_EQ(error_of(start + unknown.substr(0, unknown.size() - missing)), "cut" + at) << missing;
+  EXPECT_EQ(error_of(start + unknown.substr(0, unknown.size() - 1) + "x" + last),
+            "broken block" + at);
+  EXPECT_EQ(error_of(start + unknown + last.substr(1)),
+            "broken block at byte " + std::to_string(start.size() + unknown.size()));
+}
+
 TEST(CaptureReader, ASectionHasInterfacesOfItsOwn) {
   EXPECT_EQ(
       read_all(kSection + interface() + packet("x") + kSection + interface("0100") + packet("yz"))

@@ -147,15 +147,21 @@ TEST_F(SimCapture, WhatIsNoMessageIsWrittenWithARemark) {
   wait_for_capture("closed inside a message");
 }
 
-// The bytes may be a request that is shifted.
-TEST_F(SimCapture, WhatIsNoMessageIsMaskedBehindItsHeader) {
+// The bytes may be a request that is shifted, or the end of one.
+TEST_F(SimCapture, WhatIsNoMessageIsMasked) {
   start_capture();
   RawClient client = register_client();
   client.request.send("x" + test::message_bytes(5, login_body()));
   EXPECT_TRUE(client.request.is_closed_by_peer());
-  const std::string bytes = wait_for_capture("bad marker");
-  EXPECT_THAT(bytes, HasSubstr("x" + test::message_bytes(5, login_body()).substr(0, 15)));
+  RawClient second = register_client("two2");
+  second.request.send(test::message_bytes(10) + "TopSecretPassword");
+  EXPECT_TRUE(second.request.is_closed_by_peer());
+  const std::string bytes = final_capture();
+  EXPECT_THAT(bytes, HasSubstr(std::string(17, '*') + std::string(3, '\0') + hex("0100 0a00") +
+                               "bad marker"));
+  EXPECT_THAT(bytes, Not(HasSubstr("x" + hex("01010101"))));
   EXPECT_THAT(bytes, Not(HasSubstr("wonderland")));
+  EXPECT_THAT(bytes, Not(HasSubstr("TopS")));
 }
 
 // Each request of a batch is a part of one packet.
@@ -218,6 +224,48 @@ TEST_F(SimCapture, IsPrivateEvenIfItWasNot) {
   EXPECT_EQ(::stat(capture_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0600u);
   EXPECT_EQ(final_capture().find("something"), std::string::npos);
+}
+
+// Neither by one that cannot listen nor by one that listens elsewhere.
+TEST_F(SimCapture, AnotherSimulatorDoesNotEmptyIt) {
+  start_capture();
+  register_client();
+  const std::string bytes = wait_for_capture("netd");
+  const auto errors_with = [this](const std::string& directory) {
+    BoundProgram program(AAAD_SIM_PROGRAM, {"--directory", directory, "--capture", capture_});
+    EXPECT_EQ(program.exit_status(), 1);
+    return program.remaining_errors();
+  };
+  EXPECT_EQ(errors_with(daemon_directory_),
+            "aaad-sim: " + socket_below(daemon_directory_) + ": Address already in use\n");
+  EXPECT_THAT(contents_of(capture_), StartsWith(bytes));
+  EXPECT_EQ(errors_with(directory_.path() + "/other"),
+            "aaad-sim: " + capture_ + ": another program writes a capture to it\n");
+  EXPECT_THAT(contents_of(capture_), StartsWith(bytes));
+}
+
+TEST_F(SimCapture, APipeIsRefused) {
+  ASSERT_EQ(::mkfifo(capture_.c_str(), 0600), 0);
+  const std::string refused =
+      "aaad-sim: " + capture_ + ": is neither a regular file nor a character device\n";
+  for (const bool is_read : {false, true}) {
+    const aaa_sim::FileDescriptor reader(
+        is_read ? ::open(capture_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1);
+    BoundProgram program(AAAD_SIM_PROGRAM,
+                         {"--directory", daemon_directory_, "--capture", capture_});
+    EXPECT_EQ(program.exit_status(), 1);
+    EXPECT_EQ(program.remaining_errors(), refused);
+  }
+}
+
+TEST_F(SimCapture, AFileOfAnotherUserIsRefused) {
+  write_file(capture_, "theirs");
+  ::chmod(capture_.c_str(), 0666);
+  if (::chown(capture_.c_str(), 65534, 65534) != 0) GTEST_SKIP() << "only root gives files away";
+  BoundProgram program(AAAD_SIM_PROGRAM, {"--directory", daemon_directory_, "--capture", capture_});
+  EXPECT_EQ(program.exit_status(), 1);
+  EXPECT_EQ(program.remaining_errors(), "aaad-sim: " + capture_ + ": belongs to another user\n");
+  EXPECT_EQ(contents_of(capture_), "theirs");
 }
 
 TEST_F(SimCapture, AFileThatCannotBeMadeIsStatus1) {

@@ -98,6 +98,23 @@ TEST_F(TapTest, AReceiverThatNeverReadsHoldsTheEndUpForSecondsOnly) {
   EXPECT_EQ(tap_->exit_status(), 1);
 }
 
+// The capture does not get the number of the output, and so what is printed.
+TEST_F(TapTest, ACaptureIsWholeWhenThereIsNoOutput) {
+  ::mkdir(directory_.c_str(), 0755);
+  const std::string capture = directory_ + "/tapped";
+  BoundProgram program("/bin/bash",
+                       {"-c", std::string("exec ") + AAA_DISSECT_PROGRAM + " --tap " + directory_ +
+                                  " -d " + work_.path() + "/aaad --write " + capture + " >&-"});
+  program.error_line();
+  RawConnection request(directory_ + "/security/aaa/.aaa_domain_socket_fs");
+  request.send(aaa_sim_test::register_request());
+  EXPECT_EQ(program.error_line(), "aaa-dissect: standard output: Bad file descriptor\n");
+  EXPECT_EQ(program.exit_status(), 1);
+  const Outcome outcome = dissect({"--json", capture});
+  EXPECT_EQ(outcome.exit_status, 0) << outcome.errors;
+  EXPECT_THAT(outcome.output, HasSubstr("register request"));
+}
+
 TEST_F(TapTest, AnOutputThatIsClosedEndsIt) {
   ::mkdir(directory_.c_str(), 0755);
   BoundProgram program(

@@ -183,8 +183,22 @@ TEST_F(TapTest, WhatMayBeASecretIsMaskedAndForwarded) {
   EXPECT_EQ(client.event.receive(10), "wonderland");
   tap_->end();
   EXPECT_THAT(tap_->capture(), Not(HasSubstr("wonderland")));
-  EXPECT_THAT(tap_->capture(), HasSubstr("no header, then **"));
+  EXPECT_THAT(tap_->capture(), Not(HasSubstr("no header")));
   EXPECT_THAT(tap_->printed(), Not(HasSubstr("wonderland")));
+}
+
+// The header's length ends the message where its password begins.
+TEST_F(TapTest, APasswordBehindAShortLengthIsMasked) {
+  start_tap();
+  RawClient client = register_client();
+  client.request.send(test::message_bytes(5, test::item_bytes(1, std::string(1184, '\0'))) +
+                      "TopSecretPassword");
+  EXPECT_TRUE(client.request.is_closed_by_peer());
+  tap_->end();
+  EXPECT_EQ(tap_->captured(5), 1u);
+  EXPECT_THAT(tap_->capture(), HasSubstr(std::string(17, '*')));
+  EXPECT_THAT(tap_->capture(), Not(HasSubstr("TopS")));
+  EXPECT_THAT(tap_->printed(), Not(HasSubstr("TopS")));
 }
 
 TEST_F(TapTest, AMessageThatEndsTooEarlyIsShown) {
@@ -224,6 +238,25 @@ TEST_F(TapTest, TheDirectoryOfARunningDaemonIsRefused) {
   const Outcome outcome = dissect({"--tap", directory_, "-d", work_.path() + "/aaad"});
   EXPECT_EQ(outcome.exit_status, 1);
   EXPECT_EQ(outcome.errors, "aaa-dissect: " + other.socket_path() + ": Address already in use\n");
+}
+
+TEST_F(TapTest, AnotherTapDoesNotEmptyTheCapture) {
+  start_tap();
+  { const RawClient client = register_client(); }
+  ASSERT_TRUE(test::eventually([&] { return tap_->capture().find("netd") != std::string::npos; }));
+  const std::string bytes = tap_->capture();
+  const auto errors_with = [this](const std::string& directory) {
+    return dissect({"--tap", directory, "-d", work_.path() + "/aaad", "--write",
+                    directory_ + "/tapped"})
+        .errors;
+  };
+  EXPECT_EQ(errors_with(directory_),
+            "aaa-dissect: " + tap_->socket() + ": Address already in use\n");
+  EXPECT_THAT(tap_->capture(), StartsWith(bytes));
+  EXPECT_EQ(errors_with(work_.path() + "/other"),
+            "aaa-dissect: " + directory_ + "/tapped: another program writes a capture to it\n");
+  EXPECT_THAT(tap_->capture(), StartsWith(bytes));
+  tap_->end();
 }
 
 TEST_F(TapTest, WithoutDescriptorsClientsWait) {

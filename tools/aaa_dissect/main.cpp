@@ -16,6 +16,7 @@
 #include "capture_input.h"
 #include "options.h"
 #include "printer.h"
+#include "server/standard_streams.h"
 #include "tap.h"
 
 namespace aaa_dissect {
@@ -41,9 +42,10 @@ void dissect_file(const Options& options, Printer& printer) {
 class TapOutput {
  public:
   TapOutput(const Options& options, Printer& printer)
-      : secrets_(options.style.secrets), printer_(options.quiet ? nullptr : &printer) {
-    if (!options.write.empty())
-      file_.emplace(options.write, "aaa-dissect " AAA_DISSECT_VERSION, complain);
+      : secrets_(options.style.secrets), printer_(options.quiet ? nullptr : &printer) {}
+
+  void write_to(const std::string& path) {
+    file_.emplace(path, "aaa-dissect " AAA_DISSECT_VERSION, complain);
   }
 
   bool show(std::uint64_t socket, const aaa_capture::Interface& interface,
@@ -63,12 +65,14 @@ class TapOutput {
 bool tap(const Options& options, Printer& printer) {
   TapOutput output(options, printer);
   Tap tap(
-      options.tap, options.directory,
+      *options.tap, options.directory,
       [&output](std::uint64_t socket, const aaa_capture::Interface& interface,
                 aaa_capture::Packet packet, aaa_capture::Form form) {
         return output.show(socket, interface, std::move(packet), form);
       },
       complain);
+  // A tap that cannot listen leaves a file as it is.
+  if (!options.write.empty()) output.write_to(options.write);
   complain("listening on " + tap.path());
   if (!options.quiet) tap.end_with(STDOUT_FILENO);
   return tap.run();
@@ -84,7 +88,7 @@ Status status_of(const Printer& printer) {
 Status run(const Options& options) {
   Printer printer(options.style);
   try {
-    if (options.tap.empty())
+    if (!options.tap)
       dissect_file(options, printer);
     else if (!tap(options, printer))
       return Status::failed;
@@ -99,6 +103,7 @@ Status run(const Options& options) {
 }  // namespace aaa_dissect
 
 int main(int argc, char** argv) {
+  aaa_sim::occupy_standard_streams();
   (void)std::signal(SIGPIPE, SIG_IGN);
   auto status = aaa_dissect::Status::done;
   if (const auto options = aaa_dissect::parse_options(argc, argv, status))

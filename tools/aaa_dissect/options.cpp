@@ -1,7 +1,5 @@
 #include "options.h"
 
-#include <sys/un.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -9,7 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "server/listener.h"
+#include "server/client_directory.h"
 
 namespace aaa_dissect {
 namespace {
@@ -43,9 +41,9 @@ void describe(CLI::App& app, Options& options) {
   describe_tap(app, options, file);
 }
 
-void check_length(const char* option, const std::string& directory) {
-  if (aaa_sim::Listener::path_below(directory).size() >= sizeof sockaddr_un{}.sun_path)
-    throw CLI::ValidationError(option, "'" + directory + "' is too long for the name of a socket");
+void check(const char* option, const std::string& directory) {
+  if (const auto error = aaa_sim::error_of_directory(directory))
+    throw CLI::ValidationError(option, "'" + directory + "' " + *error);
 }
 
 bool is_same(const std::string& first, const std::string& second) {
@@ -55,15 +53,15 @@ bool is_same(const std::string& first, const std::string& second) {
 }
 
 void complete(Options& options) {
-  if (options.tap.empty()) return;
+  if (!options.tap) return;
   const char* const variable = std::getenv("TMPDIR");
   if (options.directory.empty() && variable != nullptr) options.directory = variable;
   if (options.directory.empty())
     throw CLI::ValidationError("--directory is required when TMPDIR is not set");
-  check_length("--tap", options.tap);
-  check_length("--directory", options.directory);
-  if (is_same(options.tap, options.directory))
-    throw CLI::ValidationError("--tap: '" + options.tap + "' is the daemon's own directory");
+  check("--tap", *options.tap);
+  check("--directory", options.directory);
+  if (is_same(*options.tap, options.directory))
+    throw CLI::ValidationError("--tap: '" + *options.tap + "' is the daemon's own directory");
 }
 
 }  // namespace

@@ -13,8 +13,8 @@ enum class Status { done = 0, failed = 1, usage = 64 };
 struct Options {
   Style style;
   std::string file;  // empty: standard input
-  // Empty for a capture; else the clients' directory, and the daemon's.
-  std::string tap = {};
+  // None for a capture; else the clients' directory, and the daemon's.
+  std::optional<std::string> tap = {};
   std::string directory = {};
   std::string write = {};  // a capture of what is tapped; empty for none
   bool quiet = false;

@@ -14,8 +14,8 @@ class CaptureFile {
  public:
   using Complaint = std::function<void(const std::string& line)>;
 
-  // Throws std::system_error when the file cannot be made. When it cannot be written, the capture
-  // ends, and `complain` is called with the reason, once.
+  // Throws std::runtime_error as the writer does when it cannot have the file. When it cannot be
+  // written, the capture ends, and `complain` is called with the reason, once.
   CaptureFile(const std::string& path, std::string_view application, Complaint complain);
 
   // The interface is described with the first packet of the socket, whose number is never used for

@@ -20,11 +20,6 @@ aaa_messages::Socket socket_of(const Interface& interface) {
   return aaa_messages::Socket::unknown;
 }
 
-void mask_from(Packet& packet, std::size_t offset) {
-  const auto start = packet.bytes.begin() + static_cast<std::ptrdiff_t>(offset);
-  std::fill(start, packet.bytes.end(), std::uint8_t{'*'});
-}
-
 }  // namespace
 
 Interface interface_of(const aaa_sim::ClientName& client, aaa_sim::Role role) {
@@ -40,10 +35,10 @@ aaa_messages::Frame frame_of(const Interface& interface, const Packet& packet) {
 }
 
 void mask_secrets(const Interface& interface, Packet& packet, Form form) {
-  if (form == Form::stray) return mask_from(packet, 0);
-  if (begins_as_message(packet))
-    return aaa_messages::mask_secrets(frame_of(interface, packet), packet.bytes);
-  mask_from(packet, std::min(aaa_sim::kHeaderSize, packet.bytes.size()));
+  if (form == Form::message && begins_as_message(packet))
+    aaa_messages::mask_secrets(frame_of(interface, packet), packet.bytes);
+  else
+    std::ranges::fill(packet.bytes, std::uint8_t{'*'});
 }
 
 std::uint64_t time_now() {

@@ -20,8 +20,8 @@ enum class Form : std::uint8_t {
   stray,    // what follows after bytes that were no message
 };
 
-// Masks passwords and keys, and what may be one: of bytes that do not begin as a message does, only
-// those that stand for a header stay.
+// Masks passwords and keys, and what may be one: bytes that do not begin with a message's marker
+// are masked whole, as they may be the end of a message whose header has a wrong length.
 void mask_secrets(const Interface& interface, Packet& packet, Form form = Form::message);
 
 // Nanoseconds since 1970.

@@ -10,6 +10,8 @@ namespace aaa_capture {
 // Block types. Every block is its type, its length, its body, and its length again.
 inline constexpr std::uint32_t kSectionHeaderBlock = 0x0A0D0D0A;
 inline constexpr std::uint32_t kInterfaceDescriptionBlock = 1;
+inline constexpr std::uint32_t kPacketBlock = 2;  // obsolete
+inline constexpr std::uint32_t kSimplePacketBlock = 3;
 inline constexpr std::uint32_t kEnhancedPacketBlock = 6;
 
 inline constexpr std::size_t kBlockOverhead = 12;

@@ -8,7 +8,7 @@
 namespace aaa_capture {
 namespace {
 
-// Above what any message needs: a longer block is a broken one.
+// Above what any message needs: a longer block of a kind that is read is a broken one.
 constexpr std::uint32_t kMaxBlock = 32u << 20;
 // What a length claims is only taken once the bytes are there.
 constexpr std::size_t kChunk = 65536;
@@ -40,6 +40,11 @@ std::uint64_t to_nanoseconds(std::uint64_t time, std::uint8_t resolution) {
   return finer < 20 ? time / power_of_ten(finer) : 0;
 }
 
+bool needs_body(std::uint32_t type) {
+  return type == kSectionHeaderBlock || type == kInterfaceDescriptionBlock ||
+         type == kEnhancedPacketBlock;
+}
+
 }  // namespace
 
 bool Reader::next(Packet& packet) {
@@ -47,6 +52,7 @@ bool Reader::next(Packet& packet) {
     while (read_block()) {
       if (type_ == kSectionHeaderBlock) start_section();
       if (type_ == kInterfaceDescriptionBlock) add_interface();
+      if (type_ == kPacketBlock || type_ == kSimplePacketBlock) ++passed_over_;
       if (type_ != kEnhancedPacketBlock) continue;
       read_packet(packet);
       return true;
@@ -59,7 +65,7 @@ bool Reader::next(Packet& packet) {
 
 // False at the end of the input.
 bool Reader::read_block() {
-  position_ += block_.size();
+  position_ += size_;
   block_.clear();
   read_up_to(kBlockOverhead);
   if (block_.empty() && in_section_) return false;
@@ -67,12 +73,34 @@ bool Reader::read_block() {
   type_ = number_at(0);
   if (type_ == kSectionHeaderBlock) read_byte_order();
   if (!in_section_) fail(kNoCapture);
-  const std::uint32_t length = number_at(4);
-  if (length < kBlockOverhead || length % 4 != 0 || length > kMaxBlock) fail(kBroken);
-  read_up_to(length);
-  if (block_.size() < length) fail("cut");
-  if (number_at(length - 4) != length) fail(kBroken);
+  size_ = number_at(4);
+  if (size_ < kBlockOverhead || size_ % 4 != 0) fail(kBroken);
+  read_rest();
+  if (number_at(block_.size() - 4) != size_) fail(kBroken);
   return true;
+}
+
+void Reader::read_rest() {
+  std::size_t kept = size_;
+  if (!needs_body(type_)) {
+    kept = kBlockOverhead;
+    skip_body();
+  } else if (size_ > kMaxBlock) {
+    fail(kBroken);
+  }
+  read_up_to(kept);
+  if (block_.size() < kept) fail("cut");
+}
+
+// Its first bytes were read with the type and the length.
+void Reader::skip_body() {
+  if (size_ == kBlockOverhead) return;
+  block_.resize(kBlockOverhead - sizeof size_);
+  std::size_t left = size_ - kBlockOverhead - sizeof size_;
+  while (left != 0 && input_) {
+    input_.ignore(static_cast<std::streamsize>(std::min(left, kChunk)));
+    left -= static_cast<std::size_t>(input_.gcount());
+  }
 }
 
 // The type of this block is the same in both orders; its length is not.

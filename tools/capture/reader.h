@@ -1,5 +1,6 @@
 // Reads captures of any pcapng writer, in either byte order. Blocks and options that it does not
-// know are passed over.
+// know are passed over. Of packets it reads those in Enhanced Packet Blocks; those in Simple Packet
+// Blocks and obsolete Packet Blocks, which lack a time or are no longer written, are counted only.
 #pragma once
 
 #include <istream>
@@ -28,6 +29,8 @@ class Reader {
   bool next(Packet& packet);
   // That of the packet read last.
   const Interface& interface() const { return interfaces_[packet_interface_].is; }
+  // Packets so far in blocks of the other kinds.
+  std::size_t passed_over() const { return passed_over_; }
 
  private:
   struct Source {
@@ -39,6 +42,8 @@ class Reader {
   bool read_block();
   void read_byte_order();
   void read_up_to(std::size_t size);
+  void read_rest();
+  void skip_body();
   std::uint32_t number_at(std::size_t offset) const;
   BlockCursor body() const;
   void start_section();
@@ -49,11 +54,13 @@ class Reader {
   std::istream& input_;
   std::uint64_t position_ = 0;  // of the block
   std::uint32_t type_ = 0;
-  std::vector<std::uint8_t> block_;  // whole
+  std::uint32_t size_ = 0;
+  std::vector<std::uint8_t> block_;  // whole, or without the body when that is not needed
   bool in_section_ = false;
   bool swapped_ = false;
   std::vector<Source> interfaces_;
   std::uint32_t packet_interface_ = 0;
+  std::size_t passed_over_ = 0;
 };
 
 }  // namespace aaa_capture

@@ -1,9 +1,11 @@
 #include "capture/writer.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 #include <vector>
 
@@ -52,11 +54,37 @@ class Body {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-// A file that exists keeps its mode when it is opened.
-void make_private(int fd, const std::string& path) {
+[[noreturn]] void refuse(const std::string& path, const char* why) {
+  throw std::runtime_error(path + ": " + why);
+}
+
+constexpr const char* kWrongType = "is neither a regular file nor a character device";
+
+// Does not wait for the reader of a pipe. One without a reader, and a socket, are ENXIO.
+aaa_sim::FileDescriptor open_file(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+                        S_IRUSR | S_IWUSR);
+  if (fd < 0 && errno == ENXIO) refuse(path, kWrongType);
+  return aaa_sim::checked(fd, path.c_str());
+}
+
+// Nothing of a file is changed that another program writes to. A file that exists keeps its owner
+// and its mode when it is opened.
+void take_over(int fd, const std::string& path, uid_t owner) {
+  if (owner != ::geteuid()) refuse(path, "belongs to another user");
+  if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) refuse(path, "another program writes a capture to it");
+    fail(path);
+  }
+  if (::fchmod(fd, S_IRUSR | S_IWUSR) != 0 || ::ftruncate(fd, 0) != 0) fail(path);
+}
+
+void prepare(int fd, const std::string& path) {
   struct stat status {};
   if (::fstat(fd, &status) != 0) fail(path);
-  if (S_ISREG(status.st_mode) && ::fchmod(fd, S_IRUSR | S_IWUSR) != 0) fail(path);
+  if (S_ISREG(status.st_mode)) return take_over(fd, path, status.st_uid);
+  if (!S_ISCHR(status.st_mode)) refuse(path, kWrongType);
+  if (::fcntl(fd, F_SETFL, 0) != 0) fail(path);
 }
 
 void write_all(int fd, std::span<const std::uint8_t> bytes) {
@@ -70,11 +98,8 @@ void write_all(int fd, std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-Writer::Writer(const std::string& path)
-    : file_(aaa_sim::checked(
-          ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR),
-          path.c_str())) {
-  make_private(file_.get(), path);
+Writer::Writer(const std::string& path) : file_(open_file(path)) {
+  prepare(file_.get(), path);
 }
 
 void Writer::begin(std::string_view application) {

@@ -13,8 +13,10 @@ namespace aaa_capture {
 
 class Writer {
  public:
-  // Makes the file, or empties it, readable by its owner alone. Throws std::system_error, as the
-  // other functions do.
+  // Makes the file, or empties it, readable by its owner alone, and keeps other writers out of it.
+  // Throws std::runtime_error, and leaves the file as it is, when another writer has it, when it
+  // belongs to another user, or when it is neither a regular file nor a character device. The other
+  // functions throw std::system_error.
   explicit Writer(const std::string& path);
 
   // Comes first. `application` is the name of the program.

@@ -1,10 +1,8 @@
 #include "program/capture.h"
 
 #include <cstdio>
-#include <memory>
 #include <utility>
 
-#include "capture/capture_file.h"
 #include "capture/message_packet.h"
 
 namespace aaa_sim {
@@ -13,6 +11,18 @@ namespace {
 void complain(const std::string& line) {
   std::fprintf(stderr, "aaad-sim: %s\n", line.c_str());
 }
+
+// At the end of a block, also by an exception.
+class CountDown {
+ public:
+  explicit CountDown(std::latch& latch) : latch_(latch) {}
+  ~CountDown() { latch_.count_down(); }
+  CountDown(const CountDown&) = delete;
+  CountDown& operator=(const CountDown&) = delete;
+
+ private:
+  std::latch& latch_;
+};
 
 aaa_capture::Packet packet_of(const Message& message, const std::string& remark) {
   const bool inbound = message.direction == Direction::received;
@@ -24,16 +34,19 @@ aaa_capture::Packet packet_of(const Message& message, const std::string& remark)
 
 }  // namespace
 
-decltype(Output::capture) capture_to(const std::string& path, bool with_secrets) {
-  const auto file =
-      std::make_shared<aaa_capture::CaptureFile>(path, "aaad-sim " AAAD_SIM_VERSION, complain);
-  return [file, with_secrets](const Message& message, const std::string& remark) {
-    const aaa_capture::Interface interface =
-        aaa_capture::interface_of(message.client, message.role);
-    aaa_capture::Packet packet = packet_of(message, remark);
-    if (!with_secrets) aaa_capture::mask_secrets(interface, packet);
-    file->write(message.connection, interface, std::move(packet));
-  };
+void Capture::open_after(const std::function<void()>& listen, const std::string& path) {
+  listen();
+  const CountDown when_tried(tried_);
+  file_.emplace(path, "aaad-sim " AAAD_SIM_VERSION, complain);
+}
+
+void Capture::write(const Message& message, const std::string& remark) {
+  tried_.wait();
+  if (!file_) return;
+  const aaa_capture::Interface interface = aaa_capture::interface_of(message.client, message.role);
+  aaa_capture::Packet packet = packet_of(message, remark);
+  if (!with_secrets_) aaa_capture::mask_secrets(interface, packet);
+  file_->write(message.connection, interface, std::move(packet));
 }
 
 }  // namespace aaa_sim

@@ -13,6 +13,7 @@
 #include "program/fields.h"
 #include "program/options.h"
 #include "server/file_descriptor.h"
+#include "server/standard_streams.h"
 
 namespace {
 
@@ -85,15 +86,25 @@ void wait_until_done(AaadSim& sim, const aaa_sim::FileDescriptor& signals, Contr
   }
 }
 
-int run(const aaa_sim::Options& options) {
-  const aaa_sim::FileDescriptor signals = termination_signals();
+aaa_sim::Output output_of(const aaa_sim::Options& options, aaa_sim::Capture& capture) {
   aaa_sim::Output output{.keep = false};
   if (!options.quiet) output.line = print_line;
   if (options.fields) output.fields = aaa_sim::fields_of;
   if (!options.capture.empty())
-    output.capture = aaa_sim::capture_to(options.capture, options.capture_secrets);
-  AaadSim sim(options.directory, options.settings, output);
-  sim.start();
+    output.capture = [&capture](const aaa_sim::Message& message, const std::string& remark) {
+      capture.write(message, remark);
+    };
+  return output;
+}
+
+int run(const aaa_sim::Options& options) {
+  const aaa_sim::FileDescriptor signals = termination_signals();
+  aaa_sim::Capture capture(options.capture_secrets);
+  AaadSim sim(options.directory, options.settings, output_of(options, capture));
+  if (options.capture.empty())
+    sim.start();
+  else
+    capture.open_after([&sim] { sim.start(); }, options.capture);
   print_line("aaad-sim: listening on " + sim.socket_path());
   wait_until_done(sim, signals, ControlInput(options.control));
   return 0;
@@ -102,6 +113,7 @@ int run(const aaa_sim::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  aaa_sim::occupy_standard_streams();
   int exit_status = 0;
   const auto options = aaa_sim::parse_options(argc, argv, exit_status);
   if (!options) return exit_status;

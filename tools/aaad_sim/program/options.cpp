@@ -1,10 +1,7 @@
 #include "program/options.h"
 
-#include <sys/un.h>
-
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -17,17 +14,12 @@
 #include "backend/users_file.h"
 #include "program/commands.h"
 #include "program/texts.h"
-#include "server/listener.h"
+#include "server/client_directory.h"
 
 namespace aaa_sim {
 namespace {
 
 constexpr int kBadUsage = 2;
-// Clients append "/security/aaa/.aaal_socket_fs1_" and a process id of up to 7 digits.
-constexpr std::size_t kRecommendedDirectory = 69;
-// Clients make a relative name absolute in a buffer of 128 bytes.
-constexpr std::size_t kMaxCurrentDirectory = 127;
-
 // Options that are parsed after the whole command line.
 struct Texts {
   std::string users;
@@ -45,23 +37,6 @@ struct Texts {
 
 std::runtime_error bad(const char* option, const std::string& value, const char* wanted) {
   return std::runtime_error(std::string(option) + ": '" + value + "' is not " + wanted);
-}
-
-bool is_absolute(const std::string& path) {
-  return path.starts_with('/');
-}
-
-// Why clients would refuse this directory or not find aaad below it, to follow its name in a
-// message.
-std::optional<std::string> error_of_directory(const std::string& directory) {
-  const std::string path = Listener::path_below(directory);
-  if (!is_absolute(path) && !path.starts_with("./")) return "must begin with / or ./";
-  if (path.size() >= sizeof sockaddr_un{}.sun_path)
-    return "is " + std::to_string(directory.size()) + " bytes long, socket names leave room for " +
-           std::to_string(kRecommendedDirectory);
-  if (!is_absolute(path) && std::filesystem::current_path().native().size() > kMaxCurrentDirectory)
-    return "is relative to a directory with a name of more than 127 bytes";
-  return std::nullopt;
 }
 
 // The option, or TMPDIR.

@@ -20,8 +20,9 @@ struct Output {
   std::function<void(const std::string& line)> line = {};
   // If set, what it returns follows the line of a message.
   std::function<std::string(const Message& message)> fields = {};
-  // If set, called with everything that crosses a socket, once: messages that come in a batch are
-  // part of that. What is no message has a remark, and no header. On the simulator's thread.
+  // If set, called with everything that was read, and everything that is queued for a client, once:
+  // messages that come in a batch are part of that. What is no message has a remark, and no header.
+  // On the simulator's thread.
   std::function<void(const Message& message, const std::string& remark)> capture = {};
 };
 
