@@ -1,4 +1,7 @@
 // aaa-dissect --tap: how it ends, and its processes.
+#include <fcntl.h>
+#include <sys/ioctl.h>
+
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -96,6 +99,36 @@ TEST_F(TapTest, AReceiverThatNeverReadsHoldsTheEndUpForSecondsOnly) {
               testing::MatchesRegex("aaa-dissect: [0-9]+ bytes were read and could not be "
                                     "forwarded\n"));
   EXPECT_EQ(tap_->exit_status(), 1);
+}
+
+// A pager, or a terminal that was stopped: clients wait for it, and a signal does not.
+TEST_F(TapTest, ASignalEndsItWhenNobodyReadsItsOutput) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    sim_.clear_messages();
+    const std::string fifo = directory_ + "/stalled" + std::to_string(signal);
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const aaa_sim::FileDescriptor reader(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    BoundProgram program(AAA_DISSECT_PROGRAM, {"--tap", directory_, "-d", work_.path() + "/aaad"},
+                         "", fifo);
+    program.error_line();
+    RawClient client(directory_ + "/security/aaa/.aaa_domain_socket_fs", "netd");
+    constexpr std::size_t kMessages = 2000;
+    std::string messages;
+    for (std::size_t i = 0; i < kMessages; ++i)
+      messages += test::message_with_id(1, 17);
+    client.request.send(messages);
+    ASSERT_TRUE(test::eventually([&] {
+      int size = 0;
+      return ::ioctl(reader.get(), FIONREAD, &size) == 0 && size > 60000;
+    })) << "too little is printed";
+    program.signal(signal);
+    EXPECT_EQ(program.exit_status(std::chrono::seconds(5)), 1);
+    EXPECT_THAT(program.remaining_errors(),
+                testing::MatchesRegex("aaa-dissect: nobody reads standard output: [0-9]+ messages "
+                                      "are not printed\n"));
+    EXPECT_TRUE(test::eventually([&] { return sim_.count(received(17)) == kMessages; }))
+        << sim_.count(received(17)) << " of " << kMessages;
+  }
 }
 
 TEST_F(TapTest, AnOutputThatIsClosedEndsIt) {

@@ -146,8 +146,6 @@ void Tap::on_ready(std::uint64_t id, std::size_t side, std::uint32_t events) {
 
 void Tap::end() {
   if (!listener_) return;
-  signalfd_siginfo signal;
-  (void)::read(signals_.get(), &signal, sizeof signal);
   loop_.forget(signals_.get());
   loop_.forget(listener_->fd());
   listener_.reset();

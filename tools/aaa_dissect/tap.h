@@ -28,6 +28,8 @@ class Tap {
       Complaint complain);
 
   const std::string& path() const { return path_; }
+  // Readable from the signal on that ends it.
+  int signals() const { return signals_.get(); }
   // Ends it also when nobody reads from the pipe any more.
   void end_with(int pipe);
   // Until SIGINT or SIGTERM. False when bytes that were read could not be forwarded any more.
