@@ -88,6 +88,35 @@ TEST_F(TapTest, WhatTheDaemonHasWrittenWhenItEndsReachesTheClient) {
   EXPECT_EQ(tap_->captured(105), written / 1000);
 }
 
+// Some of it waits for the daemon, some in the tap, and some for the tap.
+TEST_F(TapTest, WhatADaemonThatIsGoneDidNotReadIsShownAndSaid) {
+  sim_.stop();
+  std::optional<aaa_sim::Listener> daemon(sim_.socket_path());
+  start_tap({"--quiet"});
+  const aaa_sim::FileDescriptor client = aaa_sim::Listener::connect(tap_->socket());
+  ASSERT_TRUE(client.is_open());
+  aaa_sim::FileDescriptor accepted = accept_from(*daemon);
+  const std::string message = test::message_bytes(10, std::string(984, 'x'));
+  std::size_t written = 0;
+  ASSERT_TRUE(test::eventually([&] {
+    while (::send(client.get(), message.data(), 1000, MSG_NOSIGNAL) == 1000)
+      ++written;
+    return written > 400;
+  })) << written;
+  accepted.reset();
+  daemon.reset();
+  ASSERT_TRUE(test::eventually([&] {
+    pollfd wait{client.get(), 0, 0};
+    return ::poll(&wait, 1, 0) == 1 && (wait.revents & POLLHUP) != 0;
+  })) << "the connection goes on";
+  tap_->signal(SIGTERM);
+  EXPECT_EQ(tap_->exit_status(), 1);
+  EXPECT_THAT(tap_->program().remaining_errors(),
+              testing::MatchesRegex("aaa-dissect: [0-9]+ bytes were read and could not be "
+                                    "forwarded\n"));
+  EXPECT_EQ(tap_->captured(10), written);
+}
+
 TEST_F(TapTest, AReceiverThatNeverReadsHoldsTheEndUpForSecondsOnly) {
   start_tap({"--quiet"});
   RawClient client = register_client();

@@ -59,13 +59,12 @@ void Tap::end_with(int pipe) {
 
 bool Tap::run() {
   loop_.run();
-  std::size_t left = 0;
   for (auto& [id, link] : links_) {
     link.show_rest();
-    left += link.output_size();
+    left_ += link.left();
   }
-  if (left != 0) complain_(std::to_string(left) + " bytes were read and could not be forwarded");
-  return left == 0;
+  if (left_ != 0) complain_(std::to_string(left_) + " bytes were read and could not be forwarded");
+  return left_ == 0;
 }
 
 // Without descriptors, clients wait until others have ended.
@@ -139,6 +138,7 @@ void Tap::on_ready(std::uint64_t id, std::size_t side, std::uint32_t events) {
   if (!listener_) deadline_.set_once(kTimeToEnd);
   const auto found = links_.find(id);
   if (found == links_.end() || found->second.handle(side, events)) return;
+  left_ += found->second.left();
   links_.erase(found);
   std::erase_if(connectors_, [](const auto& entry) { return entry.second.expired(); });
   if (!listener_ && links_.empty()) loop_.quit();

@@ -32,7 +32,7 @@ class Tap {
   int signals() const { return signals_.get(); }
   // Ends it also when nobody reads from the pipe any more.
   void end_with(int pipe);
-  // Until SIGINT or SIGTERM. False when bytes that were read could not be forwarded any more.
+  // Until SIGINT or SIGTERM. False when bytes that were read could not be forwarded.
   bool run();
 
  private:
@@ -62,7 +62,8 @@ class Tap {
   std::map<std::uint64_t, Link> links_;
   std::map<pid_t, std::weak_ptr<Connector>> connectors_;  // by client
   std::uint64_t last_id_ = 0;
-  int reported_ = 0;  // why there was no connection the last time
+  std::size_t left_ = 0;  // bytes of links that could not be forwarded
+  int reported_ = 0;      // why there was no connection the last time
 };
 
 }  // namespace aaa_dissect
