@@ -1,5 +1,6 @@
 #include "tap.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
 
@@ -27,6 +28,11 @@ aaa_sim::FileDescriptor termination_signals() {
 
 bool is_out_of_descriptors(int error) {
   return error == EMFILE || error == ENFILE;
+}
+
+bool is_readable(int fd) {
+  pollfd wait{fd, POLLIN, 0};
+  return ::poll(&wait, 1, 0) == 1;
 }
 
 }  // namespace
@@ -83,9 +89,12 @@ void Tap::accept() {
 
 void Tap::connect_waiting() {
   retry_.acknowledge();
+  const std::uint64_t connected_before = last_id_;
   for (Waiting& waiting : std::exchange(waiting_, {}))
     if (!connect(waiting)) waiting_.push_back(std::move(waiting));
   if (!waiting_.empty()) retry_.set_once(kRetryInterval);
+  const bool is_connected = last_id_ != connected_before;
+  if (is_connected && waiting_.empty() && !is_readable(listener_->fd())) reported_ = 0;
   if (listener_) loop_.set_events(listener_->fd(), EPOLLIN);
 }
 
@@ -100,7 +109,6 @@ bool Tap::connect(Waiting& waiting) {
     error = errno;
     if (daemon.is_open()) {
       add(waiting, std::move(daemon));
-      reported_ = 0;
       return true;
     }
   } catch (const std::system_error& failure) {

@@ -63,7 +63,7 @@ class Tap {
   std::map<pid_t, std::weak_ptr<Connector>> connectors_;  // by client
   std::uint64_t last_id_ = 0;
   std::size_t left_ = 0;  // bytes of links that could not be forwarded
-  int reported_ = 0;      // why there was no connection the last time
+  int reported_ = 0;      // why there was no connection, until no client waits
 };
 
 }  // namespace aaa_dissect
