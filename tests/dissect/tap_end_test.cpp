@@ -37,6 +37,19 @@ TEST_F(TapTest, AProcessEndsWithItsClientAndWhenTheTapIsKilled) {
   EXPECT_TRUE(process_is_gone(second));
 }
 
+TEST_F(TapTest, AProcessThatWasKilledIsReplacedForItsClient) {
+  start_tap({"--quiet"});
+  const RawClient first = register_client();
+  ASSERT_TRUE(sim_.wait_for_clients(1));
+  const pid_t killed = sim_.clients()[0].pid;
+  ASSERT_EQ(::kill(killed, SIGKILL), 0);
+  const RawClient second = register_client("two2"), third = register_client("tri3");
+  ASSERT_TRUE(sim_.wait_for_clients(3));
+  EXPECT_NE(sim_.clients()[1].pid, killed);
+  EXPECT_EQ(sim_.clients()[2].pid, sim_.clients()[1].pid) << "both are of this process";
+  tap_->end();
+}
+
 // Whatever a client has written when the tap is told to end reaches the daemon, and is shown.
 TEST_F(TapTest, ASignalLosesNothing) {
   for (const int signal : {SIGTERM, SIGINT}) {

@@ -103,9 +103,7 @@ void Tap::connect_waiting() {
 bool Tap::connect(Waiting& waiting) {
   int error = 0;
   try {
-    if (!waiting.connector)
-      waiting.connector = connector_of(aaa_sim::peer_pid(waiting.client.get()));
-    aaa_sim::FileDescriptor daemon = waiting.connector->connect();
+    aaa_sim::FileDescriptor daemon = connect_process(waiting);
     error = errno;
     if (daemon.is_open()) {
       add(waiting, std::move(daemon));
@@ -117,6 +115,17 @@ bool Tap::connect(Waiting& waiting) {
   if (error == EAGAIN) return false;
   report(error);
   return !is_out_of_descriptors(error);
+}
+
+// From the client's process, or from another one if that was killed.
+aaa_sim::FileDescriptor Tap::connect_process(Waiting& waiting) {
+  const pid_t client = aaa_sim::peer_pid(waiting.client.get());
+  if (!waiting.connector) waiting.connector = connector_of(client);
+  aaa_sim::FileDescriptor daemon = waiting.connector->connect();
+  if (daemon.is_open() || errno != ECONNABORTED) return daemon;
+  if (connectors_[client].lock() == waiting.connector) connectors_.erase(client);
+  waiting.connector = connector_of(client);
+  return waiting.connector->connect();
 }
 
 std::shared_ptr<Connector> Tap::connector_of(pid_t client) {

@@ -45,6 +45,7 @@ class Tap {
   void accept();
   void connect_waiting();
   bool connect(Waiting& waiting);
+  aaa_sim::FileDescriptor connect_process(Waiting& waiting);
   std::shared_ptr<Connector> connector_of(pid_t client);
   void report(int error);
   void add(Waiting& waiting, aaa_sim::FileDescriptor daemon);
