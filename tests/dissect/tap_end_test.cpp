@@ -1,4 +1,7 @@
 // aaa-dissect --tap: how it ends, and its processes.
+#include <fcntl.h>
+#include <sys/ioctl.h>
+
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -32,6 +35,19 @@ TEST_F(TapTest, AProcessEndsWithItsClientAndWhenTheTapIsKilled) {
   tap_->signal(SIGKILL);
   EXPECT_TRUE(client->request.is_closed_by_peer());
   EXPECT_TRUE(process_is_gone(second));
+}
+
+TEST_F(TapTest, AProcessThatWasKilledIsReplacedForItsClient) {
+  start_tap({"--quiet"});
+  const RawClient first = register_client();
+  ASSERT_TRUE(sim_.wait_for_clients(1));
+  const pid_t killed = sim_.clients()[0].pid;
+  ASSERT_EQ(::kill(killed, SIGKILL), 0);
+  const RawClient second = register_client("two2"), third = register_client("tri3");
+  ASSERT_TRUE(sim_.wait_for_clients(3));
+  EXPECT_NE(sim_.clients()[1].pid, killed);
+  EXPECT_EQ(sim_.clients()[2].pid, sim_.clients()[1].pid) << "both are of this process";
+  tap_->end();
 }
 
 // Whatever a client has written when the tap is told to end reaches the daemon, and is shown.
@@ -85,6 +101,35 @@ TEST_F(TapTest, WhatTheDaemonHasWrittenWhenItEndsReachesTheClient) {
   EXPECT_EQ(tap_->captured(105), written / 1000);
 }
 
+// Some of it waits for the daemon, some in the tap, and some for the tap.
+TEST_F(TapTest, WhatADaemonThatIsGoneDidNotReadIsShownAndSaid) {
+  sim_.stop();
+  std::optional<aaa_sim::Listener> daemon(sim_.socket_path());
+  start_tap({"--quiet"});
+  const aaa_sim::FileDescriptor client = aaa_sim::Listener::connect(tap_->socket());
+  ASSERT_TRUE(client.is_open());
+  aaa_sim::FileDescriptor accepted = accept_from(*daemon);
+  const std::string message = test::message_bytes(10, std::string(984, 'x'));
+  std::size_t written = 0;
+  ASSERT_TRUE(test::eventually([&] {
+    while (::send(client.get(), message.data(), 1000, MSG_NOSIGNAL) == 1000)
+      ++written;
+    return written > 400;
+  })) << written;
+  accepted.reset();
+  daemon.reset();
+  ASSERT_TRUE(test::eventually([&] {
+    pollfd wait{client.get(), 0, 0};
+    return ::poll(&wait, 1, 0) == 1 && (wait.revents & POLLHUP) != 0;
+  })) << "the connection goes on";
+  tap_->signal(SIGTERM);
+  EXPECT_EQ(tap_->exit_status(), 1);
+  EXPECT_THAT(tap_->program().remaining_errors(),
+              testing::MatchesRegex("aaa-dissect: [0-9]+ bytes were read and could not be "
+                                    "forwarded\n"));
+  EXPECT_EQ(tap_->captured(10), written);
+}
+
 TEST_F(TapTest, AReceiverThatNeverReadsHoldsTheEndUpForSecondsOnly) {
   start_tap({"--quiet"});
   RawClient client = register_client();
@@ -113,6 +158,36 @@ TEST_F(TapTest, ACaptureIsWholeWhenThereIsNoOutput) {
   const Outcome outcome = dissect({"--json", capture});
   EXPECT_EQ(outcome.exit_status, 0) << outcome.errors;
   EXPECT_THAT(outcome.output, HasSubstr("register request"));
+}
+
+// A pager, or a terminal that was stopped: clients wait for it, and a signal does not.
+TEST_F(TapTest, ASignalEndsItWhenNobodyReadsItsOutput) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    sim_.clear_messages();
+    const std::string fifo = directory_ + "/stalled" + std::to_string(signal);
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const aaa_sim::FileDescriptor reader(::open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    BoundProgram program(AAA_DISSECT_PROGRAM, {"--tap", directory_, "-d", work_.path() + "/aaad"},
+                         "", fifo);
+    program.error_line();
+    RawClient client(directory_ + "/security/aaa/.aaa_domain_socket_fs", "netd");
+    constexpr std::size_t kMessages = 2000;
+    std::string messages;
+    for (std::size_t i = 0; i < kMessages; ++i)
+      messages += test::message_with_id(1, 17);
+    client.request.send(messages);
+    ASSERT_TRUE(test::eventually([&] {
+      int size = 0;
+      return ::ioctl(reader.get(), FIONREAD, &size) == 0 && size > 60000;
+    })) << "too little is printed";
+    program.signal(signal);
+    EXPECT_EQ(program.exit_status(std::chrono::seconds(5)), 1);
+    EXPECT_THAT(program.remaining_errors(),
+                testing::MatchesRegex("aaa-dissect: nobody reads standard output: [0-9]+ messages "
+                                      "are not printed\n"));
+    EXPECT_TRUE(test::eventually([&] { return sim_.count(received(17)) == kMessages; }))
+        << sim_.count(received(17)) << " of " << kMessages;
+  }
 }
 
 TEST_F(TapTest, AnOutputThatIsClosedEndsIt) {

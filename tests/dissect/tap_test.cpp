@@ -267,14 +267,22 @@ TEST_F(TapTest, WithoutDescriptorsClientsWait) {
   const std::string socket = directory_ + "/security/aaa/.aaa_domain_socket_fs";
   {
     std::vector<std::unique_ptr<RawConnection>> clients;
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
       clients.push_back(std::make_unique<RawConnection>(socket));
+      clients.back()->send(aaa_sim_test::register_request());
+    }
     EXPECT_THAT(program.error_line(), HasSubstr("Too many open files"));
+    // Each makes room for the next one.
+    for (auto& client : clients) {
+      EXPECT_EQ(client->receive(20).size(), 20u);
+      client.reset();
+    }
   }
   ASSERT_TRUE(sim_.wait_for_connections(0));
   { const RawClient client(socket); }
   program.signal(SIGTERM);
   EXPECT_EQ(program.exit_status(), 0);
+  EXPECT_EQ(program.remaining_errors(), "") << "it is said again";
 }
 
 }  // namespace tap

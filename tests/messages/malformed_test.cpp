@@ -250,6 +250,57 @@ TEST(Items, OfTheFixedBlockHaveItsSize) {
   EXPECT_THAT(message.fields.at(0).fields, IsEmpty());
 }
 
+// A few bytes are an item or a message, and a frame may have millions of them.
+TEST(Listed, AreThousandsOfItemsAndTheRestIsOneField) {
+  std::string items;
+  for (int i = 0; i < 5000; ++i)
+    items += item_bytes(2, "ab");
+  const Decoded message = decoded_with_body("author", items);
+  ASSERT_EQ(4097, message.fields.size());
+  EXPECT_EQ("user_password", message.fields[4095].name);
+  const Field& rest = message.fields.back();
+  EXPECT_EQ("undecoded", rest.name);
+  EXPECT_TRUE(rest.secret);
+  EXPECT_EQ(16 + 4096 * 6, rest.offset);
+  EXPECT_EQ(904 * 6, rest.length);
+  EXPECT_THAT(message.remarks, ElementsAre("the items from byte 24592 on cannot be read"));
+}
+
+TEST(Listed, AreNoItemsThatAResultHasNotWhenThereAreTooMany) {
+  std::string items;
+  for (int i = 0; i < 5000; ++i)
+    items += item_bytes(400, "");
+  const Decoded message = decoded_with_body("notify_result", items);
+  ASSERT_EQ(1, message.fields.size());
+  EXPECT_TRUE(message.fields[0].secret);
+  EXPECT_EQ(20000, message.fields[0].length);
+}
+
+TEST(Listed, AreItemsOfEntriesAndRowsOfBlocksToo) {
+  std::string pairs, blocks;
+  for (int i = 0; i < 3000; ++i)
+    pairs += item_bytes(312, "");
+  const std::string entry =
+      word_bytes({310 | static_cast<std::uint32_t>(pairs.size()) << 16, 3000}) + pairs;
+  const Decoded answer =
+      decoded_with_body("ldap_answer", word_bytes({77, 0, 0, 0, 2, 0}) + entry + entry);
+  EXPECT_LE(count_of(answer.fields), 4096 + 2);  // with the rest of the entry and of the answer
+  EXPECT_EQ("undecoded", answer.fields.back().fields.back().name);
+  for (int i = 0; i < 1000; ++i)
+    blocks += message_sample("author").body.substr(0, 160);
+  EXPECT_LT(count_of(decoded_with_body("author", blocks).fields), 4096 + 100);
+}
+
+TEST(Listed, AreThousandsOfMessagesOfABatch) {
+  std::string batch;
+  for (int i = 0; i < 5000; ++i)
+    batch += message_sample("group_state_change").bytes();
+  const Decoded message = decoded_with_body("batch", batch);
+  EXPECT_EQ(4096, message.messages.size());
+  ASSERT_THAT(names_of(message.fields), ElementsAre("undecoded"));
+  EXPECT_EQ(904 * 16, message.fields[0].length);
+}
+
 TEST(LocalUser, ItemsAreNotShorterThanTheirHeads) {
   const Decoded message = decoded_with_body("local_update_user", word_bytes({2, 12, 22, 5, 7}));
   EXPECT_THAT(names_of(message.fields), ElementsAre("value_2", "undecoded"));

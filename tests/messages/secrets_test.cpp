@@ -157,11 +157,39 @@ TEST(MaskedMessage, HasNoEndOfALocalUserInAValue) {
   EXPECT_EQ(word_bytes({6, 8}) + std::string(12, '*'), masked(sample, sample.bytes()).substr(16));
 }
 
+// As a body of another type has them, sent with a type that is wrong.
+TEST(Secrets, AreAllBytesBehindTheNulOfAText) {
+  for (const char* name : {"register_request", "deregister", "query_mlist", "register_group",
+                           "query_authen_mlist", "local_copy_user"}) {
+    MessageSample sample = message_sample(name);
+    sample.body = message_sample("authen").body;
+    EXPECT_FALSE(shows_secret(masked(sample, sample.bytes()))) << name;
+    EXPECT_FALSE(shows_secret(rendered(sample, sample.bytes()))) << name;
+    expect_same_when_masked(sample, sample.bytes());
+  }
+}
+
 TEST(MaskedMessage, EndsItsItemsWhereTheMessageDoes) {
   MessageSample sample = message_sample("notify_result");
   // What is remarked behind the unknown item is not known when that item is masked.
   sample.body += item_bytes(400, "new") + item_bytes(1, "") + "end";
   expect_same_when_masked(sample, sample.bytes());
+}
+
+TEST(MaskedMessage, HasTheSameFieldsWhenNotAllAreListed) {
+  for (const char* name : {"notify_result", "author", "local_update_user", "ldap_answer"}) {
+    MessageSample sample = message_sample(name);
+    for (int i = 0; i < 4500; ++i)
+      sample.body += item_bytes(static_cast<std::uint16_t>(i % 500), "x");
+    expect_same_when_masked(sample, sample.bytes());
+    sample.body = message_sample(name).body;
+    while (sample.body.size() < 300000)
+      sample.body += sample.body;
+    expect_same_when_masked(sample, sample.bytes());
+    MessageSample batch = message_sample("batch");
+    batch.body = sample.bytes() + message_sample("authen").bytes();
+    expect_same_when_masked(batch, batch.bytes());
+  }
 }
 
 TEST(MaskedMessage, KeepsTheLengthOfAGroupsNameThatIsTooLong) {

@@ -60,6 +60,8 @@ class Packets {
     add_ended("local_update_user");
     for (std::size_t size = 0; size < 40; ++size)
       packets_.push_back(packet_of(message_samples()[0], noise(size)));
+    add_texts_with_more();
+    add_too_many();
   }
 
   std::vector<Packet> take() { return std::move(packets_); }
@@ -101,6 +103,27 @@ class Packets {
       packets_.push_back(packet_of(sample, bytes));
     }
     packets_.push_back(packet_of(sample, sample.bytes() + noise(5)));
+  }
+
+  void add_texts_with_more() {
+    for (const char* name : {"register_request", "deregister", "query_mlist", "local_copy_user"}) {
+      MessageSample sample = message_sample(name);
+      sample.body += "more";
+      packets_.push_back(packet_of(sample, sample.bytes()));
+    }
+  }
+
+  // Items, and messages of a batch, than are listed.
+  void add_too_many() {
+    MessageSample sample = message_sample("notify_result");
+    for (int i = 0; i < 4100; ++i)
+      sample.body += item_bytes(400, "");
+    packets_.push_back(packet_of(sample, sample.bytes()));
+    sample = message_sample("batch");
+    sample.body.clear();
+    for (int i = 0; i < 4100; ++i)
+      sample.body += message_sample("group_state_change").bytes();
+    packets_.push_back(packet_of(sample, sample.bytes()));
   }
 
   // On another socket, and from the other side.

@@ -38,7 +38,7 @@ class Reply {
 
   FileDescriptor receive(int control) {
     const ssize_t got = ::recvmsg(control, &message_, MSG_CMSG_CLOEXEC);
-    if (got != sizeof error_) error_ = got < 0 ? errno : ECONNABORTED;
+    if (got != sizeof error_) error_ = got < 0 && errno != ECONNRESET ? errno : ECONNABORTED;
     const cmsghdr* const header = got < 0 ? nullptr : CMSG_FIRSTHDR(&message_);
     int descriptor = -1;
     if (header != nullptr) std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
@@ -92,8 +92,9 @@ Connector::~Connector() {
 }
 
 FileDescriptor Connector::connect() {
-  if (::send(control_.get(), "", 1, MSG_NOSIGNAL) != 1) return {};
-  return Reply().receive(control_.get());
+  if (::send(control_.get(), "", 1, MSG_NOSIGNAL) == 1) return Reply().receive(control_.get());
+  if (errno == EPIPE || errno == ECONNRESET) errno = ECONNABORTED;
+  return {};
 }
 
 }  // namespace aaa_dissect

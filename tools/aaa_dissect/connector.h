@@ -20,7 +20,7 @@ class Connector {
   Connector(const Connector&) = delete;
   Connector& operator=(const Connector&) = delete;
 
-  // As aaa_sim::Listener::connect().
+  // As aaa_sim::Listener::connect(). ECONNABORTED: its process has gone.
   aaa_sim::FileDescriptor connect();
 
  private:

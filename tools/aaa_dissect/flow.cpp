@@ -1,5 +1,6 @@
 #include "flow.h"
 
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -40,9 +41,22 @@ void Flow::write() {
   if (put >= 0) {
     output_.erase(output_.begin(), output_.begin() + put);
   } else if (!try_again()) {
-    output_.clear();
-    end_input();
+    give_up();
   }
+}
+
+// Only what is there now: the sender may go on writing.
+void Flow::give_up() {
+  int queued = 0;
+  (void)::ioctl(from_, FIONREAD, &queued);
+  const std::size_t end = output_.size() + static_cast<std::size_t>(queued);
+  for (std::size_t before = 0; is_open_ && output_.size() < end && output_.size() != before;) {
+    before = output_.size();
+    read();
+  }
+  lost_ += output_.size();
+  output_.clear();
+  end_input();
 }
 
 // What follows broken bytes is stray until something that begins as a message is read.

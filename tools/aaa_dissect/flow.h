@@ -27,6 +27,9 @@ class Flow {
   void write();
   // Reads no more. A message of which only a part was read is shown as far as that.
   void end_input();
+  // For an end that takes no more: what the other one has written until now is shown, and lost.
+  void give_up();
+  std::size_t lost() const { return lost_; }
 
  private:
   static constexpr std::size_t kMaxOutput = std::size_t{256} * 1024;
@@ -38,6 +41,7 @@ class Flow {
   const Show show_;
   aaa_sim::FrameReader input_;
   aaa_sim::Bytes output_;
+  std::size_t lost_ = 0;
   bool is_open_ = true;     // there may be more to read
   bool is_broken_ = false;  // the last bytes were no message
 };

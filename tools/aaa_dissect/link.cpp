@@ -64,7 +64,8 @@ bool Link::handle(std::size_t side, std::uint32_t events) {
     watch();
     return true;
   }
-  show_rest();
+  for (Flow& flow : flows_)
+    flow.give_up();
   return false;
 }
 
@@ -78,8 +79,8 @@ void Link::show_rest() {
     flow.end_input();
 }
 
-std::size_t Link::output_size() const {
-  return flows_[kClient].output_size() + flows_[kDaemon].output_size();
+std::size_t Link::left() const {
+  return flows_[kClient].output_size() + flows_[kDaemon].output_size() + flows_[kClient].lost();
 }
 
 // Once all that one end wrote has reached the other, so does its end. False when it was the end of

@@ -33,8 +33,8 @@ class Link {
   void end();
   // Shows what was read and is no whole message.
   void show_rest();
-  // Bytes that were read and not forwarded.
-  std::size_t output_size() const;
+  // Bytes that were read and not forwarded, but for those that a client has gone without.
+  std::size_t left() const;
 
  private:
   struct Side {

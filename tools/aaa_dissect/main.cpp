@@ -75,28 +75,35 @@ bool tap(const Options& options, Printer& printer) {
   if (!options.write.empty()) output.write_to(options.write);
   complain("listening on " + tap.path());
   if (!options.quiet) tap.end_with(STDOUT_FILENO);
+  printer.end_with(tap.signals());
   return tap.run();
 }
 
 // A reader of the output that has seen enough, such as head, is no error.
 Status status_of(const Printer& printer) {
   if (printer.error() == 0 || printer.error() == EPIPE) return Status::done;
-  complain(std::string("standard output: ") + std::strerror(printer.error()));
+  if (printer.error() == ETIMEDOUT)
+    complain("nobody reads standard output: " + std::to_string(printer.missed()) +
+             " messages are not printed");
+  else
+    complain(std::string("standard output: ") + std::strerror(printer.error()));
   return Status::failed;
 }
 
 Status run(const Options& options) {
   Printer printer(options.style);
+  bool is_done = true;
   try {
     if (!options.tap)
       dissect_file(options, printer);
-    else if (!tap(options, printer))
-      return Status::failed;
+    else
+      is_done = tap(options, printer);
   } catch (const std::runtime_error& error) {
     complain(error.what());
     return Status::failed;
   }
-  return status_of(printer);
+  const Status status = status_of(printer);
+  return is_done ? status : Status::failed;
 }
 
 }  // namespace

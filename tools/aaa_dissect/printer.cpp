@@ -1,7 +1,6 @@
 #include "printer.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <string>
@@ -68,14 +67,17 @@ std::string to_json(const Interface& interface, const Packet& packet,
 }  // namespace
 
 bool Printer::print(const Interface& interface, const Packet& packet) {
-  if (error_ != 0) return false;
+  if (error_ != 0) return miss();
   const aaa_messages::Rendering rendering{.secrets = style_.secrets};
   const std::string text = style_.is_json ? to_json(interface, packet, rendering)
                                           : to_text(interface, packet, rendering);
-  const bool is_written =
-      std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-  if (!is_written) error_ = errno;
-  return is_written;
+  error_ = output_.write(text);
+  return error_ == 0 || miss();
+}
+
+bool Printer::miss() {
+  ++missed_;
+  return false;
 }
 
 }  // namespace aaa_dissect

@@ -1,5 +1,6 @@
 #include "tap.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
 
@@ -27,6 +28,11 @@ aaa_sim::FileDescriptor termination_signals() {
 
 bool is_out_of_descriptors(int error) {
   return error == EMFILE || error == ENFILE;
+}
+
+bool is_readable(int fd) {
+  pollfd wait{fd, POLLIN, 0};
+  return ::poll(&wait, 1, 0) == 1;
 }
 
 }  // namespace
@@ -59,13 +65,12 @@ void Tap::end_with(int pipe) {
 
 bool Tap::run() {
   loop_.run();
-  std::size_t left = 0;
   for (auto& [id, link] : links_) {
     link.show_rest();
-    left += link.output_size();
+    left_ += link.left();
   }
-  if (left != 0) complain_(std::to_string(left) + " bytes were read and could not be forwarded");
-  return left == 0;
+  if (left_ != 0) complain_(std::to_string(left_) + " bytes were read and could not be forwarded");
+  return left_ == 0;
 }
 
 // Without descriptors, clients wait until others have ended.
@@ -84,9 +89,12 @@ void Tap::accept() {
 
 void Tap::connect_waiting() {
   retry_.acknowledge();
+  const std::uint64_t connected_before = last_id_;
   for (Waiting& waiting : std::exchange(waiting_, {}))
     if (!connect(waiting)) waiting_.push_back(std::move(waiting));
   if (!waiting_.empty()) retry_.set_once(kRetryInterval);
+  const bool is_connected = last_id_ != connected_before;
+  if (is_connected && waiting_.empty() && !is_readable(listener_->fd())) reported_ = 0;
   if (listener_) loop_.set_events(listener_->fd(), EPOLLIN);
 }
 
@@ -95,13 +103,10 @@ void Tap::connect_waiting() {
 bool Tap::connect(Waiting& waiting) {
   int error = 0;
   try {
-    if (!waiting.connector)
-      waiting.connector = connector_of(aaa_sim::peer_pid(waiting.client.get()));
-    aaa_sim::FileDescriptor daemon = waiting.connector->connect();
+    aaa_sim::FileDescriptor daemon = connect_process(waiting);
     error = errno;
     if (daemon.is_open()) {
       add(waiting, std::move(daemon));
-      reported_ = 0;
       return true;
     }
   } catch (const std::system_error& failure) {
@@ -110,6 +115,17 @@ bool Tap::connect(Waiting& waiting) {
   if (error == EAGAIN) return false;
   report(error);
   return !is_out_of_descriptors(error);
+}
+
+// From the client's process, or from another one if that was killed.
+aaa_sim::FileDescriptor Tap::connect_process(Waiting& waiting) {
+  const pid_t client = aaa_sim::peer_pid(waiting.client.get());
+  if (!waiting.connector) waiting.connector = connector_of(client);
+  aaa_sim::FileDescriptor daemon = waiting.connector->connect();
+  if (daemon.is_open() || errno != ECONNABORTED) return daemon;
+  if (connectors_[client].lock() == waiting.connector) connectors_.erase(client);
+  waiting.connector = connector_of(client);
+  return waiting.connector->connect();
 }
 
 std::shared_ptr<Connector> Tap::connector_of(pid_t client) {
@@ -139,6 +155,7 @@ void Tap::on_ready(std::uint64_t id, std::size_t side, std::uint32_t events) {
   if (!listener_) deadline_.set_once(kTimeToEnd);
   const auto found = links_.find(id);
   if (found == links_.end() || found->second.handle(side, events)) return;
+  left_ += found->second.left();
   links_.erase(found);
   std::erase_if(connectors_, [](const auto& entry) { return entry.second.expired(); });
   if (!listener_ && links_.empty()) loop_.quit();
@@ -146,8 +163,6 @@ void Tap::on_ready(std::uint64_t id, std::size_t side, std::uint32_t events) {
 
 void Tap::end() {
   if (!listener_) return;
-  signalfd_siginfo signal;
-  (void)::read(signals_.get(), &signal, sizeof signal);
   loop_.forget(signals_.get());
   loop_.forget(listener_->fd());
   listener_.reset();

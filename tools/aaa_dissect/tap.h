@@ -28,9 +28,11 @@ class Tap {
       Complaint complain);
 
   const std::string& path() const { return path_; }
+  // Readable from the signal on that ends it.
+  int signals() const { return signals_.get(); }
   // Ends it also when nobody reads from the pipe any more.
   void end_with(int pipe);
-  // Until SIGINT or SIGTERM. False when bytes that were read could not be forwarded any more.
+  // Until SIGINT or SIGTERM. False when bytes that were read could not be forwarded.
   bool run();
 
  private:
@@ -43,6 +45,7 @@ class Tap {
   void accept();
   void connect_waiting();
   bool connect(Waiting& waiting);
+  aaa_sim::FileDescriptor connect_process(Waiting& waiting);
   std::shared_ptr<Connector> connector_of(pid_t client);
   void report(int error);
   void add(Waiting& waiting, aaa_sim::FileDescriptor daemon);
@@ -60,7 +63,8 @@ class Tap {
   std::map<std::uint64_t, Link> links_;
   std::map<pid_t, std::weak_ptr<Connector>> connectors_;  // by client
   std::uint64_t last_id_ = 0;
-  int reported_ = 0;  // why there was no connection the last time
+  std::size_t left_ = 0;  // bytes of links that could not be forwarded
+  int reported_ = 0;      // why there was no connection, until no client waits
 };
 
 }  // namespace aaa_dissect

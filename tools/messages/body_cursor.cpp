@@ -90,6 +90,7 @@ bool read_block(BodyCursor& cursor, const Block& block, std::string_view name,
   }
   check_reserved(cursor, name, std::min(end, present), present);
   cursor.at += present;
+  cursor.listed += block.rows.size();
   if (present == block.size) return true;
   cursor.remark(std::string(name) + " ends after " + std::to_string(present) + " of " +
                 std::to_string(block.size) + " bytes");

@@ -21,6 +21,7 @@ struct BodyCursor {
   std::size_t end;            // of the bytes that are there
   std::uint64_t claimed_end;  // by the header; later than `end` when the frame is truncated
   std::vector<std::string>& remarks;
+  std::size_t& listed;  // of the whole frame, until now
 
   std::size_t left() const { return end - at; }
   std::span<const std::uint8_t> next(std::size_t count) const { return frame.subspan(at, count); }
@@ -28,6 +29,7 @@ struct BodyCursor {
   std::size_t present(std::uint64_t count) const {
     return static_cast<std::size_t>(std::min<std::uint64_t>(count, left()));
   }
+  bool may_list() const { return listed < max_listed; }
   void remark(std::string text) const { remarks.push_back(std::move(text)); }
 };
 
@@ -45,7 +47,8 @@ bool read_block(BodyCursor& cursor, const Block& block, std::string_view name,
                 std::vector<Field>& fields);
 
 // Items up to the cursor's end. When they cannot be read to the end or are not those that belong
-// there, lengths and tags may be wrong, and a value a piece of another: then all are secret.
+// there, lengths and tags may be wrong, and a value a piece of another: then all are secret. More
+// than may be listed cannot be read.
 bool read_items(BodyCursor& cursor, const ItemList& list, std::vector<Field>& fields);
 
 }  // namespace aaa_messages

@@ -19,6 +19,10 @@ inline constexpr std::uint32_t marker = 0x01010101;
 // What mask_secrets() makes of the head of an item, if that cannot be read.
 inline constexpr std::uint32_t masked_tag = 0x2a2a;
 
+// What is listed of a frame: rows, items, and messages of batches. A few bytes make one of them,
+// and a frame may have millions; what is behind the last one listed is one unknown field.
+inline constexpr std::size_t max_listed = 4096;
+
 // An attribute of a directory holds a password or a key when its name has one of these.
 inline constexpr std::string_view secret_words[] = {
     "password", "passwd", "pwd",    "passphrase", "secret",   "key",

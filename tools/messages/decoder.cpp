@@ -17,7 +17,8 @@ std::uint64_t size_of(const Decoded& message) {
 }
 
 // A message from `at` on. A batch may be part of a message, but has no batches.
-Decoded decode_at(const Frame& frame, std::size_t at, std::size_t end, bool in_batch);
+Decoded decode_at(const Frame& frame, std::size_t at, std::size_t end, bool in_batch,
+                  std::size_t& listed);
 
 // A text behind its length, which has `width` bytes.
 bool take_counted_text(BodyCursor& cursor, const Part& part, std::size_t width,
@@ -40,14 +41,23 @@ bool take_counted_text(BodyCursor& cursor, const Part& part, std::size_t width,
   return true;
 }
 
-void take_rest(BodyCursor& cursor, const Part& part, Kind kind, std::vector<Field>& fields) {
-  Field field{.name = std::string(part.name), .offset = cursor.at, .length = cursor.left()};
+void take_field(BodyCursor& cursor, const Part& part, Kind kind, std::size_t length,
+                std::vector<Field>& fields) {
+  fields.push_back({.name = std::string(part.name),
+                    .offset = cursor.at,
+                    .length = length,
+                    .value = value_of(cursor.next(length), kind)});
+  cursor.at += length;
+}
+
+// What is behind its NUL may be anything.
+void take_text(BodyCursor& cursor, const Part& part, std::vector<Field>& fields) {
   const auto bytes = cursor.next(cursor.left());
-  field.value = value_of(bytes, kind);
-  if (kind == Kind::text && std::ranges::find(bytes, 0) + 1 < bytes.end())
-    cursor.remark(field.name + " goes on behind its end");
-  fields.push_back(std::move(field));
-  cursor.at = cursor.end;
+  const auto text = std::ranges::find(bytes, 0) - bytes.begin();
+  take_field(cursor, part, Kind::text, cursor.present(static_cast<std::size_t>(text) + 1), fields);
+  if (cursor.left() == 0) return;
+  cursor.remark(std::string(part.name) + " goes on behind its end");
+  fields.push_back(take_unknown(cursor, "undecoded", cursor.left()));
 }
 
 class MessageReader {
@@ -98,10 +108,10 @@ class MessageReader {
       case Shape::long_text:
         return read_long_text(part);
       case Shape::text:
-        take_rest(cursor_, part, Kind::text, fields);
+        take_text(cursor_, part, fields);
         return true;
       case Shape::octets:
-        take_rest(cursor_, part, Kind::octets, fields);
+        take_field(cursor_, part, Kind::octets, cursor_.left(), fields);
         return true;
       case Shape::unknown:
         if (cursor_.left() > 0) fields.push_back(take_unknown(cursor_, part.name, cursor_.left()));
@@ -112,11 +122,13 @@ class MessageReader {
     return false;
   }
 
-  // Until something else than a message is met.
+  // Until something else than a message is met, or no more may be listed.
   bool read_messages() {
     while (cursor_.left() > 0) {
-      Decoded part = decode_at(frame_, cursor_.at, cursor_.end, true);
+      if (!cursor_.may_list()) return false;
+      Decoded part = decode_at(frame_, cursor_.at, cursor_.end, true, cursor_.listed);
       if (!part.has_header) return false;
+      ++cursor_.listed;
       cursor_.at += cursor_.present(size_of(part));
       message_.messages.push_back(std::move(part));
     }
@@ -161,13 +173,14 @@ bool read_header(std::span<const std::uint8_t> bytes, Decoded& message) {
   return true;
 }
 
-Decoded decode_at(const Frame& frame, std::size_t at, std::size_t end, bool in_batch) {
+Decoded decode_at(const Frame& frame, std::size_t at, std::size_t end, bool in_batch,
+                  std::size_t& listed) {
   Decoded message{.socket = frame.socket, .sender = frame.sender, .offset = at};
   if (!read_header(frame.bytes.subspan(at, end - at), message)) return message;
   const std::size_t body = at + sizeof(aaa_ipc_header);
   const std::uint64_t claimed_end = at + size_of(message);
   const auto present_end = static_cast<std::size_t>(std::min<std::uint64_t>(claimed_end, end));
-  BodyCursor cursor{frame.bytes, body, present_end, claimed_end, message.remarks};
+  BodyCursor cursor{frame.bytes, body, present_end, claimed_end, message.remarks, listed};
   if (present_end < claimed_end) {
     cursor.remark("the body is truncated: " + std::to_string(cursor.left()) + " of " +
                   std::to_string(message.body_length) + " bytes are there");
@@ -179,8 +192,9 @@ Decoded decode_at(const Frame& frame, std::size_t at, std::size_t end, bool in_b
 }  // namespace
 
 Decoded decode(const Frame& frame) {
-  Decoded message = decode_at(frame, 0, frame.bytes.size(), false);
-  BodyCursor rest{frame.bytes, 0, frame.bytes.size(), 0, message.remarks};
+  std::size_t listed = 0;
+  Decoded message = decode_at(frame, 0, frame.bytes.size(), false, listed);
+  BodyCursor rest{frame.bytes, 0, frame.bytes.size(), 0, message.remarks, listed};
   rest.at = message.has_header ? rest.present(size_of(message)) : 0;
   if (!message.has_header) rest.remark("no message begins here");
   if (rest.left() == 0) return message;

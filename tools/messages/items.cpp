@@ -97,6 +97,7 @@ class ItemReader {
     if (!head) return Outcome::unreadable;
     const Item* const item = item_of(head->tag);
     if (item == nullptr && !may_skip(*head)) return Outcome::unreadable;
+    if (!cursor_.may_list()) return Outcome::unreadable;
     const std::size_t front =
         item != nullptr && item->items != nullptr ? item->block->size : std::size_t{0};
     const std::uint64_t length = head->length + front;
@@ -104,6 +105,7 @@ class ItemReader {
     if (item == nullptr && !stranger_)
       stranger_ = {cursor_.at, fields_.size(), cursor_.remarks.size()};
     cursor_.at += head->size;
+    ++cursor_.listed;
     return take(item, head->tag, length);
   }
 
@@ -122,8 +124,8 @@ class ItemReader {
       cursor_.remark(field.name + ": " + std::to_string(present) + " of " + std::to_string(length) +
                      " bytes are there");
     }
-    BodyCursor value{cursor_.frame, cursor_.at, cursor_.at + present, cursor_.at + length,
-                     cursor_.remarks};
+    BodyCursor value{cursor_.frame,       cursor_.at,      cursor_.at + present,
+                     cursor_.at + length, cursor_.remarks, cursor_.listed};
     if (item == nullptr) {
       hold_back(field);
     } else if (item->block != nullptr) {

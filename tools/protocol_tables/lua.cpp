@@ -28,7 +28,8 @@ class Writer {
     out_ << "-- What the messages consist of. Made from their descriptions when this was built.\n"
             "local tables = {\n"
             "  marker = "
-         << marker << ",\n  masked_tag = " << masked_tag << ",\n  header = ";
+         << marker << ",\n  masked_tag = " << masked_tag << ",\n  max_listed = " << max_listed
+         << ",\n  header = ";
     block(header_block(), indent);
     out_ << ",\n";
   }

@@ -10,10 +10,14 @@ local Cursor = {}
 Cursor.__index = Cursor
 
 -- `stop` is the end of the bytes that are there, `claimed_stop` that of the body as its header says.
-function Cursor.new(buffer, at, stop, claimed_stop, remarks)
-  return setmetatable(
-    { buffer = buffer, at = at, stop = stop, claimed_stop = claimed_stop, remarks = remarks }, Cursor)
+-- `frame` counts what is listed of it.
+function Cursor.new(frame, at, stop, claimed_stop, remarks)
+  return setmetatable({ frame = frame, buffer = frame.buffer, at = at, stop = stop,
+    claimed_stop = claimed_stop, remarks = remarks }, Cursor)
 end
+
+function Cursor:may_list() return self.frame.listed < tables.max_listed end
+function Cursor:count_listed(count) self.frame.listed = self.frame.listed + count end
 
 function Cursor:left() return self.stop - self.at end
 
@@ -54,6 +58,7 @@ function Cursor:read_block(block, name, nodes)
   end
   self:check_reserved(name, math.min(stop, present), present)
   self.at = self.at + present
+  self:count_listed(#block.rows)
   if present == block.size then return true end
   self:remark("%s ends after %d of %d bytes", name, present, block.size)
   return false

@@ -82,7 +82,7 @@ function Items:take(item, tag, length)
   if present < length and not (item and item.block) then
     cursor:remark("%s: %d of %d bytes are there", node.name, present, length)
   end
-  local value = Cursor.new(cursor.buffer, cursor.at, cursor.at + present, cursor.at + length,
+  local value = Cursor.new(cursor.frame, cursor.at, cursor.at + present, cursor.at + length,
     cursor.remarks)
   if not item then
     hold_back(node)
@@ -102,12 +102,14 @@ function Items:read_item()
   if not head then return "unreadable" end
   local item = self.list.by_tag[head.tag]
   if not item and not self:may_skip(head.tag) then return "unreadable" end
+  if not cursor:may_list() then return "unreadable" end
   local length = head.length + (item and item.list and item.block.size or 0)
   if length > cursor.claimed_stop - cursor.at - head.size then return "unreadable" end
   if not item and not self.stranger then
     self.stranger = { at = cursor.at, nodes = #self.nodes, remarks = #cursor.remarks }
   end
   cursor.at = cursor.at + head.size
+  cursor:count_listed(1)
   return self:take(item, head.tag, length)
 end
 

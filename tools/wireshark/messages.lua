@@ -31,14 +31,23 @@ end
 
 function Body:read_rest(part)
   local cursor = self.cursor
+  self.nodes[#self.nodes + 1] = { field = part.field, name = part.name, at = cursor.at,
+    length = cursor:left() }
+  cursor.at = cursor.stop
+  return true
+end
+
+-- What is behind its NUL may be anything.
+function Body:read_text(part)
+  local cursor = self.cursor
   local length = cursor:left()
-  if part.shape == "text" and length > 0 and
-    cursor.buffer(cursor.at, length):raw():find("%z.") then
-    cursor:remark("%s goes on behind its end", part.name)
-  end
+  if length > 0 then length = cursor.buffer(cursor.at, length):raw():find("%z") or length end
   self.nodes[#self.nodes + 1] = { field = part.field, name = part.name, at = cursor.at,
     length = length }
-  cursor.at = cursor.stop
+  cursor.at = cursor.at + length
+  if cursor:left() == 0 then return true end
+  cursor:remark("%s goes on behind its end", part.name)
+  self.nodes[#self.nodes + 1] = cursor:take_unknown(cursor:left())
   return true
 end
 
@@ -50,7 +59,7 @@ local readers = {
     body.long_texts = body.long_texts or { at = body.cursor.at, nodes = #body.nodes }
     return body:read_counted_text(part)
   end,
-  text = Body.read_rest,
+  text = Body.read_text,
   octets = Body.read_rest,
   unknown = function(body, part)
     if body.cursor:left() == 0 then return true end
@@ -103,7 +112,7 @@ local function read_message(frame, at, stop, in_batch)
   local body_at = at + tables.header.size
   local claimed_stop = body_at + message.header.length
   message.stop = math.min(claimed_stop, stop)
-  local cursor = Cursor.new(frame.buffer, body_at, message.stop, claimed_stop, message.remarks)
+  local cursor = Cursor.new(frame, body_at, message.stop, claimed_stop, message.remarks)
   if message.stop < claimed_stop then
     cursor:remark("the body is truncated: %d of %d bytes are there", cursor:left(),
       message.header.length)
@@ -125,12 +134,14 @@ local function read_message(frame, at, stop, in_batch)
   return message
 end
 
--- Until something else than a message is met.
+-- Until something else than a message is met, or no more may be listed.
 function Body:read_messages()
   local cursor = self.cursor
   while cursor:left() > 0 do
+    if not cursor:may_list() then return false end
     local message = read_message(self.frame, cursor.at, cursor.stop, true)
     if not message.header then return false end
+    cursor:count_listed(1)
     cursor.at = message.stop
     self.messages[#self.messages + 1] = message
   end
@@ -140,7 +151,7 @@ end
 local function read_frame(frame)
   local length = frame.buffer:len()
   local message = read_message(frame, 0, length, false)
-  local rest = Cursor.new(frame.buffer, message.stop, length, length, message.remarks)
+  local rest = Cursor.new(frame, message.stop, length, length, message.remarks)
   if not message.header then rest:remark("no message begins here") end
   if rest:left() > 0 then
     rest:remark("%d bytes are not part of a message", rest:left())

@@ -68,7 +68,7 @@ local interface_name = Field.new("frame.interface_name")
 local function frame_of(buffer, packet)
   local interface = interface_name()
   local name = interface and tostring(interface)
-  return { buffer = buffer, sender = packet.p2p_dir == P2P_DIR_SENT and "daemon" or "client",
+  return { buffer = buffer, listed = 0, sender = packet.p2p_dir == P2P_DIR_SENT and "daemon" or "client",
     socket = (name == "request" or name == "event") and name or nil }
 end
 
