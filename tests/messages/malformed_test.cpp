@@ -4,6 +4,7 @@
 
 #include "messages/expected.h"
 #include "messages/render.h"
+#include "messages/sample_bodies.h"
 #include "support/bytes.h"
 #include "support/table_row.h"
 
@@ -138,6 +139,17 @@ TEST(Body, OfAnUnknownTypeIsUndecoded) {
   EXPECT_THAT(message.remarks, Contains("clients send no such message"));
 }
 
+TEST(Message, OfAnUnknownSocketIsSentOnBoth) {
+  for (const char* name :
+       {"reregister", "get_new_model_state", "new_model_state", "peer_controller"}) {
+    for (const auto socket : {aaa_messages::Socket::request, aaa_messages::Socket::event}) {
+      MessageSample sample = message_sample(name);
+      sample.socket = socket;
+      EXPECT_THAT(decoded(sample, sample.bytes()).remarks, IsEmpty()) << name;
+    }
+  }
+}
+
 TEST(Reserved, BytesAreNotedWhenTheyAreNotZero) {
   const auto remarks_with = [](const std::string& name, std::size_t at) {
     std::string body = message_sample(name).body;
@@ -206,6 +218,20 @@ TEST(Items, OfARecordAreMissedRepeatedAndOutOfOrder) {
   EXPECT_THAT(message.remarks, ElementsAre("ext_text is repeated", "tail_data is missing",
                                            "the items are not in their order"));
   EXPECT_TRUE(field_named(message, "ext_text").secret);
+}
+
+TEST(Items, OfALocalUserEndAtALength0) {
+  const std::string front = long_item(1, "alice") + long_item(2, word_bytes(22));
+  const Decoded all = decoded_with_body("local_update_user", front + zeros(8));
+  EXPECT_THAT(names_of(all.fields), ElementsAre("user_name", "value_2"));
+  EXPECT_THAT(all.remarks, IsEmpty());
+  for (const std::uint32_t tag : {0, 5, 6}) {
+    const Decoded message =
+        decoded_with_body("local_update_user", front + word_bytes({tag, 0, 1, 2}));
+    EXPECT_THAT(names_of(message.fields), ElementsAre("user_name", "value_2", "undecoded"));
+    EXPECT_TRUE(message.fields[2].secret);
+    EXPECT_THAT(message.remarks, ElementsAre("8 bytes of the body are not part of the message"));
+  }
 }
 
 TEST(Items, OfNumbersHaveFourBytes) {

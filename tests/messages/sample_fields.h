@@ -64,18 +64,18 @@ inline constexpr char ldap_result_fields[] = R"([
     {"name":"value","tag":313,"offset":110,"length":9,"secret":true}]}])";
 inline constexpr char local_user_fields[] = R"([
   {"name":"user_name","tag":1,"offset":24,"length":9,"secret":true},
-  {"name":"value_2","tag":2,"offset":41,"length":4,"value":22},
-  {"name":"flag_4","tag":4,"offset":53,"length":4,"value":1},
+  {"name":"value_2","tag":2,"offset":41,"length":4,"secret":true},
+  {"name":"flag_4","tag":4,"offset":53,"length":4,"secret":true},
   {"name":"string_19","tag":19,"offset":65,"length":9,"secret":true},
   {"name":"string_18","tag":18,"offset":82,"length":9,"secret":true},
-  {"name":"value_5","tag":5,"offset":99,"length":4,"value":55},
-  {"name":"flag_7","tag":7,"offset":111,"length":4,"value":1},
-  {"name":"flag_8","tag":8,"offset":123,"length":4,"value":1},
-  {"name":"flag_9","tag":9,"offset":135,"length":4,"value":1},
-  {"name":"value_10","tag":10,"offset":147,"length":4,"value":100},
-  {"name":"value_12","tag":12,"offset":159,"length":4,"value":120},
-  {"name":"value_20","tag":20,"offset":171,"length":4,"value":200},
-  {"name":"value_13","tag":13,"offset":183,"length":4,"value":130},
+  {"name":"value_5","tag":5,"offset":99,"length":4,"secret":true},
+  {"name":"flag_7","tag":7,"offset":111,"length":4,"secret":true},
+  {"name":"flag_8","tag":8,"offset":123,"length":4,"secret":true},
+  {"name":"flag_9","tag":9,"offset":135,"length":4,"secret":true},
+  {"name":"value_10","tag":10,"offset":147,"length":4,"secret":true},
+  {"name":"value_12","tag":12,"offset":159,"length":4,"secret":true},
+  {"name":"value_20","tag":20,"offset":171,"length":4,"secret":true},
+  {"name":"value_13","tag":13,"offset":183,"length":4,"secret":true},
   {"name":"password","tag":6,"offset":195,"length":9,"secret":true}])";
 
 }  // namespace test

@@ -7,6 +7,7 @@
 
 #include "messages/expected.h"
 #include "messages/render.h"
+#include "messages/sample_bodies.h"
 #include "support/bytes.h"
 #include "support/table_row.h"
 
@@ -40,6 +41,13 @@ bool has_secret(const MessageSample& sample) {
 std::vector<MessageSample> samples_with_secrets(std::vector<MessageSample> samples) {
   std::erase_if(samples, [](const MessageSample& sample) { return !has_secret(sample); });
   return samples;
+}
+
+// Numbers of a local user, none of them with a byte that is '*'.
+constexpr std::size_t numbers_of_a_user = 10;
+
+bool sample_is_local_user(const MessageSample& sample) {
+  return sample.fields == message_sample("local_update_user").fields;
 }
 
 class Secrets : public testing::TestWithParam<MessageSample> {};
@@ -76,7 +84,8 @@ TEST_P(Secrets, LeaveNoTraceButTheirLengths) {
   for (std::size_t at = bytes.find(sample_secret); at != std::string::npos;
        at = bytes.find(sample_secret, at + 1))
     ++secrets;
-  EXPECT_EQ(secrets * sample_secret.size(), changed);
+  const bool is_local_user = sample_is_local_user(GetParam());
+  EXPECT_EQ(secrets * sample_secret.size() + (is_local_user ? numbers_of_a_user * 4 : 0), changed);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Secrets, testing::ValuesIn(samples_with_secrets(message_samples())),
@@ -115,6 +124,12 @@ TEST(Secrets, OfADirectoryAreValuesOfAttributesThatAreNamedSo) {
                                                  {"USERPASSWORD", true},
                                                  {"unicodePwd", true},
                                                  {"krbPrincipalKey", true},
+                                                 {"supplementalCredentials", true},
+                                                 {"userPKCS12", true},
+                                                 {"ipaNTHash", true},
+                                                 {"trustAuthIncoming", true},
+                                                 {"oathToken", true},
+                                                 {"passphrase", true},
                                                  {"mail", false},
                                                  {"cn", false}}) {
     const std::string pair = item_bytes(312, name) + item_bytes(313, "abcdefgh");
@@ -136,6 +151,22 @@ TEST(Secrets, AreAllBytesBehindTheNulOfAText) {
     EXPECT_FALSE(shows_secret(rendered(sample, sample.bytes()))) << name;
     expect_same_when_masked(sample, sample.bytes());
   }
+}
+
+TEST(MaskedMessage, HasNoTraceOfWhatIsBehindTheEndOfALocalUser) {
+  MessageSample sample = message_sample("local_update_user");
+  for (const std::uint32_t tag : {0, 2, 6}) {
+    sample.body = long_item(1, "alice") + word_bytes({tag, 0}) + sample_secret;
+    expect_same_when_masked(sample, sample.bytes());
+    EXPECT_EQ(long_item(1, "*****") + word_bytes({tag, 0}) + std::string(9, '*'),
+              masked(sample, sample.bytes()).substr(16));
+  }
+}
+
+TEST(MaskedMessage, HasNoEndOfALocalUserInAValue) {
+  MessageSample sample = message_sample("local_update_user");
+  sample.body = word_bytes({6, 8}) + "pass" + zeros(8);
+  EXPECT_EQ(word_bytes({6, 8}) + std::string(12, '*'), masked(sample, sample.bytes()).substr(16));
 }
 
 TEST(MaskedMessage, EndsItsItemsWhereTheMessageDoes) {

@@ -16,6 +16,7 @@
 #include "messages/expected.h"
 #include "messages/render.h"
 #include "messages/samples.h"
+#include "support/bytes.h"
 #include "support/child_program.h"
 #include "support/temporary_directory.h"
 #include "wireshark/expected_fields.h"
@@ -56,6 +57,7 @@ class Packets {
       add_changed(sample);
       add_elsewhere(sample);
     }
+    add_ended("local_update_user");
     for (std::size_t size = 0; size < 40; ++size)
       packets_.push_back(packet_of(message_samples()[0], noise(size)));
     add_texts_with_more();
@@ -79,6 +81,15 @@ class Packets {
       packets_.push_back(packet_of(sample, bytes.substr(0, size)));
     for (int i = 0; i < 4; ++i)
       packets_.push_back(packet_of(sample, bytes.substr(0, below(bytes.size()))));
+  }
+
+  // A local user whose items end before the message.
+  void add_ended(const std::string& name) {
+    for (const std::uint32_t tag : {0, 2, 3, 6}) {
+      MessageSample sample = message_sample(name);
+      sample.body = word_bytes({2, 12, 22, tag, 0, 1, 2});
+      packets_.push_back(packet_of(sample, sample.bytes()));
+    }
   }
 
   // One byte, or several, and mostly where lengths are: behind the header and near the end.
@@ -297,7 +308,7 @@ TEST_F(Dissector, ShowsSecretsWhenAskedTo) {
                  "_ws.col.Info", "-e", "aaa.authen.user_password", "-e", "aaa.password_check.s2",
                  "-e", "aaa.reregister_req.body"},
                 some),
-            "AAA\t5 (authen request) id 77, 1344 bytes, from client on the request socket"
+            "AAA\t5 (authen request) id 77, 1350 bytes, from client on the request socket"
             "\t47656865696d213432\t\t\n"
             "AAA\t22 (local query pwd) id 0, 26 bytes, from client on the request socket"
             "\t\tGeheim!42\t\n"

@@ -79,7 +79,7 @@ std::vector<Message> requests() {
   const auto role = block(1, {{"role", 0, 1, Kind::text}});
   return {
       on(Sockets::both, request(AAA_MSG_REGISTER_REQ, {role, text("model_name")})),
-      request(AAA_MSG_REREGISTER_REQ, {unknown_body}),
+      on(Sockets::both, request(AAA_MSG_REREGISTER_REQ, {unknown_body})),
       request(AAA_MSG_DEREGISTER_REQ, {text("model_name")}),
       request(AAA_MSG_GET_SESSION_ID, {numbers({"w0", "w1"})}),
       request(AAA_MSG_SEND_RARE_RESULT, {items(result_items())}),
@@ -110,7 +110,7 @@ std::vector<Message> requests() {
       request(AAA_MSG_UPDATE_USER_PWD_REQ, password_texts(numbers({"w0", "w1"}))),
       request(AAA_MSG_USER_PWD_UPDATE_RESULT, {numbers({"w0", "w1"})}),
       request(AAA_MSG_INTERFACE_CONTROL, {numbers({"w0", "w1", "w2"})}),
-      request(AAA_MSG_GET_NEW_MODEL_STATE_REQ, {unknown_body}),
+      on(Sockets::both, request(AAA_MSG_GET_NEW_MODEL_STATE_REQ, {unknown_body})),
       request(AAA_MSG_LDAP_SEARCH_REQ,
               {block(ldap_search_head_block()), items(ldap_search_items())}),
       request(AAA_MSG_LDAP_SEARCH_RESULT,
@@ -149,7 +149,7 @@ std::vector<Message> replies() {
       reply(AAA_MSG_LOCAL_UPDATE_USER, {byte("result")}),
       reply(AAA_MSG_LOCAL_QUERY_PWD_RESP, {numbers({"result"})}),
       reply(AAA_MSG_UPDATE_USER_PWD_RESP, {numbers({"w0", "status"})}),
-      reply(AAA_MSG_GET_NEW_MODEL_STATE_RESP, {unknown_body}),
+      on(Sockets::both, reply(AAA_MSG_GET_NEW_MODEL_STATE_RESP, {unknown_body})),
   };
 }
 
@@ -187,7 +187,7 @@ std::vector<Message> events() {
       event(AAA_MSG_LOCALEAP_AUTHEN, {items(authen_items())}),
       event(AAA_MSG_BACKEND_UPDATE_USER_PWD,
             password_texts(block(8, {{"code", 0, 4, Kind::number}}))),
-      event(AAA_MSG_KEL, {unknown_body}),
+      on(Sockets::both, event(AAA_MSG_KEL, {unknown_body})),
       event(AAA_MSG_HEARTBEAT, {octets("data")}),
       event(AAA_MSG_LDAP_SEARCH_ENTRY_REQ,
             {group_name, block(ldap_search_head_block()), items(ldap_search_items())}),

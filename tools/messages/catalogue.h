@@ -24,7 +24,9 @@ inline constexpr std::uint32_t masked_tag = 0x2a2a;
 inline constexpr std::size_t max_listed = 4096;
 
 // An attribute of a directory holds a password or a key when its name has one of these.
-inline constexpr std::string_view secret_words[] = {"password", "passwd", "pwd", "secret", "key"};
+inline constexpr std::string_view secret_words[] = {
+    "password", "passwd", "pwd",    "passphrase", "secret",   "key",
+    "hash",     "token",  "pkcs12", "credential", "trustauth"};
 
 // Numbers are in host byte order and as wide as their field, but for network_number: 32 bits, most
 // significant byte first. A text ends at its first NUL.

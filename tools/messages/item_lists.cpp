@@ -29,13 +29,13 @@ constexpr Item octets(std::uint32_t tag, std::string_view name) {
 constexpr Item number(std::uint32_t tag, std::string_view name) {
   return {.tag = tag, .name = name, .kind = Kind::number};
 }
-constexpr Item secret(std::uint32_t tag, std::string_view name) {
-  return {.tag = tag, .name = name, .kind = Kind::text, .secret = true};
+constexpr Item secret(std::uint32_t tag, std::string_view name, Kind kind = Kind::text) {
+  return {.tag = tag, .name = name, .kind = kind, .secret = true};
 }
 
 template <auto Member>
 constexpr Item user_number(std::uint32_t tag) {
-  return number(tag, member_name<Member>());
+  return secret(tag, member_name<Member>(), Kind::number);
 }
 template <auto Member>
 constexpr Item user_text(std::uint32_t tag) {
@@ -111,6 +111,7 @@ const ItemList& ldap_result_items() {
   return list;
 }
 
+// All of them are secret: what the numbers say about a user is known to aaad and its clients alone.
 const ItemList& local_user_items() {
   using User = local_user_info;
   static const ItemList list =
@@ -136,6 +137,7 @@ const ItemList& password_change_items() {
   return list;
 }
 
+// A user's name and the path of a file, as aaad-sim reads them: no secrets.
 const ItemList& file_grant_items() {
   static const ItemList list =
       simple(Heads::small, {text(1, "s1"), text(2, "s2"), number(3, "value")});

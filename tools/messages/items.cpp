@@ -55,7 +55,7 @@ class ItemReader {
       : cursor_(cursor), list_(list), fields_(fields), first_(fields.size()) {}
 
   bool read() {
-    while (cursor_.left() > 0) {
+    while (cursor_.left() > 0 && !take_end()) {
       const Outcome outcome = read_item();
       if (outcome == Outcome::unreadable) give_up();
       if (outcome != Outcome::read) return false;
@@ -76,11 +76,26 @@ class ItemReader {
     std::size_t remarks;  // before it
   };
 
+  // A large head with length 0, behind which nothing is read. One with a tag of its own or 0: of
+  // another tag it may be a piece of a value.
+  bool take_end() {
+    if (list_.heads != Heads::large || cursor_.left() < 8) return false;
+    const auto tag = static_cast<std::uint32_t>(little_number(cursor_.next(4)));
+    if (little_number(cursor_.next(8).subspan(4)) != 0) return false;
+    if (tag != 0 && item_of(tag) == nullptr) return false;
+    cursor_.at += 8;
+    return true;
+  }
+
+  const Item* item_of(std::uint32_t tag) const {
+    const auto found = std::ranges::find(list_.items, tag, &Item::tag);
+    return found == list_.items.end() ? nullptr : &*found;
+  }
+
   Outcome read_item() {
     const auto head = head_at(cursor_, list_.heads);
     if (!head) return Outcome::unreadable;
-    const auto found = std::ranges::find(list_.items, head->tag, &Item::tag);
-    const Item* const item = found == list_.items.end() ? nullptr : &*found;
+    const Item* const item = item_of(head->tag);
     if (item == nullptr && !may_skip(*head)) return Outcome::unreadable;
     if (!cursor_.may_list()) return Outcome::unreadable;
     const std::size_t front =

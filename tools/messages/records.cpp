@@ -14,9 +14,10 @@ namespace {
 static_assert(member_name<&acct_info::class_>() == "class");
 static_assert(member_name<&result_info_sub::session_id>() == "session_id");
 
-// Passwords and what a password can be found from or a session read with: User-Password,
-// CHAP-Password and CHAP-Challenge, EAP messages, the keys of a link (309 and 311).
-constexpr std::uint32_t secret_items[] = {2, 3, 60, 79, 309, 311};
+// Passwords and what a password can be found from, a challenge answered or a session read with:
+// User-Password, CHAP-Password and CHAP-Challenge, State, EAP messages, the keys of a link (309 and
+// 311).
+constexpr std::uint32_t secret_items[] = {2, 3, 24, 60, 79, 309, 311};
 
 ItemList record_items(std::vector<Item> items, OtherItems other_items) {
   for (Item& item : items)

@@ -160,6 +160,13 @@ void write_items(const ItemList& list, const std::string& which, std::ostream& o
   }
 }
 
+void write_secret_words(std::ostream& out) {
+  std::string line;
+  for (const std::string_view word : secret_words)
+    append(line, code(word));
+  out << line << '\n';
+}
+
 bool write_record(std::string_view name, std::ostream& out) {
   for (const Message& message : catalogue()) {
     bool is_found = false;
@@ -181,7 +188,7 @@ bool write_record(std::string_view name, std::ostream& out) {
 }  // namespace
 
 std::set<std::string> table_names() {
-  std::set<std::string> names = {"header", "client", "aaad"};
+  std::set<std::string> names = {"header", "client", "aaad", "secret_words"};
   for (const Message& message : catalogue())
     for (const Part& part : message.parts)
       if (const std::string_view record = record_of(part); !record.empty()) names.emplace(record);
@@ -192,6 +199,7 @@ void write_table(const std::string& name, std::ostream& out) {
   if (name == "header") return write_block(header_block(), out);
   if (name == "client") return write_messages(Sender::client, out);
   if (name == "aaad") return write_messages(Sender::daemon, out);
+  if (name == "secret_words") return write_secret_words(out);
   if (!write_record(name, out)) throw std::runtime_error("nothing is named " + name);
 }
 

@@ -18,6 +18,18 @@ function Items:head()
   return head
 end
 
+-- A large head with length 0, behind which nothing is read. One with a tag of its own or 0: of
+-- another tag it may be a piece of a value.
+function Items:take_end()
+  local cursor = self.cursor
+  if self.list.heads ~= "large" or cursor:left() < 8 then return false end
+  local tag, length = cursor:number(0, 4), cursor:number(4, 4)
+  if length ~= 0 then return false end
+  if tag ~= 0 and not self.list.by_tag[tag] then return false end
+  cursor.at = cursor.at + 8
+  return true
+end
+
 function Items:may_skip(tag)
   local is_masked = tag % 0x10000 == tables.masked_tag  -- also one of 32 bits
   return self.list.other_items == "skipped" and not is_masked
@@ -174,7 +186,7 @@ end
 -- Up to the cursor's end. False when it is not reached.
 function Items.read(cursor, list, nodes)
   local self = setmetatable({ cursor = cursor, list = list, nodes = nodes, first = #nodes + 1 }, Items)
-  while cursor:left() > 0 do
+  while cursor:left() > 0 and not self:take_end() do
     local outcome = self:read_item()
     if outcome == "unreadable" then self:give_up() end
     if outcome ~= "read" then return false end

@@ -10,6 +10,7 @@
 #include "aaad_sim.h"
 #include "program/capture.h"
 #include "program/commands.h"
+#include "program/fields.h"
 #include "program/options.h"
 #include "server/file_descriptor.h"
 
@@ -88,6 +89,7 @@ int run(const aaa_sim::Options& options) {
   const aaa_sim::FileDescriptor signals = termination_signals();
   aaa_sim::Output output{.keep = false};
   if (!options.quiet) output.line = print_line;
+  if (options.fields) output.fields = aaa_sim::fields_of;
   if (!options.capture.empty())
     output.capture = aaa_sim::capture_to(options.capture, options.capture_secrets);
   AaadSim sim(options.directory, options.settings, output);

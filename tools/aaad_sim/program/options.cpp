@@ -174,7 +174,8 @@ void describe_options(CLI::App& app, Options& options, Texts& texts) {
   app.add_flag("--byte-wise", settings.byte_wise, "Write byte by byte");
   add_number(app, "--delay", texts.delay, "Delay of every answer in milliseconds");
   app.add_flag("--control", options.control, "Read commands from standard input");
-  app.add_flag("--quiet", options.quiet, "Do not print messages");
+  CLI::Option* const quiet = app.add_flag("--quiet", options.quiet, "Do not print messages");
+  app.add_flag("--fields", options.fields, "Print the fields of every message")->excludes(quiet);
   CLI::Option* const capture =
       app.add_option("--capture", options.capture, "Write all messages to this file, as pcapng");
   app.add_flag("--capture-secrets", options.capture_secrets,

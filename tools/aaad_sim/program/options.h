@@ -12,6 +12,7 @@ struct Options {
   std::string directory;
   bool control = false;
   bool quiet = false;
+  bool fields = false;
   std::string capture;  // the file; empty for none
   bool capture_secrets = false;
   Settings settings;

@@ -8,7 +8,8 @@ namespace aaa_sim {
 void Journal::record(Message message) {
   const std::lock_guard lock(mutex_);
   message.time = elapsed();
-  if (output_.line) output_.line(describe(message));
+  if (output_.line)
+    output_.line(describe(message) + (output_.fields ? output_.fields(message) : ""));
   if (output_.capture && !message.in_batch) output_.capture(message, "");
   if (output_.keep) messages_.push_back(std::move(message));
   changed_.notify_all();

@@ -18,6 +18,8 @@ struct Output {
   bool keep = true;  // in memory, for the waits below
   // If set, called with each message and note as a line of text, on the simulator's thread.
   std::function<void(const std::string& line)> line = {};
+  // If set, what it returns follows the line of a message.
+  std::function<std::string(const Message& message)> fields = {};
   // If set, called with everything that crosses a socket, once: messages that come in a batch are
   // part of that. What is no message has a remark, and no header. On the simulator's thread.
   std::function<void(const Message& message, const std::string& remark)> capture = {};
