@@ -241,6 +241,11 @@ TEST_F(ProgramTest, BadFilesAreOneLineWithTheirPlaceAndStatus2) {
   std::ofstream(path) << "dn: cn=a\ncn\n";
   expect_one_error(with({"--ldif", path}), path + ":2: expected 'name: value'\n");
   expect_one_error(with({"--ldif", path + "x"}), path + "x: No such file or directory\n");
+  for (const std::string option : {"--users", "--ldif", "--radius"}) {
+    expect_one_error(with({option, directory_.path()}), directory_.path() + ": Is a directory\n");
+    // Opens, and fails when it is read.
+    expect_one_error(with({option, "/proc/self/mem"}), "/proc/self/mem: Input/output error\n");
+  }
 }
 
 TEST_F(ProgramTest, DirectoryInUseIsOneLineAndStatus1) {
