@@ -159,6 +159,11 @@ TEST_F(ProgramTest, BadOptionIsOneLineAndStatus2) {
   expect_one_error(with({"--local-user", "carol"}), "--local-user: 'carol' is not NAME:PASSWORD");
 }
 
+TEST_F(ProgramTest, EmptyNameOfAFileIsRefused) {
+  for (const std::string option : {"--users", "--radius", "--ldif", "--local-users", "--capture"})
+    expect_one_error(with({option, ""}), option + ": the name is empty\n");
+}
+
 TEST_F(ProgramTest, NumbersWithOtherCharactersAreRefused) {
   for (const std::string option :
        {"--aaa-id", "--first-session-id", "--session-ids", "--heartbeat-interval", "--delay"}) {
