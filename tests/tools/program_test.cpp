@@ -180,7 +180,7 @@ TEST_F(ProgramTest, PrintsVersionAndHelp) {
   Program help({"--help"});
   const std::string text = help.remaining_output();
   EXPECT_THAT(text, HasSubstr("aaad-sim's convention for a result's sub.num_a: 0 accepted, "
-                              "1 rejected, 3 challenge.\n"));
+                              "1 rejected, 3 challenge, 4 no server answered.\n"));
   EXPECT_THAT(text, HasSubstr("\nclients "));
   EXPECT_EQ(help.exit_status(), 0);
 }

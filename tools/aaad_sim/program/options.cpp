@@ -132,7 +132,8 @@ void describe_options(CLI::App& app, Options& options, Texts& texts) {
   app.description(
       "A stand-in for aaad, the daemon that clients of the AAA client library talk to.");
   app.footer(
-      "aaad-sim's convention for a result's sub.num_a: 0 accepted, 1 rejected, 3 challenge.\n\n"
+      "aaad-sim's convention for a result's sub.num_a: 0 accepted, 1 rejected, 3 challenge, 4 no "
+      "server answered.\n\n"
       "With --control these commands are read from standard input:\n" +
       command_help());
   app.set_version_flag("--version", "aaad-sim " AAAD_SIM_VERSION, "Print the version and exit");
