@@ -229,7 +229,9 @@ TEST_F(StaleMessage, AHeartbeatOfAnOldLinkIsNotSent) {
   take_pass();
   EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_HEARTBEAT))) << "the thread's first one";
   const std::uint32_t before = g_aaa_msg_stat.send_error_times;
-  aaa::send_heartbeat(old_, aaa::load(aaalib_hbt_last_send));
+  const std::uint32_t last_send = aaa::load(aaalib_hbt_last_send);
+  aaa::send_heartbeat(old_, last_send + 1);
+  EXPECT_EQ(last_send, aaa::load(aaalib_hbt_last_send)) << "noted for the new link";
   EXPECT_NE(0u, aaa_get_session_id()) << "a later message on the same socket";
   EXPECT_EQ(1u, heartbeats());
   EXPECT_EQ(before, g_aaa_msg_stat.send_error_times);

@@ -39,7 +39,7 @@ void rearm_heartbeat() {
 
 void send_heartbeat(LinkNumber link, std::uint32_t now) {
   send_message_on_link(LinkSocket::request, link, AAA_MSG_HEARTBEAT, nullptr, 0);
-  store(aaalib_hbt_last_send, now);
+  while_link_lasts(link, [now] { store(aaalib_hbt_last_send, now); });
 }
 
 namespace {
