@@ -237,6 +237,18 @@ TEST_F(StaleMessage, AHeartbeatOfAnOldLinkIsNotSent) {
   EXPECT_EQ(before, g_aaa_msg_stat.send_error_times);
 }
 
+TEST_F(StaleMessage, AFailedReadOfAnOldLinkDoesNotEndTheNextOneWhoseSocketHasItsNumber) {
+  const ScriptedPeer aaad;
+  aaa::store(g_aaa_client_cb.async_fd, aaad.own());
+  aaa::store(aaa::g_receive_msg_tid, pthread_self());
+  const aaa::Watched watched = {.link = old_, .fd = aaad.own()};
+  EXPECT_EQ(aaa::Damage::none,
+            aaa::give_up_lost_link(aaa::LinkOwner::receive_thread(), watched, ECONNRESET));
+  EXPECT_EQ(aaad.own(), event_socket());
+  aaa::store(g_aaa_client_cb.async_fd, -1);
+  aaa::store(aaa::g_receive_msg_tid, pthread_t{0});
+}
+
 // A message belongs to the link on which its first byte was asked for.
 class ReadMessage : public LibraryTest {
  protected:
