@@ -362,9 +362,10 @@ AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
  * seconds each for a batch that is being written, for sending the request, and for the answer
  * (about 10 with a silent aaad); for the event callback; and finally at most 2 seconds for the
  * library's threads. After it returns no library thread runs, except the one that it was called on,
- * and one that still runs a callback or sleeps between two attempts to connect. No message of the
- * old connection is dispatched or answered any more, but a running callback runs to its end: keep
- * its code and data until then. The shared library stays mapped.
+ * and one that still runs a callback, waits for another callback to return, or sleeps between two
+ * attempts to connect. No message of the old connection is dispatched or answered any more and no
+ * event is raised, but a running callback runs to its end: keep its code and data until then. The
+ * shared library stays mapped.
  *
  * From inside a callback it does not wait for the thread of that callback. aaa_svr_reg() may follow
  * immediately: callbacks of the new registration wait until a callback of the old one has returned.

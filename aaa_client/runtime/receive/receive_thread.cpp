@@ -147,11 +147,16 @@ Iteration run_iteration(const Watched& watched, WatchdogStamp& stamp) {
   return failure(wait_error);
 }
 
-// Raises an event in the thread's turn, unless it has been cancelled.
+// Deregistering while aaad is away does not cancel the thread.
+bool may_tell_client() {
+  return is_receive_thread() && !is_deregistered();
+}
+
+// Raises an event in the thread's turn, unless the client has deregistered.
 void tell_client(aaa_client_event event) {
-  while (!wait_for_turn(wait_ms)) {
+  while (may_tell_client() && !wait_for_turn(wait_ms)) {
   }
-  raise_event(event, is_receive_thread);
+  raise_event(event, may_tell_client);
 }
 
 // Returns false when the client has deregistered and the thread must end.
