@@ -14,10 +14,11 @@ class WaitingThread : public ReceiveTest {
     ReceiveTest::TearDown();
   }
 
-  void register_anew_in_callback() {
-    notes.then = [this](const std::string&) {
+  void register_anew_in_callback(bool aaad_is_there = true) {
+    notes.then = [=, this](const std::string&) {
       const reg_info again = client();
       EXPECT_EQ(0, aaa_svr_dereg());
+      set_listening(aaad_is_there);
       EXPECT_EQ(0, aaa_svr_reg(&again));
       inside_ = true;
       EXPECT_TRUE(eventually([this] { return let_go_.load(); }, std::chrono::seconds(20)));
@@ -56,6 +57,23 @@ TEST_F(WaitingThread, TellsNoLossToAClientThatHasDeregisteredMeanwhile) {
   let_go_ = true;
   EXPECT_TRUE(receive_thread_is_gone());
   EXPECT_EQ(told, times_told(AAA_EVENT_CONNECTION_LOST));
+}
+
+TEST_F(WaitingThread, FeedsTheWatchdogBeforeItTellsALoss) {
+  const WatchdogRecorder watchdog;
+  register_anew_in_callback();
+  lose_silent_aaad();
+  const std::size_t fed = watchdog.count("reset");
+  EXPECT_TRUE(while_time_passes([&] { return watchdog.count("reset") > fed + 1; }));
+}
+
+TEST_F(WaitingThread, SendsHeartbeatsBeforeItTellsThatItHasRegistered) {
+  register_anew_in_callback(false);
+  set_listening(true);
+  EXPECT_TRUE(eventually([] { return state() == AAA_REG_REGISTERED; }));
+  const std::size_t before = heartbeats();
+  EXPECT_TRUE(while_time_passes([&] { return heartbeats() > before + 1; }));
+  EXPECT_EQ(0u, times_told(AAA_EVENT_REREGISTERED));
 }
 
 }  // namespace test::waiting_thread

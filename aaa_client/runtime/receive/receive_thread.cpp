@@ -58,6 +58,10 @@ int wait_for_message(std::int32_t fd) {
   return wait_readable(fd, wait_ms);
 }
 
+void send_heartbeat_if_due(LinkNumber link, std::uint32_t now) {
+  if (heartbeat_is_due(now)) send_heartbeat(link, now);
+}
+
 // Returns false when aaad has been silent for too long.
 bool keep_heartbeat(LinkNumber link) {
   if (!heartbeat_is_kept()) {
@@ -70,7 +74,7 @@ bool keep_heartbeat(LinkNumber link) {
     AAA_DEBUG_LOG_AS(log_name, "aaalib heartbeat check fail!\r\n");
     return false;
   }
-  if (heartbeat_is_due(now)) send_heartbeat(link, now);
+  send_heartbeat_if_due(link, now);
   return true;
 }
 
@@ -152,10 +156,22 @@ bool may_tell_client() {
   return is_receive_thread() && !is_deregistered();
 }
 
+void feed(std::uint32_t* stamp) {
+  if (stamp != nullptr) aaa_check_reset_ham_client_notify(stamp);
+}
+
+// For a thread that reads no messages. Whether aaad is silent is found out when it reads again.
+void stay_alive(std::uint32_t* stamp) {
+  feed(stamp);
+  const LinkNumber link = link_number();
+  if (reg_state() != AAA_REG_REGISTERED || !heartbeat_is_kept()) return;
+  send_heartbeat_if_due(link, monotonic_seconds());
+}
+
 // Raises an event in the thread's turn, unless the client has deregistered.
-void tell_client(aaa_client_event event) {
-  while (may_tell_client() && !wait_for_turn(wait_ms)) {
-  }
+void tell_client(aaa_client_event event, std::uint32_t* stamp) {
+  while (may_tell_client() && !wait_for_turn(wait_ms))
+    stay_alive(stamp);
   raise_event(event, may_tell_client);
 }
 
@@ -167,7 +183,7 @@ bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
     case Damage::none:
       return true;
     case Damage::link_lost:
-      tell_client(AAA_EVENT_CONNECTION_LOST);
+      tell_client(AAA_EVENT_CONNECTION_LOST, &stamp);
       aaa_svr_rereg(&stamp);
       return true;
   }
@@ -190,10 +206,6 @@ void run_main_loop() {
 void pause() {
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
   sleep(thread_rules.pause_seconds);
-}
-
-void feed(std::uint32_t* stamp) {
-  if (stamp != nullptr) aaa_check_reset_ham_client_notify(stamp);
 }
 
 // Returns false when the client deregistered meanwhile.
@@ -254,7 +266,7 @@ void aaa_svr_rereg(std::uint32_t* stamp) {
   }
   AAA_DEBUG_LOG("aaa client start to try re-reg.\r\n");
   if (!retry_until_registered(stamp)) return;
-  tell_client(thread_rules.event_after_success);
+  tell_client(thread_rules.event_after_success, stamp);
   AAA_DEBUG_LOG("register aaa success.\r\n");
 }
 
