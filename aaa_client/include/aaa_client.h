@@ -775,7 +775,8 @@ AAA_API int32_t aaa_lib_client_connect(const char* prefix);
  * Opens the request socket and the event socket, unless they are open, and stores their numbers in
  * g_aaa_client_cb. Takes aaa_lib_lock. Returns 0; -1 on failure, and if the request socket fails
  * the event socket is not tried. The first frame on a new request socket must have the type
- * AAA_MSG_REGISTER_REQ: others fail with EINVAL until it is written.
+ * AAA_MSG_REGISTER_REQ: others fail with EINVAL until it is written. The library does not check
+ * what is written first on the event socket.
  */
 AAA_API int32_t aaa_lib_client_connect_all(void);
 

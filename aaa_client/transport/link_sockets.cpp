@@ -17,7 +17,8 @@
 namespace aaa {
 namespace {
 
-// Marks on the number in sync_fd, changed under request_write_lock.
+// Marks on the number in sync_fd: set with aaa_lib_lock and request_write_lock held, looked at and
+// cleared with either of them.
 constinit NumberMark unregistered;
 constinit NumberMark closed;
 
