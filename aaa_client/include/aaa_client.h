@@ -415,7 +415,8 @@ AAA_API int32_t aaa_agent_init(const reg_info* reg_info, struct zv_thread_master
  * Deregisters as aaa_svr_dereg() does, clears the callbacks and cancels every task: none runs after
  * it has returned. If deregistration fails it ends the registration nevertheless: it stops the
  * threads, closes the sockets and raises AAA_EVENT_CONNECTION_LOST on the calling thread, in this
- * case without a lock. Call it on the loop's thread, from inside a callback too, or while the loop
+ * case without a lock. A registration that the client makes inside that event stays, with its
+ * callbacks and tasks. Call it on the loop's thread, from inside a callback too, or while the loop
  * does not run. Returns 0.
  */
 AAA_API int32_t aaa_agent_finish(void);

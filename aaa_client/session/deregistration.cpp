@@ -97,12 +97,6 @@ std::int32_t deregister() {
   return tear_down();
 }
 
-// The threads of a registration that continues, or that the client has made in its callback.
-unsigned threads_of_registration() {
-  if (is_deregistered()) return 0;
-  return (receive_thread_exists() ? 1U : 0U) + (send_buffer_is_used() ? 1U : 0U);
-}
-
 }  // namespace
 }  // namespace aaa
 

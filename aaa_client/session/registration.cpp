@@ -29,6 +29,11 @@ bool is_registered_or_trying() {
   return has_registration_state() || receive_thread_exists() || agent_mode_is_on();
 }
 
+unsigned threads_of_registration() {
+  if (is_deregistered()) return 0;
+  return (receive_thread_exists() ? 1U : 0U) + (send_buffer_is_used() ? 1U : 0U);
+}
+
 namespace {
 
 // The limit of 75 bytes follows from the 100-byte buffers for the datagram sockets' names.

@@ -1,5 +1,6 @@
 // aaa_agent_finish, and tasks of a registration that has ended, by it or by deregistration alone.
 #include <atomic>
+#include <chrono>
 
 #include "agent/agent_client.h"
 #include "runtime/receive/recovery.h"
@@ -207,6 +208,25 @@ TEST_F(AgentFinish, ANewLifeBegunInsideTheLossEventIsNotDisturbed) {
   run_and_expect(0, "aaa-connect");
   expect_steady();
   EXPECT_TRUE(sim_.wait_for_connections(2));
+}
+
+// In each way that a registration ends. The new one has a flush thread, which is not waited for.
+TEST_F(AgentFinish, ANewLifeBegunInsideItsOwnLossEventIsNotDisturbed) {
+  for (const Fault fault : {Fault::none, Fault::wrong_type, Fault::close}) {
+    sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, fault);
+    const std::size_t told = times_told(AAA_EVENT_CONNECTION_LOST);
+    init_and_connect(
+        client_that_at(AAA_EVENT_CONNECTION_LOST, [this] { init(batching_client()); }));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(0, aaa_agent_finish());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
+    EXPECT_EQ(told + 1, times_told(AAA_EVENT_CONNECTION_LOST));
+    EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
+    sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::none);
+    run_and_expect(0, "aaa-connect");
+    expect_steady();
+    expect_finished();
+  }
 }
 
 TEST_F(AgentFinish, ASecondLifeInThreadModeFollows) {
