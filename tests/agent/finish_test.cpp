@@ -118,6 +118,16 @@ TEST_F(AgentFinish, EndsARegistrationWhoseDeregistrationIsAnsweredWronglyOrNotAt
   EXPECT_THAT(client_events(), ElementsAre(1, 0, 1, 3, 0, 1, 0, 1, 3, 0));
 }
 
+TEST_F(AgentFinish, EndsARegistrationWhoseSocketCouldNotBeClosedAtFirst) {
+  for (const std::int32_t* socket : {&g_aaa_client_cb.sync_fd, &g_aaa_client_cb.async_fd}) {
+    init_and_connect(batching_client());
+    const ScriptedCalls calls({.close = on_socket(*socket, failing_at(1, EIO))});
+    expect_finished({"cancel aaa-read", "cancel aaa-heartbeat"});
+    EXPECT_TRUE(sim_.wait_for_connections(0));
+  }
+  EXPECT_THAT(client_events(), ElementsAre(1, 0, 1, 0));
+}
+
 TEST_F(AgentFinish, AfterAWrongAnswerWaitsForTheFlushThread) {
   std::atomic<bool> hold = false;
   std::atomic<bool> returned = false;
