@@ -1,8 +1,10 @@
 // A client in agent mode that registers in thread mode while the loop is inside one of its
 // callbacks: the receive thread calls back only when that callback has returned.
+#include <chrono>
 #include <thread>
 
 #include "agent/agent_client.h"
+#include "runtime/send/library_threads.h"
 
 namespace test::agent_handover {
 
@@ -48,6 +50,16 @@ TEST_F(AgentHandover, WaitsForTheCallbackOfAMessage) {
   init_and_connect(client_that_hands_over_at(AAA_EVENT_METHOD_LISTS_CHANGED));
   deliver(AAA_MSG_MLIST_CHANGE);
   expect_notice();
+}
+
+// The first turns of a process whose library has not yet started a thread.
+TEST(TaskTurn, OfASecondLoopIsWaitedFor) {
+  const aaa::TaskTurn of_this_loop;
+  std::thread([] {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(aaa::TaskTurn());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(90));
+  }).join();
 }
 
 }  // namespace test::agent_handover
