@@ -945,7 +945,9 @@ AAA_API int32_t aaa_lib_notify_aaa_event(uint32_t event);
 /*
  * Passes an encoded result to the thread in aaa_user_get_result(), as one datagram on
  * lib_msg_client_fd. Blocks for about 10 seconds when the queue of that socket is full. An error
- * causes a debug line only.
+ * causes a debug line only. A socket that aaa_lib_msg_socket_init() has closed is not written to,
+ * even if the host process has reused its number, until the word has held another value. A value
+ * that is put there and taken back between two calls of the library is not noticed.
  */
 AAA_API void aaa_lib_send_msg(const void* body, uint32_t length);
 
