@@ -142,6 +142,16 @@ TEST_F(ClosedClientSocket, CountsAsClosedUntilNoneCouldBeOpened) {
   EXPECT_EQ("one", host_.peer_reads());
 }
 
+TEST_F(ClosedClientSocket, IsNotWrittenToFromItsCloseOn) {
+  ::close(number_);
+  std::size_t sends = 0;
+  const ScriptedCalls calls({.send = noting([&] { ++sends; }),
+                             .connect = failing(ECONNREFUSED),
+                             .close = noting([] { deliver(); })});
+  EXPECT_EQ(-1, aaa_lib_msg_socket_init());
+  EXPECT_EQ(0u, sends);
+}
+
 TEST_F(ClosedClientSocket, WithItsNumberIsAnOpenOneWhenItIsMadeAnew) {
   ::close(number_);
   ASSERT_EQ(0, aaa_lib_msg_socket_init());

@@ -81,10 +81,11 @@ bool make_server(const Names& names) {
   return false;
 }
 
-// The field keeps its number, which a client may read.
+// The field keeps its number, which a client may read. The mark comes first: another thread must
+// not write to a number that the host process has reused.
 void close_client() {
-  close(lib_msg_client_fd);
   closed_client.set(lib_msg_client_fd);
+  close(lib_msg_client_fd);
 }
 
 bool make_client(const Names& names) {
