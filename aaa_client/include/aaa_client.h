@@ -826,8 +826,9 @@ AAA_API int32_t aaa_msg_recv(int32_t fd, void* buffer, int32_t length);
 /*
  * Frames a body with id 0 and writes it. Writes to the request socket or the event socket are
  * serialized by that socket's lock, so frames never interleave; for other descriptors no lock is
- * taken. Returns 0; ENOMEM; EBADF for a number that the library has closed; EINVAL on a new request
- * socket that waits for its register request; otherwise as aaa_msg_send().
+ * taken. A null body is an empty one, whatever its length. Returns 0; ENOMEM; EBADF for a number
+ * that the library has closed, as long as sync_fd holds it; EINVAL on a new request socket that
+ * waits for its register request; otherwise as aaa_msg_send().
  */
 AAA_API int32_t aaa_send_ipc_msg(int32_t fd, uint32_t type, const void* body, uint32_t body_length);
 /* The same, with a debug line first. */
@@ -864,8 +865,9 @@ AAA_API aaa_ipc_header* aaalib_recv_async_ipc_msg(void);
 
 /*
  * Frames a body and queues it, if the flush thread runs, or writes it to the request socket. Writes
- * a debug line first; `fd` is only printed there. Takes aaa_lib_send_buf_lock or the socket's lock,
- * not aaa_lib_lock. Returns 0 or an error as aaa_send_ipc_msg().
+ * a debug line first; `fd` is only printed there. A null body is an empty one. Takes
+ * aaa_lib_send_buf_lock or the socket's lock, not aaa_lib_lock. Returns 0 or an error as
+ * aaa_send_ipc_msg().
  */
 AAA_API uint32_t aaa_lib_send_ipc_msg(int32_t fd, uint32_t type, uint32_t id, const void* body,
                                       uint32_t body_length);
@@ -885,7 +887,10 @@ AAA_API int32_t aaa_user_req_author_sub(author_info* author, uint32_t type);
 
 /* -- Send buffer -- */
 
-/* Batches requests in one message of type AAA_MSG_PAD_PKT. Guarded by aaa_lib_send_buf_lock. */
+/*
+ * Batches requests in one message of type AAA_MSG_PAD_PKT. Guarded by aaa_lib_send_buf_lock, which
+ * the functions here take; they wait for a write of another thread that holds it.
+ */
 enum { AAA_SEND_BUF_BODY_SIZE = 8192 };
 typedef struct aaa_send_buf {
   aaa_ipc_header header;
@@ -904,12 +909,14 @@ AAA_API void aaa_lib_send_buf_init(void);
 /* Empties the buffer and drops its messages. */
 AAA_API void aaa_lib_send_buf_reset(void);
 /* Writes the buffer to aaad, if it is not empty and there is a request socket that has sent its
- * register request. A failure causes a debug line only. The caller resets the buffer afterwards. */
+ * register request. Takes the socket's lock too; blocks for about 12 seconds at most when aaad does
+ * not read. A failure causes a debug line only. The caller resets the buffer afterwards. */
 AAA_API void aaa_lib_send_buf(void);
 /*
  * Adds one framed message, which the caller keeps. If the buffer has no room or holds 16 messages,
  * it is written and reset first. A message of 8,192 bytes or more is written directly after the
- * buffer. A message that cannot be written is dropped with a debug line. Returns 0.
+ * buffer. Each of these writes blocks like aaa_lib_send_buf(). A message that cannot be written is
+ * dropped with a debug line. Null is ignored. Returns 0.
  */
 AAA_API int32_t aaa_lib_add_send_buf(const void* message, uint32_t length);
 /* Starts the flush thread, unless it runs. From then on requests are queued. aaa_svr_dereg() ends

@@ -84,6 +84,7 @@ void aaa_lib_send_buf() {
 }
 
 std::int32_t aaa_lib_add_send_buf(const void* message, std::uint32_t length) {
+  if (message == nullptr) return 0;
   const aaa::ScopedLock lock(aaa_lib_send_buf_lock);
   if (length >= AAA_SEND_BUF_BODY_SIZE) {
     send_directly(message, length);
