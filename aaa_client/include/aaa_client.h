@@ -700,8 +700,10 @@ AAA_API extern pthread_mutex_t aaa_lib_send_buf_lock;
 
 /*
  * Initializes the library's recursive locks again, once; a lock that is locked is left unchanged.
- * Registration calls it, and so does the first function that takes one of these locks. Returns 0;
- * -1 when a lock could not be initialized: the locks stay valid and a later call tries again.
+ * Registration calls it, and so does the first function that takes one of these locks. A client
+ * with several threads that takes an exported lock itself calls it first: a lock that is being taken
+ * during the initialization is not yet seen as locked, and two threads could then hold it. Returns
+ * 0; -1 when a lock could not be initialized: the locks stay valid and a later call tries again.
  */
 AAA_API int32_t aaa_lib_mutex_init(void);
 
