@@ -20,7 +20,8 @@
  *    after 180 seconds the connection is treated as lost.
  *  - Every call is bounded in time. An exchange, a request to aaad whose answer the call waits for,
  *    ends after about 10 seconds when aaad is silent. Each of its steps (draining the socket,
- *    sending, reading the header, reading the body) has a limit of its own, at most 12 seconds.
+ *    sending, reading the header, reading the body) has a limit of its own: about 12 seconds, with
+ *    the last system call and the pause after it.
  *    Calls that talk to aaad are serialized by aaa_lib_lock and may first wait for another thread's
  *    exchange or attempt to connect.
  *  - After fork() the child shares the sockets with its parent, has none of the library's threads,
@@ -332,7 +333,8 @@ AAA_API int32_t aaa_is_in_use(void);
  * The call that registers raises AAA_EVENT_REGISTERED once before it returns, on the calling thread
  * and without a lock. Callbacks on the receive thread can run earlier or at the same time. It takes
  * about 100 ms, and about 10 seconds when aaad accepts the connection but does not answer. The
- * upper bound is 76 seconds: 2 for each of two connects, 12 for each of three steps on two sockets.
+ * upper bound is about 76 seconds: 2 for each of two connects, 12 for each of three steps on two
+ * sockets.
  */
 AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
 
@@ -358,14 +360,18 @@ AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
  * -1, reg_state AAA_REG_NOT_REGISTERED, the threads end, the callbacks are kept, and the call
  * returns 0. The receive thread may then sleep for up to 2 seconds before it ends.
  *
- * Blocks while another thread's exchange or attempt to connect holds aaa_lib_lock; then up to 12
- * seconds each for a batch that is being written, for sending the request, and for the answer
- * (about 10 with a silent aaad); for the event callback; and finally at most 2 seconds for the
- * library's threads. After it returns no library thread runs, except the one that it was called on,
- * and one that still runs a callback, waits for another callback to return, or sleeps between two
- * attempts to connect. No message of the old connection is dispatched or answered any more and no
- * event is raised, but a running callback runs to its end: keep its code and data until then. The
- * shared library stays mapped.
+ * Blocks while another thread's exchange or attempt to connect holds aaa_lib_lock. Then it takes
+ * about 12 seconds at most for each of: a batch that is being written, sending the request, the
+ * answer (about 10 with a silent aaad), and a batch that the flush thread has begun meanwhile; the
+ * time of the event callback; and at most 2 seconds for the library's threads. A thread of the
+ * client that holds aaa_lib_send_buf_lock, or fills the buffer with aaa_lib_add_send_buf(), is
+ * waited for too.
+ *
+ * After it returns no library thread runs, except the one that it was called on, and one that still
+ * runs a callback, waits for another callback to return, or sleeps between two attempts to connect.
+ * No message of the old connection is dispatched or answered any more and no event is raised, but a
+ * running callback runs to its end: keep its code and data until then. The shared library stays
+ * mapped.
  *
  * From inside a callback it does not wait for the thread of that callback. aaa_svr_reg() may follow
  * immediately: callbacks of the new registration wait until a callback of the old one has returned.
@@ -517,7 +523,8 @@ AAA_API int32_t aaa_user_syn(uint32_t w0, const uint32_t words[3]);
 /* 0: sent; -1: failure, also for a null record or a flag of 0. */
 AAA_API int32_t aaa_restore_user(const restore_user_info* record, uint32_t flag);
 
-/* 0: sent; -1: failure. A non-null `flag` sets the flag word of the message. */
+/* 0: sent; -1: failure. A null record is sent as a block of zeros. A non-null `flag` sets the flag
+ * word of the message. */
 AAA_API int32_t aaa_ha_user_syn(uint32_t id, uint32_t unused, const restore_user_info* record,
                                 const void* flag);
 
@@ -701,9 +708,10 @@ AAA_API extern pthread_mutex_t aaa_lib_send_buf_lock;
 /*
  * Initializes the library's recursive locks again, once; a lock that is locked is left unchanged.
  * Registration calls it, and so does the first function that takes one of these locks. A client
- * with several threads that takes an exported lock itself calls it first: a lock that is being taken
- * during the initialization is not yet seen as locked, and two threads could then hold it. Returns
- * 0; -1 when a lock could not be initialized: the locks stay valid and a later call tries again.
+ * with several threads that takes an exported lock itself calls it first: a lock that is being
+ * taken during the initialization is not yet seen as locked, and two threads could then hold it.
+ * Returns 0; -1 when a lock could not be initialized: the locks stay valid and a later call tries
+ * again.
  */
 AAA_API int32_t aaa_lib_mutex_init(void);
 
