@@ -33,8 +33,8 @@ std::string new_directory() {
   return name;
 }
 
-// By another process: the buffers of reading a directory would leave holes in this one's heap, which
-// make blocks of a kilobyte and more slower to allocate, and the counterparts have none.
+// By another process: the buffers of reading a directory would leave holes in this one's heap,
+// which make blocks of a kilobyte and more slower to allocate, and the counterparts have none.
 void remove_directory(const std::string& path) {
   std::string rm = "rm";
   std::string options = "-rf";
