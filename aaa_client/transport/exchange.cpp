@@ -48,11 +48,12 @@ std::int32_t aaalib_socket_buf_clear(std::int32_t fd) REQUIRES(aaa_lib_lock) {
 }
 
 // After an incomplete drain the next bytes belong to another request: nothing is sent or read.
+// REQUIRES: cancellation is disabled.
 aaa_ipc_header* drain_send_receive(std::uint32_t type, const void* body, std::uint32_t length) {
-  const ScopedLock lock(aaa_lib_lock);
+  const InnerLock lock(aaa_lib_lock);
   const std::int32_t fd = load(g_aaa_client_cb.sync_fd);
   std::int32_t error = aaalib_socket_buf_clear(fd);
-  if (error == 0) error = aaalib_send_ipc_msg_print(fd, type, body, length);
+  if (error == 0) error = log_and_send_message(fd, type, body, length);
   if (error != 0) {
     AAA_DEBUG_LOG_AS("aaalib_sr_ipc_msg", "Send ipc message failed, errno(%d).\r\n", error);
     return nullptr;
