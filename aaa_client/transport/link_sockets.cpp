@@ -33,6 +33,7 @@ int close_request_descriptor() REQUIRES(request_write_lock) {
 
 void forget_request_number() REQUIRES(aaa_lib_lock, request_write_lock) {
   store(g_aaa_client_cb.sync_fd, -1);
+  request_read_ahead.clear();
   unregistered.clear();
   closed.clear();
 }
@@ -161,6 +162,7 @@ void record_socket(LinkSocket socket, std::int32_t fd) {
   const ScopedLock no_write(write_lock_of(socket));
   store(field_of(socket), fd);
   if (socket == LinkSocket::event) return;
+  request_read_ahead.clear();
   closed.clear();
   unregistered.set(g_aaa_client_cb.sync_fd);
 }
