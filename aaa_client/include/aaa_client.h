@@ -863,10 +863,11 @@ AAA_API aaa_ipc_header* aaalib_sr_ipc_msg(uint32_t type, const void* body, int32
 
 /*
  * Read one message: from the request socket, under aaa_lib_lock; from the event socket, under its
- * read lock, starting with the bytes that the receive thread has read ahead. The lock is held until
- * the message has arrived, up to about 12 seconds each for header and body. Return null as
- * aaa_recv_ipc_msg_from_sd() does, with a debug line. The receive thread reads the event socket
- * too, so either may get a message.
+ * read lock. Both start with the bytes that the library has read ahead: on the event socket the
+ * receive thread, on the request socket an exchange, if more than its answer had arrived. The lock
+ * is held until the message has arrived, up to about 12 seconds each for header and body. Return
+ * null as aaa_recv_ipc_msg_from_sd() does, with a debug line. The receive thread reads the event
+ * socket too, so either may get a message.
  */
 AAA_API aaa_ipc_header* aaalib_recv_ipc_msg(void);
 AAA_API aaa_ipc_header* aaalib_recv_async_ipc_msg(void);

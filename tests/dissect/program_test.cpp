@@ -101,8 +101,8 @@ TEST_F(DissectProgram, ACutCaptureStillSaysWhatIsLeftOut) {
   EXPECT_EQ(outcome.exit_status, 1);
   EXPECT_THAT(outcome.errors,
               EndsWith(": cut at byte " + std::to_string(start.size()) +
-                       ", 1 packets of another link type than USER0 are left out, 1 packets in "
-                       "other blocks than Enhanced Packet Blocks are left out\n"));
+                       ", 1 packet of another link type than USER0 is left out, 1 packet in "
+                       "other blocks than Enhanced Packet Blocks is left out\n"));
   EXPECT_EQ(lines_of(outcome.errors), 1u);
 }
 
@@ -199,7 +199,10 @@ TEST_F(DissectProgram, AMisuseIsStatus64AndOneLine) {
                                               {"--tap", "/tmp/a"},
                                               {"--tap", "/tmp/a", "-d", "/tmp/b", "x"},
                                               {"--tap", "/tmp/./a", "-d", "/tmp/a"},
+                                              {""},
                                               {"--tap", ""},
+                                              {"--tap", "/tmp/a", "-d", ""},
+                                              {"--tap", "/tmp/a", "-d", "/tmp/b", "--write", ""},
                                               {"--tap", "a", "-d", "/tmp/b"},
                                               {"--tap", "/tmp/a", "-d", "b"}};
   for (const auto& arguments : misuses) {

@@ -133,7 +133,7 @@ class StoppedDaemon : public WatchedTest {
     WatchedTest::SetUp();
     if (!is_long()) {
       clock_.shorten_sleeps();
-      scripts_.emplace(let_time_pass(clock_, time_passes_));
+      scripts_.emplace(let_time_pass(clock_, [this] { return time_passes_.load(); }));
     }
     sim_.start();
   }

@@ -22,7 +22,6 @@ using aaa_sim::FileDescriptor;
 const std::string kStatus = test::message_bytes(AAA_MSG_AAA_INFO_READY, test::zeros(40));
 
 constexpr int look_again_ms = 2;
-constexpr milliseconds client_gives_up{50};
 
 FileDescriptor listen_below(const std::string& directory) {
   const std::string folder = directory + "/security/aaa";
@@ -70,6 +69,12 @@ const traffic::Message* answer_to(std::uint32_t type) {
   return found == all.end() ? nullptr : &found->answer;
 }
 
+// The client then waits for what never comes.
+bool is_withholding(Behaviour behaviour) {
+  return behaviour == Behaviour::never_writes || behaviour == Behaviour::stops_in_header ||
+         behaviour == Behaviour::stops_in_body || behaviour == Behaviour::other_socket;
+}
+
 std::string bytes_of_answer(const traffic::Message& answer, Behaviour behaviour) {
   const std::string right = answer.bytes();
   switch (behaviour) {
@@ -103,7 +108,8 @@ StubAaad::~StubAaad() {
 void StubAaad::behave(Behaviour behaviour) {
   behaviour_ = behaviour;
   const std::size_t before = passes_;
-  test::eventually([&] { return passes_ > before; }, milliseconds(1000));
+  test::eventually([&] { return passes_ > before; });
+  withholds_ = behaviour == Behaviour::never_reads;
 }
 
 void StubAaad::run() {
@@ -167,6 +173,11 @@ bool StubAaad::read_all(int fd, void* to, std::size_t size) const {
 
 void StubAaad::give(int fd, const traffic::Message& answer) {
   const Behaviour behaviour = behaviour_;
+  give(fd, answer, behaviour);
+  if (is_withholding(behaviour)) withholds_ = true;
+}
+
+void StubAaad::give(int fd, const traffic::Message& answer, Behaviour behaviour) {
   const std::string bytes = bytes_of_answer(answer, behaviour);
   switch (behaviour) {
     case Behaviour::never_writes:
@@ -185,9 +196,10 @@ void StubAaad::give(int fd, const traffic::Message& answer) {
 }
 
 void StubAaad::trickle(int fd, const std::string& bytes) const {
+  const auto is_over = [this] { return stopping_ || behaviour_ != Behaviour::trickles; };
   write_in_pieces(fd, bytes, 1, [&] {
-    if (behaviour_ != Behaviour::trickles) return false;
-    if (!test::eventually([fd] { return everything_was_read_from(fd); }, client_gives_up))
+    // A client that has given up reads no more.
+    if (!test::eventually([&] { return is_over() || everything_was_read_from(fd); }) || is_over())
       return false;
     pass_time_();
     return true;
@@ -219,12 +231,6 @@ void fill_buffer() {
   }
 }
 
-bool keeps_waiting(Behaviour behaviour) {
-  return behaviour == Behaviour::never_reads || behaviour == Behaviour::never_writes ||
-         behaviour == Behaviour::stops_in_header || behaviour == Behaviour::stops_in_body ||
-         behaviour == Behaviour::other_socket;
-}
-
 }  // namespace
 
 void StubTest::TearDown() {
@@ -235,13 +241,15 @@ void StubTest::TearDown() {
 void StubTest::begin(Behaviour behaviour, bool registered) {
   clock_.emplace();
   clock_->shorten_sleeps();
-  test::Scripts scripts = soak::let_time_pass(*clock_, time_passes_);
+  test::Scripts scripts =
+      soak::let_time_pass(*clock_, [this] { return time_passes_ && aaad_->withholds(); });
   scripts.pthread_create = [this]() -> std::optional<int> {
     thread_start_ = test::library_seconds();
     return {};
   };
   scripts_.emplace(std::move(scripts));
   aaad_.emplace(directory(), [this] { clock_->advance(1); });
+  let_time_pass();
   if (registered)
     register_client(behaviour);
   else
@@ -264,11 +272,6 @@ void StubTest::register_client(Behaviour behaviour) {
   make_buffer_small();
   behave(behaviour);
   if (behaviour == Behaviour::never_reads) fill_buffer();
-}
-
-void StubTest::behave(Behaviour behaviour) {
-  aaad_->behave(behaviour);
-  time_passes_ = keeps_waiting(behaviour);
 }
 
 void StubTest::expect_library_in_order() {

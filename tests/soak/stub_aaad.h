@@ -45,6 +45,10 @@ class StubAaad {
   // In force when it returns, unless aaad stands in the middle of a message.
   void behave(Behaviour behaviour);
 
+  // From now on nothing comes that a client waits for: a request was read and the part of its
+  // answer that is given was written, or nothing is read at all.
+  bool withholds() const { return withholds_; }
+
  private:
   // A client has two, and connects one behind the other.
   struct Connection {
@@ -59,6 +63,7 @@ class StubAaad {
   void send_away(int fd);
   bool read_all(int fd, void* to, std::size_t size) const;
   void give(int fd, const traffic::Message& answer);
+  void give(int fd, const traffic::Message& answer, Behaviour behaviour);
   void trickle(int fd, const std::string& bytes) const;
   std::size_t client_of(int fd) const;
   int other_connection(int fd) const;
@@ -68,6 +73,7 @@ class StubAaad {
   std::vector<Connection> connections_;  // of the thread alone
   std::size_t accepted_ = 0;
   std::atomic<Behaviour> behaviour_ = Behaviour::good;
+  std::atomic<bool> withholds_ = false;
   std::atomic<bool> stopping_ = false;
   std::atomic<std::size_t> passes_ = 0;  // that are over
   std::thread thread_;
@@ -83,8 +89,8 @@ class StubTest : public WatchedTest {
   void end();
 
   void register_client(Behaviour behaviour);
-  // Waits that aaad lets end in vain move the clock by what they stand for, from now on or not.
-  void behave(Behaviour behaviour);
+  void behave(Behaviour behaviour) { aaad_->behave(behaviour); }
+  // Whether waits that aaad lets end in vain move the clock by what they stand for.
   void let_time_stand() { time_passes_ = false; }
   void let_time_pass() { time_passes_ = true; }
 

@@ -18,11 +18,11 @@ std::optional<int> shorten_timeout(int fd, int level, int option) {
 
 }  // namespace
 
-test::Scripts let_time_pass(test::MovedClock& clock, const std::atomic<bool>& passing) {
-  const auto timed = [&clock, &passing](int fd, auto call) -> std::optional<ssize_t> {
+test::Scripts let_time_pass(test::MovedClock& clock, std::function<bool()> passes) {
+  const auto timed = [&clock, passes](int fd, auto call) -> std::optional<ssize_t> {
     const test::UnscriptedCalls scope;
     const ssize_t result = call();
-    if (result < 0 && errno == EAGAIN && passing && fd == aaa::load(g_aaa_client_cb.sync_fd)) {
+    if (result < 0 && errno == EAGAIN && passes() && fd == aaa::load(g_aaa_client_cb.sync_fd)) {
       clock.advance(2);
       errno = EAGAIN;
     }

@@ -3,16 +3,17 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 
 #include "support/library_test.h"
 #include "support/scripted_calls.h"
 
 namespace soak {
 
-// While `passing`, each wait of the request socket that ends without a byte moves the clock by the
-// 2 s that it stands for. Off where an answer is to come: on a busy machine that takes longer than
-// such a wait.
-test::Scripts let_time_pass(test::MovedClock& clock, const std::atomic<bool>& passing);
+// While time `passes`, each wait of the request socket that ends without a byte moves the clock by
+// the 2 s that it stands for. It must not where something is still to come: on a busy machine that
+// takes longer than such a wait.
+test::Scripts let_time_pass(test::MovedClock& clock, std::function<bool()> passes);
 
 class ReceiveThreadWatch {
  public:

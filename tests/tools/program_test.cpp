@@ -159,6 +159,11 @@ TEST_F(ProgramTest, BadOptionIsOneLineAndStatus2) {
   expect_one_error(with({"--local-user", "carol"}), "--local-user: 'carol' is not NAME:PASSWORD");
 }
 
+TEST_F(ProgramTest, EmptyNameOfAFileIsRefused) {
+  for (const std::string option : {"--users", "--radius", "--ldif", "--local-users", "--capture"})
+    expect_one_error(with({option, ""}), option + ": the name is empty\n");
+}
+
 TEST_F(ProgramTest, NumbersWithOtherCharactersAreRefused) {
   for (const std::string option :
        {"--aaa-id", "--first-session-id", "--session-ids", "--heartbeat-interval", "--delay"}) {
@@ -175,7 +180,7 @@ TEST_F(ProgramTest, PrintsVersionAndHelp) {
   Program help({"--help"});
   const std::string text = help.remaining_output();
   EXPECT_THAT(text, HasSubstr("aaad-sim's convention for a result's sub.num_a: 0 accepted, "
-                              "1 rejected, 3 challenge.\n"));
+                              "1 rejected, 3 challenge, 4 no server answered.\n"));
   EXPECT_THAT(text, HasSubstr("\nclients "));
   EXPECT_EQ(help.exit_status(), 0);
 }
@@ -241,6 +246,11 @@ TEST_F(ProgramTest, BadFilesAreOneLineWithTheirPlaceAndStatus2) {
   std::ofstream(path) << "dn: cn=a\ncn\n";
   expect_one_error(with({"--ldif", path}), path + ":2: expected 'name: value'\n");
   expect_one_error(with({"--ldif", path + "x"}), path + "x: No such file or directory\n");
+  for (const std::string option : {"--users", "--ldif", "--radius"}) {
+    expect_one_error(with({option, directory_.path()}), directory_.path() + ": Is a directory\n");
+    // Opens, and fails when it is read.
+    expect_one_error(with({option, "/proc/self/mem"}), "/proc/self/mem: Input/output error\n");
+  }
 }
 
 TEST_F(ProgramTest, DirectoryInUseIsOneLineAndStatus1) {

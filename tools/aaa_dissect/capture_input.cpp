@@ -10,7 +10,8 @@ namespace {
 void append(std::string& line, std::size_t packets, const char* of) {
   if (packets == 0) return;
   if (!line.empty()) line += ", ";
-  line += std::to_string(packets) + " packets " + of + " are left out";
+  line += std::to_string(packets) + (packets == 1 ? " packet " : " packets ") + of +
+          (packets == 1 ? " is left out" : " are left out");
 }
 
 // The packets of another link type.

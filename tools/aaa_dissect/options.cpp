@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "program/file_name.h"
 #include "server/client_directory.h"
 
 namespace aaa_dissect {
@@ -21,9 +22,11 @@ void describe_tap(CLI::App& app, Options& options, CLI::Option* file) {
   app.add_option("-d,--directory", options.directory,
                  "The directory that the daemon uses (default: TMPDIR)")
       ->type_name("DIRECTORY")
+      ->check(aaa_sim::refuse_empty)
       ->needs(tap);
   app.add_option("--write", options.write, "Write a capture of what is forwarded")
       ->type_name("FILE")
+      ->check(aaa_sim::refuse_empty)
       ->needs(tap);
   app.add_flag("--quiet", options.quiet, "Do not print messages")->needs(tap);
 }
@@ -34,7 +37,8 @@ void describe(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "aaa-dissect " AAA_DISSECT_VERSION,
                        "Print the version and exit");
   CLI::Option* const file =
-      app.add_option("FILE", options.file, "Capture in pcapng (default: standard input)");
+      app.add_option("FILE", options.file, "Capture in pcapng (default: standard input)")
+          ->check(aaa_sim::refuse_empty);
   app.add_flag("--json", options.style.is_json, "Print JSON, an object on each line");
   app.add_flag("--secrets", options.style.secrets,
                "Print passwords and keys, and write them to the capture");

@@ -53,7 +53,7 @@ void bind_to_core() {
 
 // With bytes left there is no wait. A cancelled thread then ends at the next check of its id.
 int wait_for_message(std::int32_t fd) {
-  if (event_read_ahead.holds_bytes()) return 1;
+  if (event_read_ahead.size() != 0) return 1;
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
   return wait_readable(fd, wait_ms);
 }

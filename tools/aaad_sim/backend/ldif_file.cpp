@@ -1,12 +1,12 @@
 #include "backend/ldif_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
+
+#include "backend/input_file.h"
 
 namespace aaa_sim {
 namespace {
@@ -126,8 +126,7 @@ std::vector<LdapEntry> read_entries(std::istream& file) {
 }  // namespace
 
 std::vector<LdapEntry> load_ldif(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw std::runtime_error(path + ": " + std::strerror(errno));
+  std::istringstream file(contents_of(path));
   try {
     return read_entries(file);
   } catch (const LdifError& error) {

@@ -1,10 +1,9 @@
 #include "backend/toml_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <stdexcept>
+
+#include "backend/input_file.h"
 
 namespace aaa_sim::toml_file {
 namespace {
@@ -54,10 +53,9 @@ void fail_unknown(const toml::key& key, const toml::node& value) {
 }
 
 void read_file(const std::string& path, const std::function<void(const toml::table&)>& read) {
-  std::ifstream file(path);
-  if (!file) throw std::runtime_error(path + ": " + std::strerror(errno));
+  const std::string text = contents_of(path);
   try {
-    read(toml::parse(file, path));
+    read(toml::parse(text, path));
   } catch (const toml::parse_error& error) {
     throw std::runtime_error(at(path, error.source().begin, std::string(error.description())));
   } catch (const FileError& error) {

@@ -13,6 +13,7 @@
 #include "backend/radius_file.h"
 #include "backend/users_file.h"
 #include "program/commands.h"
+#include "program/file_name.h"
 #include "program/texts.h"
 #include "server/client_directory.h"
 
@@ -106,17 +107,22 @@ void add_number(CLI::App& app, const char* option, std::uint32_t& value,
   app.add_option_function<std::string>(option, read, purpose)->type_name("NUMBER");
 }
 
+CLI::Option* add_file(CLI::App& app, const char* option, std::string& name,
+                      const std::string& purpose) {
+  return app.add_option(option, name, purpose)->check(refuse_empty);
+}
+
 void describe_contents(CLI::App& app, Settings& settings, Texts& texts) {
-  app.add_option("--users", texts.users,
-                 "TOML file with [[user]] tables: name, password, result, ...");
-  app.add_option("--radius", texts.radius,
-                 "TOML file with the RADIUS servers that decide instead, and their secrets");
+  add_file(app, "--users", texts.users,
+           "TOML file with [[user]] tables: name, password, result, ...");
+  add_file(app, "--radius", texts.radius,
+           "TOML file with the RADIUS servers that decide instead, and their secrets");
   app.add_option("--method-list", texts.method_lists, "KIND:NAME=STATE, add a method list");
   app.add_option("--server-statistic", texts.server_statistics,
                  "WORD=VALUE, answer queries for server statistic WORD with VALUE");
-  app.add_option("--ldif", texts.ldif, "LDIF file with the entries for LDAP searches");
-  app.add_option("--local-users", settings.local_users_file,
-                 "SQLite file with the local users (default: in memory)");
+  add_file(app, "--ldif", texts.ldif, "LDIF file with the entries for LDAP searches");
+  add_file(app, "--local-users", settings.local_users_file,
+           "SQLite file with the local users (default: in memory)");
   app.add_option("--local-user", texts.local_users,
                  "NAME:PASSWORD, add a local user unless one of that name exists");
 }
@@ -126,7 +132,8 @@ void describe_options(CLI::App& app, Options& options, Texts& texts) {
   app.description(
       "A stand-in for aaad, the daemon that clients of the AAA client library talk to.");
   app.footer(
-      "aaad-sim's convention for a result's sub.num_a: 0 accepted, 1 rejected, 3 challenge.\n\n"
+      "aaad-sim's convention for a result's sub.num_a: 0 accepted, 1 rejected, 3 challenge, 4 no "
+      "server answered.\n\n"
       "With --control these commands are read from standard input:\n" +
       command_help());
   app.set_version_flag("--version", "aaad-sim " AAAD_SIM_VERSION, "Print the version and exit");
@@ -152,7 +159,7 @@ void describe_options(CLI::App& app, Options& options, Texts& texts) {
   CLI::Option* const quiet = app.add_flag("--quiet", options.quiet, "Do not print messages");
   app.add_flag("--fields", options.fields, "Print the fields of every message")->excludes(quiet);
   CLI::Option* const capture =
-      app.add_option("--capture", options.capture, "Write all messages to this file, as pcapng");
+      add_file(app, "--capture", options.capture, "Write all messages to this file, as pcapng");
   app.add_flag("--capture-secrets", options.capture_secrets,
                "Do not mask passwords and keys in the capture")
       ->needs(capture);
