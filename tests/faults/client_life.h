@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "faults/client_mode.h"
+#include "faults/notices.h"
 #include "runtime/send/local_delivery.h"
 #include "session/state/client_state.h"
 #include "soak/link_events.h"
@@ -24,6 +25,7 @@ class ClientLife {
   // What the life needs of aaad. Session ids, and questions about whole users, are answered from
   // what the simulator knows.
   static void prepare(aaa_sim::AaadSim& sim) {
+    notices();  // encoded before calls fail
     sim.change([](aaa_sim::Settings& settings) {
       settings.session_ids = 2;
       settings.local_users = {{.name = "alice"}};
@@ -179,7 +181,7 @@ class ClientLife {
     const std::size_t losses = soak::link_events(AAA_EVENT_CONNECTION_LOST);
     traffic::forget_notices();
     sim_.send_status();
-    for (const traffic::Message& notice : traffic::notices())
+    for (const traffic::Message& notice : notices())
       sim_.send_message({}, aaa_sim::Role::event, notice.type, 0, test::view(notice.body));
     sim_.send_message({}, aaa_sim::Role::event, AAA_MSG_MLIST_CHANGE, 0);
     const auto all_came = [&] {
@@ -187,7 +189,7 @@ class ClientLife {
              soak::link_events(AAA_EVENT_CONNECTION_LOST) != losses;
     };
     check(comes(all_came), "not all received");
-    for (const traffic::Message& notice : traffic::notices())
+    for (const traffic::Message& notice : notices())
       if (traffic::has_callback(notice.type))
         check(traffic::received(notice.type) == 1, notice.name);
     check(traffic::received_wrong() == 0, "received other than sent");

@@ -53,17 +53,21 @@ class AaadRestart : public test::LibraryTest {
   std::optional<test::ChildProgram> aaad_;
 };
 
+// However busy the machine is: an attempt that begins when aaad listens succeeds, so that no more
+// than one pause follows.
 TEST_F(AaadRestart, TheClientIsRegisteredAgainWithin2SecondsAndOneAttempt) {
-  using std::chrono::steady_clock;
+  constexpr std::uint64_t pause_us = 2'000'000;
   start_aaad();
   register_client();
   test::expect_service();
+  const test::MovedClock clock;
   kill_aaad();
   EXPECT_EQ(0, aaa_is_alive());
   start_aaad();
-  const auto start = steady_clock::now();
+  const std::uint32_t pauses_without_aaad = clock.sleeps();
   ASSERT_TRUE(test::wait_for_event(AAA_EVENT_REREGISTERED)) << "not registered again";
-  EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds(2500));
+  EXPECT_LE(clock.sleeps(), pauses_without_aaad + 1);
+  EXPECT_EQ(clock.slept_us(), clock.sleeps() * pause_us);
   test::expect_service();
 }
 

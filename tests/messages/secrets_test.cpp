@@ -169,6 +169,42 @@ TEST(Secrets, AreAllBytesBehindTheNulOfAText) {
   }
 }
 
+// `bytes` with those of a secret at this place, and what a masked message has from there on.
+std::string masked_behind(const MessageSample& sample, std::string bytes, std::size_t at) {
+  bytes.replace(at, sample_secret.size(), sample_secret);
+  EXPECT_FALSE(shows_secret(rendered(sample, bytes)));
+  expect_same_when_masked(sample, bytes);
+  return masked(sample, bytes).substr(at);
+}
+
+// A client that fills in records on its stack leaves there what the stack has held.
+TEST(MaskedMessage, HasNothingBehindTheNulOfATextInABlock) {
+  const MessageSample& sample = message_sample("authen");
+  std::string bytes = sample.bytes();
+  bytes.replace(218, 65, "alice" + zeros(60));
+  EXPECT_EQ("alice" + zeros(60), masked(sample, bytes).substr(218, 65));
+  const std::string rest = masked_behind(sample, bytes, 228);
+  EXPECT_EQ("alice" + zeros(1), masked(sample, bytes).substr(218, 6));
+  EXPECT_EQ(std::string(55, '*') + bytes[283], rest.substr(0, 56));
+}
+
+TEST(MaskedMessage, HasNothingBehindTheNulOfATextInAnItem) {
+  MessageSample sample = message_sample("authen");
+  const std::string ext_text = item_bytes(301, "v301");
+  const std::size_t item = sample.body.find(ext_text);
+  sample.body.replace(item, ext_text.size(), item_bytes(301, "name" + zeros(12)));
+  const std::size_t value = 16 + item + 4;
+  EXPECT_EQ(std::string(11, '*'), masked_behind(sample, sample.bytes(), value + 5).substr(0, 11));
+  EXPECT_EQ("name" + zeros(1), masked(sample, sample.bytes()).substr(value, 5));
+}
+
+TEST(MaskedMessage, HasNothingInReservedBytes) {
+  const MessageSample& sample = message_sample("authen");
+  const std::string bytes = sample.bytes();
+  EXPECT_EQ(zeros(26), masked(sample, bytes).substr(803, 26));
+  EXPECT_EQ(std::string(21, '*') + bytes[829], masked_behind(sample, bytes, 808).substr(0, 22));
+}
+
 TEST(MaskedMessage, EndsItsItemsWhereTheMessageDoes) {
   MessageSample sample = message_sample("notify_result");
   // What is remarked behind the unknown item is not known when that item is masked.

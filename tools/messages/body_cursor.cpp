@@ -27,13 +27,14 @@ std::string text_of(std::span<const std::uint8_t> bytes) {
   return {bytes.begin(), std::ranges::find(bytes, 0)};
 }
 
-// Remarks on bytes of the block at the cursor that are neither zero nor part of a row.
+// Notes bytes of the block at the cursor that are neither zero nor part of a row.
 void check_reserved(const BodyCursor& cursor, std::string_view name, std::size_t from,
                     std::size_t to) {
   const auto bytes = cursor.frame.subspan(cursor.at + from, to - from);
   if (std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; })) return;
   cursor.remark(std::string(name) + ": reserved bytes from " + std::to_string(from) + " to " +
                 std::to_string(to - 1) + " are not zero");
+  cursor.reserved.push_back({cursor.at + from, to - from});
 }
 
 Field row_field(const BodyCursor& cursor, const Row& row, std::size_t present) {

@@ -21,6 +21,7 @@ struct BodyCursor {
   std::size_t end;            // of the bytes that are there
   std::uint64_t claimed_end;  // by the header; later than `end` when the frame is truncated
   std::vector<std::string>& remarks;
+  std::vector<Extent>& reserved;
   std::size_t& listed;  // of the whole frame, until now
 
   std::size_t left() const { return end - at; }

@@ -180,7 +180,8 @@ Decoded decode_at(const Frame& frame, std::size_t at, std::size_t end, bool in_b
   const std::size_t body = at + sizeof(aaa_ipc_header);
   const std::uint64_t claimed_end = at + size_of(message);
   const auto present_end = static_cast<std::size_t>(std::min<std::uint64_t>(claimed_end, end));
-  BodyCursor cursor{frame.bytes, body, present_end, claimed_end, message.remarks, listed};
+  BodyCursor cursor{frame.bytes,      body,  present_end, claimed_end, message.remarks,
+                    message.reserved, listed};
   if (present_end < claimed_end) {
     cursor.remark("the body is truncated: " + std::to_string(cursor.left()) + " of " +
                   std::to_string(message.body_length) + " bytes are there");
@@ -194,7 +195,7 @@ Decoded decode_at(const Frame& frame, std::size_t at, std::size_t end, bool in_b
 Decoded decode(const Frame& frame) {
   std::size_t listed = 0;
   Decoded message = decode_at(frame, 0, frame.bytes.size(), false, listed);
-  BodyCursor rest{frame.bytes, 0, frame.bytes.size(), 0, message.remarks, listed};
+  BodyCursor rest{frame.bytes, 0, frame.bytes.size(), 0, message.remarks, message.reserved, listed};
   rest.at = message.has_header ? rest.present(size_of(message)) : 0;
   if (!message.has_header) rest.remark("no message begins here");
   if (rest.left() == 0) return message;

@@ -39,6 +39,11 @@ struct Field {
   std::vector<Field> fields = {};
 };
 
+struct Extent {
+  std::size_t offset;  // from the start of the frame
+  std::size_t length;
+};
+
 struct Decoded {
   Socket socket = Socket::unknown;
   Sender sender = Sender::client;
@@ -51,6 +56,7 @@ struct Decoded {
   std::vector<Field> fields = {};
   std::vector<Decoded> messages = {};     // of a batch
   std::vector<std::string> remarks = {};  // what does not fit, and what is missing
+  std::vector<Extent> reserved = {};      // bytes of no field that ought to be zero and are not
 };
 
 Decoded decode(const Frame& frame);

@@ -124,8 +124,8 @@ class ItemReader {
       cursor_.remark(field.name + ": " + std::to_string(present) + " of " + std::to_string(length) +
                      " bytes are there");
     }
-    BodyCursor value{cursor_.frame,       cursor_.at,      cursor_.at + present,
-                     cursor_.at + length, cursor_.remarks, cursor_.listed};
+    BodyCursor value{cursor_.frame,   cursor_.at,       cursor_.at + present, cursor_.at + length,
+                     cursor_.remarks, cursor_.reserved, cursor_.listed};
     if (item == nullptr) {
       hold_back(field);
     } else if (item->block != nullptr) {
