@@ -22,15 +22,31 @@ constexpr std::int32_t not_sent = 4;
 // nothing is added to a buffer that a deregistration has just emptied.
 bool queue(const aaa_ipc_header* message, std::uint32_t length) {
   if (!send_buffer_is_used()) return false;
-  const ScopedLock lock(aaa_lib_send_buf_lock);
+  const InnerLock lock(aaa_lib_send_buf_lock);
   if (!send_buffer_is_used()) return false;
-  aaa_lib_add_send_buf(message, length);
+  add_to_send_buffer(message, length);
   return true;
 }
 
 std::int32_t queue_or_send(const aaa_ipc_header* message, std::uint32_t length) {
   if (queue(message, length)) return 0;
   return send_on_link(LinkSocket::request, link_number(), message, length);
+}
+
+// aaa_lib_send_ipc_msg(). REQUIRES: cancellation is disabled.
+std::uint32_t frame_and_send(std::int32_t log_fd, std::uint32_t type, std::uint32_t id,
+                             const void* body, std::uint32_t body_length) {
+  constexpr char log_name[] = "aaa_lib_send_ipc_msg";
+  std::uint32_t length = 0;
+  aaa_ipc_header* const message = aaa_init_msg(type, id, body, body_length, &length);
+  if (message == nullptr) return ENOMEM;
+  AAA_DEBUG_LOG_AS(log_name, "%s: send message(%s)(%d) len(%d) to %d\r\n", g_aaalib_process_name,
+                   aaa_ipc_get_msg_type_str(type), static_cast<int>(type),
+                   static_cast<int>(body_length), log_fd);
+  const std::int32_t error = queue_or_send(message, length);
+  if (error != 0) AAA_DEBUG_LOG_AS(log_name, "send fail error %s.\r\n", std::strerror(error));
+  free_message(message);
+  return static_cast<std::uint32_t>(error);
 }
 
 }  // namespace
@@ -53,7 +69,8 @@ std::int32_t send_record(const char* function, std::uint32_t type, std::uint32_t
     return no_memory;
   }
   const ScopedLock lock(aaa_lib_lock);
-  const std::uint32_t error = send_body(type, id, record);
+  const std::uint32_t error =
+      frame_and_send(load(g_aaa_client_cb.sync_fd), type, id, record.data(), record.size());
   // The thread's errno, which need not be the error that is returned.
   if (error != 0) AAA_DEBUG_LOG_AS(function, "send packet error with errno %d.\r\n", errno);
   return -static_cast<std::int32_t>(error);
@@ -65,16 +82,7 @@ std::uint32_t aaa_lib_send_ipc_msg(std::int32_t log_fd, std::uint32_t type, std:
                                    const void* body, std::uint32_t body_length) {
   using namespace aaa;
   const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
-  std::uint32_t length = 0;
-  aaa_ipc_header* const message = aaa_init_msg(type, id, body, body_length, &length);
-  if (message == nullptr) return ENOMEM;
-  AAA_DEBUG_LOG("%s: send message(%s)(%d) len(%d) to %d\r\n", g_aaalib_process_name,
-                aaa_ipc_get_msg_type_str(type), static_cast<int>(type),
-                static_cast<int>(body_length), log_fd);
-  const std::int32_t error = queue_or_send(message, length);
-  if (error != 0) AAA_DEBUG_LOG("send fail error %s.\r\n", std::strerror(error));
-  free_message(message);
-  return static_cast<std::uint32_t>(error);
+  return frame_and_send(log_fd, type, id, body, body_length);
 }
 
 std::int32_t aaalib_send_ipc_msg(std::uint32_t type, std::uint32_t id, const void* body,

@@ -145,16 +145,6 @@ void take_item(const RecordShape& shape, const RecordParts& parts, const ItemRow
   }
 }
 
-// Most items are empty. A separate branch lets the processor predict that and load the next header
-// early.
-void skip(ItemReader& reader) {
-  if (reader.length() == 0) {
-    reader.skip_header();
-  } else {
-    reader.skip_item();
-  }
-}
-
 // The row of a tag, or null. A well-formed body has its items in the order of the rows, so the
 // search begins at the row after the last one.
 const ItemRow* find_row(const Rows& rows, std::int32_t tag, const ItemRow* next) {
@@ -165,14 +155,40 @@ const ItemRow* find_row(const Rows& rows, std::int32_t tag, const ItemRow* next)
   return nullptr;
 }
 
-// Takes values that follow each other in the order of their rows, of which `next` is the first.
-// Returns the row after the last one. The reader may be at the end of the body then.
-const ItemRow* take_values(ItemReader& reader, const ItemRow* next, const ItemRow* end,
-                           void* record) {
-  for (; next != end && reader.type() == next->tag; ++next) {
-    item_at(record, next->place) = {next->tag, reader.length(), reader.value()};
-    skip(reader);
+// What a decoder sets in the record for an empty item.
+void take_empty_item(void* record, const ItemRow& row, const std::uint8_t* value) {
+  if (row.kind == ItemKind::value) {
+    item_at(record, row.place) = {row.tag, 0, value};
+  } else if (row.kind == ItemKind::borrowed) {
+    item_at(record, row.place) = {row.tag, 0, nullptr};
+  } else if (row.kind == ItemKind::data) {
+    length_at(record, row.length) = 0;
   }
+}
+
+// Takes values and empty items that follow each other in the order of their rows, of which `next`
+// is the first, and moves the reader behind them. Most items are so. Stops at a header that the end
+// of the body truncates. Returns the row after the last one.
+const ItemRow* take_in_order(ItemReader& reader, const ItemRow* next, const ItemRow* end,
+                             void* record) {
+  const std::uint8_t* at = reader.item();
+  for (auto room = reader.room_at(at); next != end && room >= tlv_header_size; ++next) {
+    aaa_item item = {};
+    std::memcpy(&item, at, tlv_header_size);
+    if (item.type != next->tag || (item.len != 0 && next->kind != ItemKind::value)) break;
+    at += tlv_header_size;
+    room -= tlv_header_size;
+    if (item.len == 0) {
+      take_empty_item(record, *next, at);
+      continue;
+    }
+    item.value = at;
+    item_at(record, next->place) = item;
+    const std::size_t present = std::min<std::size_t>(item.len, room);
+    at += present;
+    room -= present;
+  }
+  reader.move_to(at);
   return next;
 }
 
@@ -193,10 +209,8 @@ const std::uint8_t* take_and_copy(const RecordShape& shape, const RecordParts& p
   ItemReader reader(body, body.at(0), body.end());
   const ItemRow* next = rows.block;
   while (reader.type() != ItemReader::no_item) {
-    if (next > rows.block && next < rows.others) {
-      next = take_values(reader, next, rows.others, parts.record);
-      if (reader.type() == ItemReader::no_item) break;
-    }
+    next = take_in_order(reader, next, rows.end, parts.record);
+    if (reader.type() == ItemReader::no_item) break;
     const ItemRow* const row = find_row(rows, reader.type(), next);
     if (row == nullptr) {
       skip_unknown(reader, shape.unknown_item);
@@ -211,7 +225,7 @@ const std::uint8_t* take_and_copy(const RecordShape& shape, const RecordParts& p
       }
     }
     next = row + 1;
-    skip(reader);
+    reader.skip_item();
   }
   return uncopied;
 }
@@ -221,14 +235,19 @@ void copy_rest(const RecordShape& shape, const RecordParts& parts, const Body& b
                const std::uint8_t* first) {
   const Rows rows(shape);
   ItemReader reader(body, first, body.end());
-  while (reader.type() != ItemReader::no_item) {
-    const ItemRow* const row = find_row(rows, reader.type(), rows.others);
+  for (const ItemRow* next = rows.others; reader.type() != ItemReader::no_item;) {
+    if (reader.length() == 0) {
+      reader.skip_header();
+      continue;
+    }
+    const ItemRow* const row = find_row(rows, reader.type(), next);
     if (row == nullptr) {
       skip_unknown(reader, shape.unknown_item);
       continue;
     }
-    if (is_copied(row->kind) && reader.length() != 0) copy_item(parts, *row, reader.item_value());
-    skip(reader);
+    if (is_copied(row->kind)) copy_item(parts, *row, reader.item_value());
+    next = row + 1;
+    reader.skip_item();
   }
 }
 

@@ -149,6 +149,11 @@ class ItemReader {
     return {value_, length_, static_cast<std::uint16_t>(body_.available(value_, length_))};
   }
 
+  // How many bytes of the body are behind a place in it.
+  std::size_t room_at(const std::uint8_t* place) const {
+    return static_cast<std::size_t>(body_.end() - place);
+  }
+
   // Moves over the value to the next item.
   void skip_item() { move_to(body_.after(value_, length_)); }
 

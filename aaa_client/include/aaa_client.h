@@ -20,7 +20,8 @@
  *    after 180 seconds the connection is treated as lost.
  *  - Every call is bounded in time. An exchange, a request to aaad whose answer the call waits for,
  *    ends after about 10 seconds when aaad is silent. Each of its steps (draining the socket,
- *    sending, reading the header, reading the body) has a limit of its own, at most 12 seconds.
+ *    sending, reading the header, reading the body) has a limit of its own: about 12 seconds, with
+ *    the last system call and the pause after it.
  *    Calls that talk to aaad are serialized by aaa_lib_lock and may first wait for another thread's
  *    exchange or attempt to connect.
  *  - After fork() the child shares the sockets with its parent, has none of the library's threads,
@@ -332,7 +333,8 @@ AAA_API int32_t aaa_is_in_use(void);
  * The call that registers raises AAA_EVENT_REGISTERED once before it returns, on the calling thread
  * and without a lock. Callbacks on the receive thread can run earlier or at the same time. It takes
  * about 100 ms, and about 10 seconds when aaad accepts the connection but does not answer. The
- * upper bound is 76 seconds: 2 for each of two connects, 12 for each of three steps on two sockets.
+ * upper bound is about 76 seconds: 2 for each of two connects, 12 for each of three steps on two
+ * sockets.
  */
 AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
 
@@ -358,13 +360,18 @@ AAA_API int32_t aaa_svr_reg(const reg_info* reg_info);
  * -1, reg_state AAA_REG_NOT_REGISTERED, the threads end, the callbacks are kept, and the call
  * returns 0. The receive thread may then sleep for up to 2 seconds before it ends.
  *
- * Blocks while another thread's exchange or attempt to connect holds aaa_lib_lock; then up to 12
- * seconds each for a batch that is being written, for sending the request, and for the answer
- * (about 10 with a silent aaad); for the event callback; and finally at most 2 seconds for the
- * library's threads. After it returns no library thread runs, except the one that it was called on,
- * and one that still runs a callback or sleeps between two attempts to connect. No message of the
- * old connection is dispatched or answered any more, but a running callback runs to its end: keep
- * its code and data until then. The shared library stays mapped.
+ * Blocks while another thread's exchange or attempt to connect holds aaa_lib_lock. Then it takes
+ * about 12 seconds at most for each of: a batch that is being written, sending the request, the
+ * answer (about 10 with a silent aaad), and a batch that the flush thread has begun meanwhile; the
+ * time of the event callback; and at most 2 seconds for the library's threads. A thread of the
+ * client that holds aaa_lib_send_buf_lock, or fills the buffer with aaa_lib_add_send_buf(), is
+ * waited for too.
+ *
+ * After it returns no library thread runs, except the one that it was called on, and one that still
+ * runs a callback, waits for another callback to return, or sleeps between two attempts to connect.
+ * No message of the old connection is dispatched or answered any more and no event is raised, but a
+ * running callback runs to its end: keep its code and data until then. The shared library stays
+ * mapped.
  *
  * From inside a callback it does not wait for the thread of that callback. aaa_svr_reg() may follow
  * immediately: callbacks of the new registration wait until a callback of the old one has returned.
@@ -414,7 +421,8 @@ AAA_API int32_t aaa_agent_init(const reg_info* reg_info, struct zv_thread_master
  * Deregisters as aaa_svr_dereg() does, clears the callbacks and cancels every task: none runs after
  * it has returned. If deregistration fails it ends the registration nevertheless: it stops the
  * threads, closes the sockets and raises AAA_EVENT_CONNECTION_LOST on the calling thread, in this
- * case without a lock. Call it on the loop's thread, from inside a callback too, or while the loop
+ * case without a lock. A registration that the client makes inside that event stays, with its
+ * callbacks and tasks. Call it on the loop's thread, from inside a callback too, or while the loop
  * does not run. Returns 0.
  */
 AAA_API int32_t aaa_agent_finish(void);
@@ -515,7 +523,8 @@ AAA_API int32_t aaa_user_syn(uint32_t w0, const uint32_t words[3]);
 /* 0: sent; -1: failure, also for a null record or a flag of 0. */
 AAA_API int32_t aaa_restore_user(const restore_user_info* record, uint32_t flag);
 
-/* 0: sent; -1: failure. A non-null `flag` sets the flag word of the message. */
+/* 0: sent; -1: failure. A null record is sent as a block of zeros. A non-null `flag` sets the flag
+ * word of the message. */
 AAA_API int32_t aaa_ha_user_syn(uint32_t id, uint32_t unused, const restore_user_info* record,
                                 const void* flag);
 
@@ -698,8 +707,11 @@ AAA_API extern pthread_mutex_t aaa_lib_send_buf_lock;
 
 /*
  * Initializes the library's recursive locks again, once; a lock that is locked is left unchanged.
- * Registration calls it, and so does the first function that takes one of these locks. Returns 0;
- * -1 when a lock could not be initialized: the locks stay valid and a later call tries again.
+ * Registration calls it, and so does the first function that takes one of these locks. A client
+ * with several threads that takes an exported lock itself calls it first: a lock that is being
+ * taken during the initialization is not yet seen as locked, and two threads could then hold it.
+ * Returns 0; -1 when a lock could not be initialized: the locks stay valid and a later call tries
+ * again.
  */
 AAA_API int32_t aaa_lib_mutex_init(void);
 
@@ -774,7 +786,8 @@ AAA_API int32_t aaa_lib_client_connect(const char* prefix);
  * Opens the request socket and the event socket, unless they are open, and stores their numbers in
  * g_aaa_client_cb. Takes aaa_lib_lock. Returns 0; -1 on failure, and if the request socket fails
  * the event socket is not tried. The first frame on a new request socket must have the type
- * AAA_MSG_REGISTER_REQ: others fail with EINVAL until it is written.
+ * AAA_MSG_REGISTER_REQ: others fail with EINVAL until it is written. The library does not check
+ * what is written first on the event socket.
  */
 AAA_API int32_t aaa_lib_client_connect_all(void);
 
@@ -823,8 +836,9 @@ AAA_API int32_t aaa_msg_recv(int32_t fd, void* buffer, int32_t length);
 /*
  * Frames a body with id 0 and writes it. Writes to the request socket or the event socket are
  * serialized by that socket's lock, so frames never interleave; for other descriptors no lock is
- * taken. Returns 0; ENOMEM; EBADF for a number that the library has closed; EINVAL on a new request
- * socket that waits for its register request; otherwise as aaa_msg_send().
+ * taken. A null body is an empty one, whatever its length. Returns 0; ENOMEM; EBADF for a number
+ * that the library has closed, as long as sync_fd holds it; EINVAL on a new request socket that
+ * waits for its register request; otherwise as aaa_msg_send().
  */
 AAA_API int32_t aaa_send_ipc_msg(int32_t fd, uint32_t type, const void* body, uint32_t body_length);
 /* The same, with a debug line first. */
@@ -849,10 +863,11 @@ AAA_API aaa_ipc_header* aaalib_sr_ipc_msg(uint32_t type, const void* body, int32
 
 /*
  * Read one message: from the request socket, under aaa_lib_lock; from the event socket, under its
- * read lock, starting with the bytes that the receive thread has read ahead. The lock is held until
- * the message has arrived, up to about 12 seconds each for header and body. Return null as
- * aaa_recv_ipc_msg_from_sd() does, with a debug line. The receive thread reads the event socket
- * too, so either may get a message.
+ * read lock. Both start with the bytes that the library has read ahead: on the event socket the
+ * receive thread, on the request socket an exchange, if more than its answer had arrived. The lock
+ * is held until the message has arrived, up to about 12 seconds each for header and body. Return
+ * null as aaa_recv_ipc_msg_from_sd() does, with a debug line. The receive thread reads the event
+ * socket too, so either may get a message.
  */
 AAA_API aaa_ipc_header* aaalib_recv_ipc_msg(void);
 AAA_API aaa_ipc_header* aaalib_recv_async_ipc_msg(void);
@@ -861,8 +876,9 @@ AAA_API aaa_ipc_header* aaalib_recv_async_ipc_msg(void);
 
 /*
  * Frames a body and queues it, if the flush thread runs, or writes it to the request socket. Writes
- * a debug line first; `fd` is only printed there. Takes aaa_lib_send_buf_lock or the socket's lock,
- * not aaa_lib_lock. Returns 0 or an error as aaa_send_ipc_msg().
+ * a debug line first; `fd` is only printed there. A null body is an empty one. Takes
+ * aaa_lib_send_buf_lock or the socket's lock, not aaa_lib_lock. Returns 0 or an error as
+ * aaa_send_ipc_msg().
  */
 AAA_API uint32_t aaa_lib_send_ipc_msg(int32_t fd, uint32_t type, uint32_t id, const void* body,
                                       uint32_t body_length);
@@ -882,7 +898,10 @@ AAA_API int32_t aaa_user_req_author_sub(author_info* author, uint32_t type);
 
 /* -- Send buffer -- */
 
-/* Batches requests in one message of type AAA_MSG_PAD_PKT. Guarded by aaa_lib_send_buf_lock. */
+/*
+ * Batches requests in one message of type AAA_MSG_PAD_PKT. Guarded by aaa_lib_send_buf_lock, which
+ * the functions here take; they wait for a write of another thread that holds it.
+ */
 enum { AAA_SEND_BUF_BODY_SIZE = 8192 };
 typedef struct aaa_send_buf {
   aaa_ipc_header header;
@@ -901,12 +920,14 @@ AAA_API void aaa_lib_send_buf_init(void);
 /* Empties the buffer and drops its messages. */
 AAA_API void aaa_lib_send_buf_reset(void);
 /* Writes the buffer to aaad, if it is not empty and there is a request socket that has sent its
- * register request. A failure causes a debug line only. The caller resets the buffer afterwards. */
+ * register request. Takes the socket's lock too; blocks for about 12 seconds at most when aaad does
+ * not read. A failure causes a debug line only. The caller resets the buffer afterwards. */
 AAA_API void aaa_lib_send_buf(void);
 /*
  * Adds one framed message, which the caller keeps. If the buffer has no room or holds 16 messages,
  * it is written and reset first. A message of 8,192 bytes or more is written directly after the
- * buffer. A message that cannot be written is dropped with a debug line. Returns 0.
+ * buffer. Each of these writes blocks like aaa_lib_send_buf(). A message that cannot be written is
+ * dropped with a debug line. Null is ignored. Returns 0.
  */
 AAA_API int32_t aaa_lib_add_send_buf(const void* message, uint32_t length);
 /* Starts the flush thread, unless it runs. From then on requests are queued. aaa_svr_dereg() ends
@@ -942,7 +963,9 @@ AAA_API int32_t aaa_lib_notify_aaa_event(uint32_t event);
 /*
  * Passes an encoded result to the thread in aaa_user_get_result(), as one datagram on
  * lib_msg_client_fd. Blocks for about 10 seconds when the queue of that socket is full. An error
- * causes a debug line only.
+ * causes a debug line only. A socket that aaa_lib_msg_socket_init() has closed is not written to,
+ * even if the host process has reused its number, until the word has held another value. A value
+ * that is put there and taken back between two calls of the library is not noticed.
  */
 AAA_API void aaa_lib_send_msg(const void* body, uint32_t length);
 

@@ -12,6 +12,7 @@
 #include "transport/debug_log.h"
 #include "transport/link_sockets.h"
 #include "transport/message.h"
+#include "transport/read_ahead.h"
 
 namespace aaa {
 namespace {
@@ -37,7 +38,8 @@ bool send_deregister_request(std::int32_t fd) {
 std::int32_t aaa_client_dereg(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   if (!send_deregister_request(fd)) return report_error();
   aaa_ipc_header response;
-  if (aaa_msg_recv(fd, &response, header_size) != 0) {
+  std::size_t received = 0;
+  if (request_read_ahead.receive_no_further(fd, &response, header_size, received) != 0) {
     AAA_DEBUG_LOG("receive deregister response fail, client %d break!\r\n", fd);
     aaa_lib_client_close();
     return 0;
@@ -95,12 +97,6 @@ std::int32_t deregister() {
   const std::int32_t fd = load(g_aaa_client_cb.sync_fd);
   if (fd > 0 && aaa_client_dereg(fd) != 0) return -1;
   return tear_down();
-}
-
-// The threads of a registration that continues, or that the client has made in its callback.
-unsigned threads_of_registration() {
-  if (is_deregistered()) return 0;
-  return (receive_thread_exists() ? 1U : 0U) + (send_buffer_is_used() ? 1U : 0U);
 }
 
 }  // namespace

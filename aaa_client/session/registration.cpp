@@ -29,9 +29,15 @@ bool is_registered_or_trying() {
   return has_registration_state() || receive_thread_exists() || agent_mode_is_on();
 }
 
+unsigned threads_of_registration() {
+  if (is_deregistered()) return 0;
+  return (receive_thread_exists() ? 1U : 0U) + (send_buffer_is_used() ? 1U : 0U);
+}
+
 namespace {
 
-// The limit of 75 bytes follows from the 100-byte buffers for the datagram sockets' names.
+// The limit of 75 bytes follows from the 100-byte buffers for the datagram sockets' names. Only
+// aaa_svr_reg() sets the mode of security/aaa, for which it must be the owner.
 void log_directory(const char* log_name) {
   const Directory in_use;
   const char* const directory = in_use.path();
@@ -40,12 +46,17 @@ void log_directory(const char* log_name) {
     return;
   }
   if (!in_use.is_from_environment()) {
-    AAA_DEBUG_LOG_AS(log_name, "the directory set is '%s'; it must be writable\r\n", directory);
+    AAA_DEBUG_LOG_AS(
+        log_name,
+        "the directory set is '%s'; it must be writable, and security/aaa in it must belong to "
+        "the user that calls aaa_svr_reg()\r\n",
+        directory);
     return;
   }
   AAA_DEBUG_LOG_AS(log_name,
                    "TMPDIR is '%.80s', %zu bytes; it must begin with '/' or './', be writable "
-                   "and have at most 75 bytes\r\n",
+                   "and have at most 75 bytes, and security/aaa in it must belong to the user that "
+                   "calls aaa_svr_reg()\r\n",
                    directory, std::strlen(directory));
 }
 

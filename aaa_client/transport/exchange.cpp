@@ -22,6 +22,10 @@ namespace {
 // deadline.
 std::int32_t drain(std::int32_t fd, int& cleared) REQUIRES(aaa_lib_lock) {
   if (request_number_is_closed()) return EPIPE;
+  if (request_read_ahead.size() != 0) {
+    cleared = static_cast<int>(request_read_ahead.size());
+    request_read_ahead.clear();
+  }
   const std::uint32_t start = monotonic_seconds();
   while (wait_readable(fd, 0) != 0) {
     char byte = 0;
@@ -47,17 +51,28 @@ std::int32_t aaalib_socket_buf_clear(std::int32_t fd) REQUIRES(aaa_lib_lock) {
   return error;
 }
 
+std::int32_t receive_answer(std::int32_t fd, void* buffer, std::size_t length,
+                            std::size_t& received) REQUIRES(aaa_lib_lock) {
+  return request_read_ahead.receive(fd, buffer, length, received);
+}
+
+std::int32_t receive_request_message(std::int32_t fd, void* buffer, std::size_t length,
+                                     std::size_t& received) REQUIRES(aaa_lib_lock) {
+  return request_read_ahead.receive_no_further(fd, buffer, length, received);
+}
+
 // After an incomplete drain the next bytes belong to another request: nothing is sent or read.
+// REQUIRES: cancellation is disabled.
 aaa_ipc_header* drain_send_receive(std::uint32_t type, const void* body, std::uint32_t length) {
-  const ScopedLock lock(aaa_lib_lock);
+  const InnerLock lock(aaa_lib_lock);
   const std::int32_t fd = load(g_aaa_client_cb.sync_fd);
   std::int32_t error = aaalib_socket_buf_clear(fd);
-  if (error == 0) error = aaalib_send_ipc_msg_print(fd, type, body, length);
+  if (error == 0) error = log_and_send_message(fd, type, body, length);
   if (error != 0) {
     AAA_DEBUG_LOG_AS("aaalib_sr_ipc_msg", "Send ipc message failed, errno(%d).\r\n", error);
     return nullptr;
   }
-  return aaalib_recv_ipc_msg_from_sd(fd);
+  return aaalib_recv_ipc_msg_from_sd(fd, receive_answer);
 }
 
 std::int32_t receive_ahead(std::int32_t fd, void* buffer, std::size_t length, std::size_t& received)
@@ -109,7 +124,7 @@ aaa_ipc_header* aaalib_recv_ipc_msg() {
   const aaa::ScopedLock lock(aaa_lib_lock);
   return aaa::aaalib_recv_ipc_msg_from_sd(
       aaa::load(g_aaa_client_cb.sync_fd),
-      aaa::request_number_is_closed() ? aaa::receive_from_closed : aaa::receive_exactly);
+      aaa::request_number_is_closed() ? aaa::receive_from_closed : aaa::receive_request_message);
 }
 
 aaa_ipc_header* aaalib_recv_async_ipc_msg() {

@@ -17,7 +17,8 @@
 namespace aaa {
 namespace {
 
-// Marks on the number in sync_fd, changed under request_write_lock.
+// Marks on the number in sync_fd: set with aaa_lib_lock and request_write_lock held, looked at and
+// cleared with either of them.
 constinit NumberMark unregistered;
 constinit NumberMark closed;
 
@@ -33,6 +34,7 @@ int close_request_descriptor() REQUIRES(request_write_lock) {
 
 void forget_request_number() REQUIRES(aaa_lib_lock, request_write_lock) {
   store(g_aaa_client_cb.sync_fd, -1);
+  request_read_ahead.clear();
   unregistered.clear();
   closed.clear();
 }
@@ -104,22 +106,40 @@ std::int32_t write_on_link(LinkSocket socket, LinkNumber link, const void* frame
 
 std::int32_t send_on_socket_of_link(LinkSocket socket, std::int32_t fd, const void* frame,
                                     std::uint32_t length) {
-  const ScopedLock lock(write_lock_of(socket));
+  const InnerLock lock(write_lock_of(socket));
   if (load(field_of(socket)) != fd) return EBADF;
   return write_on_link(socket, link_number(), frame, length);
 }
 
+// A descriptor that does not belong to the link is written without a lock.
+std::int32_t send_on_descriptor(std::int32_t fd, const void* frame, std::uint32_t length) {
+  if (fd >= 1 && fd == load(g_aaa_client_cb.sync_fd)) {
+    return send_on_socket_of_link(LinkSocket::request, fd, frame, length);
+  }
+  if (fd >= 1 && fd == load(g_aaa_client_cb.async_fd)) {
+    return send_on_socket_of_link(LinkSocket::event, fd, frame, length);
+  }
+  return write_frame(fd, frame, length);
+}
+
 // Frames a body and hands it to `write`, which returns 0 or an errno value.
+// REQUIRES: cancellation is disabled.
 template <class Write>
 std::int32_t frame_and_write(std::uint32_t type, const void* body, std::uint32_t body_length,
                              Write write) {
-  const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   std::uint32_t length = 0;
   aaa_ipc_header* const message = aaa_init_msg(type, 0, body, body_length, &length);
   if (message == nullptr) return ENOMEM;
   const std::int32_t error = write(message, length);
   free_message(message);
   return error;
+}
+
+std::int32_t send_message(std::int32_t fd, std::uint32_t type, const void* body,
+                          std::uint32_t body_length) {
+  return frame_and_write(type, body, body_length, [fd](const void* frame, std::uint32_t length) {
+    return send_on_descriptor(fd, frame, length);
+  });
 }
 
 void log_send(std::uint32_t type, std::uint32_t body_length, std::int32_t fd) {
@@ -143,6 +163,7 @@ void record_socket(LinkSocket socket, std::int32_t fd) {
   const ScopedLock no_write(write_lock_of(socket));
   store(field_of(socket), fd);
   if (socket == LinkSocket::event) return;
+  request_read_ahead.clear();
   closed.clear();
   unregistered.set(g_aaa_client_cb.sync_fd);
 }
@@ -195,36 +216,31 @@ int close_request_socket() {
 
 std::int32_t send_on_link(LinkSocket socket, LinkNumber link, const void* frame,
                           std::uint32_t length) {
-  const ScopedLock lock(write_lock_of(socket));
+  const InnerLock lock(write_lock_of(socket));
   return write_on_link(socket, link, frame, length);
-}
-
-std::int32_t send_on_descriptor(std::int32_t fd, const void* frame, std::uint32_t length) {
-  if (fd >= 1 && fd == load(g_aaa_client_cb.sync_fd)) {
-    return send_on_socket_of_link(LinkSocket::request, fd, frame, length);
-  }
-  if (fd >= 1 && fd == load(g_aaa_client_cb.async_fd)) {
-    return send_on_socket_of_link(LinkSocket::event, fd, frame, length);
-  }
-  return write_frame(fd, frame, length);
 }
 
 std::int32_t send_message_on_link(LinkSocket socket, LinkNumber link, std::uint32_t type,
                                   const void* body, std::uint32_t body_length) {
   log_send(type, body_length, load(field_of(socket)));
+  const CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
   return frame_and_write(type, body, body_length, [=](const void* frame, std::uint32_t length) {
     return send_on_link(socket, link, frame, length);
   });
+}
+
+std::int32_t log_and_send_message(std::int32_t fd, std::uint32_t type, const void* body,
+                                  std::uint32_t body_length) {
+  log_send(type, body_length, fd);
+  return send_message(fd, type, body, body_length);
 }
 
 }  // namespace aaa
 
 std::int32_t aaa_send_ipc_msg(std::int32_t fd, std::uint32_t type, const void* body,
                               std::uint32_t body_length) {
-  return aaa::frame_and_write(type, body, body_length,
-                              [fd](const void* frame, std::uint32_t length) {
-                                return aaa::send_on_descriptor(fd, frame, length);
-                              });
+  const aaa::CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
+  return aaa::send_message(fd, type, body, body_length);
 }
 
 std::int32_t aaalib_send_ipc_msg_print(std::int32_t fd, std::uint32_t type, const void* body,

@@ -52,11 +52,13 @@ int close_request_socket() REQUIRES(aaa_lib_lock);
 // Writes a complete frame, header included, on the given link. Result as aaa_msg_send(); EBADF when
 // that link has ended or the library has closed the socket, EINVAL when there is none or a register
 // request must come first.
+// REQUIRES: cancellation is disabled.
 std::int32_t send_on_link(LinkSocket socket, LinkNumber link, const void* frame,
                           std::uint32_t length);
 
-// The same by descriptor. One that does not belong to the link is written without a lock.
-std::int32_t send_on_descriptor(std::int32_t fd, const void* frame, std::uint32_t length);
+// aaalib_send_ipc_msg_print(). REQUIRES: cancellation is disabled.
+std::int32_t log_and_send_message(std::int32_t fd, std::uint32_t type, const void* body,
+                                  std::uint32_t body_length);
 
 // Frames a body with id 0 and writes it on the given link, after a debug line. Result as
 // send_on_link(), or ENOMEM.

@@ -9,15 +9,23 @@
 
 namespace aaa {
 
-constinit ReadAhead event_read_ahead = {};
+namespace {
+
+std::uint8_t event_bytes[16384];
+std::uint8_t request_bytes[512];
+
+}  // namespace
+
+constinit ReadAhead event_read_ahead(event_bytes, event_read_lock);
+constinit ReadAhead request_read_ahead(request_bytes, aaa_lib_lock);
 
 std::int32_t ReadAhead::receive(std::int32_t fd, void* to, std::size_t length,
                                 std::size_t& received) {
-  assert(is_held(event_read_lock));
+  assert(is_held(guard_));
   received = take(to, length);
   const std::size_t missing = length - received;
   if (missing == 0) return 0;
-  if (missing >= capacity) return receive_between(fd, to, length, length, received);
+  if (missing >= capacity_) return receive_between(fd, to, length, length, received);
   const std::int32_t error = refill(fd, missing);
   if (error == 0) received += take(static_cast<std::uint8_t*>(to) + received, missing);
   return error;
@@ -25,7 +33,7 @@ std::int32_t ReadAhead::receive(std::int32_t fd, void* to, std::size_t length,
 
 std::int32_t ReadAhead::receive_no_further(std::int32_t fd, void* to, std::size_t length,
                                            std::size_t& received) {
-  assert(is_held(event_read_lock));
+  assert(is_held(guard_));
   received = take(to, length);
   return received == length ? 0 : receive_between(fd, to, length, length, received);
 }
@@ -38,8 +46,8 @@ bool ReadAhead::holds_message() const {
 }
 
 void ReadAhead::clear() {
-  assert(is_held(event_read_lock));
-  wipe(bytes_, sizeof bytes_);
+  assert(is_held(guard_));
+  wipe(bytes_, capacity_);
   store(buffered_, 0U);
 }
 
@@ -55,7 +63,7 @@ std::size_t ReadAhead::take(void* to, std::size_t length) {
 
 std::int32_t ReadAhead::refill(std::int32_t fd, std::size_t least) {
   std::size_t received = 0;
-  const std::int32_t error = receive_between(fd, bytes_, least, sizeof bytes_, received);
+  const std::int32_t error = receive_between(fd, bytes_, least, capacity_, received);
   if (error != 0) {
     wipe(bytes_, received);
     return error;

@@ -1,6 +1,6 @@
 // Requests, encoded by the library and written, until the peer has read them. --together N: N
 // requests in one write. --framed 1: each is first copied into a block of its own with its header.
-// --bytes: of a body.
+// --bytes: of a body. --receiver 1: beside a thread that receives from a second socket.
 #include <cstdlib>
 #include <cstring>
 
@@ -17,7 +17,10 @@ class Writes : public bench::Workload {
         framed_(options.number("framed", 0) != 0) {
     bench::PeerSettings settings;
     settings.tally = &tally_;
-    socket_ = bench::start_peer(settings).request;
+    const bench::TwoSockets sockets = bench::start_peer(settings);
+    socket_ = sockets.request;
+    if (options.number("receiver", 0) != 0)
+      bench::start_receiver(sockets.event, 2, [](const std::uint8_t*, std::size_t) {});
   }
 
   void run(std::size_t operations) override {

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,16 +20,8 @@
 
 namespace {
 
-// Resident kilobytes of the whole process.
-long resident() {
-  std::ifstream rollup("/proc/self/smaps_rollup");
-  for (std::string line; std::getline(rollup, line);) {
-    if (line.rfind("Rss:", 0) == 0) return std::stol(line.substr(4));
-  }
-  throw std::runtime_error("no resident memory");
-}
-
-// The same by the name of the mapping.
+// Resident kilobytes by the name of the mapping, without this program's own, of which running it
+// touches more and more.
 std::map<std::string, long> resident_by_mapping() {
   std::map<std::string, long> sizes;
   std::string name;
@@ -44,7 +37,19 @@ std::map<std::string, long> resident_by_mapping() {
     words >> name;
     name = name.substr(name.rfind('/') + 1);
   }
+  sizes.erase(program_invocation_short_name);
   return sizes;
+}
+
+long sum_of(const std::map<std::string, long>& sizes) {
+  long sum = 0;
+  for (const auto& [name, size] : sizes)
+    sum += size;
+  return sum;
+}
+
+long resident() {
+  return sum_of(resident_by_mapping());
 }
 
 void ignore_result(result_info*) {}

@@ -54,6 +54,8 @@ REQUESTS = [
     Speed("requests, direct", DIRECT,
           "encode, frame in a block, write", "baseline_writes --framed 1",
           goals.DIRECT_REQUESTS, True),
+    Speed("requests, direct", DIRECT, "the same beside a receiving thread",
+          "baseline_writes --framed 1 --receiver 1", None, True),
     Speed("requests, batched", BATCHED, "requests, direct", DIRECT, goals.BATCHED_REQUESTS, True),
     Speed("requests, batched", BATCHED,
           "encode, write five at once", "baseline_writes --together 5", None, True),

@@ -1,8 +1,8 @@
-// aaa_agent_finish, and tasks of a registration that has ended, by it or by deregistration alone.
+// aaa_agent_finish.
 #include <atomic>
+#include <chrono>
 
 #include "agent/agent_client.h"
-#include "runtime/receive/recovery.h"
 #include "runtime/send/send_buffer.h"
 #include "support/stopping_point.h"
 #include "transport/base/cancellation.h"
@@ -117,6 +117,16 @@ TEST_F(AgentFinish, EndsARegistrationWhoseDeregistrationIsAnsweredWronglyOrNotAt
   EXPECT_THAT(client_events(), ElementsAre(1, 0, 1, 3, 0, 1, 0, 1, 3, 0));
 }
 
+TEST_F(AgentFinish, EndsARegistrationWhoseSocketCouldNotBeClosedAtFirst) {
+  for (const std::int32_t* socket : {&g_aaa_client_cb.sync_fd, &g_aaa_client_cb.async_fd}) {
+    init_and_connect(batching_client());
+    const ScriptedCalls calls({.close = on_socket(*socket, failing_at(1, EIO))});
+    expect_finished({"cancel aaa-read", "cancel aaa-heartbeat"});
+    EXPECT_TRUE(sim_.wait_for_connections(0));
+  }
+  EXPECT_THAT(client_events(), ElementsAre(1, 0, 1, 0));
+}
+
 TEST_F(AgentFinish, AfterAWrongAnswerWaitsForTheFlushThread) {
   std::atomic<bool> hold = false;
   std::atomic<bool> returned = false;
@@ -209,6 +219,25 @@ TEST_F(AgentFinish, ANewLifeBegunInsideTheLossEventIsNotDisturbed) {
   EXPECT_TRUE(sim_.wait_for_connections(2));
 }
 
+// In each way that a registration ends. The new one has a flush thread, which is not waited for.
+TEST_F(AgentFinish, ANewLifeBegunInsideItsOwnLossEventIsNotDisturbed) {
+  for (const Fault fault : {Fault::none, Fault::wrong_type, Fault::close}) {
+    sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, fault);
+    const std::size_t told = times_told(AAA_EVENT_CONNECTION_LOST);
+    init_and_connect(
+        client_that_at(AAA_EVENT_CONNECTION_LOST, [this] { init(batching_client()); }));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(0, aaa_agent_finish());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
+    EXPECT_EQ(told + 1, times_told(AAA_EVENT_CONNECTION_LOST));
+    EXPECT_THAT(loop_.names(), ElementsAre("aaa-connect"));
+    sim_.set_fault(Role::request, AAA_MSG_DEREGISTER_REQ, Fault::none);
+    run_and_expect(0, "aaa-connect");
+    expect_steady();
+    expect_finished();
+  }
+}
+
 TEST_F(AgentFinish, ASecondLifeInThreadModeFollows) {
   init_and_connect();
   expect_finished();
@@ -216,80 +245,6 @@ TEST_F(AgentFinish, ASecondLifeInThreadModeFollows) {
   nudge();
   EXPECT_TRUE(wait_for_event(AAA_EVENT_METHOD_LISTS_CHANGED));
   expect_nothing_scheduled();
-}
-
-// The loop still holds the tasks of an agent registration; a receive thread serves the next one.
-class EndedRegistration : public AgentTest {
- protected:
-  void SetUp() override {
-    AgentTest::SetUp();
-    init_and_connect();
-    EXPECT_EQ(0, aaa_svr_dereg());
-    EXPECT_THAT(loop_.names(), testing::UnorderedElementsAre("aaa-read", "aaa-heartbeat"));
-    register_client();
-    loop_.take_journal();
-  }
-};
-
-TEST_F(EndedRegistration, ItsReadTaskLeavesTheNewEventSocketAlone) {
-  int reads_of_the_loop = 0;
-  const ScriptedCalls calls({.recv = noting([&, loop = pthread_self()] {
-                               if (pthread_equal(pthread_self(), loop) != 0) ++reads_of_the_loop;
-                             })});
-  run("aaa-read");
-  EXPECT_EQ(0, reads_of_the_loop);
-  expect_journal({});
-  take_pass();
-}
-
-TEST_F(EndedRegistration, ItsHeartbeatTaskSendsNothingAndIsNotScheduledAgain) {
-  take_pass();
-  EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_HEARTBEAT))) << "the receive thread's";
-  run("aaa-heartbeat");
-  EXPECT_NE(0u, aaa_get_session_id()) << "a later message on the same socket";
-  EXPECT_EQ(1u, heartbeats());
-  expect_journal({});
-}
-
-TEST_F(EndedRegistration, ItsHeartbeatTaskDoesNotDropTheNewConnection) {
-  aaa::store(aaalib_hbt_last_recv, library_seconds() - 182);
-  aaa::store(g_aaa_client_cb.aaa_id, 0);
-  run("aaa-heartbeat");
-  EXPECT_EQ(4, state());
-  expect_journal({});
-}
-
-class EndedAlone : public AgentTest {};
-
-TEST_F(EndedAlone, ItsTasksDoNothing) {
-  init_and_connect();
-  EXPECT_EQ(0, aaa_svr_dereg());
-  loop_.take_journal();
-  const OpenLog log;
-  run("aaa-read");
-  run("aaa-heartbeat");
-  EXPECT_THAT(log.lines(), IsEmpty());
-  expect_journal({});
-}
-
-class EndedBeforeItsConnection : public AgentTest {};
-
-TEST_F(EndedBeforeItsConnection, TheConnectTaskDoesNothingMore) {
-  init();
-  EXPECT_EQ(0, aaa_svr_dereg());
-  run("aaa-connect");
-  expect_nothing_scheduled();
-  EXPECT_EQ(0u, sim_.accepted_connections());
-  EXPECT_THAT(client_events(), IsEmpty());
-}
-
-TEST_F(EndedBeforeItsConnection, TheReconnectTaskRaisesNoEvent) {
-  init_and_connect();
-  lose_aaad();
-  EXPECT_EQ(0, aaa_svr_dereg());
-  run("aaa-reconnect");
-  expect_nothing_scheduled();
-  EXPECT_THAT(client_events(), ElementsAre(1));
 }
 
 }  // namespace test::agent_finish

@@ -150,18 +150,22 @@ TYPED_TEST(InfoText, ThatRunsPastTheBodysEndIsTerminated) {
   EXPECT_EQ(text(record->ext_text, 501), "abc" + zeros(498));
 }
 
-class AcctInfoDecoding : public InfoRecord<acct_info> {};
+// The data 322, which two of the records have.
+template <typename Record>
+class InfoData322 : public InfoRecord<Record> {};
+using RecordsWithData322 = testing::Types<acct_info, result_info>;
+TYPED_TEST_SUITE(InfoData322, RecordsWithData322);
 
-TEST_F(AcctInfoDecoding, RepeatedItem322LeavesTheSumOfTheLengthsAndTheSecondBuffer) {
-  const Decoded<acct_info> record(body_of<acct_info>() + tlv(322, "first one") + tlv(299, "t") +
+TYPED_TEST(InfoData322, RepeatedLeavesTheSumOfTheLengthsAndTheSecondBuffer) {
+  const Decoded<TypeParam> record(body_of<TypeParam>() + tlv(322, "first one") + tlv(299, "t") +
                                   tlv(322, "second"));
   EXPECT_EQ(record->pos_322, 0U);
   EXPECT_EQ(record->data_322_len, 15U);
   EXPECT_EQ(text(record->data_322, 16), "second" + zeros(10));
-  EXPECT_EQ(heap_.size_of(record->data_322), 16U);
+  EXPECT_EQ(this->heap_.size_of(record->data_322), 16U);
   EXPECT_EQ(record->tail_len, 1U);
-  EXPECT_EQ(counts_.blocks_allocated(), 5U);
-  blocks_left_ = 1;
+  EXPECT_EQ(this->counts_.blocks_allocated(), 5U);
+  this->blocks_left_ = 1;
 }
 
 class ResultInfoDecoding : public InfoRecord<result_info> {};

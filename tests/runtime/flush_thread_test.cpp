@@ -5,6 +5,7 @@
 #include "runtime/send_buffer_test.h"
 #include "support/locked_state.h"
 #include "support/registered_test.h"
+#include "support/stopping_point.h"
 
 namespace test::flush_thread {
 
@@ -217,6 +218,20 @@ TEST_F(FlushThread, IsStartedOnceByHandWithResultZero) {
   EXPECT_EQ(0, aaalib_init_send_buf_thread());
   EXPECT_EQ(0, aaa_svr_dereg());
   EXPECT_EQ(pthread_t{0}, aaa::load(g_send_buf_tid));
+}
+
+TEST_F(FlushThread, AStuckBatchHoldsUpNoAnswerOfTheReceiveThread) {
+  register_with_buffer();
+  take_pass();
+  StoppingPoint stuck;
+  const ScriptedCalls calls({.send = on_request_socket(noting([&] { stuck.stop(); }))});
+  add(request(20, 1));
+  EXPECT_TRUE(stuck.is_reached());
+  send(AAA_MSG_GS_VALID_REQ, zeros(396));
+  EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_GS_VALID_RESP, Role::event)));
+  EXPECT_FALSE(stuck.goes_on());
+  stuck.go_on();
+  EXPECT_EQ(batch_of(request(20, 1)), next_batch());
 }
 
 // The link is lost while a request waits in the buffer, and connecting anew takes its time between

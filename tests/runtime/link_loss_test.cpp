@@ -4,6 +4,7 @@
 
 #include "runtime/receive/receive_thread.h"
 #include "runtime/receive_test.h"
+#include "runtime/send/send_buffer.h"
 
 namespace test::link_loss {
 
@@ -256,13 +257,18 @@ TEST_F(Reregistration, TheSameThreadServesTheNewConnection) {
 TEST_F(Reregistration, AClientThatDeregistersMeanwhileStaysAwayWhenAaadComesBack) {
   const WatchdogRecorder watchdog;
   open_gate_for_clients();
-  register_client();
+  register_client(batching_client());
   take_pass();
   const pid_t thread = receive_thread();
   const LogCapture log;
   lose_aaad();
   ASSERT_TRUE(retries(1));
   EXPECT_EQ(0, aaa_svr_dereg());
+  EXPECT_EQ(1u, log.count("already unregistered or not registered or is connecting!\r\n"));
+  EXPECT_EQ(1u, log.count("aaa has been deregister\r\n"));
+  EXPECT_EQ(-1, aaa::load(g_aaa_client_cb.aaa_id));
+  EXPECT_NE(nullptr, aaa::load(g_aaa_client_cb.aaa_event_cb));
+  EXPECT_FALSE(aaa::send_buffer_is_used());
   set_listening(true);
   EXPECT_TRUE(receive_thread_is_gone());
   EXPECT_EQ(AAA_REG_NOT_REGISTERED, state());
@@ -270,8 +276,10 @@ TEST_F(Reregistration, AClientThatDeregistersMeanwhileStaysAwayWhenAaadComesBack
   EXPECT_EQ(2u, sim_.accepted_connections());
   EXPECT_THAT(client_events(), ElementsAre(1, 3, 0));
   expect_lines(log, "aaa_lib_thread", "aaa client async socket not created.\r\n", thread);
-  ASSERT_EQ(1u, watchdog.count("unreg"));
-  EXPECT_EQ(thread, watchdog.calls().back().tid);
+  EXPECT_EQ(2u, watchdog.count("unreg"));
+  EXPECT_THAT(watchdog.calls(),
+              Contains(testing::AllOf(testing::Field(&WatchdogCall::name, "unreg"),
+                                      testing::Field(&WatchdogCall::tid, thread))));
 }
 
 TEST_F(Reregistration, AClientThatDeregisteredMeanwhileMayComeBackAtOnce) {

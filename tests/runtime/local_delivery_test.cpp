@@ -120,6 +120,38 @@ TEST_F(ClosedClientSocket, CountsAsClosedUntilTheWordHasHeldAnotherValue) {
   EXPECT_EQ("oneone", host_.peer_reads());
 }
 
+class ClosedUntil : public ClosedClientSocket, public testing::WithParamInterface<std::int32_t> {};
+
+TEST_P(ClosedUntil, TheWordHasHeldAValueThatIsNoSocket) {
+  aaa::store(lib_msg_client_fd, GetParam());
+  deliver("lost");
+  aaa::store(lib_msg_client_fd, number_);
+  deliver();
+  EXPECT_EQ("one", host_.peer_reads());
+}
+
+INSTANTIATE_TEST_SUITE_P(ClosedClientSocket, ClosedUntil, testing::Values(-1, 0),
+                         [](const auto& tested) { return tested.param == 0 ? "Zero" : "Minus1"; });
+
+TEST_F(ClosedClientSocket, CountsAsClosedUntilNoneCouldBeOpened) {
+  const ScriptedCalls calls({.socket = failing_at(2, EMFILE)});
+  EXPECT_EQ(-1, aaa_lib_msg_socket_init());
+  EXPECT_EQ(-1, lib_msg_client_fd);
+  aaa::store(lib_msg_client_fd, number_);
+  deliver();
+  EXPECT_EQ("one", host_.peer_reads());
+}
+
+TEST_F(ClosedClientSocket, IsNotWrittenToFromItsCloseOn) {
+  ::close(number_);
+  std::size_t sends = 0;
+  const ScriptedCalls calls({.send = noting([&] { ++sends; }),
+                             .connect = failing(ECONNREFUSED),
+                             .close = noting([] { deliver(); })});
+  EXPECT_EQ(-1, aaa_lib_msg_socket_init());
+  EXPECT_EQ(0u, sends);
+}
+
 TEST_F(ClosedClientSocket, WithItsNumberIsAnOpenOneWhenItIsMadeAnew) {
   ::close(number_);
   ASSERT_EQ(0, aaa_lib_msg_socket_init());

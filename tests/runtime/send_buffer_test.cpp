@@ -43,6 +43,14 @@ TEST_F(SendBuffer, TheFirstInitResetsItAndLaterOnesDoNothing) {
   EXPECT_EQ(1, g_send_buf_init);
 }
 
+TEST_F(SendBuffer, NoMessageIsIgnored) {
+  add(request(20, 1));
+  for (const std::uint32_t length : {0, 16, 8191, 8192})
+    EXPECT_EQ(0, aaa_lib_add_send_buf(nullptr, length));
+  EXPECT_EQ("", sent());
+  expect_buffer(request(20, 1), 1);
+}
+
 TEST_F(SendBuffer, TheSeventeenthMessageFlushesTheFirstSixteenBeforeItIsStored) {
   const std::string sixteen = add_many(16);
   EXPECT_EQ("", sent());

@@ -229,10 +229,24 @@ TEST_F(StaleMessage, AHeartbeatOfAnOldLinkIsNotSent) {
   take_pass();
   EXPECT_TRUE(sim_.wait_for_message(received(AAA_MSG_HEARTBEAT))) << "the thread's first one";
   const std::uint32_t before = g_aaa_msg_stat.send_error_times;
-  aaa::send_heartbeat(old_, aaa::load(aaalib_hbt_last_send));
+  const std::uint32_t last_send = aaa::load(aaalib_hbt_last_send);
+  aaa::send_heartbeat(old_, last_send + 1);
+  EXPECT_EQ(last_send, aaa::load(aaalib_hbt_last_send)) << "noted for the new link";
   EXPECT_NE(0u, aaa_get_session_id()) << "a later message on the same socket";
   EXPECT_EQ(1u, heartbeats());
   EXPECT_EQ(before, g_aaa_msg_stat.send_error_times);
+}
+
+TEST_F(StaleMessage, AFailedReadOfAnOldLinkDoesNotEndTheNextOneWhoseSocketHasItsNumber) {
+  const ScriptedPeer aaad;
+  aaa::store(g_aaa_client_cb.async_fd, aaad.own());
+  aaa::store(aaa::g_receive_msg_tid, pthread_self());
+  const aaa::Watched watched = {.link = old_, .fd = aaad.own()};
+  EXPECT_EQ(aaa::Damage::none,
+            aaa::give_up_lost_link(aaa::LinkOwner::receive_thread(), watched, ECONNRESET));
+  EXPECT_EQ(aaad.own(), event_socket());
+  aaa::store(g_aaa_client_cb.async_fd, -1);
+  aaa::store(aaa::g_receive_msg_tid, pthread_t{0});
 }
 
 // A message belongs to the link on which its first byte was asked for.

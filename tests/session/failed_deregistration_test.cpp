@@ -2,6 +2,7 @@
 #include <fcntl.h>
 
 #include "session/session_test.h"
+#include "transport/read_ahead.h"
 
 namespace test::failed_deregistration {
 
@@ -80,6 +81,21 @@ TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
   expect_still_registered();
   EXPECT_EQ(number, g_aaa_client_cb.sync_fd);
   EXPECT_TRUE(sim_.wait_for_connections(1)) << "the request socket";
+}
+
+TEST_F(FailedDeregistration, AMessageThatCameBehindAnAnswerIsTakenForTheResponse) {
+  register_quietly();
+  ScriptedPeer peer;
+  peer.peer_writes("x" + message_bytes(103));
+  {
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    char answer = 0;
+    std::size_t received = 0;
+    EXPECT_EQ(0, aaa::request_read_ahead.receive(peer.own(), &answer, 1, received));
+  }
+  EXPECT_EQ(-1, deregister());
+  EXPECT_THAT(messages_, Contains("receive message dismatch, type is 103\r\n"));
+  expect_still_registered();
 }
 
 TEST_F(FailedDeregistration, OnlyTheHeaderOfTheResponseIsRead) {

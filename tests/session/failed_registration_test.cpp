@@ -6,6 +6,8 @@
 
 namespace test::failed_registration {
 
+using testing::EndsWith;
+using testing::HasSubstr;
 using testing::StartsWith;
 
 class FailedRegistration : public SessionTest {
@@ -52,6 +54,13 @@ class FailedRegistration : public SessionTest {
     EXPECT_TRUE(sim_.wait_for_connections(0));
   }
 
+  // The line that names the test's own TMPDIR and what is asked of it.
+  testing::Matcher<std::string> line_of_tmpdir() const {
+    return testing::AllOf(
+        StartsWith("TMPDIR is '" + directory() + "', "), HasSubstr("be writable"),
+        EndsWith("security/aaa in it must belong to the user that calls aaa_svr_reg()\r\n"));
+  }
+
   std::vector<std::string> messages_;
   std::vector<std::string> functions_;
 };
@@ -67,6 +76,27 @@ TEST_F(FailedRegistration, WithoutTmpdirThereIsNoWorkDirectory) {
   EXPECT_EQ(77, g_aaa_client_cb.aaa_id) << "nothing has been begun";
   EXPECT_EQ(nullptr, g_aaa_client_cb.aaa_event_cb);
   EXPECT_EQ(0u, sim_.accepted_connections());
+}
+
+TEST_F(FailedRegistration, ATmpdirOfAnotherFormIsNamed) {
+  setenv("TMPDIR", "tmp/aaa", 1);
+  register_in_vain();
+  EXPECT_THAT(
+      messages_,
+      ElementsAre("agent_init make directory failed\r\n",
+                  "TMPDIR is 'tmp/aaa', 7 bytes; it must begin with '/' or './', be writable "
+                  "and have at most 75 bytes, and security/aaa in it must belong to the user "
+                  "that calls aaa_svr_reg()\r\n"));
+}
+
+TEST_F(FailedRegistration, ATmpdirThatIsNotWritableIsNamed) {
+  register_in_vain(client(), {.mkdir = failing(EACCES)});
+  EXPECT_THAT(messages_, ElementsAre("agent_init make directory failed\r\n", line_of_tmpdir()));
+}
+
+TEST_F(FailedRegistration, AWorkDirectoryOfAnotherUserIsNamed) {
+  register_in_vain(client(), {.chmod = failing(EPERM)});
+  EXPECT_THAT(messages_, ElementsAre("agent_init make directory failed\r\n", line_of_tmpdir()));
 }
 
 TEST_F(FailedRegistration, WithALongTmpdirThereAreNoDatagramSockets) {

@@ -37,11 +37,15 @@ class ThreadEnd : public SessionTest {
   }
 };
 
+// A thread leaves the watchdog at its end.
 TEST_F(ThreadEnd, HasComeWhenDeregistrationReturns) {
+  const WatchdogRecorder watchdog;
   const std::size_t threads = thread_count();
-  for (int round = 0; round < 20; ++round) {
+  for (std::size_t round = 1; round <= 20; ++round) {
     register_client(batching_client());
+    EXPECT_TRUE(eventually([&] { return watchdog.count("reg") == 2 * round; }));
     EXPECT_EQ(0, aaa_svr_dereg());
+    EXPECT_EQ(2 * round, watchdog.count("unreg"));
     // The kernel may need a moment to take a thread that has ended from its list.
     EXPECT_TRUE(eventually([&] { return thread_count() == threads; }));
   }

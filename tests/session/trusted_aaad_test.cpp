@@ -87,7 +87,10 @@ TEST_F(SetDirectory, ThatCannotBeMadeIsNamedInALine) {
   EXPECT_EQ(0, aaa_set_directory("/dev/null/aaa"));
   const reg_info info = client();
   EXPECT_EQ(-1, aaa_svr_reg(&info));
-  EXPECT_EQ(1u, lines_with(log, "the directory set is '/dev/null/aaa'; it must be writable\r\n"));
+  EXPECT_EQ(1u, lines_with(log,
+                           "the directory set is '/dev/null/aaa'; it must be writable, and "
+                           "security/aaa in it must belong to the user that calls "
+                           "aaa_svr_reg()\r\n"));
 }
 
 class SetAaadUid : public SessionTest {

@@ -10,6 +10,7 @@
 #include "runtime/send/local_delivery.h"
 #include "runtime/send/send_buffer.h"
 #include "transport/debug_log.h"
+#include "transport/read_ahead.h"
 
 namespace test {
 namespace {
@@ -28,7 +29,13 @@ void forget_events() {
   events.clear();
 }
 
+void drop_answers_read_ahead() {
+  const aaa::ScopedLock lock(aaa_lib_lock);
+  aaa::request_read_ahead.clear();
+}
+
 void reset_library_state() {
+  drop_answers_read_ahead();
   test::store_callbacks({});
   test::set_model_name("");
   g_aaalib_process_name[0] = '\0';

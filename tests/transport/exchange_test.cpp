@@ -3,6 +3,7 @@
 
 #include <sys/resource.h>
 
+#include "transport/link_sockets.h"
 #include "transport/pair_test.h"
 
 namespace test::exchange {
@@ -76,6 +77,57 @@ TEST_F(Exchange, TheNextMessageIsTheAnswerWhateverItsTypeAndMarker) {
   const std::string odd = message_bytes(0xABCD, "odd", 0);
   pair_.answers(odd + message_bytes(104, "later"));
   EXPECT_EQ(odd, exchange());
+}
+
+TEST_F(Exchange, AnAnswerThatIsThereIsReadInOneCall) {
+  int reads = 0;
+  const ScriptedCalls calls({.recv = noting([&] { ++reads; })});
+  pair_.answers(message_bytes(104, "reply"));
+  EXPECT_EQ(message_bytes(104, "reply"), exchange());
+  EXPECT_EQ(1, reads);
+}
+
+TEST_F(Exchange, AnAnswerOfAnyLengthIsReadToItsEndAndNoFurtherThanTheBufferReaches) {
+  for (const std::size_t length : {495u, 496u, 497u, 512u, 600u, 70000u}) {
+    const std::string answer = message_bytes(104, std::string(length, 'r'));
+    pair_.answers(answer);
+    EXPECT_EQ(answer, exchange()) << length;
+    pair_.answers(message_bytes(104, "next"));
+    EXPECT_EQ(message_bytes(104, "next"), exchange()) << length;
+  }
+}
+
+TEST_F(Exchange, WhatCameBehindAnAnswerIsDrainedAndCountedWithWhatCameLater) {
+  const OpenGate gate;
+  pair_.answers(message_bytes(104, "right") + message_bytes(104, "behind"));
+  EXPECT_EQ(message_bytes(104, "right"), exchange());
+  pair_.request();
+  pair_.peer_writes("later");
+  pair_.answers(message_bytes(104, "next"));
+  EXPECT_EQ(message_bytes(104, "next"), exchange());
+  EXPECT_EQ(1u, log_.count("clear 27 bytes data from sd buffer\r\n"));
+}
+
+TEST_F(Exchange, WhatCameBehindAnAnswerIsTheNextMessageOfAClientThatReads) {
+  pair_.answers(message_bytes(104, "right") + message_bytes(27, "behind").substr(0, 18));
+  EXPECT_EQ(message_bytes(104, "right"), exchange());
+  pair_.peer_writes(message_bytes(27, "behind").substr(18) + message_bytes(28));
+  EXPECT_EQ(message_bytes(27, "behind"), take_message(aaalib_recv_ipc_msg()));
+  EXPECT_EQ(16u, pair_.waiting_for_library());
+}
+
+TEST_F(Exchange, WhatCameBehindAnAnswerIsForgottenWithTheConnection) {
+  const OpenGate gate;
+  pair_.answers(message_bytes(104, "right") + message_bytes(104, "behind"));
+  EXPECT_EQ(message_bytes(104, "right"), exchange());
+  {
+    const aaa::ScopedLock lock(aaa_lib_lock);
+    aaa::record_socket(aaa::LinkSocket::request, pair_.own());
+  }
+  EXPECT_EQ(0, aaa_send_ipc_msg(pair_.own(), AAA_MSG_REGISTER_REQ, "1test", 6));
+  pair_.answers(message_bytes(104, "next"));
+  EXPECT_EQ(message_bytes(104, "next"), exchange());
+  EXPECT_EQ(2u, log_.count("clear 0 bytes data from sd buffer\r\n"));
 }
 
 TEST_F(Exchange, TheDrainReadsByteByByte) {

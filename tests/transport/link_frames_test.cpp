@@ -18,6 +18,7 @@ class LinkFrames : public PairTest {
   }
 
   static std::int32_t send(LinkSocket socket, aaa::LinkNumber link = aaa::link_number()) {
+    const aaa::CancellationScope no_cancellation(PTHREAD_CANCEL_DISABLE);
     return aaa::send_on_link(socket, link, message_bytes(132).data(), 16);
   }
   // A request socket that the library has opened itself.

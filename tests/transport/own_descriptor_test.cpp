@@ -44,6 +44,13 @@ TEST_F(OwnDescriptor, AMessageIsWrittenWithoutALock) {
   }
 }
 
+TEST_F(OwnDescriptor, ANullBodyIsWrittenAsAnEmptyOne) {
+  for (const auto send : {aaa_send_ipc_msg, aaalib_send_ipc_msg_print}) {
+    EXPECT_EQ(0, send(pair_.own(), AAA_MSG_DELETE_USER, nullptr, 3));
+    EXPECT_EQ(message_bytes(AAA_MSG_DELETE_USER), pair_.peer_reads(16));
+  }
+}
+
 TEST_F(OwnDescriptor, AMessageIsReadWithoutALock) {
   pair_.peer_writes(message_bytes(AAA_MSG_NOTIFY_RESULT, "body"));
   aaa_ipc_header* message = nullptr;

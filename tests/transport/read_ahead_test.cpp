@@ -11,13 +11,14 @@ class ReadAheadTest : public testing::Test {
   std::string take(std::size_t length) {
     std::string bytes(length, '\0');
     std::size_t received = 0;
-    const std::int32_t error = ahead_->receive(pair_.own(), bytes.data(), length, received);
+    const std::int32_t error = ahead_.receive(pair_.own(), bytes.data(), length, received);
     return error == 0 ? bytes : "[" + std::to_string(error) + "]";
   }
 
   const aaa::ScopedLock lock_{aaa::event_read_lock};
   ScriptedPeer pair_;
-  std::unique_ptr<aaa::ReadAhead> ahead_ = std::make_unique<aaa::ReadAhead>();
+  std::uint8_t buffer_[16384] = {};
+  aaa::ReadAhead ahead_{buffer_, aaa::event_read_lock};
 };
 
 TEST_F(ReadAheadTest, OneSystemCallTakesAllThatIsThere) {
@@ -38,27 +39,27 @@ TEST_F(ReadAheadTest, WhatIsMissingComesFromTheSocket) {
   EXPECT_EQ(", end", take(5));
 }
 
-TEST_F(ReadAheadTest, TellsWhetherItHoldsBytes) {
-  EXPECT_FALSE(ahead_->holds_bytes());
-  pair_.peer_writes("ab");
+TEST_F(ReadAheadTest, TellsHowManyBytesItHolds) {
+  EXPECT_EQ(0u, ahead_.size());
+  pair_.peer_writes("abc");
   EXPECT_EQ("a", take(1));
-  EXPECT_TRUE(ahead_->holds_bytes());
-  EXPECT_EQ("b", take(1));
-  EXPECT_FALSE(ahead_->holds_bytes());
+  EXPECT_EQ(2u, ahead_.size());
+  EXPECT_EQ("bc", take(2));
+  EXPECT_EQ(0u, ahead_.size());
 }
 
 TEST_F(ReadAheadTest, ALongRestIsReadStraightToItsPlaceAndNoFurther) {
   pair_.peer_writes("ab" + std::string(40000, 'x') + "after");
   EXPECT_EQ("ab", take(2));
   EXPECT_EQ(std::string(40000, 'x'), take(40000));
-  EXPECT_FALSE(ahead_->holds_bytes());
+  EXPECT_EQ(0u, ahead_.size());
   EXPECT_EQ(5u, pair_.waiting_for_library());
 }
 
 TEST_F(ReadAheadTest, ForgetsEverythingWhenTheConnectionEnds) {
   pair_.peer_writes("old one");
   EXPECT_EQ("old", take(3));
-  ahead_->clear();
+  ahead_.clear();
   pair_.peer_writes("new");
   EXPECT_EQ("new", take(3));
 }
@@ -66,10 +67,10 @@ TEST_F(ReadAheadTest, ForgetsEverythingWhenTheConnectionEnds) {
 TEST_F(ReadAheadTest, NothingOfWhatWasTakenOrForgottenStaysInMemory) {
   pair_.peer_writes("password, secret");
   EXPECT_EQ("password", take(8));
-  const auto memory = [this] { return bytes_of(ahead_.get(), sizeof *ahead_); };
+  const auto memory = [this] { return bytes_of(buffer_, sizeof buffer_); };
   EXPECT_EQ(std::string::npos, memory().find("password"));
   EXPECT_NE(std::string::npos, memory().find("secret"));
-  ahead_->clear();
+  ahead_.clear();
   EXPECT_EQ(std::string::npos, memory().find("secret"));
 }
 
@@ -86,7 +87,7 @@ TEST_F(ReadAheadTest, AFailedReadLosesTheBytesThatItTook) {
   EXPECT_EQ("part", take(4));
   pair_.close_peer();
   EXPECT_EQ("[32]", take(3)) << "two bytes were there";
-  EXPECT_FALSE(ahead_->holds_bytes());
+  EXPECT_EQ(0u, ahead_.size());
 }
 
 }  // namespace test::read_ahead

@@ -80,6 +80,7 @@ bool end_registration() {
   return true;
 }
 
+// The client may have registered again in its callback for the loss.
 void forget_client() {
   const ScopedLock lock(aaa_lib_lock);
   if (!is_registered_or_trying()) clear_callbacks();
@@ -109,12 +110,11 @@ std::int32_t aaa_agent_init(const reg_info* info, zv_thread_master* master) {
 }
 
 std::int32_t aaa_agent_finish() {
-  aaa_svr_dereg();
-  if (aaa::end_registration()) {
+  if (aaa_svr_dereg() != 0 && aaa::end_registration()) {
     aaa_lib_notify_aaa_event(AAA_EVENT_CONNECTION_LOST);
-    aaa::wait_for_library_threads(0);
+    aaa::wait_for_library_threads(aaa::threads_of_registration());
   }
   aaa::forget_client();
-  aaa::cancel_tasks();
+  if (!aaa::agent_mode_is_on()) aaa::cancel_tasks();
   return 0;
 }

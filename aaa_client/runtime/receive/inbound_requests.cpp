@@ -111,10 +111,10 @@ void handle_gs_valid_req(const Inbound& message) {
 }
 
 void handle_get_online_info(const Inbound& message) {
-  alignas(8) std::uint8_t online_info[8] = {};
+  std::uint64_t online_info = 0;  // aligned for a callback that fills it as words
   const auto callback = message.callback(g_aaa_client_cb.get_online_info_cb);
-  if (callback != nullptr) callback(online_info, message.body);
-  answer(message, AAA_MSG_RDS_ONLINE_INFO_RESP, online_info, sizeof online_info);
+  if (callback != nullptr) callback(&online_info, message.body);
+  answer(message, AAA_MSG_RDS_ONLINE_INFO_RESP, &online_info, sizeof online_info);
 }
 
 namespace {

@@ -53,9 +53,13 @@ void bind_to_core() {
 
 // With bytes left there is no wait. A cancelled thread then ends at the next check of its id.
 int wait_for_message(std::int32_t fd) {
-  if (event_read_ahead.holds_bytes()) return 1;
+  if (event_read_ahead.size() != 0) return 1;
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
   return wait_readable(fd, wait_ms);
+}
+
+void send_heartbeat_if_due(LinkNumber link, std::uint32_t now) {
+  if (heartbeat_is_due(now)) send_heartbeat(link, now);
 }
 
 // Returns false when aaad has been silent for too long.
@@ -70,7 +74,7 @@ bool keep_heartbeat(LinkNumber link) {
     AAA_DEBUG_LOG_AS(log_name, "aaalib heartbeat check fail!\r\n");
     return false;
   }
-  if (heartbeat_is_due(now)) send_heartbeat(link, now);
+  send_heartbeat_if_due(link, now);
   return true;
 }
 
@@ -147,11 +151,28 @@ Iteration run_iteration(const Watched& watched, WatchdogStamp& stamp) {
   return failure(wait_error);
 }
 
-// Raises an event in the thread's turn, unless it has been cancelled.
-void tell_client(aaa_client_event event) {
-  while (!wait_for_turn(wait_ms)) {
-  }
-  raise_event(event, is_receive_thread);
+// Deregistering while aaad is away does not cancel the thread.
+bool may_tell_client() {
+  return is_receive_thread() && !is_deregistered();
+}
+
+void feed(std::uint32_t* stamp) {
+  if (stamp != nullptr) aaa_check_reset_ham_client_notify(stamp);
+}
+
+// For a thread that reads no messages. Whether aaad is silent is found out when it reads again.
+void stay_alive(std::uint32_t* stamp) {
+  feed(stamp);
+  const LinkNumber link = link_number();
+  if (reg_state() != AAA_REG_REGISTERED || !heartbeat_is_kept()) return;
+  send_heartbeat_if_due(link, monotonic_seconds());
+}
+
+// Raises an event in the thread's turn, unless the client has deregistered.
+void tell_client(aaa_client_event event, std::uint32_t* stamp) {
+  while (may_tell_client() && !wait_for_turn(wait_ms))
+    stay_alive(stamp);
+  raise_event(event, may_tell_client);
 }
 
 // Returns false when the client has deregistered and the thread must end.
@@ -162,7 +183,7 @@ bool recover(const Watched& watched, std::int32_t error, std::uint32_t& stamp) {
     case Damage::none:
       return true;
     case Damage::link_lost:
-      tell_client(AAA_EVENT_CONNECTION_LOST);
+      tell_client(AAA_EVENT_CONNECTION_LOST, &stamp);
       aaa_svr_rereg(&stamp);
       return true;
   }
@@ -185,10 +206,6 @@ void run_main_loop() {
 void pause() {
   const CancellationScope cancellable(PTHREAD_CANCEL_ENABLE);
   sleep(thread_rules.pause_seconds);
-}
-
-void feed(std::uint32_t* stamp) {
-  if (stamp != nullptr) aaa_check_reset_ham_client_notify(stamp);
 }
 
 // Returns false when the client deregistered meanwhile.
@@ -249,7 +266,7 @@ void aaa_svr_rereg(std::uint32_t* stamp) {
   }
   AAA_DEBUG_LOG("aaa client start to try re-reg.\r\n");
   if (!retry_until_registered(stamp)) return;
-  tell_client(thread_rules.event_after_success);
+  tell_client(thread_rules.event_after_success, stamp);
   AAA_DEBUG_LOG("register aaa success.\r\n");
 }
 

@@ -39,7 +39,7 @@ void rearm_heartbeat() {
 
 void send_heartbeat(LinkNumber link, std::uint32_t now) {
   send_message_on_link(LinkSocket::request, link, AAA_MSG_HEARTBEAT, nullptr, 0);
-  store(aaalib_hbt_last_send, now);
+  while_link_lasts(link, [now] { store(aaalib_hbt_last_send, now); });
 }
 
 namespace {
@@ -75,10 +75,11 @@ Damage give_up_link(const LinkOwner& owner) {
   return Damage::link_lost;
 }
 
-// Whether the client itself has closed the socket. The receive thread continues with the
-// current socket, if any; an agent task has none to continue with and always rebuilds the link.
+// Whether the client itself has closed the socket; the next one may have got its number. The receive
+// thread continues with the current socket, if any; an agent task has none to continue with and
+// always rebuilds the link.
 bool is_replaced(const Watched& watched) {
-  return load(g_aaa_client_cb.async_fd) != watched.fd;
+  return !link_lasts(watched.link) || load(g_aaa_client_cb.async_fd) != watched.fd;
 }
 
 // aaa_id may have become -1 while the receive thread slept. Agent tasks are stopped by goes_on().

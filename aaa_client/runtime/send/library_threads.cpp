@@ -42,7 +42,7 @@ struct ThreadTable {
 };
 ThreadTable threads GUARDED_BY(register_lock);
 
-// Signalled at every end; waits use the monotonic clock. Initialised with the first thread.
+// Signalled at every end; waits use the monotonic clock. Initialised with the first thread or wait.
 pthread_cond_t something_ended;
 
 void make_condition() REQUIRES(register_lock) {
@@ -95,6 +95,7 @@ bool wait_and_enter(unsigned ThreadTable::*counter, unsigned own, unsigned enter
   bool is_down = false;
   lock(register_lock);
   pthread_cleanup_push(unlock_register, nullptr);
+  make_condition();
   while (threads.*counter > own &&
          pthread_cond_timedwait(&something_ended, &register_lock, &deadline) != ETIMEDOUT) {
   }
@@ -203,7 +204,7 @@ TaskTurn::~TaskTurn() {
   --own_life.takers;
   const ScopedLock lock(register_lock);
   --threads.takers;
-  if (threads.has_condition) pthread_cond_broadcast(&something_ended);
+  pthread_cond_broadcast(&something_ended);
 }
 
 }  // namespace aaa

@@ -81,19 +81,21 @@ bool make_server(const Names& names) {
   return false;
 }
 
-// The field keeps its number, which a client may read.
+// The field keeps its number, which a client may read. The mark comes first: another thread must
+// not write to a number that the host process has reused.
 void close_client() {
-  close(lib_msg_client_fd);
   closed_client.set(lib_msg_client_fd);
+  close(lib_msg_client_fd);
 }
 
 bool make_client(const Names& names) {
-  if (!open_datagram_socket(lib_msg_client_fd)) {
+  const bool opened = open_datagram_socket(lib_msg_client_fd);
+  closed_client.clear();  // the field has held another value, -1 too
+  if (!opened) {
     AAA_DEBUG_LOG_AS(log_name, "create socket(msg client fd) failed, err(%d)\r\n", errno);
     unlink(names.server);
     return false;
   }
-  closed_client.clear();
   const bool made = bind_to(lib_msg_client_fd, names.client) && connect_client(names.server) &&
                     limit_client_sends();
   names.remove();
@@ -169,13 +171,12 @@ void aaa_notify_timeout(LinkNumber link) {
 
 void aaa_lib_send_msg(const void* body, std::uint32_t length) {
   const std::int32_t fd = aaa::load(lib_msg_client_fd);
+  const bool is_closed = aaa::closed_client.is_on(fd);
   if (fd < 1) {
     AAA_DEBUG_LOG("lib_msg_client_fd is not ready.\r\n");
     return;
   }
   const std::int32_t error =
-      aaa::closed_client.is_on(lib_msg_client_fd)
-          ? EBADF
-          : aaa_msg_send(fd, body, static_cast<std::int32_t>(length), MSG_WAITALL);
+      is_closed ? EBADF : aaa_msg_send(fd, body, static_cast<std::int32_t>(length), MSG_WAITALL);
   if (error != 0) AAA_DEBUG_LOG("send failed %s\r\n", std::strerror(error));
 }

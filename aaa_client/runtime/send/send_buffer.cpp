@@ -25,9 +25,32 @@ namespace {
 
 constexpr std::uint32_t max_messages = 16;
 
+std::int32_t send(const void* message, std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock) {
+  return aaa::send_on_link(aaa::LinkSocket::request, aaa::link_number(), message, length);
+}
+
+void write_buffer() REQUIRES(aaa_lib_send_buf_lock) {
+  constexpr char log_name[] = "aaa_lib_send_buf";
+  if (g_send_buf_msg_cnt == 0) return;
+  if (aaa::load(g_aaa_client_cb.sync_fd) < 1 || aaa::waits_for_register_request()) {
+    AAA_DEBUG_LOG_AS(log_name, "send sd not available.\r\n");
+    return;
+  }
+  const std::int32_t error =
+      send(&aaalib_send_buf, aaa::header_size + aaalib_send_buf.header.length);
+  if (error != 0) AAA_DEBUG_LOG_AS(log_name, "send fail error %s.\r\n", std::strerror(error));
+}
+
+void reset_buffer() REQUIRES(aaa_lib_send_buf_lock) {
+  g_send_buf_msg_cnt = 0;
+  aaalib_send_buf.header = {
+      .marker = aaa::header_marker, .id = 0, .type = AAA_MSG_PAD_PKT, .length = 0};
+  std::memset(aaalib_send_buf.body, 0, sizeof aaalib_send_buf.body);
+}
+
 void flush_and_reset() REQUIRES(aaa_lib_send_buf_lock) {
-  aaa_lib_send_buf();
-  aaa_lib_send_buf_reset();
+  write_buffer();
+  reset_buffer();
 }
 
 bool fits(std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock) {
@@ -39,10 +62,6 @@ void append(const void* message, std::uint32_t length) REQUIRES(aaa_lib_send_buf
   std::memcpy(aaalib_send_buf.body + aaalib_send_buf.header.length, message, length);
   aaalib_send_buf.header.length += length;
   ++g_send_buf_msg_cnt;
-}
-
-std::int32_t send(const void* message, std::uint32_t length) {
-  return aaa::send_on_link(aaa::LinkSocket::request, aaa::link_number(), message, length);
 }
 
 // Flushes first, to preserve the order.
@@ -59,38 +78,24 @@ void send_directly(const void* message, std::uint32_t length) REQUIRES(aaa_lib_s
 void aaa_lib_send_buf_init() {
   const aaa::ScopedLock lock(aaa_lib_send_buf_lock);
   if (g_send_buf_init != 0) return;
-  aaa_lib_send_buf_reset();
+  reset_buffer();
   g_send_buf_init = 1;
 }
 
 void aaa_lib_send_buf_reset() {
   const aaa::ScopedLock lock(aaa_lib_send_buf_lock);
-  g_send_buf_msg_cnt = 0;
-  aaalib_send_buf.header = {
-      .marker = aaa::header_marker, .id = 0, .type = AAA_MSG_PAD_PKT, .length = 0};
-  std::memset(aaalib_send_buf.body, 0, sizeof aaalib_send_buf.body);
+  reset_buffer();
 }
 
 void aaa_lib_send_buf() {
   const aaa::ScopedLock lock(aaa_lib_send_buf_lock);
-  if (g_send_buf_msg_cnt == 0) return;
-  if (aaa::load(g_aaa_client_cb.sync_fd) < 1 || aaa::waits_for_register_request()) {
-    AAA_DEBUG_LOG("send sd not available.\r\n");
-    return;
-  }
-  const std::int32_t error =
-      send(&aaalib_send_buf, aaa::header_size + aaalib_send_buf.header.length);
-  if (error != 0) AAA_DEBUG_LOG("send fail error %s.\r\n", std::strerror(error));
+  write_buffer();
 }
 
 std::int32_t aaa_lib_add_send_buf(const void* message, std::uint32_t length) {
+  if (message == nullptr) return 0;
   const aaa::ScopedLock lock(aaa_lib_send_buf_lock);
-  if (length >= AAA_SEND_BUF_BODY_SIZE) {
-    send_directly(message, length);
-    return 0;
-  }
-  if (!fits(length)) flush_and_reset();
-  append(message, length);
+  aaa::add_to_send_buffer(message, length);
   return 0;
 }
 
@@ -110,8 +115,7 @@ bool wait_one_period() {
 void flush() {
   const ScopedLock lock(aaa_lib_send_buf_lock);
   if (g_send_buf_msg_cnt != 0 && waits_for_register_request()) return;
-  aaa_lib_send_buf();
-  aaa_lib_send_buf_reset();
+  flush_and_reset();
 }
 
 // A cancelled thread that has not reached a cancellation point yet must not flush messages of the
@@ -142,6 +146,12 @@ void* flush_thread(void*) {
 
 }  // namespace
 
+void add_to_send_buffer(const void* message, std::uint32_t length) {
+  if (length >= AAA_SEND_BUF_BODY_SIZE) return send_directly(message, length);
+  if (!fits(length)) flush_and_reset();
+  append(message, length);
+}
+
 bool send_buffer_is_used() {
   return load(g_send_buf_tid) != 0;
 }
@@ -149,7 +159,7 @@ bool send_buffer_is_used() {
 bool aaalib_stop_send_buf_thread() {
   const ScopedLock lock(aaa_lib_send_buf_lock);
   const bool was_running = stop_library_thread(g_send_buf_tid);
-  aaa_lib_send_buf_reset();
+  reset_buffer();
   return was_running;
 }
 

@@ -15,6 +15,9 @@ namespace aaa {
 // Whether requests are batched: a flush thread exists.
 bool send_buffer_is_used();
 
+// aaa_lib_add_send_buf().
+void add_to_send_buffer(const void* message, std::uint32_t length) REQUIRES(aaa_lib_send_buf_lock);
+
 // Cancels the flush thread, if there is one, and empties the buffer. Returns whether there was one.
 bool aaalib_stop_send_buf_thread();
 

@@ -1,6 +1,7 @@
 #include "session/state/locks.h"
 
 #include <atomic>
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 
@@ -75,14 +76,21 @@ void unlock(Mutex& mutex) NO_THREAD_SAFETY_ANALYSIS {
 
 // The locks are initialised before the library takes one of them for the first time, so no thread
 // of the library can hold one at that moment.
-ScopedLock::ScopedLock(Mutex& mutex) : no_cancellation_(PTHREAD_CANCEL_DISABLE), mutex_(mutex) {
+InnerLock::InnerLock(Mutex& mutex) : mutex_(mutex) {
+  assert(cancellation_is_disabled());
   if (!locks_are_made() && is_recursive(mutex)) aaa_lib_mutex_init();
   pthread_mutex_lock(&mutex_);
 }
 
-ScopedLock::~ScopedLock() {
+InnerLock::~InnerLock() {
   pthread_mutex_unlock(&mutex_);
 }
+
+ScopedLock::ScopedLock(Mutex& mutex) NO_THREAD_SAFETY_ANALYSIS
+    : no_cancellation_(PTHREAD_CANCEL_DISABLE),
+      lock_(mutex) {}
+
+ScopedLock::~ScopedLock() NO_THREAD_SAFETY_ANALYSIS {}
 
 }  // namespace aaa
 

@@ -71,6 +71,19 @@ bool is_held(const Mutex& mutex);
 void lock(Mutex& mutex) ACQUIRE(mutex);
 void unlock(Mutex& mutex) RELEASE(mutex);
 
+// Holds a lock for a scope in which the thread cannot be cancelled anyway.
+// REQUIRES: a thread of the library, a CancellationScope or a ScopedLock disables cancellation.
+class SCOPED_CAPABILITY InnerLock {
+ public:
+  explicit InnerLock(Mutex& mutex) ACQUIRE(mutex);
+  ~InnerLock() RELEASE();
+  InnerLock(const InnerLock&) = delete;
+  InnerLock& operator=(const InnerLock&) = delete;
+
+ private:
+  Mutex& mutex_;
+};
+
 // Holds a lock for a scope. The thread cannot be cancelled in it, so no lock is left locked.
 class SCOPED_CAPABILITY ScopedLock {
  public:
@@ -81,7 +94,7 @@ class SCOPED_CAPABILITY ScopedLock {
 
  private:
   CancellationScope no_cancellation_;
-  Mutex& mutex_;
+  InnerLock lock_;
 };
 
 }  // namespace aaa

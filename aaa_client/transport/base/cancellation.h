@@ -71,4 +71,9 @@ class CancellationScope {
   int before_ = PTHREAD_CANCEL_ENABLE;
 };
 
+// Whether the calling thread cannot be cancelled; for assertions.
+inline bool cancellation_is_disabled() {
+  return CancellationScope(PTHREAD_CANCEL_DISABLE).before() == PTHREAD_CANCEL_DISABLE;
+}
+
 }  // namespace aaa

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -56,10 +57,11 @@ class NumberMark {
   void clear() { store(number_, none); }
 
   bool is_on(const std::int32_t& field) {
-    const std::int32_t number = load(number_);
+    std::int32_t number = load(number_);
     if (number == none) return false;
     if (number == load(field)) return true;
-    clear();
+    // A mark that another thread has set meanwhile stays.
+    std::atomic_ref(number_).compare_exchange_strong(number, none, std::memory_order_relaxed);
     return false;
   }
 
