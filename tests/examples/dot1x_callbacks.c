@@ -3,7 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 
-#include "dot1x_news.h"
+#include "dot1x_port.h"
 
 int open_news(void) {
   return open_news_pipe();
@@ -31,6 +31,18 @@ seen_news call_on_result(const void* class, uint16_t class_size, const void* sta
   news item = {0};
   const int is_there = next_news(&item);
   return (seen_news){is_there, item.is_cut, item.class.size, item.state.size, item.class.bytes[0]};
+}
+
+int opens_port(uint32_t session_of_port, uint32_t session_of_result) {
+  const news accepted = {.session_id = session_of_result,
+                         .code = RESULT_ACCEPT,
+                         .eap = new_eap_packet(EAP_SUCCESS, 1, EAP_TYPE)};
+  port.wire.fd = -1;
+  port.session = (user_session){.id = session_of_port, .user = "alice", .interface = "eth0"};
+  port.turn = AAAD;
+  port.open = 0;
+  take_result(&accepted);
+  return port.open;
 }
 
 unsigned drain_news(void) {

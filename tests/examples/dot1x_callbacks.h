@@ -20,6 +20,8 @@ int news_is_private(void);
 void call_on_event(uint32_t event);
 seen_news call_on_result(const void* class_bytes, uint16_t class_size, const void* state,
                          uint16_t state_size, void* arena, uint32_t arena_size);
+/* Whether a port that waits for aaad's decision on a session opens for an acceptance of another. */
+int opens_port(uint32_t session_of_port, uint32_t session_of_result);
 unsigned drain_news(void);
 unsigned lost_so_far(void);
 

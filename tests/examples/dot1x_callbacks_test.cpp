@@ -49,6 +49,13 @@ TEST_F(Dot1xCallbacksTest, DoNotWaitForTheMainLoopAndCountWhatIsLost) {
   EXPECT_EQ(lost_so_far(), 0U);
 }
 
+TEST(Dot1xPortTest, OpensForAResultOfItsSessionOnly) {
+  EXPECT_TRUE(opens_port(7, 7));
+  EXPECT_FALSE(opens_port(7, 8));
+  EXPECT_FALSE(opens_port(7, 0)) << "a record of zeros";
+  EXPECT_FALSE(opens_port(0, 0)) << "a record of zeros, before the first session";
+}
+
 TEST_F(Dot1xCallbacksTest, LeaveNoDescriptorToOtherPrograms) {
   EXPECT_TRUE(news_is_private());
 }

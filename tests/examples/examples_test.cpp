@@ -58,6 +58,18 @@ TEST_F(ExamplesTest, RecordOfZerosIsNoAcceptance) {
   EXPECT_EQ(accounting.output, "");
 }
 
+// The library drops one; these programs are linked so that they get it.
+TEST_F(ExamplesTest, RecordOfZerosThatIsHandedOutIsNoAcceptance) {
+  sim_.add_user({.name = "alice", .password = "secret"});
+  const auto run_with_zeros = [this](const std::string& name, std::vector<std::string> arguments) {
+    return run_program(AAA_ZEROS_DIR "/" + name, std::move(arguments), directory_.path());
+  };
+  expect(run_with_zeros("login_with_zeros", {"alice", "secret"}), 2, "",
+         "login: a result of another session\n");
+  expect(run_with_zeros("accounting_with_zeros", {"alice", "4"}), 2, "",
+         "accounting: a result of another session\n");
+}
+
 TEST_F(ExamplesTest, SilenceOfTheServersIsNoRejection) {
   sim_.set_answer(5, result_with(4, 1));
   expect(run("login", {"alice", "secret"}), 2, "no server answered\n");
