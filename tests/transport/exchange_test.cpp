@@ -125,6 +125,7 @@ TEST_F(Exchange, WhatCameBehindAnAnswerIsForgottenWithTheConnection) {
     aaa::record_socket(aaa::LinkSocket::request, pair_.own());
   }
   EXPECT_EQ(0, aaa_send_ipc_msg(pair_.own(), AAA_MSG_REGISTER_REQ, "1test", 6));
+  EXPECT_EQ(22u, pair_.peer_reads_message().size()) << "or it would be the one that is answered";
   pair_.answers(message_bytes(104, "next"));
   EXPECT_EQ(message_bytes(104, "next"), exchange());
   EXPECT_EQ(2u, log_.count("clear 0 bytes data from sd buffer\r\n"));
