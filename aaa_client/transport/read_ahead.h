@@ -40,7 +40,7 @@ class ReadAhead {
   std::size_t take(void* to, std::size_t length);
   std::int32_t refill(std::int32_t fd, std::size_t least);
 
-  Mutex& guard_;
+  [[maybe_unused]] Mutex& guard_;  // for assertions
   std::uint8_t* bytes_;
   std::size_t capacity_;
   std::size_t next_ = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "messages/render.h"
@@ -26,23 +27,42 @@ Frame frame_of(unsigned flags, const Bytes& bytes) {
   return {sockets[flags & 3], (flags & 4) != 0 ? Sender::daemon : Sender::client, bytes};
 }
 
-// Fields are one behind another, and parts inside their wholes. Notes where the secrets are.
+// Which bytes are secret, and which ones no field shows: they are behind the NUL of a text, or
+// reserved.
+struct Places {
+  explicit Places(std::size_t size) : secret(size), hidden(size) {}
+
+  std::vector<bool> secret;
+  std::vector<bool> hidden;
+};
+
+void note(std::vector<bool>& places, std::size_t offset, std::size_t length) {
+  require(length <= places.size() && offset <= places.size() - length);
+  std::fill_n(places.begin() + static_cast<std::ptrdiff_t>(offset), length, true);
+}
+
+// Fields are one behind another, and parts inside their wholes.
 void check_fields(const std::vector<Field>& fields, std::size_t begin, std::size_t end,
-                  std::vector<bool>& secret) {
+                  Places& places) {
   for (const Field& field : fields) {
     require(begin <= field.offset && field.length <= end && field.offset <= end - field.length);
     begin = field.offset + field.length;
-    check_fields(field.fields, field.offset, begin, secret);
-    if (!field.secret) continue;
-    const auto first = secret.begin() + static_cast<std::ptrdiff_t>(field.offset);
-    std::fill_n(first, field.length, true);
+    check_fields(field.fields, field.offset, begin, places);
+    const auto* const text = std::get_if<std::string>(&field.value);
+    if (field.secret) {
+      note(places.secret, field.offset, field.length);
+    } else if (text != nullptr && text->size() < field.length) {
+      note(places.hidden, field.offset + text->size() + 1, field.length - text->size() - 1);
+    }
   }
 }
 
-void check_message(const Decoded& message, std::size_t size, std::vector<bool>& secret) {
-  check_fields(message.fields, message.offset, size, secret);
+void check_message(const Decoded& message, std::size_t size, Places& places) {
+  check_fields(message.fields, message.offset, size, places);
+  for (const aaa_messages::Extent& reserved : message.reserved)
+    note(places.hidden, reserved.offset, reserved.length);
   for (const Decoded& part : message.messages)
-    check_message(part, size, secret);
+    check_message(part, size, places);
 }
 
 std::string without_secrets(const Decoded& message) {
@@ -55,17 +75,23 @@ void render(const Decoded& message, bool secrets) {
   require(aaa_messages::to_json(message, {.secrets = secrets}).dump().front() == '{');
 }
 
+bool is_masked(const Places& places, std::size_t at, std::uint8_t byte, std::uint8_t masked) {
+  if (places.secret[at]) return masked == '*';
+  if (places.hidden[at]) return masked == '*' || (masked == 0 && byte == 0);
+  return masked == byte;
+}
+
 // What a masked message looks like without its secrets is what the message looks like without them.
 void check_masked(unsigned flags, const Bytes& bytes, const Decoded& message,
-                  const std::vector<bool>& secret) {
+                  const Places& places) {
   Bytes masked = bytes;
   aaa_messages::mask_secrets(frame_of(flags, bytes), masked);
   for (std::size_t at = 0; at < bytes.size(); ++at)
-    require(masked[at] == (secret[at] ? '*' : bytes[at]));
+    require(is_masked(places, at, bytes[at], masked[at]));
   const Decoded again = aaa_messages::decode(frame_of(flags, masked));
-  std::vector<bool> still_secret(bytes.size());
-  check_message(again, bytes.size(), still_secret);
-  require(secret == still_secret);
+  Places masked_places(bytes.size());
+  check_message(again, bytes.size(), masked_places);
+  require(places.secret == masked_places.secret);
   require(without_secrets(message) == without_secrets(again));
 }
 
@@ -79,9 +105,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // A copy of its own, so that reading past the end is seen.
   const std::vector<std::uint8_t> bytes(data + 1, data + size);
   const auto message = aaa_messages::decode(fuzz::frame_of(data[0], bytes));
-  std::vector<bool> secret(bytes.size());
-  fuzz::check_message(message, bytes.size(), secret);
+  fuzz::Places places(bytes.size());
+  fuzz::check_message(message, bytes.size(), places);
   fuzz::render(message, (data[0] & 8) != 0);
-  fuzz::check_masked(data[0], bytes, message, secret);
+  fuzz::check_masked(data[0], bytes, message, places);
   return 0;
 }
