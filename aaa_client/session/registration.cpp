@@ -29,6 +29,11 @@ bool is_registered_or_trying() {
   return has_registration_state() || receive_thread_exists() || agent_mode_is_on();
 }
 
+void dismiss_leaving_thread() {
+  assert(is_held(aaa_lib_lock));
+  if (is_deregistered() && reg_state() == AAA_REG_NOT_REGISTERED) aaalib_cancel_receive_thread();
+}
+
 unsigned threads_of_registration() {
   if (is_deregistered()) return 0;
   return (receive_thread_exists() ? 1U : 0U) + (send_buffer_is_used() ? 1U : 0U);
@@ -115,11 +120,6 @@ bool start_threads(const reg_info& info) REQUIRES(aaa_lib_lock) {
 }
 
 enum class Outcome { registered, already_registered, failed };
-
-// Cancels a receive thread that has not yet noticed that the client deregistered.
-void dismiss_leaving_thread() REQUIRES(aaa_lib_lock) {
-  if (is_deregistered() && reg_state() == AAA_REG_NOT_REGISTERED) aaalib_cancel_receive_thread();
-}
 
 Outcome register_locked(const reg_info& info) {
   const ScopedLock lock(aaa_lib_lock);

@@ -13,6 +13,9 @@ bool has_registration_state() REQUIRES(aaa_lib_lock);
 // The same, or a receive thread or agent mode is trying to connect.
 bool is_registered_or_trying() REQUIRES(aaa_lib_lock);
 
+// Cancels a receive thread that has not yet noticed that the client deregistered.
+void dismiss_leaving_thread() REQUIRES(aaa_lib_lock);
+
 // How many threads belong to the current registration: one that continues after a failed
 // deregistration, or that the client has made in its callback.
 unsigned threads_of_registration();

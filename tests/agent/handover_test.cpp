@@ -1,10 +1,12 @@
-// A client in agent mode that registers in thread mode while the loop is inside one of its
-// callbacks: the receive thread calls back only when that callback has returned.
+// A client that changes between agent mode and thread mode. When it registers in thread mode while
+// the loop is inside one of its callbacks, the receive thread calls back only when that callback
+// has returned.
 #include <chrono>
 #include <thread>
 
 #include "agent/agent_client.h"
 #include "runtime/send/library_threads.h"
+#include "support/stopping_point.h"
 
 namespace test::agent_handover {
 
@@ -50,6 +52,28 @@ TEST_F(AgentHandover, WaitsForTheCallbackOfAMessage) {
   init_and_connect(client_that_hands_over_at(AAA_EVENT_METHOD_LISTS_CHANGED));
   deliver(AAA_MSG_MLIST_CHANGE);
   expect_notice();
+}
+
+TEST_F(AgentHandover, AThreadThatHasDeregisteredWithoutAaadAndNotEndedYetIsNoObstacle) {
+  static StoppingPoint callback;
+  callback.reset();
+  reg_info info = client();
+  info.aaa_event_cb = [](std::uint32_t event) {
+    if (event == AAA_EVENT_CONNECTION_LOST) callback.stop();
+    return 0;
+  };
+  register_client(info);
+  set_listening(false);
+  sim_.close_connections();
+  EXPECT_TRUE(callback.is_reached());
+  EXPECT_EQ(0, aaa_svr_dereg());
+  init();
+  expect_journal({"add aaa-connect"});
+  callback.go_on();
+  EXPECT_TRUE(receive_thread_is_gone());
+  aaad_returns();
+  run("aaa-connect");
+  expect_steady();
 }
 
 // The first turns of a process whose library has not yet started a thread.

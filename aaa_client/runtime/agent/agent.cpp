@@ -50,6 +50,7 @@ enum class Preparation { done, already_registered, already_trying, failed };
 Preparation prepare(const reg_info& info, zv_thread_master* master) {
   const ScopedLock lock(aaa_lib_lock);
   set_model_name(info.model_name);
+  dismiss_leaving_thread();
   if (has_registration_state() || receive_thread_exists()) {
     AAA_DEBUG_LOG_AS(init_log_name, "already registered!\r\n");
     store_callbacks(info);
