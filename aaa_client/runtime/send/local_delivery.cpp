@@ -171,7 +171,8 @@ void aaa_notify_timeout(LinkNumber link) {
 
 void aaa_lib_send_msg(const void* body, std::uint32_t length) {
   const std::int32_t fd = aaa::load(lib_msg_client_fd);
-  const bool is_closed = aaa::closed_client.is_on(fd);
+  // Not of the copy, which may be older than the mark.
+  const bool is_closed = aaa::closed_client.is_on(lib_msg_client_fd);
   if (fd < 1) {
     AAA_DEBUG_LOG("lib_msg_client_fd is not ready.\r\n");
     return;
