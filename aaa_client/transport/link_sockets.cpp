@@ -210,7 +210,9 @@ int close_request_socket() {
   shut_down(LinkSocket::request);
   const ScopedLock no_write(request_write_lock);
   const int error = close_descriptor(load(g_aaa_client_cb.sync_fd));
-  if (is_gone(error)) closed.set(g_aaa_client_cb.sync_fd);
+  if (!is_gone(error)) return error;
+  closed.set(g_aaa_client_cb.sync_fd);
+  request_read_ahead.clear();
   return error;
 }
 

@@ -86,7 +86,7 @@ TEST_F(FailedDeregistration, AnotherTypeIsAFailureAndEndsTheRequestSocket) {
 TEST_F(FailedDeregistration, AMessageThatCameBehindAnAnswerIsTakenForTheResponse) {
   register_quietly();
   ScriptedPeer peer;
-  peer.peer_writes("x" + message_bytes(103));
+  peer.peer_writes("x" + message_bytes(103, "password"));
   {
     const aaa::ScopedLock lock(aaa_lib_lock);
     char answer = 0;
@@ -95,6 +95,7 @@ TEST_F(FailedDeregistration, AMessageThatCameBehindAnAnswerIsTakenForTheResponse
   }
   EXPECT_EQ(-1, deregister());
   EXPECT_THAT(messages_, Contains("receive message dismatch, type is 103\r\n"));
+  EXPECT_EQ(0u, aaa::request_read_ahead.size()) << "dropped with the socket";
   expect_still_registered();
 }
 
