@@ -848,8 +848,8 @@ AAA_API int32_t aaalib_send_ipc_msg_print(int32_t fd, uint32_t type, const void*
 /*
  * Reads one message from a descriptor of the caller. Takes no lock and does not check the marker.
  * Returns null when the message could not be read completely, or when there is no memory; the bytes
- * read are lost. It knows nothing of what the library has read ahead: read the library's own sockets
- * with aaalib_recv_ipc_msg() and aaalib_recv_async_ipc_msg().
+ * read are lost. It knows nothing of what the library has read ahead: read the library's own
+ * sockets with aaalib_recv_ipc_msg() and aaalib_recv_async_ipc_msg().
  */
 AAA_API aaa_ipc_header* aaa_recv_ipc_msg_from_sd(int32_t fd);
 

@@ -75,9 +75,9 @@ Damage give_up_link(const LinkOwner& owner) {
   return Damage::link_lost;
 }
 
-// Whether the client itself has closed the socket; the next one may have got its number. The receive
-// thread continues with the current socket, if any; an agent task has none to continue with and
-// always rebuilds the link.
+// Whether the client itself has closed the socket; the next one may have got its number. The
+// receive thread continues with the current socket, if any; an agent task has none to continue with
+// and always rebuilds the link.
 bool is_replaced(const Watched& watched) {
   return !link_lasts(watched.link) || load(g_aaa_client_cb.async_fd) != watched.fd;
 }

@@ -22,8 +22,8 @@ bool heartbeat_is_due(std::uint32_t now);
 // Restarts the silence limit from now, with no heartbeat sent yet.
 void rearm_heartbeat();
 
-// Sends a heartbeat on the given link and notes `now`, unless that link has ended. A failed write is
-// ignored.
+// Sends a heartbeat on the given link and notes `now`, unless that link has ended. A failed write
+// is ignored.
 void send_heartbeat(LinkNumber link, std::uint32_t now);
 
 // What differs between the drivers.
