@@ -10,6 +10,7 @@ import subprocess
 from pathlib import Path
 
 ROUNDS = 15
+STARTS = 5
 ROUND_NS = 30_000_000
 TRIAL_OPERATIONS = 500
 
@@ -68,17 +69,24 @@ class Rounds:
 
 
 def run_in_turns(directory, texts, rounds=ROUNDS):
-    """Runs the programs in turns, the same number of operations each."""
-    programs = [Program(directory, text) for text in dict.fromkeys(texts)]
+    """Runs the programs in turns, the same number of operations each. They are started anew
+    several times: where a process has its memory makes it faster or slower for as long as it runs.
+    """
+    figures = {text: [] for text in texts}
+    for _ in range(STARTS):
+        run_started(directory, figures, rounds // STARTS)
+    return Rounds(figures)
+
+
+def run_started(directory, figures, rounds):
+    programs = [Program(directory, text) for text in figures]
     try:
         slowest = max(trial(program) for program in programs)
         operations = max(TRIAL_OPERATIONS, int(ROUND_NS / slowest))
-        figures = {program.text: [] for program in programs}
         for turn in range(rounds):
             first = turn % len(programs)
             for program in programs[first:] + programs[:first]:
                 figures[program.text].append(program.run(operations))
-        return Rounds(figures)
     finally:
         for program in programs:
             program.close()
