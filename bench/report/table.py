@@ -28,11 +28,16 @@ def judged(row, goal, figure, spread=0.0):
     return row
 
 
+def judged_figure(row):
+    """A ratio is judged when it has a range, otherwise the library's own figure."""
+    return row.ratio.split()[0] if "(" in row.ratio else row.library
+
+
 def summary(rows):
     """Which goals are met, in a sentence or two."""
     judged_rows = [row for row in rows if row.met]
-    missed = [f"{row.measure} ({row.ratio.split()[0] if row.ratio else row.library}, "
-              f"goal {row.goal})" for row in judged_rows if row.met == "no"]
+    missed = [f"{row.measure} ({judged_figure(row)}, goal {row.goal})"
+              for row in judged_rows if row.met == "no"]
     met = f"{len(judged_rows) - len(missed)} of {len(judged_rows)} goals are met."
     return f"{met} Not met: {'; '.join(missed)}." if missed else met
 
